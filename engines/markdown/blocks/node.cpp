@@ -1,0 +1,69 @@
+#include "blocks/node.h"
+
+#include "python/text.h"
+#include "text/utf8.h"
+
+namespace markdown::blocks {
+namespace {
+
+using python::checked;
+using python::ModuleState;
+using python::Ref;
+
+// Rows are counted on from: a row and the line feeds of one text must not overflow.
+constexpr Row kRowLimit = Row{1} << 62;
+
+Ref read(PyObject* node, PyObject* name) { return Ref::steal(PyObject_GetAttr(node, name)); }
+
+}  // namespace
+
+NodeText::NodeText(Ref bytes, std::size_t max_bytes) : owner_(std::move(bytes)) {
+  bytes_ = {PyBytes_AS_STRING(owner_.get()), static_cast<std::size_t>(PyBytes_GET_SIZE(owner_.get()))};
+  bytes_ = bytes_.substr(0, max_bytes);
+  const std::size_t valid = text::valid_prefix(bytes_);
+  if (valid == bytes_.size()) return;
+  mended_ = bytes_.substr(0, valid);
+  text::append_replaced(mended_, bytes_.substr(valid));
+}
+
+Kind read_kind(const ModuleState& state, PyObject* node) {
+  const Ref type = read(node, state.names.type);
+  python::require_str(type.get(), "a node's type");
+  checked(PyUnicode_READY(type.get()));
+  if (!PyUnicode_IS_ASCII(type.get())) return Kind::kOther;
+  return kind_of({static_cast<const char*>(PyUnicode_DATA(type.get())),
+                  static_cast<std::size_t>(PyUnicode_GET_LENGTH(type.get()))});
+}
+
+Ref read_children(const ModuleState& state, PyObject* node) { return read(node, state.names.children); }
+
+Row to_row(PyObject* number) {
+  const Ref index = Ref::steal(PyNumber_Index(number));
+  int overflow = 0;
+  const long long row = PyLong_AsLongLongAndOverflow(index.get(), &overflow);
+  if (row == -1 && overflow == 0 && PyErr_Occurred()) throw python::PythonError();
+  if (overflow != 0 || row > kRowLimit || row < -kRowLimit) python::raise(PyExc_OverflowError, "row out of range");
+  return row;
+}
+
+Row read_row(const ModuleState& state, PyObject* node) {
+  const Ref point = read(node, state.names.start_point);
+  if (PyTuple_Check(point.get()) && PyTuple_GET_SIZE(point.get()) > 0) {
+    return to_row(PyTuple_GET_ITEM(point.get(), 0));
+  }
+  return to_row(Ref::steal(PySequence_GetItem(point.get(), 0)).get());
+}
+
+NodeText read_text(const ModuleState& state, PyObject* node, std::size_t max_bytes) {
+  Ref text = read(node, state.names.text);
+  if (!PyBytes_Check(text.get())) {
+    if (checked(PyObject_IsTrue(text.get())) == 0) return {};
+    // A str would be taken for a sequence of numbers below; anything else that gives bytes is copied, since it may change.
+    if (PyUnicode_Check(text.get())) python::raise(PyExc_TypeError, "a node's text must be bytes, not str");
+    if (!PyObject_CheckBuffer(text.get())) python::raise(PyExc_TypeError, "a node's text must be bytes");
+    text = Ref::steal(PyBytes_FromObject(text.get()));
+  }
+  return {std::move(text), max_bytes};
+}
+
+}  // namespace markdown::blocks

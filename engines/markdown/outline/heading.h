@@ -1,0 +1,17 @@
+// A heading of the outline, with what the section it heads takes from it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace markdown::outline {
+
+struct Heading {
+  std::string name;  // plain text, empty for a heading without text
+  std::int64_t level = 1;
+  std::int64_t first_row = 0;          // 0-based
+  std::optional<std::string> summary;  // plain text of the paragraph directly below, never empty
+};
+
+}  // namespace markdown::outline

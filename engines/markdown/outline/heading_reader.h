@@ -1,0 +1,21 @@
+// Reading a heading block: its level, its name, its row, and the paragraph below it.
+//
+// Tested by tests/test_outline.py.
+#pragma once
+
+#include "blocks/walk.h"
+// After the interpreter's header.
+#include "inline/plain_text.h"
+#include "outline/heading.h"
+
+namespace markdown::outline {
+
+// `node` is a heading block, `following` the block after it. A block without a node stands for none.
+Heading read_heading(const python::ModuleState& state, inlines::PlainText& plain_text, const blocks::Block& node,
+                     const blocks::Block& following);
+
+// The plain text of a paragraph block; nothing for any other block and for none.
+std::optional<std::string> read_summary(const python::ModuleState& state, inlines::PlainText& plain_text,
+                                        const blocks::Block& block);
+
+}  // namespace markdown::outline

@@ -1,0 +1,150 @@
+#include "outline/section_extraction.h"
+
+#include <array>
+#include <vector>
+
+#include "blocks/walk.h"
+#include "outline/heading_path.h"
+#include "outline/heading_reader.h"
+#include "outline/section_ranges.h"
+#include "python/text.h"
+
+namespace markdown::outline {
+namespace {
+
+using blocks::Block;
+using python::checked;
+using python::ModuleState;
+using python::Ref;
+
+// A heading block with the block behind it, as far as the outline may read that.
+struct HeadingSite {
+  Block heading;
+  Block following;  // without a node unless it is a paragraph
+};
+
+// What the outline needs of a document's blocks. All are walked before any is read, but only these are held: a document
+// has many more blocks than headings.
+struct DocumentBlocks {
+  std::vector<HeadingSite> headings;
+};
+
+DocumentBlocks collect_blocks(const ModuleState& state, PyObject* root) {
+  DocumentBlocks blocks;
+  blocks::BlockWalk walk(root);
+  bool after_heading = false;
+  for (Block block = walk.next(state); block.node; block = walk.next(state)) {
+    if (after_heading && block.kind == blocks::Kind::kParagraph) {
+      blocks.headings.back().following = {Ref::share(block.node.get()), block.kind};
+    }
+    after_heading = blocks::is_heading(block.kind);
+    if (after_heading) blocks.headings.push_back({std::move(block), {}});
+  }
+  return blocks;
+}
+
+std::vector<Heading> read_headings(const ModuleState& state, inlines::PlainText& plain_text,
+                                   const std::vector<HeadingSite>& sites) {
+  std::vector<Heading> headings;
+  headings.reserve(sites.size());
+  for (const HeadingSite& site : sites) {
+    headings.push_back(read_heading(state, plain_text, site.heading, site.following));
+  }
+  return headings;
+}
+
+template <class Unit>
+std::vector<Row> ends_in(std::span<const Heading> headings, PyObject* source) {
+  TextRows<Unit> rows({static_cast<const Unit*>(PyUnicode_DATA(source)),
+                       static_cast<std::size_t>(PyUnicode_GET_LENGTH(source))});
+  return section_ends(headings, rows.count(),
+                      [&rows](Row floor, Row row) noexcept { return rows.last_text_row(floor, row); });
+}
+
+std::vector<Row> ends_of(std::span<const Heading> headings, PyObject* source) {
+  if (headings.empty()) return {};
+  switch (PyUnicode_KIND(source)) {
+    case PyUnicode_1BYTE_KIND:
+      return ends_in<Py_UCS1>(headings, source);
+    case PyUnicode_2BYTE_KIND:
+      return ends_in<Py_UCS2>(headings, source);
+    default:
+      return ends_in<Py_UCS4>(headings, source);
+  }
+}
+
+// Nests the headings by level and makes a symbol of each that has a name.
+class SymbolBuilder {
+ public:
+  SymbolBuilder(const ModuleState& state, const SectionRequest& request)
+      : state_(state), request_(request), symbols_(Ref::steal(PyList_New(0))) {}
+
+  void add(const Heading& heading, Row end_row) {
+    while (!holders_.empty() && holders_.back().level >= heading.level) {
+      holders_.pop_back();
+      path_.pop_back();
+    }
+    if (heading.name.empty()) return;
+    const Ref name = python::to_str(heading.name);
+    Ref fqn = request_fqn(name.get());
+    holders_.push_back({heading.level, Ref::share(fqn.get())});
+    path_.push_back({heading.name, static_cast<std::size_t>(PyUnicode_GET_LENGTH(name.get()))});
+    const Ref start_line = Ref::steal(PyLong_FromLongLong(heading.first_row + 1));
+    const Ref end_line = Ref::steal(PyLong_FromLongLong(end_row + 1));
+    const Ref signature = python::to_str(heading_path(path_));
+    const Ref docstring = cap(heading.summary);
+    const std::array<PyObject*, 10> values = {
+        Py_None,        request_.file_id, name.get(),      state_.names.section, fqn.get(), start_line.get(),
+        end_line.get(), signature.get(),  Py_True,         docstring.get(),
+    };
+    const Ref symbol =
+        Ref::steal(PyObject_Vectorcall(state_.symbol_type, values.data(), 0, state_.symbol_keywords));
+    checked(PyList_Append(symbols_.get(), symbol.get()));
+  }
+
+  Ref finish() { return std::move(symbols_); }
+
+ private:
+  struct Holder {
+    std::int64_t level;
+    Ref fqn;
+  };
+
+  Ref request_fqn(PyObject* name) const {
+    PyObject* parent = holders_.empty() ? request_.prefix : holders_.back().fqn.get();
+    const Ref asked = python::join_with_full_stop(parent, name);
+    Ref fqn = Ref::steal(PyObject_CallOneArg(request_.unique_fqn, asked.get()));
+    python::require_str(fqn.get(), "what unique_fqn returns");  // the FQNs of subsections are built on it
+    checked(PyUnicode_READY(fqn.get()));
+    return fqn;
+  }
+
+  Ref cap(const std::optional<std::string>& summary) const {
+    if (!summary) return python::none();
+    return Ref::steal(PyObject_CallOneArg(request_.cap_docstring, python::to_str(*summary).get()));
+  }
+
+  const ModuleState& state_;
+  const SectionRequest& request_;
+  Ref symbols_;
+  std::vector<Holder> holders_;  // the sections that are open, levels strictly increasing
+  std::vector<PathName> path_;   // their names
+};
+
+}  // namespace
+
+Ref extract_sections(const ModuleState& state, const SectionRequest& request) {
+  python::require_str(request.source, "source");
+  python::require_str(request.prefix, "prefix");
+  checked(PyUnicode_READY(request.source));
+  checked(PyUnicode_READY(request.prefix));
+  inlines::PlainText plain_text;
+  const DocumentBlocks blocks = collect_blocks(state, request.root);
+  const std::vector<Heading> headings = read_headings(state, plain_text, blocks.headings);
+  const std::vector<Row> ends = ends_of(headings, request.source);
+  SymbolBuilder symbols(state, request);
+  for (std::size_t i = 0; i < headings.size(); ++i) symbols.add(headings[i], ends[i]);
+  return symbols.finish();
+}
+
+}  // namespace markdown::outline

@@ -1,0 +1,77 @@
+// Rows of a document's text: which of them hold text.
+//
+// The text is read where it stands, as the code points of the host's string, and is never split: it may be megabytes.
+// Tested by tests/test_outline.py.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "text/space.h"
+
+namespace markdown::outline {
+
+using Row = std::int64_t;
+
+// `Unit` is what the string stores a code point in: one, two or four bytes.
+// Linear: rows are asked for in document order, so the place of the last row asked for moves over the text once; a blank
+// stretch is read once for each section that ends at it, and sections nest at most six deep.
+template <class Unit>
+class TextRows {
+ public:
+  explicit TextRows(std::span<const Unit> text) noexcept : text_(text), rows_(1 + count_feeds(0, text.size())) {}
+
+  Row count() const noexcept { return rows_; }
+
+  // The last row at or above `row` that holds text, but not above `floor`; `row` itself when it is not below `floor`.
+  // Rows outside the text hold none.
+  Row last_text_row(Row floor, Row row) noexcept {
+    if (row <= floor) return row;
+    if (row < 0) return floor;
+    const Row last = std::min(row, rows_ - 1);
+    std::size_t end = last == rows_ - 1 ? text_.size() : begin_of(last + 1) - 1;
+    for (row = last; row > floor; --end) {
+      if (end == 0) return floor;
+      const Unit unit = text_[end - 1];
+      if (unit == '\n') {
+        --row;
+      } else if (!text::is_space(unit)) {
+        break;
+      }
+    }
+    return std::max(row, floor);
+  }
+
+ private:
+  Row count_feeds(std::size_t begin, std::size_t end) const noexcept {
+    return static_cast<Row>(std::count(text_.begin() + static_cast<std::ptrdiff_t>(begin),
+                                       text_.begin() + static_cast<std::ptrdiff_t>(end), Unit{'\n'}));
+  }
+
+  // The offset at which a row begins, which must be one of the text's.
+  std::size_t begin_of(Row row) noexcept {
+    if (row <= cursor_row_) {  // rows that go backwards come from no parsed document
+      cursor_row_ = 0;
+      cursor_ = 0;
+    }
+    // Whole blocks are counted at a time, which is much faster than finding each line feed.
+    for (constexpr std::size_t kBlock = 256; cursor_ + kBlock <= text_.size(); cursor_ += kBlock) {
+      const Row feeds = count_feeds(cursor_, cursor_ + kBlock);
+      if (cursor_row_ + feeds >= row) break;
+      cursor_row_ += feeds;
+    }
+    // The cursor need not stand at the start of a row: it counts the line feeds in front of it.
+    std::size_t at = cursor_;
+    for (Row feeds = cursor_row_; feeds < row; ++at) feeds += text_[at] == Unit{'\n'} ? 1 : 0;
+    return at;
+  }
+
+  std::span<const Unit> text_;
+  Row rows_;
+  std::size_t cursor_ = 0;
+  Row cursor_row_ = 0;
+};
+
+}  // namespace markdown::outline

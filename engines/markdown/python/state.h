@@ -1,0 +1,67 @@
+// What a module object holds: interned names, the host's records and rules of use, the libraries that calls need.
+//
+// Filled once when the module is executed, never changed afterwards, one for each module object.
+#pragma once
+
+#include "python/api.h"
+
+namespace markdown::python {
+
+// Attribute and keyword names, each interned under its own spelling.
+#define MARKDOWN_NAMES(X) \
+  X(children)             \
+  X(start_point)          \
+  X(text)                 \
+  X(type)                 \
+  X(level)                \
+  X(first_row)            \
+  X(name)                 \
+  X(summary)              \
+  X(title)                \
+  X(description)          \
+  X(start_line)           \
+  X(end_line)             \
+  X(fqn)                  \
+  X(_replace)             \
+  X(debug)                \
+  X(group)                \
+  X(safe_load)            \
+  X(section)
+
+// Everything else: imported, or made when the module is executed.
+#define MARKDOWN_OBJECTS(X) \
+  X(symbol_type)            \
+  X(symbol_keywords)        \
+  X(reference_type)         \
+  X(reference_keywords)     \
+  X(doc_link)               \
+  X(wiki_link)              \
+  X(heading_type)           \
+  X(front_matter_type)      \
+  X(node_type)              \
+  X(logger)                 \
+  X(yaml)                   \
+  X(yaml_safe_load)         \
+  X(block_iterator)         \
+  X(link_target_iterator)   \
+  X(inline_target_iterator)
+
+struct ModuleState {
+#define FIELD(name) PyObject* name;
+  struct {
+    MARKDOWN_NAMES(FIELD)
+  } names;
+  MARKDOWN_OBJECTS(FIELD)
+#undef FIELD
+};
+
+inline ModuleState& state_of(PyObject* module) noexcept {
+  return *static_cast<ModuleState*>(PyModule_GetState(module));
+}
+
+void intern_names(ModuleState& state);
+int traverse_state(PyObject* module, visitproc visit, void* arg) noexcept;
+int clear_state(PyObject* module) noexcept;
+void free_state(void* module) noexcept;
+
+}  // namespace markdown::python

@@ -1,0 +1,182 @@
+#include "python/arguments.h"
+#include "python/sequence.h"
+#include "python/text.h"
+// After the interpreter's header.
+#include "outline/heading_path.h"
+#include "outline/heading_reader.h"
+#include "outline/section_ranges.h"
+#include "surface/functions.h"
+#include "surface/records.h"
+
+namespace markdown::surface {
+namespace {
+
+using blocks::Block;
+using outline::Row;
+using python::checked;
+using python::ModuleState;
+using python::Parameters;
+using python::Ref;
+using python::state_of;
+
+Block block_of(const ModuleState& state, PyObject* node) {
+  if (node == Py_None) return {};
+  return {Ref::share(node), blocks::read_kind(state, node)};
+}
+
+PyObject* heading(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
+  static constexpr Parameters<2> kParameters = {"_heading", {"node", "following"}};
+  return python::guarded([&] {
+    const auto [node, following] = kParameters.bind(args, nargs, keywords);
+    const ModuleState& state = state_of(module);
+    inlines::PlainText plain_text;
+    const Block block{Ref::share(node), blocks::read_kind(state, node)};
+    const Block next = block_of(state, following);
+    return to_record(state, outline::read_heading(state, plain_text, block, next));
+  });
+}
+
+constexpr char kHeading[] = R"(_heading($module, /, node, following)
+--
+
+A heading block as a _Heading.
+
+node: an `atx_heading` or `setext_heading` node.
+following: the block after it, or None.
+
+Returns a new _Heading; its row is 0-based.)";
+
+PyObject* summary(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
+  static constexpr Parameters<1> kParameters = {"_summary", {"block"}};
+  return python::guarded([&] {
+    const auto [block] = kParameters.bind(args, nargs, keywords);
+    const ModuleState& state = state_of(module);
+    inlines::PlainText plain_text;
+    return to_str_or_none(outline::read_summary(state, plain_text, block_of(state, block)));
+  });
+}
+
+constexpr char kSummary[] = R"(_summary($module, /, block)
+--
+
+The plain text of a paragraph block.
+
+block: a block-tree node, or None.
+
+Returns a str, or None for no block, any other block, and a paragraph without text.)";
+
+// The lines of a text as the host holds them: a sequence of str.
+class HostLines {
+ public:
+  explicit HostLines(PyObject* lines) : lines_(lines), count_(checked(PySequence_Size(lines))) {}
+
+  Row count() const noexcept { return count_; }
+
+  // Rows outside the lines hold no text.
+  Row last_text_row(Row floor, Row row) const {
+    if (row > floor && row >= count_) row = std::max<Row>(floor, count_ - 1);
+    if (row > floor && row < 0) row = floor;
+    while (row > floor && !holds_text(row)) --row;
+    return row;
+  }
+
+ private:
+  bool holds_text(Row row) const {
+    if (row < 0) return false;
+    const Ref line = Ref::steal(PySequence_GetItem(lines_, static_cast<Py_ssize_t>(row)));
+    python::require_str(line.get(), "a line");
+    checked(PyUnicode_READY(line.get()));
+    for (Py_ssize_t i = 0; i < PyUnicode_GET_LENGTH(line.get()); ++i) {
+      if (!text::is_space(PyUnicode_READ_CHAR(line.get(), i))) return true;
+    }
+    return false;
+  }
+
+  PyObject* lines_;
+  Py_ssize_t count_;
+};
+
+PyObject* section_ends(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
+  static constexpr Parameters<2> kParameters = {"_section_ends", {"headings", "lines"}};
+  return python::guarded([&] {
+    const auto [headings, lines] = kParameters.bind(args, nargs, keywords);
+    const std::vector<outline::Heading> places = read_places(state_of(module), headings);
+    const HostLines rows(lines);
+    const std::vector<Row> ends = outline::section_ends(
+        std::span(places), rows.count(), [&rows](Row floor, Row row) { return rows.last_text_row(floor, row); });
+    Ref list = Ref::steal(PyList_New(0));
+    for (const Row end : ends) {
+      checked(PyList_Append(list.get(), Ref::steal(PyLong_FromLongLong(end)).get()));
+    }
+    return list;
+  });
+}
+
+constexpr char kSectionEnds[] = R"(_section_ends($module, /, headings, lines)
+--
+
+The last row of text of every heading's section.
+
+headings: a sequence of _Heading in document order, of which level and row are read.
+lines: the document's text split at line feeds, a sequence of str.
+
+Returns a new list of int, one 0-based row per heading, both in the same order.)";
+
+PyObject* last_text_row(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
+  static constexpr Parameters<3> kParameters = {"_last_text_row", {"lines", "floor", "row"}};
+  return python::guarded([&] {
+    const auto [lines, floor, row] = kParameters.bind(args, nargs, keywords);
+    return Ref::steal(
+        PyLong_FromLongLong(HostLines(lines).last_text_row(blocks::to_row(floor), blocks::to_row(row))));
+  });
+}
+
+constexpr char kLastTextRow[] = R"(_last_text_row($module, /, lines, floor, row)
+--
+
+The last row at or above a row that holds text, but not above a floor.
+
+lines: the document's text split at line feeds, a sequence of str.
+floor, row: 0-based rows. Rows outside the lines hold no text.
+
+Returns an int; row itself when it is not below floor.)";
+
+PyObject* heading_path(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
+  static constexpr Parameters<1> kParameters = {"_heading_path", {"names"}};
+  return python::guarded([&] {
+    const auto [names] = kParameters.bind(args, nargs, keywords);
+    std::vector<Ref> held;  // the views below point into these strings
+    std::vector<python::Utf8> texts;
+    python::append_items(names, held);
+    texts.reserve(held.size());
+    std::vector<outline::PathName> path;
+    for (const Ref& name : held) {
+      const python::Utf8& text = texts.emplace_back(name.get());
+      path.push_back({text.view(), static_cast<std::size_t>(PyUnicode_GET_LENGTH(name.get()))});
+    }
+    return python::to_str(outline::heading_path(path));
+  });
+}
+
+constexpr char kHeadingPath[] = R"(_heading_path($module, /, names)
+--
+
+The heading path of a section, its signature.
+
+names: a sequence of str, from the outermost section's name to the section's own.
+
+Returns a str of at most MAX_PATH_LENGTH characters: as many names as fit, counted from
+the last, behind an ellipsis for those left out; '' for no names.)";
+
+}  // namespace
+
+PyMethodDef outline_functions[] = {
+    python::method("_heading", heading, kHeading),
+    python::method("_summary", summary, kSummary),
+    python::method("_section_ends", section_ends, kSectionEnds),
+    python::method("_last_text_row", last_text_row, kLastTextRow),
+    python::method("_heading_path", heading_path, kHeadingPath),
+    {},
+};
+
+}  // namespace markdown::surface

@@ -1,0 +1,54 @@
+#include "python/arguments.h"
+// After the interpreter's header.
+#include "outline/section_extraction.h"
+#include "surface/functions.h"
+
+namespace markdown::surface {
+namespace {
+
+using python::Parameters;
+using python::state_of;
+
+PyObject* extract_sections(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
+  static constexpr Parameters<6> kParameters = {
+      "extract_sections", {"root", "source", "prefix", "file_id", "unique_fqn", "cap_docstring"}, 4};
+  return python::guarded([&] {
+    const auto [root, source, prefix, file_id, unique_fqn, cap_docstring] = kParameters.bind(args, nargs, keywords);
+    return outline::extract_sections(state_of(module), {root, source, prefix, file_id, unique_fqn, cap_docstring});
+  });
+}
+
+constexpr char kExtractSections[] =
+    R"(extract_sections($module, /, root, source, prefix, file_id, *, unique_fqn, cap_docstring)
+--
+
+The sections of a Markdown document, in document order.
+
+One `section` symbol per heading with a name, from the heading's first line to the
+last line of text before the next heading of its level or a higher one. Front matter
+at the top describes the first H1, or names a section of its own where there is none.
+
+root: the root node of the document's block tree (tree-sitter-markdown's block
+    grammar); read through `type`, `children`, `start_point` and `text` only.
+source: the str that the tree was parsed from, with LF line endings.
+prefix: the str that the FQN of every top-level section starts with.
+file_id: the id that every symbol carries, passed on as it is.
+unique_fqn: called once per section, in document order, with the FQN that the
+    section's place gives it; returns the str that the section keeps and that its
+    subsections' FQNs are built on.
+cap_docstring: called with a section's summary, after unique_fqn for that section and
+    only when there is one; returns the docstring, which is stored as it is.
+
+Returns a new list of quarnel.models.Symbol; lines are numbered from 1, both ends
+inclusive. Lone surrogates in names and FQNs pass through.
+Raises TypeError for arguments of a wrong type, OverflowError for rows beyond 2**62,
+and whatever a node, a callable or the record type raises; nothing partial is returned.)";
+
+}  // namespace
+
+PyMethodDef public_functions[] = {
+    python::method("extract_sections", extract_sections, kExtractSections),
+    {},
+};
+
+}  // namespace markdown::surface

@@ -1,0 +1,37 @@
+#include "surface/records.h"
+
+#include "blocks/node.h"
+#include "python/sequence.h"
+#include "python/text.h"
+
+namespace markdown::surface {
+
+using python::ModuleState;
+using python::Ref;
+
+Ref to_str_or_none(const std::optional<std::string>& text) { return text ? python::to_str(*text) : python::none(); }
+
+Ref to_record(const ModuleState& state, const outline::Heading& heading) {
+  const Ref name = python::to_str(heading.name);
+  const Ref level = Ref::steal(PyLong_FromLongLong(heading.level));
+  const Ref first_row = Ref::steal(PyLong_FromLongLong(heading.first_row));
+  const Ref summary = to_str_or_none(heading.summary);
+  PyObject* values[] = {name.get(), level.get(), first_row.get(), summary.get()};
+  return Ref::steal(PyObject_Vectorcall(state.heading_type, values, 4, nullptr));
+}
+
+std::vector<outline::Heading> read_places(const ModuleState& state, PyObject* headings) {
+  std::vector<outline::Heading> places;
+  python::for_each_item(headings, [&](const Ref& heading) {
+    const auto number = [&](PyObject* name) {
+      return blocks::to_row(Ref::steal(PyObject_GetAttr(heading.get(), name)).get());
+    };
+    outline::Heading place;
+    place.level = number(state.names.level);
+    place.first_row = number(state.names.first_row);
+    places.push_back(std::move(place));
+  });
+  return places;
+}
+
+}  // namespace markdown::surface

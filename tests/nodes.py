@@ -1,0 +1,71 @@
+"""Block-tree nodes for tests: real ones, parsed, and stand-ins that can misbehave."""
+
+import tree_sitter
+import tree_sitter_markdown
+from quarnel.engines.rules import FqnNumbering, cap_docstring
+
+from quarnel.engines import markdown
+
+PARSER = tree_sitter.Parser(tree_sitter.Language(tree_sitter_markdown.language()))
+
+
+def parse(source):
+    return PARSER.parse(source.encode()).root_node
+
+
+class Node:
+    """A stand-in node: `Node("paragraph", text=b"...")`, children as further arguments."""
+
+    def __init__(self, type, *children, row=0, text=b""):
+        self.type, self.children, self.start_point, self.text = type, list(children), (row, 0), text
+
+
+def inline(text, row=0):
+    return Node("inline", row=row, text=text.encode("utf-8", "surrogatepass"))
+
+
+def heading(level, text, row=0):
+    return Node("atx_heading", Node(f"atx_h{level}_marker"), inline(text, row), row=row)
+
+
+def paragraph(text, row=0):
+    return Node("paragraph", inline(text, row), row=row, text=text.encode())
+
+
+def document(*children):
+    return Node("document", *children)
+
+
+def sections(source, prefix="P", root=None, **host):
+    """The symbols of a source text, by a host with the usual rules unless others are given."""
+    host = {"unique_fqn": FqnNumbering(), "cap_docstring": cap_docstring} | host
+    return markdown.extract_sections(root or parse(source), source, prefix, 7, **host)
+
+
+class Counting:
+    """Counts uses over all that share it, and raises at the k-th."""
+
+    def __init__(self, fail_at=None):
+        self.uses, self.fail_at = 0, fail_at
+
+    def use(self):
+        self.uses += 1
+        if self.uses == self.fail_at:
+            raise Failure(self.uses)
+
+
+class Failure(Exception):
+    pass
+
+
+class CountedNode:
+    """A node whose every attribute read is counted, wrapped around another node."""
+
+    def __init__(self, node, counting):
+        object.__setattr__(self, "_held", (node, counting))
+
+    def __getattribute__(self, name):
+        node, counting = object.__getattribute__(self, "_held")
+        counting.use()
+        value = getattr(node, name)
+        return [CountedNode(child, counting) for child in value] if name == "children" else value
