@@ -3,7 +3,6 @@
 Slow and obviously right: every substitution is `re.Pattern.sub`. The tests hold the native scanners against this.
 """
 
-import bisect
 import urllib.parse
 
 from quarnel.engines import markdown
@@ -26,3 +25,47 @@ def plain_text(text):
         position = match.end()
     parts.append(unmarked(text[position:]))
     return " ".join("".join(parts).split())
+
+
+def destination(written):
+    target = written.strip()
+    if target.startswith("<") and target.endswith(">"):
+        target = target[1:-1].strip()
+    return None if not target or markdown._EXTERNAL.match(target) else target
+
+
+def wiki_target(match):
+    page, anchor = match[1].strip(), (match[2] or "").strip()
+    return f"{page}#{anchor}" if anchor else page or None
+
+
+def inline_targets(run, first_line):
+    text = markdown._CODE_SPAN.sub(lambda match: " " * len(match[0]), run)
+    notes = [(m.start(), markdown.REF_DOC_LINK, destination(m[1])) for m in markdown._INLINE_LINK.finditer(text)]
+    notes += [(m.start(), markdown.REF_WIKI_LINK, wiki_target(m)) for m in markdown._WIKI_LINK.finditer(text)]
+    notes.sort(key=lambda note: note[0])
+    return [(kind, target, first_line + text.count("\n", 0, start)) for start, kind, target in notes if target]
+
+
+def section_at(sections, line):
+    holder = None
+    for section in sections:
+        if section.start_line > line:
+            break
+        if section.end_line >= line:
+            holder = section.fqn
+    return holder
+
+
+def links(targets, sections):
+    """The fields of each reference: name, line, kind, qualifier, source."""
+    seen, found = set(), []
+    for kind, target, line in targets:
+        path, _, anchor = target.partition("#")
+        name = urllib.parse.unquote(path.partition("?")[0]).strip()
+        qualifier = urllib.parse.unquote(anchor).strip() or None
+        key = (kind, name, qualifier, line)
+        if (name or qualifier) and key not in seen:
+            seen.add(key)
+            found.append((name, line, kind, qualifier, section_at(sections, line)))
+    return found

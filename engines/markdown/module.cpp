@@ -7,6 +7,9 @@
 #include "inline/html.h"
 #include "inline/link.h"
 #include "inline/plain_text.h"
+#include "links/destination.h"
+#include "links/inline_link.h"
+#include "links/wiki_link.h"
 #include "outline/closing_sequence.h"
 #include "outline/heading_path.h"
 #include "binder.h"
@@ -67,6 +70,13 @@ void bind_patterns(const Binder& bind) {
   bind.pattern("_HTML", inlines::kHtml, Binder::kDotAll);
   bind.patterns("_EMPHASES", inlines::kEmphases, Binder::kDotAll);
   bind.pattern("_ESCAPE", inlines::kEscape);
+  bind.types("_INLINE_NODES", markdown::blocks::is_inline_run);
+  bind.types("_LINK_CONTAINERS", markdown::blocks::is_link_container);
+  bind.type_name("_REFERENCE_DEFINITION", Kind::kLinkReferenceDefinition);
+  bind.type_name("_DESTINATION_NODE", Kind::kLinkDestination);
+  bind.pattern("_INLINE_LINK", markdown::links::kInlineLink);
+  bind.pattern("_WIKI_LINK", markdown::links::kWikiLink);
+  bind.pattern("_EXTERNAL", markdown::links::kExternal);
 }
 
 void bind_records(const Binder& bind, ModuleState& state) {
@@ -78,7 +88,8 @@ void bind_records(const Binder& bind, ModuleState& state) {
 void bind_functions(const Binder& bind) {
   namespace surface = markdown::surface;
   for (PyMethodDef* functions :
-       {surface::public_functions, surface::block_functions, surface::outline_functions, surface::inline_functions}) {
+       {surface::public_functions, surface::block_functions, surface::outline_functions, surface::inline_functions,
+        surface::link_functions}) {
     bind.functions(functions);
   }
 }
@@ -92,7 +103,9 @@ int execute(PyObject* module) {
     state.symbol_keywords = bind.keywords({"id", "file_id", "name", "kind", "fqn", "start_line", "end_line",
                                            "signature", "is_export", "docstring"})
                                 .release();
+    state.reference_keywords = bind.keywords({"name", "line", "kind", "qualifier", "source_fqn"}).release();
     markdown::surface::make_block_iterator(module);
+    markdown::surface::make_link_iterators(module);
     bind_imports(bind, state);
     bind_constants(bind);
     bind_patterns(bind);

@@ -1,5 +1,6 @@
 #include "python/arguments.h"
 // After the interpreter's header.
+#include "links/link_extraction.h"
 #include "outline/section_extraction.h"
 #include "surface/functions.h"
 
@@ -44,10 +45,39 @@ inclusive. Lone surrogates in names and FQNs pass through.
 Raises TypeError for arguments of a wrong type, OverflowError for rows beyond 2**62,
 and whatever a node, a callable or the record type raises; nothing partial is returned.)";
 
+PyObject* extract_links(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
+  static constexpr Parameters<2> kParameters = {"extract_links", {"root", "sections"}};
+  return python::guarded([&] {
+    const auto [root, sections] = kParameters.bind(args, nargs, keywords);
+    return links::extract_links(state_of(module), root, sections);
+  });
+}
+
+constexpr char kExtractLinks[] = R"(extract_links($module, /, root, sections)
+--
+
+The links of a Markdown document to files of the repository, in document order.
+
+Inline links, reference definitions, links in table cells and wiki links; no images, no
+links to the web, nothing inside code. A link written twice on one line is there once.
+
+root: the root node of the document's block tree, as for extract_sections.
+sections: the sequence of symbols that extract_sections returned for the document, or any
+    records with `start_line`, `end_line` (int, numbered from 1, both inclusive) and `fqn`,
+    in document order.
+
+Returns a new list of quarnel.engines.references.ReferenceInfo: the path as written,
+percent-decoded and without its query ('' for a link within the document), the line
+numbered from 1, the kind, the anchor or None, and the FQN of the innermost section that
+holds the line or None.
+Raises TypeError for objects of a wrong shape, OverflowError for rows beyond 2**62, and
+whatever a node, a section record or the record type raises; nothing partial is returned.)";
+
 }  // namespace
 
 PyMethodDef public_functions[] = {
     python::method("extract_sections", extract_sections, kExtractSections),
+    python::method("extract_links", extract_links, kExtractLinks),
     {},
 };
 

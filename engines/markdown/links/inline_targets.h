@@ -1,0 +1,53 @@
+// The link targets of one run of inline Markdown.
+//
+// Tested by tests/test_links.py.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "links/inline_link.h"
+#include "links/wiki_link.h"
+
+namespace markdown::links {
+
+enum class LinkKind : std::uint8_t { kDocument, kWiki };
+
+struct LinkTarget {
+  LinkKind kind;
+  std::string_view target;  // never empty; holds until the next target is asked for
+  std::int64_t line;        // numbered like the first line that the run was given
+};
+
+// Gives the targets in the order in which the links start; of two links that start at one place the inline link is first.
+class InlineTargets {
+ public:
+  InlineTargets() = default;
+  // Begins a new run, which must outlive the search, in the buffers of the last.
+  void start(std::string_view markdown, std::int64_t first_line);
+
+  std::optional<LinkTarget> next();
+
+ private:
+  std::string_view text_;  // the run with its code spans blanked: all offsets are into this
+  std::string blanked_;
+  std::string joined_;
+  InlineLinkSearch inline_links_;
+  WikiLinkSearch wiki_links_;
+  std::optional<InlineLink> inline_link_;  // the next one of each kind
+  std::optional<WikiLink> wiki_link_;
+  std::size_t counted_ = 0;  // line feeds are counted up to here
+  std::int64_t line_ = 0;
+};
+
+// Whether a run needs to be searched at all: most runs have no link syntax.
+bool may_hold_link(std::string_view markdown) noexcept;
+
+// The text with every code span replaced by as many spaces as it has characters, line feeds included. The view is the
+// text itself when it holds none, otherwise it points into `blanked`.
+std::string_view blank_code_spans(std::string_view text, std::string& blanked);
+
+}  // namespace markdown::links

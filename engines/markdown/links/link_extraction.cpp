@@ -1,0 +1,88 @@
+#include "links/link_extraction.h"
+
+#include <array>
+
+#include "links/link_scan.h"
+#include "links/percent_decoding.h"
+#include "links/section_lookup.h"
+#include "links/seen_links.h"
+#include "python/text.h"
+#include "text/space.h"
+
+namespace markdown::links {
+namespace {
+
+using python::checked;
+using python::ModuleState;
+using python::Ref;
+
+// Splits targets into path and anchor and decodes both, in buffers of its own.
+class KeyReader {
+ public:
+  // The views hold until the next target is read. The split comes before the decoding: an encoded "#" splits nothing.
+  LinkKey read(const LinkTarget& target) {
+    const std::size_t hash = target.target.find('#');
+    const std::string_view path = target.target.substr(0, hash);
+    LinkKey key{target.kind, decode(path.substr(0, path.find('?')), name_), std::nullopt, target.line};
+    if (hash == std::string_view::npos) return key;
+    const std::string_view qualifier = decode(target.target.substr(hash + 1), qualifier_);
+    if (!qualifier.empty()) key.qualifier = qualifier;
+    return key;
+  }
+
+ private:
+  static std::string_view decode(std::string_view text, std::string& buffer) {
+    return text::trim(unquote(text, buffer));
+  }
+
+  std::string name_;
+  std::string qualifier_;
+};
+
+bool names_nothing(const LinkKey& key) noexcept { return key.name.empty() && !key.qualifier; }
+
+// What would have been seen after `count` targets, had every link been remembered from the first one on. Only a tree
+// whose rows go backwards asks for this, so it is worth a second scan to remember one line at a time everywhere else.
+SeenLinks remember_all(const ModuleState& state, PyObject* root, std::size_t count) {
+  SeenLinks seen(SeenLinks::Lines::kAnyOrder);
+  LinkScan scan(root);
+  KeyReader reader;
+  for (; count > 0; --count) {
+    const auto target = scan.next(state);
+    if (!target) break;
+    const LinkKey key = reader.read(*target);
+    if (!names_nothing(key)) seen.add(key);
+  }
+  return seen;
+}
+
+Ref make_reference(const ModuleState& state, const LinkKey& key, const Ref& source_fqn) {
+  const Ref name = python::to_str(key.name);
+  const Ref line = Ref::steal(PyLong_FromLongLong(key.line));
+  const Ref qualifier = key.qualifier ? python::to_str(*key.qualifier) : python::none();
+  const std::array<PyObject*, 5> values = {
+      name.get(), line.get(), key.kind == LinkKind::kWiki ? state.wiki_link : state.doc_link, qualifier.get(),
+      source_fqn.get()};
+  return Ref::steal(PyObject_Vectorcall(state.reference_type, values.data(), 0, state.reference_keywords));
+}
+
+}  // namespace
+
+Ref extract_links(const ModuleState& state, PyObject* root, PyObject* sections) {
+  Ref found = Ref::steal(PyList_New(0));
+  SeenLinks seen(SeenLinks::Lines::kForward);
+  SectionLookup lookup(sections);
+  LinkScan scan(root);
+  KeyReader reader;
+  for (std::size_t count = 0; const auto target = scan.next(state); ++count) {
+    const LinkKey key = reader.read(*target);
+    if (names_nothing(key)) continue;
+    if (seen.goes_backwards(key.line)) seen = remember_all(state, root, count);
+    if (!seen.add(key)) continue;
+    const Ref source_fqn = lookup.holder_of(state, key.line);
+    checked(PyList_Append(found.get(), make_reference(state, key, source_fqn).get()));
+  }
+  return found;
+}
+
+}  // namespace markdown::links

@@ -1,0 +1,32 @@
+// The link scan: every link target of a document, in document order.
+//
+// Tested by tests/test_links.py.
+#pragma once
+
+#include "blocks/walk.h"
+// After the interpreter's header.
+#include <optional>
+
+#include "links/inline_targets.h"
+
+namespace markdown::links {
+
+class LinkScan {
+ public:
+  explicit LinkScan(PyObject* root) : pending_(root) {}
+
+  // Nodes are read as the scan reaches them; lines are 1-based.
+  std::optional<LinkTarget> next(const python::ModuleState& state);
+
+  blocks::PendingNodes& pending() noexcept { return pending_; }
+  const blocks::PendingNodes& pending() const noexcept { return pending_; }
+
+ private:
+  std::optional<LinkTarget> read_definition(const python::ModuleState& state, PyObject* node);
+
+  blocks::PendingNodes pending_;
+  blocks::NodeText text_;  // what the targets at hand point into
+  InlineTargets run_;
+};
+
+}  // namespace markdown::links

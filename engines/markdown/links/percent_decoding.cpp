@@ -1,0 +1,47 @@
+#include "links/percent_decoding.h"
+
+#include <optional>
+
+#include "text/utf8.h"
+
+namespace markdown::links {
+namespace {
+
+constexpr int hex_value(char c) noexcept {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+std::optional<char> escaped_byte(std::string_view text, std::size_t pos) noexcept {
+  if (pos + 2 >= text.size()) return std::nullopt;
+  const int high = hex_value(text[pos + 1]);
+  const int low = hex_value(text[pos + 2]);
+  if (high < 0 || low < 0) return std::nullopt;
+  return static_cast<char>(high * 16 + low);
+}
+
+}  // namespace
+
+std::string_view unquote(std::string_view text, std::string& decoded) {
+  if (text.find('%') == std::string_view::npos) return text;
+  decoded.clear();
+  std::string bytes;  // of the stretch of ASCII characters at hand
+  for (std::size_t pos = 0; pos < text.size();) {
+    if (!text::is_ascii(text[pos])) {
+      text::append_replaced(decoded, bytes);
+      bytes.clear();
+      // Not decoded again: what is outside ASCII is taken over as it is, and never completes a sequence.
+      for (; pos < text.size() && !text::is_ascii(text[pos]); ++pos) decoded.push_back(text[pos]);
+      continue;
+    }
+    const auto byte = text[pos] == '%' ? escaped_byte(text, pos) : std::nullopt;
+    bytes.push_back(byte.value_or(text[pos]));
+    pos += byte ? 3 : 1;
+  }
+  text::append_replaced(decoded, bytes);
+  return decoded;
+}
+
+}  // namespace markdown::links
