@@ -1,0 +1,224 @@
+"""The command line."""
+
+from __future__ import annotations
+
+import os
+import signal
+import sys
+import time
+from collections.abc import Iterator
+from contextlib import closing, contextmanager
+from typing import Annotated, Optional
+
+import typer
+from rich.console import Console
+from rich.text import Text
+
+from docmap import __version__
+from docmap.checking import Checker, Finding, Page, read_page
+from docmap.documents import STANDARD_INPUT, find_files
+from docmap.jobs import default_jobs, map_in_order, track
+from docmap.json_lines import document_lines, finding_line
+from docmap.outline import print_outline, printable
+from docmap.reading import Document, Unreadable, read_document
+from docmap.targets import Folder
+
+INTERRUPTED = 128 + signal.SIGINT
+PIPE_CLOSED = 128 + signal.SIGPIPE
+
+app = typer.Typer(
+    name="docmap",
+    no_args_is_help=True,
+    add_completion=False,
+    pretty_exceptions_enable=False,
+    context_settings={"help_option_names": ["-h", "--help"]},
+)
+
+Json = Annotated[bool, typer.Option("--json", help="Print JSON Lines instead of text.")]
+Jobs = Annotated[
+    Optional[int],  # noqa: UP045 (typer reads the annotation at run time)
+    typer.Option("--jobs", "-j", min=1, help="Number of processes; by default one for few files."),
+]
+
+
+class _Output(Console):
+    """Standard output; a closed pipe goes to the caller instead of ending the process here."""
+
+    def on_broken_pipe(self) -> None:
+        raise BrokenPipeError
+
+
+class _Errors:
+    """Names on standard error what could not be read, and remembers that there was something."""
+
+    def __init__(self) -> None:
+        self.count = 0
+
+    def folder(self, error: OSError) -> None:
+        self.say(str(error.filename), error.strerror or str(error))
+
+    def say(self, file: str, reason: str) -> None:
+        self.count += 1
+        _note(f"{file}: {reason}")
+
+
+def _note(message: str) -> None:
+    typer.echo(f"docmap: {printable(message)}", err=True)
+
+
+def _note_replaced(document: Document) -> None:
+    if document.replaced:
+        _note(f"{document.file.shown}: not all of it is UTF-8; the rest is read as U+FFFD")
+
+
+def _output() -> _Output:
+    console = _Output(highlight=False)
+    # Without a terminal there is no width to fold at; rich would take 80 columns.
+    return console if console.is_terminal else _Output(highlight=False, width=1 << 20)
+
+
+def _progress_console(*, streaming: bool) -> Console:
+    """Standard error; no terminal when the results themselves run over the terminal and show the progress."""
+    shown = sys.stderr.isatty() and not (streaming and sys.stdout.isatty())
+    return Console(stderr=True, force_terminal=shown)
+
+
+def _print_finding(console: Console, finding: Finding) -> None:
+    meant = "" if finding.suggestion is None else f'; did you mean "{finding.suggestion}"?'
+    place = (f"{finding.file}:{finding.line}: ", "bold")
+    console.print(Text.assemble(place, printable(finding.message + meant)), soft_wrap=True)
+
+
+@contextmanager
+def _ending_with_reader() -> Iterator[None]:
+    """Ends quietly when the reader of standard output has had enough (`docmap ... | head`)."""
+    try:
+        yield
+        sys.stdout.flush()
+    except BrokenPipeError:
+        # What is still buffered would fail again at exit, with a message that nobody can act on.
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        raise typer.Exit(PIPE_CLOSED) from None
+
+
+def _count(number: int, noun: str) -> str:
+    return f"{number} {noun}" if number == 1 else f"{number} {noun}s"
+
+
+def _print_version(wanted: bool) -> None:
+    if wanted:
+        typer.echo(f"docmap {__version__}")
+        raise typer.Exit
+
+
+@app.callback()
+def _options(
+    version: Annotated[
+        bool,
+        typer.Option("--version", callback=_print_version, is_eager=True, help="Print the version and exit."),
+    ] = False,
+) -> None:
+    """Map a folder of Markdown: its outline, its links, and the links that lead nowhere."""
+
+
+@app.command()
+def outline(
+    paths: Annotated[
+        list[str], typer.Argument(metavar="PATH...", help='Files or folders; "-" is standard input.')
+    ],
+    links: Annotated[bool, typer.Option("--links", help="Print each section's links below it.")] = False,
+    as_json: Json = False,
+    jobs: Jobs = None,
+) -> None:
+    """Print the outline of documents: sections, line ranges, first paragraphs."""
+    started = time.monotonic()
+    errors = _Errors()
+    console = _output()
+    files = list(find_files(paths, errors.folder))
+    # Standard input belongs to this process; its children have none.
+    processes = 1 if STANDARD_INPUT in paths else jobs or default_jobs(len(files))
+    read = map_in_order(read_document, files, processes)
+    section_count = link_count = 0
+    with (
+        _ending_with_reader(),
+        closing(track(read, len(files), _progress_console(streaming=True))) as results,
+    ):
+        for document in results:
+            if isinstance(document, Unreadable):
+                errors.say(document.file.shown, document.reason)
+                continue
+            _note_replaced(document)
+            section_count += len(document.sections)
+            link_count += len(document.links)
+            if as_json:
+                sys.stdout.writelines(document_lines(document))
+            else:
+                print_outline(console, document, with_links=links)
+    counts = _count(len(files), "file"), _count(section_count, "section"), _count(link_count, "link")
+    typer.echo(f"{', '.join(counts)} in {time.monotonic() - started:.1f} s", err=True)
+    raise typer.Exit(1 if errors.count else 0)
+
+
+@app.command()
+def check(
+    path: Annotated[
+        str,
+        typer.Argument(metavar="PATH", help="A folder; or a file, whose links into its folder are checked."),
+    ],
+    all_files: Annotated[
+        bool, typer.Option("--all-files", help="Report missing files that are not Markdown, too.")
+    ] = False,
+    as_json: Json = False,
+    jobs: Jobs = None,
+) -> None:
+    """Report links to files and headings that do not exist; the exit status is then 1."""
+    started = time.monotonic()
+    if not os.path.exists(path):
+        raise typer.BadParameter(f"{path} does not exist", param_hint="PATH")
+    folder = path if os.path.isdir(path) else os.path.dirname(path) or "."
+    errors = _Errors()
+    pages, asked_for = _read_pages(folder, path, jobs, errors)
+    checker = Checker(Folder(folder), pages, all_files=all_files)
+    broken = 0
+    console = _output()
+    with _ending_with_reader():
+        for page in asked_for:
+            for finding in checker.findings(page):
+                broken += 1
+                if as_json:
+                    sys.stdout.write(finding_line(finding))
+                else:
+                    _print_finding(console, finding)
+    links = sum(len(page.document.links) for page in asked_for)
+    verdict = f"{broken} broken of {_count(links, 'link')} in {_count(len(asked_for), 'file')}"
+    typer.echo(f"{verdict}, {time.monotonic() - started:.1f} s", err=True)
+    raise typer.Exit(1 if broken or errors.count else 0)
+
+
+def _read_pages(folder: str, path: str, jobs: int | None, errors: _Errors) -> tuple[list[Page], list[Page]]:
+    """Read the pages of a folder; also return those of them that `path` (it or a file in it) asks for."""
+    files = list(find_files([folder] if folder == path else [folder, path], errors.folder))
+    read = map_in_order(read_page, files, jobs or default_jobs(len(files)))
+    pages: list[Page] = []
+    asked_for: list[Page] = []
+    with closing(track(read, len(files), _progress_console(streaming=False))) as results:
+        for file, page in zip(files, results, strict=True):
+            is_asked_for = folder == path or os.path.abspath(file.path) == os.path.abspath(path)
+            if isinstance(page, Unreadable):
+                if is_asked_for:
+                    errors.say(file.shown, page.reason)
+                continue
+            pages.append(page)
+            if is_asked_for:
+                _note_replaced(page.document)
+                asked_for.append(page)
+    return pages, asked_for
+
+
+def main() -> None:
+    """Run the command and exit with its status."""
+    for stream in (sys.stdout, sys.stderr):
+        # A file name or an old terminal's encoding must not end the run halfway.
+        if hasattr(stream, "reconfigure"):
+            stream.reconfigure(errors="replace")
+    app()

@@ -1,0 +1,179 @@
+"""Finds Markdown files and reads them as text that the grammar can parse."""
+
+from __future__ import annotations
+
+import os
+import re
+import sys
+import warnings
+from collections.abc import Callable, Iterable, Iterator
+from dataclasses import dataclass
+from pathlib import Path
+
+from pathspec import GitIgnoreSpec
+
+SUFFIXES = frozenset({".md", ".markdown"})
+STANDARD_INPUT = "-"
+_BOM = b"\xef\xbb\xbf"
+
+
+@dataclass(frozen=True)
+class SourceFile:
+    """A file to read: where it lies, how messages and output name it, and the FQN prefix of its sections."""
+
+    path: Path
+    shown: str
+    prefix: str
+
+
+def is_markdown(name: str) -> bool:
+    """Whether a file of this name is taken when a folder is walked."""
+    return os.path.splitext(name)[1].lower() in SUFFIXES
+
+
+def fqn_prefix(relative: str) -> str:
+    """The FQN prefix of a file: its path relative to the root without suffix, "/" replaced by "."."""
+    return os.path.splitext(relative)[0].replace(os.sep, ".")
+
+
+def find_files(paths: Iterable[str], on_error: Callable[[OSError], None]) -> Iterator[SourceFile]:
+    """Yield the files that `paths` (files, folders, or "-" for standard input) name, each file once.
+
+    A file is taken whatever its suffix, even one that is not there: reading it then says so. A folder is
+    walked as `walk` does it.
+    """
+    seen: set[str] = set()
+    for path in paths:
+        if path == STANDARD_INPUT:
+            found: Iterable[SourceFile] = [SourceFile(Path(path), path, "stdin")]
+        elif os.path.isdir(path):
+            found = _files_below(path, on_error)
+        else:
+            found = [SourceFile(Path(path), path, fqn_prefix(os.path.basename(path)))]
+        for file in found:
+            identity = path if path == STANDARD_INPUT else os.path.abspath(file.path)
+            if identity not in seen:
+                seen.add(identity)
+                yield file
+
+
+def _files_below(root: str, on_error: Callable[[OSError], None]) -> Iterator[SourceFile]:
+    for relative in walk(root, on_error):
+        shown = os.path.normpath(os.path.join(root, relative))
+        yield SourceFile(Path(root, relative), shown, fqn_prefix(relative))
+
+
+def walk(root: str, on_error: Callable[[OSError], None]) -> Iterator[str]:
+    """Yield the Markdown files below the folder `root` as relative paths, sorted within each folder.
+
+    Leaves out hidden folders and what .gitignore files name. Links to folders are not followed, as Git does
+    not follow them; so a loop of links ends nowhere. `on_error` gets the error of a folder that may not be
+    read, and the walk goes on without it.
+    """
+    # One (folder, rules in force there) per folder still to be read; a stack, so that depth costs no frames.
+    folders: list[tuple[str, tuple[_Rules, ...]]] = [("", _rules_above(root))]
+    while folders:
+        folder, rules = folders.pop()
+        try:
+            with os.scandir(os.path.join(root, folder)) as scan:
+                entries = sorted(scan, key=lambda entry: entry.name)
+        except OSError as error:
+            on_error(error)
+            continue
+        own = _Rules.read(os.path.abspath(os.path.join(root, folder)))
+        if own is not None:
+            rules = (own, *rules)
+        below = []
+        for entry in entries:
+            relative = os.path.join(folder, entry.name)
+            if entry.is_dir(follow_symlinks=False):
+                if not entry.name.startswith(".") and not _ignored(root, relative, rules, is_folder=True):
+                    below.append((relative, rules))
+            elif is_markdown(entry.name) and _readable(entry) and not _ignored(root, relative, rules):
+                yield relative
+        folders.extend(reversed(below))
+
+
+def _readable(entry: os.DirEntry[str]) -> bool:
+    """Leaves out pipes and devices, which could block; keeps a link to nowhere, so that it is reported."""
+    return entry.is_file() or (entry.is_symlink() and not os.path.exists(entry.path))
+
+
+@dataclass(frozen=True)
+class _Rules:
+    """The lines of one .gitignore, and the folder that its patterns are relative to (absolute)."""
+
+    folder: str
+    patterns: GitIgnoreSpec
+
+    @staticmethod
+    def read(folder: str) -> _Rules | None:
+        path = Path(folder, ".gitignore")
+        try:
+            lines = path.read_text("utf-8", "replace").splitlines()
+        except OSError:
+            return None
+        with warnings.catch_warnings():
+            # A bracket in a pattern can make `re` warn of its own future; the user can do nothing about it.
+            warnings.simplefilter("ignore", FutureWarning)
+            return _Rules(folder, GitIgnoreSpec.from_lines(filter(_is_pattern, lines)))
+
+
+def _is_pattern(line: str) -> bool:
+    """Whether a line of a .gitignore can be read; Git passes over the others, such as a lone "!"."""
+    try:
+        GitIgnoreSpec.from_lines([line])
+    except (ValueError, re.error):
+        return False
+    return True
+
+
+def _rules_above(root: str) -> tuple[_Rules, ...]:
+    """The rules of the folders above `root` that are of the same Git repository, nearest first."""
+    top = Path(os.path.abspath(root))
+    above: list[Path] = []
+    for folder in (top, *top.parents):
+        if (folder / ".git").exists():
+            break
+        above.append(folder.parent)
+    else:
+        return ()
+    rules = tuple(found for parent in above if (found := _Rules.read(str(parent))) is not None)
+    # A folder that the user names is mapped even when the repository ignores it; its parent's rules
+    # would then leave nothing of it.
+    return () if _ignored(str(top.parent), top.name, rules, is_folder=True) else rules
+
+
+def _ignored(root: str, relative: str, rules: tuple[_Rules, ...], *, is_folder: bool = False) -> bool:
+    """Whether the first of the rules (nearest first) that speaks of the path ignores it."""
+    if not rules:
+        return False
+    path = os.path.join(os.path.abspath(root), relative)
+    for rule in rules:
+        # A closing slash is how gitignore patterns tell a folder from a file.
+        below = os.path.relpath(path, rule.folder) + (os.sep if is_folder else "")
+        verdict = rule.patterns.check_file(below).include
+        if verdict is not None:
+            return verdict
+    return False
+
+
+def read_text(path: Path) -> tuple[str, bool]:
+    """Return a file's text ("-": standard input's) and whether bytes that are not UTF-8 were replaced.
+
+    Drops a byte order mark, turns CRLF into LF and ends the last line. Raises OSError.
+    """
+    data = sys.stdin.buffer.read() if str(path) == STANDARD_INPUT else path.read_bytes()
+    return normalise(data)
+
+
+def normalise(data: bytes) -> tuple[str, bool]:
+    """Return the text of a document's bytes and whether some of them were not UTF-8 and were replaced."""
+    data = data.removeprefix(_BOM).replace(b"\r\n", b"\n")
+    # Without a final line feed the grammar reads a document that is only a heading line as an ERROR.
+    if data and not data.endswith(b"\n"):
+        data += b"\n"
+    try:
+        return data.decode("utf-8"), False
+    except UnicodeDecodeError:
+        return data.decode("utf-8", "replace"), True

@@ -1,0 +1,69 @@
+"""Does one piece of work for many items: in several processes when that pays, with a progress bar."""
+
+from __future__ import annotations
+
+import os
+import signal
+import time
+from collections.abc import Callable, Generator, Sequence
+from concurrent.futures import ProcessPoolExecutor
+from contextlib import closing
+from typing import TypeVar
+
+from rich.console import Console
+from rich.progress import BarColumn, MofNCompleteColumn, Progress, TextColumn, TimeRemainingColumn
+
+Item = TypeVar("Item")
+Result = TypeVar("Result")
+
+# Below this many files starting processes takes longer than the files do.
+FEW_FILES = 400
+_CHUNK = 16
+# A bar that comes and goes within a second only flickers.
+_SECONDS_BEFORE_BAR = 1.0
+
+
+def default_jobs(count: int) -> int:
+    """How many processes to use for `count` files when the user does not say."""
+    return 1 if count < FEW_FILES else len(os.sched_getaffinity(0))
+
+
+def map_in_order(
+    work: Callable[[Item], Result], items: Sequence[Item], jobs: int
+) -> Generator[Result, None, None]:
+    """Yield work(item) for each item in the order of the items, from `jobs` processes."""
+    if jobs <= 1 or len(items) <= 1:
+        yield from map(work, items)
+        return
+    pool = ProcessPoolExecutor(min(jobs, len(items)), initializer=_leave_interrupts_to_parent)
+    try:
+        yield from pool.map(work, items, chunksize=_CHUNK)
+    finally:
+        # Reached early when the caller stops: an interrupt, a closed pipe. What has not begun is dropped.
+        pool.shutdown(cancel_futures=True)
+
+
+def _leave_interrupts_to_parent() -> None:
+    signal.signal(signal.SIGINT, signal.SIG_IGN)
+
+
+def track(
+    results: Generator[Result, None, None], total: int, console: Console
+) -> Generator[Result, None, None]:
+    """Yield the results, with a bar on `console` when it is a terminal and the work takes long."""
+    started = time.monotonic()
+    bar: Progress | None = None
+    with closing(results):
+        try:
+            for done, result in enumerate(results, 1):
+                yield result
+                if bar is not None:
+                    bar.update(bar.task_ids[0], completed=done)
+                elif console.is_terminal and time.monotonic() - started > _SECONDS_BEFORE_BAR:
+                    columns = TextColumn("reading"), BarColumn(), MofNCompleteColumn(), TimeRemainingColumn()
+                    bar = Progress(*columns, console=console, transient=True)
+                    bar.add_task("", total=total, completed=done)
+                    bar.start()
+        finally:
+            if bar is not None:
+                bar.stop()

@@ -1,0 +1,5 @@
+"""The language engines of the host."""
+
+from pkgutil import extend_path
+
+__path__ = extend_path(__path__, __name__)
