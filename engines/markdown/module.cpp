@@ -1,6 +1,8 @@
 #include "module.h"
 
 #include "blocks/kind.h"
+#include "frontmatter/front_matter.h"
+#include "frontmatter/toml_fields.h"
 #include "inline/code_span.h"
 #include "inline/emphasis.h"
 #include "inline/escape.h"
@@ -53,6 +55,11 @@ void bind_constants(const Binder& bind) {
   bind.type_name("_ATX_HEADING", Kind::kAtxHeading);
   bind.type_name("_SETEXT_HEADING", Kind::kSetextHeading);
   bind.types("_CONTAINERS", markdown::blocks::is_container);
+  bind.type_name("_YAML_FRONT_MATTER", Kind::kMinusMetadata);
+  bind.type_name("_TOML_FRONT_MATTER", Kind::kPlusMetadata);
+  bind.string("_TITLE", markdown::frontmatter::kTitle);
+  bind.string("_DESCRIPTION", markdown::frontmatter::kDescription);
+  bind.integer("MAX_FRONT_MATTER_LENGTH", markdown::frontmatter::kMaxFrontMatterLength);
   bind.string("PATH_SEPARATOR", markdown::outline::kPathSeparator);
   bind.integer("MAX_PATH_LENGTH", markdown::outline::kMaxPathLength);
   bind.string("ELLIPSIS", markdown::outline::kEllipsis);
@@ -70,6 +77,8 @@ void bind_patterns(const Binder& bind) {
   bind.pattern("_HTML", inlines::kHtml, Binder::kDotAll);
   bind.patterns("_EMPHASES", inlines::kEmphases, Binder::kDotAll);
   bind.pattern("_ESCAPE", inlines::kEscape);
+  bind.pattern("_TOML_FIELD", markdown::frontmatter::kTomlField);
+  bind.pattern("_TOML_TABLE", markdown::frontmatter::kTomlTable);
   bind.types("_INLINE_NODES", markdown::blocks::is_inline_run);
   bind.types("_LINK_CONTAINERS", markdown::blocks::is_link_container);
   bind.type_name("_REFERENCE_DEFINITION", Kind::kLinkReferenceDefinition);
@@ -83,13 +92,15 @@ void bind_records(const Binder& bind, ModuleState& state) {
   state.heading_type = bind.record("_Heading", {"name", "level", "first_row", "summary"},
                                    "A heading of the outline, with what the section it heads takes from it.")
                            .release();
+  state.front_matter_type =
+      bind.record("_FrontMatter", {"title", "description"}, "What the front matter says of its document.").release();
 }
 
 void bind_functions(const Binder& bind) {
   namespace surface = markdown::surface;
   for (PyMethodDef* functions :
-       {surface::public_functions, surface::block_functions, surface::outline_functions, surface::inline_functions,
-        surface::link_functions}) {
+       {surface::public_functions, surface::block_functions, surface::outline_functions,
+        surface::front_matter_functions, surface::inline_functions, surface::link_functions}) {
     bind.functions(functions);
   }
 }

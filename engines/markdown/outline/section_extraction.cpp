@@ -4,9 +4,11 @@
 #include <vector>
 
 #include "blocks/walk.h"
+#include "frontmatter/reader.h"
 #include "outline/heading_path.h"
 #include "outline/heading_reader.h"
 #include "outline/section_ranges.h"
+#include "outline/title_section.h"
 #include "python/text.h"
 
 namespace markdown::outline {
@@ -27,16 +29,26 @@ struct HeadingSite {
 // has many more blocks than headings.
 struct DocumentBlocks {
   std::vector<HeadingSite> headings;
+  Block front_matter;     // the first block, if it is front matter
+  Block after_front_matter;  // the second one then, if it is a paragraph
 };
+
+Block if_paragraph(const Block& block) {
+  if (block.kind != blocks::Kind::kParagraph) return {};
+  return {Ref::share(block.node.get()), block.kind};
+}
 
 DocumentBlocks collect_blocks(const ModuleState& state, PyObject* root) {
   DocumentBlocks blocks;
   blocks::BlockWalk walk(root);
-  bool after_heading = false;
-  for (Block block = walk.next(state); block.node; block = walk.next(state)) {
-    if (after_heading && block.kind == blocks::Kind::kParagraph) {
-      blocks.headings.back().following = {Ref::share(block.node.get()), block.kind};
-    }
+  Block block = walk.next(state);
+  if (block.node && blocks::is_front_matter(block.kind)) {
+    blocks.front_matter = std::move(block);
+    block = walk.next(state);
+    blocks.after_front_matter = if_paragraph(block);
+  }
+  for (bool after_heading = false; block.node; block = walk.next(state)) {
+    if (after_heading) blocks.headings.back().following = if_paragraph(block);
     after_heading = blocks::is_heading(block.kind);
     if (after_heading) blocks.headings.push_back({std::move(block), {}});
   }
@@ -51,6 +63,22 @@ std::vector<Heading> read_headings(const ModuleState& state, inlines::PlainText&
     headings.push_back(read_heading(state, plain_text, site.heading, site.following));
   }
   return headings;
+}
+
+void apply_front_matter(const ModuleState& state, inlines::PlainText& plain_text, const DocumentBlocks& blocks,
+                        PyObject* prefix, std::vector<Heading>& headings) {
+  frontmatter::FrontMatter front =
+      frontmatter::read_front_matter(state, plain_text, blocks.front_matter, prefix);
+  const TitlePlan plan = plan_title(headings, front.title.has_value(), front.description.has_value());
+  if (plan.change == TitleChange::kDescribe) {
+    headings[plan.index].summary = std::move(front.description);
+  } else if (plan.change == TitleChange::kAdd) {
+    Heading section;
+    section.name = std::move(*front.title);
+    section.summary =
+        front.description ? std::move(front.description) : read_summary(state, plain_text, blocks.after_front_matter);
+    headings.insert(headings.begin(), std::move(section));
+  }
 }
 
 template <class Unit>
@@ -140,7 +168,8 @@ Ref extract_sections(const ModuleState& state, const SectionRequest& request) {
   checked(PyUnicode_READY(request.prefix));
   inlines::PlainText plain_text;
   const DocumentBlocks blocks = collect_blocks(state, request.root);
-  const std::vector<Heading> headings = read_headings(state, plain_text, blocks.headings);
+  std::vector<Heading> headings = read_headings(state, plain_text, blocks.headings);
+  if (blocks.front_matter.node) apply_front_matter(state, plain_text, blocks, request.prefix, headings);
   const std::vector<Row> ends = ends_of(headings, request.source);
   SymbolBuilder symbols(state, request);
   for (std::size_t i = 0; i < headings.size(); ++i) symbols.add(headings[i], ends[i]);

@@ -22,8 +22,8 @@ namespace markdown::python {
   X(start_line)           \
   X(end_line)             \
   X(fqn)                  \
-  X(_replace)             \
   X(debug)                \
+  X(get)                  \
   X(group)                \
   X(safe_load)            \
   X(section)

@@ -20,6 +20,14 @@ Ref to_record(const ModuleState& state, const outline::Heading& heading) {
   return Ref::steal(PyObject_Vectorcall(state.heading_type, values, 4, nullptr));
 }
 
+Ref with_summary(const ModuleState& state, PyObject* heading, PyObject* summary) {
+  const Ref name = Ref::steal(PyObject_GetAttr(heading, state.names.name));
+  const Ref level = Ref::steal(PyObject_GetAttr(heading, state.names.level));
+  const Ref first_row = Ref::steal(PyObject_GetAttr(heading, state.names.first_row));
+  PyObject* values[] = {name.get(), level.get(), first_row.get(), summary};
+  return Ref::steal(PyObject_Vectorcall(state.heading_type, values, 4, nullptr));
+}
+
 std::vector<outline::Heading> read_places(const ModuleState& state, PyObject* headings) {
   std::vector<outline::Heading> places;
   python::for_each_item(headings, [&](const Ref& heading) {

@@ -13,6 +13,9 @@ namespace markdown::surface {
 
 python::Ref to_record(const python::ModuleState& state, const outline::Heading& heading);
 
+// A copy of a heading record that differs in its summary.
+python::Ref with_summary(const python::ModuleState& state, PyObject* heading, PyObject* summary);
+
 // What nesting and section ranges need of a heading record: its level and its row; the name and the summary stay empty.
 std::vector<outline::Heading> read_places(const python::ModuleState& state, PyObject* headings);
 

@@ -1,0 +1,58 @@
+#include "frontmatter/yaml_loader.h"
+
+#include "frontmatter/yaml_guard.h"
+#include "python/text.h"
+
+namespace markdown::frontmatter {
+namespace {
+
+using python::ModuleState;
+using python::Ref;
+
+// Takes the exception that is set off the interpreter, if front matter may fail with it. The loader lets more slip than
+// its own errors: ValueError for a date like 2024-13-45, KeyError, AttributeError, RecursionError. A lack of memory and
+// an interrupt are not the document's doing.
+Ref take_error() {
+  if (!PyErr_ExceptionMatches(PyExc_Exception) || PyErr_ExceptionMatches(PyExc_MemoryError)) {
+    throw python::PythonError();
+  }
+  PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
+  PyErr_Fetch(&type, &value, &traceback);
+  PyErr_NormalizeException(&type, &value, &traceback);
+  const Ref type_ref = Ref::steal_or_empty(type);
+  const Ref traceback_ref = Ref::steal_or_empty(traceback);
+  return Ref::steal_or_empty(value);
+}
+
+void log_error(const ModuleState& state, PyObject* prefix, PyObject* error) {
+  const Ref message = python::to_str("The front matter of %s is not YAML: %s");
+  Ref::steal(
+      PyObject_CallMethodObjArgs(state.logger, state.names.debug, message.get(), prefix, error, nullptr));
+}
+
+Ref refusal(const ModuleState& state, const char* reason) {
+  const Ref error_type = Ref::steal(PyObject_GetAttrString(state.yaml, "YAMLError"));
+  return Ref::steal(PyObject_CallOneArg(error_type.get(), python::to_str(reason).get()));
+}
+
+}  // namespace
+
+bool is_own_loader(const ModuleState& state) {
+  return Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load)).get() == state.yaml_safe_load;
+}
+
+Ref load_yaml(const ModuleState& state, std::string_view body, PyObject* prefix) {
+  const Ref safe_load = Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load));
+  const Ref text = python::to_str(body);
+  if (safe_load.get() == state.yaml_safe_load) {
+    if (const char* reason = refuse_yaml(state, text.get(), body)) {
+      log_error(state, prefix, refusal(state, reason).get());
+      return {};
+    }
+  }
+  Ref loaded = Ref::steal_or_empty(PyObject_CallOneArg(safe_load.get(), text.get()));
+  if (!loaded) log_error(state, prefix, take_error().get());
+  return loaded;
+}
+
+}  // namespace markdown::frontmatter

@@ -1,0 +1,239 @@
+"""Front matter: the reader, YAML by both ways, and the title section."""
+
+import logging
+import random
+import threading
+
+import pytest
+import yaml
+import yaml_bodies
+from nodes import Node, document, heading, paragraph, sections
+from quarnel.engines import markdown
+from sweep_yaml import difference, is_read_natively
+
+FrontMatter, Heading = markdown._FrontMatter, markdown._Heading
+
+
+def read(body, kind="minus_metadata", prefix="P"):
+    text = body if isinstance(body, bytes) else f"---\n{body}\n---\n".encode("utf-8", "surrogatepass")
+    return markdown._front_matter(Node(kind, text=text), prefix)
+
+
+@pytest.fixture
+def records(monkeypatch):
+    """The debug records of the module's logger, as they come."""
+    made = []
+    monkeypatch.setattr(markdown.logger, "level", logging.DEBUG)
+    monkeypatch.setattr(markdown.logger, "handle", made.append)
+    markdown.logger.manager._clear_cache()
+    yield made
+    markdown.logger.manager._clear_cache()
+
+
+TITLES = [
+    ("Guide", "Guide"), ("yes", None), ("OFF", None), ("2024", "2024"), ("1.50", "1.5"), ("2024-05-01", None),
+    ("[a, b]", None), ("~", None), ("", None), ("'   '", None), ("'**Install** guide'", "Install guide"),
+    ("0x1A", "26"), ("010", "8"), ("1_000", "1000"), ("1:30", "90"), ("1e3", "1e3"), (".inf", "inf"), ("-.INF", "-inf"),
+    (".nan", "nan"), ("'2024'", "2024"), ("-0.0", "-0.0"), ("0.00001", "1e-05"), ("1.0e-5", "1e-05"),
+    ("123456789012345678.0", "1.2345678901234568e+17"), ("9999999999999998.0", "9999999999999998.0"), ("1.0e+16", "1e+16"),
+    ("2.0", "2.0"), ("1234567890123456789012345", "1234567890123456789012345"), ("-9223372036854775809", "-9223372036854775809"),
+    ("a\n  b\n\n  c", "a b c"), ("|\n  a\n  b", "a b"), ('"\\u00e9\\x41"', "éA"), ("{a: b}", None), ("a: b", None),
+    ("!!str 5", "5"), ("&a x", "x"), ("A\ntitle: B", "B"), ("A\nTitle: B", "A"), ("!!binary aGk=", None),
+]  # fmt: skip
+
+
+@pytest.mark.parametrize(("value", "title"), TITLES, ids=[value[:20] or "empty" for value, _ in TITLES])
+def test_titles(value, title):
+    assert read(f"title: {value}").title == title
+    assert difference(f"title: {value}") is None
+
+
+BODIES = [
+    (b"---\ntitle: Guide\n---\n", ("Guide", None)),
+    (b"---\r\ntitle: Guide\n---\n\n\n", ("Guide", None)),
+    (b"---\n---\n", (None, None)),
+    (b"---", (None, None)),
+    (b"", (None, None)),
+    (b"---\ndescription: a\n  b\n---", (None, "a b")),
+    (b"---\ntitle: \xff\n---", ("\ufffd", None)),
+    (b"---\ntitle = 'x'\n---", (None, None)),
+]
+
+
+@pytest.mark.parametrize(("text", "expected"), BODIES)
+def test_bodies(text, expected):
+    assert read(text) == expected
+    # Any other type is read as TOML, also where the body would be YAML.
+    toml = read(text, "plus_metadata")
+    assert toml == (("x", None) if b"=" in text else (None, None))
+
+
+def test_length_is_counted_in_characters(records):
+    filler = "é" * (65536 - len("title: a\n#"))
+    assert read(f"title: a\n#{filler}").title == "a" and not records
+    assert read(f"title: a\n#{filler}é", prefix="docs.x") == (None, None)
+    [record] = records
+    assert (record.msg, record.args) == ("The front matter of %s is too long to read (%d chars)", ("docs.x", 65537))
+
+
+ERRORS = [
+    "title: [unclosed", "a: b\n...\nc: d", "title: !unknown x", "title: 2024-13-45", "a: !!bool x", "a: !!timestamp x",
+    "title: " + "9" * 5000, "title: \x07", "a: *b", "\t- a", "[" * 30_000, "{" * 30_000, "- " * 30_000, "? " * 30_000,
+    "[a: " * 15_000, "- ? " * 15_000, "\n".join(" " * i + "a:" for i in range(300)),
+    "x:\n - &a0 {k: v}\n" + "".join(f" - &a{i} {{<<: *a{i - 1}}}\n" for i in range(1, 2000)) + "<<: *a1999",
+    "a0: &a0 {k: v}\n" + "".join(f"a{i}: &a{i} {{<<: [*a{i - 1}, *a{i - 1}]}}\n" for i in range(1, 30)),
+]  # fmt: skip
+
+
+@pytest.mark.parametrize("body", ERRORS, ids=[body[:14] for body in ERRORS])
+def test_what_the_loader_cannot_read_is_a_debug_record(body, records):
+    assert read(f"description: d\n{body}", prefix="docs.x") == (None, None)
+    [record] = records
+    assert (record.levelno, record.msg, record.args[0]) == (
+        logging.DEBUG, "The front matter of %s is not YAML: %s", "docs.x",
+    )  # fmt: skip
+    assert record.getMessage().startswith("The front matter of docs.x is not YAML: ")
+
+
+@pytest.mark.parametrize("body", ["", "# c", "text", "- a\n- b", "5", "? a", "{}", "a: b", "<<: {title: m}\nb: c"])
+def test_what_is_no_mapping_or_lacks_fields_makes_no_record(body, records):
+    assert difference(body) is None and not records
+
+
+def test_depth_is_refused_under_any_limit_on_a_small_stack():
+    # In a process of its own, since a stack that overflows takes the process with it.
+    import subprocess
+    import sys
+
+    script = """
+import sys, threading
+from types import SimpleNamespace
+from quarnel.engines import markdown
+def run():
+    sys.setrecursionlimit(1_000_000)
+    for unit in ("[", "{", "- ", "? ", "{a: ", "[a: ", "- - ? ", "- [{a: ", "? - "):
+        body = unit * (60_000 // len(unit))
+        node = SimpleNamespace(type="minus_metadata", text=f"---\\n{body}\\n---\\n".encode())
+        assert tuple(markdown._front_matter(node, "P")) == (None, None)
+    print("done")
+threading.stack_size(256 * 1024)
+thread = threading.Thread(target=run)
+thread.start()
+thread.join()
+"""
+    done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, check=False)
+    assert (done.returncode, done.stdout) == (0, "done\n"), done.stderr
+
+
+@pytest.mark.parametrize("error", [MemoryError, KeyboardInterrupt, SystemExit])
+def test_what_is_not_the_documents_doing_goes_through(error, monkeypatch):
+    def load(body):
+        raise error
+
+    monkeypatch.setattr(yaml, "safe_load", load)
+    with pytest.raises(error):
+        read("title: a")
+
+
+def test_another_loader_gets_every_body(monkeypatch, records):
+    bodies = []
+    monkeypatch.setattr(yaml, "safe_load", lambda body: bodies.append(body) or {"title": True, "description": 10**30})
+    assert read("title: a") == (None, str(10**30))
+    assert read("[" * 100) == (None, str(10**30))
+    assert markdown._yaml_fields("x", "P") == {"title": True, "description": 10**30}
+    assert bodies == ["title: a", "[" * 100, "x"]
+    monkeypatch.setattr(yaml, "safe_load", lambda body: 1 / 0)
+    assert read("title: a") == (None, None) and isinstance(records[0].args[1], ZeroDivisionError)
+
+
+def test_integers_of_any_length():
+    number = (1 << 80_000) + 12345
+    for body in (f"title: {hex(number)}", f"title: !!int {hex(number)}", f"title: -{hex(number)}"):
+        title = read(body).title
+        # The interpreter's limit for text of an int counts digits, so they are compared as a number is.
+        sign = -1 if title.startswith("-") else 1
+        digits = title.lstrip("-")
+        assert len(title) == markdown.MAX_INLINE_LENGTH and sign == (-1 if "-" in body else 1)
+        shifted = abs(number) // 10 ** (24083 - len(digits))
+        assert [int(digits[i : i + 999]) for i in range(0, 3996, 999)] == [
+            shifted // 10 ** (len(digits) - i - 999) % 10**999 for i in range(0, 3996, 999)
+        ]
+
+
+FIELDS = [("a", "a"), ("", None), ("**", "**"), ("<b>", None), (True, None), (0, "0"), (-5, "-5"), (0.1, "0.1"), (1e16, "1e+16"),
+          (float("-inf"), "-inf"), (None, None), ([1], None), (b"x", None), ("\ud800", "\ud800")]  # fmt: skip
+
+
+@pytest.mark.parametrize(("value", "text"), FIELDS)
+def test_field(value, text):
+    assert markdown._field({"k": value}, "k") == text
+    assert markdown._field({"k": value}, "other") is None
+
+
+def test_floats_are_written_as_the_interpreter_does():
+    rng = random.Random(11)
+    import struct
+
+    values = [struct.unpack("<d", rng.randbytes(8))[0] for _ in range(20_000)]
+    values += [round(rng.uniform(-1e6, 1e6), rng.randint(0, 6)) for _ in range(5000)] + [10.0**e for e in range(-30, 30)]
+    for value in values:
+        assert markdown._field({"k": value}, "k") == repr(value)
+
+
+@pytest.mark.parametrize("seed", range(4))
+def test_yaml_is_read_as_the_loader_reads_it(seed, records):
+    rng = random.Random(seed)
+    natives = 0
+    for _ in range(1500):
+        body = yaml_bodies.generated(rng) if rng.random() < 0.5 else yaml_bodies.mutated(rng, rng.choice(yaml_bodies.SAMPLES))
+        assert difference(body) is None
+        natives += is_read_natively(body)
+    assert natives > 150  # or nothing was compared
+
+
+H1, H2 = Heading("A", 1, 4, "below"), Heading("B", 2, 6, None)
+TITLES_APPLIED = [
+    ([H2], ("T", "D"), None, [Heading("T", 1, 0, "D"), H2]),
+    ([H2], ("T", None), paragraph("first **p**"), [Heading("T", 1, 0, "first p"), H2]),
+    ([H2], ("T", None), Node("list"), [Heading("T", 1, 0, None), H2]),
+    ([], ("T", None), None, [Heading("T", 1, 0, None)]),
+    ([H2], (None, "D"), None, [H2]),
+    ([H2, H1, H1], ("T", "D"), None, [H2, Heading("A", 1, 4, "D"), H1]),
+    ([H1], ("T", None), paragraph("x"), [H1]),
+]
+
+
+@pytest.mark.parametrize(("headings", "front", "following", "expected"), TITLES_APPLIED)
+def test_title_section(headings, front, following, expected):
+    given = list(headings)
+    result = markdown._with_front_matter(given, FrontMatter(*front), following)
+    assert result == expected
+    added = len(expected) > len(headings)
+    assert (result is not given) == added and (given == list(headings)) == (added or expected == headings)
+
+
+def test_front_matter_in_the_outline():
+    front = Node("minus_metadata", text=b"---\ntitle: T\n---\n")
+    tree = document(front, paragraph("Intro.", 3), heading(2, "B", 5))
+    found = sections("---\ntitle: T\n---\nIntro.\n\n## B\n\n", root=tree)
+    assert [(s.name, s.start_line, s.end_line, s.signature, s.docstring) for s in found] == [
+        ("T", 1, 6, "T", "Intro."), ("B", 6, 6, "T > B", None),
+    ]  # fmt: skip
+    late = sections("a\n---\ntitle: T\n---\n", root=document(paragraph("a"), front))
+    assert late == []
+
+
+def test_threads_share_no_state():
+    failures = []
+
+    def work(number):
+        for i in range(200):
+            if read(f"title: t{number} {i}").title != f"t{number} {i}":
+                failures.append((number, i))
+
+    threads = [threading.Thread(target=work, args=(number,)) for number in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert not failures

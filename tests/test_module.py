@@ -1,0 +1,123 @@
+"""The module as its host sees it: names, their order and kinds, signatures, and how it loads."""
+
+import ast
+import importlib.util
+import inspect
+import logging
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+import quarnel.engines
+from quarnel.engines import markdown
+
+ORDER = """
+    logger _LEVEL_MARKERS _ATX_HEADING _SETEXT_HEADING _CONTAINERS _YAML_FRONT_MATTER _TOML_FRONT_MATTER _TITLE _DESCRIPTION
+    MAX_FRONT_MATTER_LENGTH PATH_SEPARATOR MAX_PATH_LENGTH ELLIPSIS MAX_INLINE_LENGTH
+    _CLOSING_SEQUENCE _CODE_SPAN _DESTINATION _IMAGE _LINK _AUTOLINK _HTML _EMPHASES _ESCAPE _TOML_FIELD _TOML_TABLE
+    _INLINE_NODES _LINK_CONTAINERS _REFERENCE_DEFINITION _DESTINATION_NODE _INLINE_LINK _WIKI_LINK _EXTERNAL
+    _Heading _FrontMatter extract_sections
+""".split()  # fmt: skip
+PATTERNS = [name for name in ORDER if isinstance(getattr(markdown, name), re.Pattern)]
+
+
+def test_names_are_bound_in_order():
+    bound = list(vars(markdown))
+    assert [name for name in bound if name in ORDER] == ORDER
+    assert bound.index("REF_WIKI_LINK") < bound.index("logger")
+    functions = [name for name in bound if inspect.isbuiltin(getattr(markdown, name))]
+    assert bound[-len(functions) :] == functions and len(functions) == 25
+
+
+def test_constants():
+    assert list(markdown._LEVEL_MARKERS.items()) == [
+        *((f"atx_h{level}_marker", level) for level in range(1, 7)), ("setext_h1_underline", 1), ("setext_h2_underline", 2),
+    ]  # fmt: skip
+    assert markdown._CONTAINERS == {"document", "section", "ERROR"} and isinstance(markdown._CONTAINERS, frozenset)
+    assert markdown._INLINE_NODES == {"inline", "pipe_table_cell"}
+    assert markdown._LINK_CONTAINERS == markdown._CONTAINERS | {
+        "block_quote", "list", "list_item", "paragraph", "atx_heading", "setext_heading", "pipe_table", "pipe_table_header",
+        "pipe_table_row",
+    }  # fmt: skip
+    limits = (markdown.MAX_FRONT_MATTER_LENGTH, markdown.MAX_PATH_LENGTH, markdown.MAX_INLINE_LENGTH)
+    assert limits == (65536, 200, 4000)
+    assert (markdown.PATH_SEPARATOR, markdown.ELLIPSIS) == (" > ", "...")
+    assert markdown.logger is logging.getLogger("quarnel.engines.markdown")
+    with pytest.raises(TypeError):
+        markdown._LEVEL_MARKERS["inline"] = 1
+
+
+def test_patterns():
+    assert {name for name in PATTERNS if getattr(markdown, name).flags & re.DOTALL} == {"_CODE_SPAN", "_HTML"}
+    assert isinstance(markdown._EMPHASES, tuple) and len(markdown._EMPHASES) == 3
+    assert all(emphasis.flags & re.DOTALL for emphasis in markdown._EMPHASES)
+    assert markdown._DESTINATION in markdown._LINK.pattern and markdown._IMAGE.pattern.endswith(markdown._DESTINATION)
+
+
+def test_records_are_values():
+    heading = markdown._Heading("A", 1, 0, None)
+    assert heading == markdown._Heading(name="A", level=1, first_row=0, summary=None) and hash(heading)
+    assert markdown._Heading._fields == ("name", "level", "first_row", "summary")
+    assert markdown._FrontMatter._fields == ("title", "description")
+    with pytest.raises(AttributeError):
+        heading.name = "B"
+    with pytest.raises(TypeError):
+        markdown._FrontMatter("T")
+
+
+def functions_of_the_stub():
+    tree = ast.parse((Path(quarnel.engines.markdown.__file__).parent / "markdown.pyi").read_text())
+    return {node.name: node for node in tree.body if isinstance(node, ast.FunctionDef)}
+
+
+@pytest.mark.parametrize("name", sorted(functions_of_the_stub()))
+def test_functions_say_what_they_take(name):
+    function, stub = getattr(markdown, name), functions_of_the_stub()[name]
+    parameters = inspect.signature(function).parameters
+    assert [p for p in parameters if parameters[p].kind is inspect.Parameter.POSITIONAL_OR_KEYWORD] == [
+        argument.arg for argument in stub.args.args
+    ]
+    assert [p for p in parameters if parameters[p].kind is inspect.Parameter.KEYWORD_ONLY] == [
+        argument.arg for argument in stub.args.kwonlyargs
+    ]
+    first_line = function.__doc__.splitlines()[0]
+    assert first_line.endswith(".") and len(first_line) < 90
+    assert all(re.search(rf"^(\w+, )*{p}(, \w+)*: ", function.__doc__, re.MULTILINE) for p in parameters), function.__doc__
+    for arguments in ((), (1,) * (len(parameters) + 1)):
+        with pytest.raises(TypeError, match=re.escape(f"{name}()")):
+            function(*arguments)
+    with pytest.raises(TypeError, match="unexpected keyword argument 'é'"):
+        function(**{"é": 1})
+
+
+def test_public_docstrings_open_as_their_users_know_them():
+    assert markdown.extract_sections.__doc__.startswith("The sections of a Markdown document, in document order.")
+    assert markdown.extract_links.__doc__.startswith(
+        "The links of a Markdown document to files of the repository, in document order."
+    )
+
+
+@pytest.mark.parametrize("missing", ["yaml", "tree_sitter", "quarnel.models", "quarnel.engines.references", "re"])
+def test_loading_fails_with_the_imports_own_error(missing):
+    script = f"""
+import sys, importlib.util
+spec = importlib.util.find_spec("quarnel.engines.markdown")
+sys.modules[{missing!r}] = None
+try:
+    spec.loader.exec_module(importlib.util.module_from_spec(spec))
+except ImportError as error:
+    print(type(error).__name__, {missing!r} in str(error))
+"""
+    done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, check=False)
+    assert done.stdout == "ModuleNotFoundError True\n", done.stderr
+
+
+def test_module_objects_are_independent():
+    spec = importlib.util.find_spec("quarnel.engines.markdown")
+    other = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(other)
+    assert other is not markdown and other._Heading is not markdown._Heading
+    assert other._plain_text("*a*") == "a"
+    assert list(vars(other)) == list(vars(markdown))

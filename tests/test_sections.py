@@ -1,0 +1,114 @@
+"""Section extraction: what the host is asked, in which order, and what it gets."""
+
+import pytest
+from nodes import Node, document, heading, paragraph, sections
+from quarnel.engines import markdown
+from quarnel.models import Symbol
+
+TREE = document(
+    paragraph("before"),
+    heading(1, "Usage", 1),
+    paragraph("First **one**.", 2),
+    heading(2, "Lin.ux", 3),
+    heading(1, "Usage", 4),
+    Node("list", row=5),
+    heading(2, "Linux", 6),
+    paragraph("<b></b>", 7),
+)
+SOURCE = "\n".join("abcdefgh")
+
+
+def test_the_host_is_asked_in_order_and_its_answers_are_kept():
+    asked = []
+
+    def unique_fqn(fqn):
+        asked.append(("fqn", fqn))
+        return fqn + "!"
+
+    def cap_docstring(docstring):
+        asked.append(("doc", docstring))
+        return docstring.upper()
+
+    found = sections(SOURCE, "README", TREE, unique_fqn=unique_fqn, cap_docstring=cap_docstring)
+    assert asked == [
+        ("fqn", "README.Usage"),
+        ("doc", "First one."),
+        ("fqn", "README.Usage!.Lin.ux"),
+        ("fqn", "README.Usage"),
+        ("fqn", "README.Usage!.Linux"),
+    ]
+    assert found[0] == Symbol(
+        id=None, file_id=7, name="Usage", kind="section", fqn="README.Usage!", start_line=2, end_line=4,
+        signature="Usage", is_export=True, docstring="FIRST ONE.",
+    )  # fmt: skip
+    assert [(s.signature, s.docstring) for s in found[1:]] == [
+        ("Usage > Lin.ux", None), ("Usage", None), ("Usage > Linux", None),
+    ]  # fmt: skip
+
+
+def test_symbols_are_built_by_keyword_in_order(monkeypatch):
+    import importlib.util
+    import sys
+
+    import quarnel.models
+
+    def record(*args, **fields):
+        assert not args
+        return list(fields.items())
+
+    # A module object of its own, which sees the record type that stands in the host's when it is loaded.
+    monkeypatch.setattr(quarnel.models, "Symbol", record)
+    spec = importlib.util.find_spec("quarnel.engines.markdown")
+    other = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(other)
+    assert other is not sys.modules["quarnel.engines.markdown"]
+    [fields] = other.extract_sections(
+        document(heading(1, "A")), "# A\n", "P", "id", unique_fqn=str, cap_docstring=str
+    )
+    assert fields == [
+        ("id", None), ("file_id", "id"), ("name", "A"), ("kind", "section"), ("fqn", "P.A"), ("start_line", 1),
+        ("end_line", 1), ("signature", "A"), ("is_export", True), ("docstring", None),
+    ]  # fmt: skip
+
+
+@pytest.mark.parametrize("answer", [None, "", 5])
+def test_a_docstring_is_stored_as_the_host_returns_it(answer):
+    tree = document(heading(1, "A"), paragraph("x"))
+    assert sections("# A\n\nx\n", root=tree, cap_docstring=lambda _: answer)[0].docstring == answer
+
+
+def test_lone_surrogates_and_odd_prefixes_pass_through():
+    tree = document(heading(1, "A"), heading(2, "B"))
+    for prefix in ("", "\ud800", "é.\U0001f600"):
+        asked = []
+        found = sections(SOURCE, prefix, tree, unique_fqn=lambda fqn, asked=asked: asked.append(fqn) or "\udfff")
+        assert asked == [f"{prefix}.A", "\udfff.B"]
+        assert [symbol.fqn for symbol in found] == ["\udfff", "\udfff"]
+
+
+@pytest.mark.parametrize(
+    ("arguments", "keywords"),
+    [
+        ((TREE, SOURCE, "P", 1, str, str), {}),
+        ((TREE, SOURCE, "P", 1), {"unique_fqn": str}),
+        ((TREE, SOURCE, "P"), {"unique_fqn": str, "cap_docstring": str}),
+        ((TREE, SOURCE, "P", 1), {"unique_fqn": str, "cap_docstring": str, "other": 1}),
+        ((TREE, SOURCE, "P", 1), {"unique_fqn": str, "cap_docstring": str, "root": TREE}),
+        ((TREE, b"bytes", "P", 1), {"unique_fqn": str, "cap_docstring": str}),
+        ((TREE, SOURCE, None, 1), {"unique_fqn": str, "cap_docstring": str}),
+        ((TREE, SOURCE, "P", 1), {"unique_fqn": len, "cap_docstring": str}),
+    ],
+    ids=["by position", "one missing", "another missing", "unknown", "twice", "source", "prefix", "answer no str"],
+)
+def test_arguments_that_do_not_fit(arguments, keywords):
+    with pytest.raises(TypeError):
+        markdown.extract_sections(*arguments, **keywords)
+
+
+def test_sections_nest_to_any_depth_of_the_tree():
+    node = heading(1, "deep")
+    for _ in range(100_000):
+        node = Node("section", node)
+    assert [symbol.name for symbol in sections("# deep\n", root=node)] == ["deep"]
+    while node.children:  # taken apart from outside, since the interpreter frees nested objects recursively
+        node.children, node = [], node.children[0]
