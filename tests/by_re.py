@@ -41,10 +41,14 @@ def wiki_target(match):
 
 def inline_targets(run, first_line):
     text = markdown._CODE_SPAN.sub(lambda match: " " * len(match[0]), run)
-    notes = [(m.start(), markdown.REF_DOC_LINK, destination(m[1])) for m in markdown._INLINE_LINK.finditer(text)]
+    notes = [
+        (m.start(), markdown.REF_DOC_LINK, destination(m[1])) for m in markdown._INLINE_LINK.finditer(text)
+    ]
     notes += [(m.start(), markdown.REF_WIKI_LINK, wiki_target(m)) for m in markdown._WIKI_LINK.finditer(text)]
     notes.sort(key=lambda note: note[0])
-    return [(kind, target, first_line + text.count("\n", 0, start)) for start, kind, target in notes if target]
+    return [
+        (kind, target, first_line + text.count("\n", 0, start)) for start, kind, target in notes if target
+    ]
 
 
 def section_at(sections, line):

@@ -2,9 +2,8 @@
 
 import tree_sitter
 import tree_sitter_markdown
-from quarnel.engines.rules import FqnNumbering, cap_docstring
-
 from quarnel.engines import markdown
+from quarnel.engines.rules import FqnNumbering, cap_docstring
 
 PARSER = tree_sitter.Parser(tree_sitter.Language(tree_sitter_markdown.language()))
 

@@ -9,7 +9,9 @@ def test_the_walk_reads_through_containers_only():
     first, second, inner, last = (paragraph(text) for text in ("1", "2", "3", "4"))
     h1, h2 = heading(1, "A"), heading(2, "B")
     quote = Node("block_quote", heading(1, "hidden"))
-    tree = document(first, Node("section", h1, second, Node("section", h2, quote)), Node("ERROR", inner), last)
+    tree = document(
+        first, Node("section", h1, second, Node("section", h2, quote)), Node("ERROR", inner), last
+    )
     assert list(markdown._blocks(tree)) == [first, h1, second, h2, quote, inner, last]
     assert list(markdown._blocks(document())) == []
     assert list(markdown._blocks(first)) == [first]
@@ -73,7 +75,16 @@ def test_text_decodes_as_the_interpreter_replaces(data):
 
 def test_text_of_every_byte_pair_decodes():
     for first in range(0x100):
-        for tail in (b"", b"\x80", b"\xbf\x80", b"\x9f\xbf\x80", b"\xa0\x80A", b"\x90\x80\x80", b"\x8f\xbf\xbf", b"A"):
+        for tail in (
+            b"",
+            b"\x80",
+            b"\xbf\x80",
+            b"\x9f\xbf\x80",
+            b"\xa0\x80A",
+            b"\x90\x80\x80",
+            b"\x8f\xbf\xbf",
+            b"A",
+        ):
             data = bytes([first]) + tail
             assert markdown._text(Node("inline", text=data)) == data.decode("utf-8", "replace"), data
 

@@ -73,7 +73,10 @@ def test_length_is_counted_in_characters(records):
     assert read(f"title: a\n#{filler}").title == "a" and not records
     assert read(f"title: a\n#{filler}é", prefix="docs.x") == (None, None)
     [record] = records
-    assert (record.msg, record.args) == ("The front matter of %s is too long to read (%d chars)", ("docs.x", 65537))
+    assert (record.msg, record.args) == (
+        "The front matter of %s is too long to read (%d chars)",
+        ("docs.x", 65537),
+    )
 
 
 ERRORS = [
@@ -95,7 +98,9 @@ def test_what_the_loader_cannot_read_is_a_debug_record(body, records):
     assert record.getMessage().startswith("The front matter of docs.x is not YAML: ")
 
 
-@pytest.mark.parametrize("body", ["", "# c", "text", "- a\n- b", "5", "? a", "{}", "a: b", "<<: {title: m}\nb: c"])
+@pytest.mark.parametrize(
+    "body", ["", "# c", "text", "- a\n- b", "5", "? a", "{}", "a: b", "<<: {title: m}\nb: c"]
+)
 def test_what_is_no_mapping_or_lacks_fields_makes_no_record(body, records):
     assert difference(body) is None and not records
 
@@ -137,7 +142,9 @@ def test_what_is_not_the_documents_doing_goes_through(error, monkeypatch):
 
 def test_another_loader_gets_every_body(monkeypatch, records):
     bodies = []
-    monkeypatch.setattr(yaml, "safe_load", lambda body: bodies.append(body) or {"title": True, "description": 10**30})
+    monkeypatch.setattr(
+        yaml, "safe_load", lambda body: bodies.append(body) or {"title": True, "description": 10**30}
+    )
     assert read("title: a") == (None, str(10**30))
     assert read("[" * 100) == (None, str(10**30))
     assert markdown._yaml_fields("x", "P") == {"title": True, "description": 10**30}
@@ -175,7 +182,9 @@ def test_floats_are_written_as_the_interpreter_does():
     import struct
 
     values = [struct.unpack("<d", rng.randbytes(8))[0] for _ in range(20_000)]
-    values += [round(rng.uniform(-1e6, 1e6), rng.randint(0, 6)) for _ in range(5000)] + [10.0**e for e in range(-30, 30)]
+    values += [round(rng.uniform(-1e6, 1e6), rng.randint(0, 6)) for _ in range(5000)] + [
+        10.0**e for e in range(-30, 30)
+    ]
     for value in values:
         assert markdown._field({"k": value}, "k") == repr(value)
 
@@ -185,7 +194,11 @@ def test_yaml_is_read_as_the_loader_reads_it(seed, records):
     rng = random.Random(seed)
     natives = 0
     for _ in range(1500):
-        body = yaml_bodies.generated(rng) if rng.random() < 0.5 else yaml_bodies.mutated(rng, rng.choice(yaml_bodies.SAMPLES))
+        body = (
+            yaml_bodies.generated(rng)
+            if rng.random() < 0.5
+            else yaml_bodies.mutated(rng, rng.choice(yaml_bodies.SAMPLES))
+        )
         assert difference(body) is None
         natives += is_read_natively(body)
     assert natives > 150  # or nothing was compared

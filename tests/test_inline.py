@@ -72,7 +72,19 @@ def test_every_short_string_equals_the_patterns(letters, longest):
             assert markdown._unmarked(text) == by_re.unmarked(text), repr(text)
 
 
-PIECES = [*"`*_~[]()<>!\\ \n\ta9é\u2028\ud800\U0001f600-/:", "](", "<!--", "-->", "http:", "mailto:", "**", "~~", "``", "<b ", "/>"]
+PIECES = [
+    *"`*_~[]()<>!\\ \n\ta9é\u2028\ud800\U0001f600-/:",
+    "](",
+    "<!--",
+    "-->",
+    "http:",
+    "mailto:",
+    "**",
+    "~~",
+    "``",
+    "<b ",
+    "/>",
+]
 
 
 @pytest.mark.parametrize("seed", range(8))

@@ -42,13 +42,27 @@ def test_names_and_qualifiers(run, expected):
 
 
 def test_references_are_the_hosts_records():
-    [reference] = markdown.extract_links(root=document(inline("[a](b.md#c)", 2)), sections=(section(1, 9, "A"),))
+    [reference] = markdown.extract_links(
+        root=document(inline("[a](b.md#c)", 2)), sections=(section(1, 9, "A"),)
+    )
     assert reference == ReferenceInfo(name="b.md", line=3, kind=DOC, qualifier="c", source_fqn="A")
 
 
 def test_sections_at_lines():
     nested = [section(1, 20, "A"), section(5, 12, "B"), section(30, 40, "C")]
-    lines = {0: None, 1: "A", 4: "A", 5: "B", 12: "B", 13: "A", 20: "A", 21: None, 30: "C", 41: None, 10**30: None}
+    lines = {
+        0: None,
+        1: "A",
+        4: "A",
+        5: "B",
+        12: "B",
+        13: "A",
+        20: "A",
+        21: None,
+        30: "C",
+        41: None,
+        10**30: None,
+    }
     for line, fqn in lines.items():
         if line < 2**62:
             assert markdown._section_at(nested, line) == by_re.section_at(nested, line) == fqn
@@ -65,7 +79,9 @@ def test_any_rows_and_any_sections_equal_the_rules(seed):
         rows = [rng.randint(0, 12) for _ in range(rng.randint(1, 30))]
         if rng.random() < 0.5:
             rows.sort()
-        runs = [(" ".join(f"[a]({rng.choice('xyz')})" for _ in range(rng.randint(0, 12))), row) for row in rows]
+        runs = [
+            (" ".join(f"[a]({rng.choice('xyz')})" for _ in range(rng.randint(0, 12))), row) for row in rows
+        ]
         starts = [rng.randint(0, 14) for _ in range(8)]
         records = [section(start, start + rng.randint(-1, 9), f"s{i}") for i, start in enumerate(starts)]
         if rng.random() < 0.5:
@@ -89,7 +105,9 @@ def test_section_records_are_read_as_a_plain_scan_would():
             return self.values[name]
 
     records = [Record(1, 9, "A"), Record(2, 3, "B"), Record(6, 8, "C"), Record(20, 30, "D")]
-    markdown.extract_links(document(inline("[x](1)", 0), inline("[x](2)", 4), inline("[x](3)\n[x](4)", 6)), records)
+    markdown.extract_links(
+        document(inline("[x](1)", 0), inline("[x](2)", 4), inline("[x](3)\n[x](4)", 6)), records
+    )
     # Each field once, and none before a line needs it.
     assert reads == ["A.start_line", "A.end_line", "A.fqn", "B.start_line", "B.end_line", "C.start_line",
                      "C.end_line", "C.fqn", "D.start_line"]  # fmt: skip

@@ -37,7 +37,15 @@ def test_inline_targets(run, expected):
     assert list(markdown._inline_targets(run, 10)) == expected == by_re.inline_targets(run, 10)
 
 
-ALPHABETS = [("[]()a", 8), ("[]\\(\n)", 7), ("[]( \"a)", 6), ("[](<>a )", 6), ("[]`\n(a)", 6), ("[]|#!a", 7), ("[](')( ", 6)]
+ALPHABETS = [
+    ("[]()a", 8),
+    ("[]\\(\n)", 7),
+    ('[]( "a)', 6),
+    ("[](<>a )", 6),
+    ("[]`\n(a)", 6),
+    ("[]|#!a", 7),
+    ("[](')( ", 6),
+]
 
 
 @pytest.mark.parametrize(("letters", "longest"), ALPHABETS, ids=[letters for letters, _ in ALPHABETS])
@@ -50,7 +58,19 @@ def test_every_short_run_equals_the_patterns(letters, longest):
                 assert list(markdown._inline_targets(run, 1)) == by_re.inline_targets(run, 1), repr(run)
 
 
-PIECES = [*"[]()<>\"'`\\!#| \n?aé\u00a0\ud800:/", "](", "[[", "]]", "[a](b)", "[\\]", "](x ", "`", "``", "(b)", '"t"']
+PIECES = [
+    *"[]()<>\"'`\\!#| \n?aé\u00a0\ud800:/",
+    "](",
+    "[[",
+    "]]",
+    "[a](b)",
+    "[\\]",
+    "](x ",
+    "`",
+    "``",
+    "(b)",
+    '"t"',
+]
 
 
 @pytest.mark.parametrize("seed", range(8))
@@ -119,7 +139,16 @@ def test_unquote_equals_the_interpreters():
             text = "".join(chosen)
             assert markdown.unquote(text) == urllib.parse.unquote(text), text
     rng = random.Random(5)
-    bytes_ = [f"%{byte:02x}" for byte in range(0x80, 0x100)] + ["%E2%82%AC", "%f0%9f%98%80", "%2", "%", "a", "+", "é", "\ud800"]
+    bytes_ = [f"%{byte:02x}" for byte in range(0x80, 0x100)] + [
+        "%E2%82%AC",
+        "%f0%9f%98%80",
+        "%2",
+        "%",
+        "a",
+        "+",
+        "é",
+        "\ud800",
+    ]
     for _ in range(20_000):
         text = "".join(rng.choices(bytes_, k=rng.randint(1, 8)))
         assert markdown.unquote(text) == urllib.parse.unquote(text), text
@@ -156,11 +185,20 @@ S [s](s.md)
 ===
 """
     targets = [(target, line) for _, target, line in markdown._link_targets(parse(source))]
-    assert targets == [("h.md", 5), ("q.md", 7), ("t.md", 11), ("guide.md", 13), ("late.md", 15), ("s.md", 26)]
+    assert targets == [
+        ("h.md", 5),
+        ("q.md", 7),
+        ("t.md", 11),
+        ("guide.md", 13),
+        ("late.md", 15),
+        ("s.md", 26),
+    ]
 
 
 def test_link_targets_are_lazy_and_take_odd_roots():
-    definition = Node("link_reference_definition", Node("link_label"), Node("link_destination", text=b"<a.md>"), row=4)
+    definition = Node(
+        "link_reference_definition", Node("link_label"), Node("link_destination", text=b"<a.md>"), row=4
+    )
     broken = Node("inline", text=5)
     targets = markdown._link_targets(document(inline("[x](y)", 2), definition, broken))
     assert [next(targets), next(targets)] == [(DOC, "y", 3), (DOC, "a.md", 5)]

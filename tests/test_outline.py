@@ -37,7 +37,9 @@ def test_atx_names(text, name):
 
 
 def test_setext_and_odd_headings():
-    two_lines = Node("setext_heading", paragraph("Getting\nstarted ##", 2), Node("setext_h2_underline"), row=2)
+    two_lines = Node(
+        "setext_heading", paragraph("Getting\nstarted ##", 2), Node("setext_h2_underline"), row=2
+    )
     assert markdown._heading(two_lines, None) == Heading("Getting started ##", 2, 2, None)
     assert markdown._heading(Node("atx_heading", Node("atx_h2_marker")), None).name == ""
     assert markdown._heading(Node("atx_heading", inline("No marker")), None).level == 1
@@ -46,7 +48,12 @@ def test_setext_and_odd_headings():
 
 
 def test_summaries():
-    assert markdown._summary(None) is markdown._summary(Node("list")) is markdown._summary(heading(1, "A")) is None
+    assert (
+        markdown._summary(None)
+        is markdown._summary(Node("list"))
+        is markdown._summary(heading(1, "A"))
+        is None
+    )
     assert markdown._summary(paragraph("Run **make** first.\nThen test.")) == "Run make first. Then test."
     assert markdown._summary(paragraph("<b></b>")) is None
     # The cut to a length in characters comes before anything is read of what lies behind it.
@@ -76,7 +83,10 @@ def test_section_ranges_equal_their_rule(wide):
     # Both ways: over lines that are given, and over a source that is never split.
     rng = random.Random(len(wide.encode()))
     for _ in range(400):
-        lines = [rng.choice(["", " ", "\t\u00a0", "text", wide + "x", "\r", "\u2003" if wide else "\x85"]) for _ in range(30)]
+        lines = [
+            rng.choice(["", " ", "\t\u00a0", "text", wide + "x", "\r", "\u2003" if wide else "\x85"])
+            for _ in range(30)
+        ]
         if rng.random() < 0.2:
             lines = [line + "pad " * 40 for line in lines]
         rows = sorted(rng.sample(range(30), rng.randint(0, 12)))
@@ -90,7 +100,16 @@ def test_section_ranges_equal_their_rule(wide):
 
 def test_rows_outside_the_text_hold_no_text():
     lines = ["a", "", "b", ""]
-    rows = [(0, 3, 2), (2, 3, 2), (3, 3, 3), (5, 3, 3), (0, 10**9, 2), (9, 10**9, 9), (-5, -2, -5), (-5, 1, 0)]
+    rows = [
+        (0, 3, 2),
+        (2, 3, 2),
+        (3, 3, 3),
+        (5, 3, 3),
+        (0, 10**9, 2),
+        (9, 10**9, 9),
+        (-5, -2, -5),
+        (-5, 1, 0),
+    ]
     for floor, row, expected in rows:
         assert markdown._last_text_row(lines, floor, row) == expected
     assert markdown._section_ends([], lines) == []
@@ -114,7 +133,9 @@ LETTERS = [
 ]
 
 
-@pytest.mark.parametrize(("names", "path"), LETTERS, ids=[",".join(f"{n[:3]}{len(n)}" for n in names) for names, _ in LETTERS])
+@pytest.mark.parametrize(
+    ("names", "path"), LETTERS, ids=[",".join(f"{n[:3]}{len(n)}" for n in names) for names, _ in LETTERS]
+)
 def test_heading_path(names, path):
     assert markdown._heading_path(names) == path
     assert markdown._heading_path(names=list(names)) == path
@@ -131,17 +152,25 @@ def path_by_rule(names):
 def test_heading_paths_equal_their_rule():
     rng = random.Random(3)
     for _ in range(3000):
-        names = ["é" * rng.choice([0, 1, 2, 3, 40, 60, 97, 98, 194, 195, 200]) for _ in range(rng.randint(1, 6))]
+        names = [
+            "é" * rng.choice([0, 1, 2, 3, 40, 60, 97, 98, 194, 195, 200]) for _ in range(rng.randint(1, 6))
+        ]
         assert markdown._heading_path(names) == path_by_rule(names)
 
 
 OUTLINES = [
-    pytest.param("# A\n\n### C\n\n## B\n", ["A 1-5", "A > C 3-3", "A > B 5-5"], id="a level skipped adds nothing"),
-    pytest.param("# A\n\n## B\n\n##\n\n### C\n", ["A 1-7", "A > B 3-3", "A > C 7-7"], id="a nameless heading closes"),
+    pytest.param(
+        "# A\n\n### C\n\n## B\n", ["A 1-5", "A > C 3-3", "A > B 5-5"], id="a level skipped adds nothing"
+    ),
+    pytest.param(
+        "# A\n\n## B\n\n##\n\n### C\n", ["A 1-7", "A > B 3-3", "A > C 7-7"], id="a nameless heading closes"
+    ),
     pytest.param("A\n===\n\nb\n\nB\n---\n\n## C\n", ["A 1-9", "A > B 6-7", "A > C 9-9"], id="setext"),
     pytest.param("text\n\n- # no\n\n> # no\n\n```\n# no\n```\n", [], id="headings that are none"),
     pytest.param("---\ntitle: T\n---\n\n## B\n\n", ["T 1-5", "T > B 5-5"], id="title section"),
-    pytest.param("## B\n\n---\ntitle: T\n---\n", ["B 1-3", "title: T 4-5"], id="front matter is at the top or none"),
+    pytest.param(
+        "## B\n\n---\ntitle: T\n---\n", ["B 1-3", "title: T 4-5"], id="front matter is at the top or none"
+    ),
     pytest.param("# A\n\u00a0\n\x0c\n \n# B", ["A 1-1", "B 5-5"], id="blank lines of every kind"),
     pytest.param("", [], id="nothing"),
 ]

@@ -81,7 +81,9 @@ def test_lone_surrogates_and_odd_prefixes_pass_through():
     tree = document(heading(1, "A"), heading(2, "B"))
     for prefix in ("", "\ud800", "é.\U0001f600"):
         asked = []
-        found = sections(SOURCE, prefix, tree, unique_fqn=lambda fqn, asked=asked: asked.append(fqn) or "\udfff")
+        found = sections(
+            SOURCE, prefix, tree, unique_fqn=lambda fqn, asked=asked: asked.append(fqn) or "\udfff"
+        )
         assert asked == [f"{prefix}.A", "\udfff.B"]
         assert [symbol.fqn for symbol in found] == ["\udfff", "\udfff"]
 
@@ -98,7 +100,16 @@ def test_lone_surrogates_and_odd_prefixes_pass_through():
         ((TREE, SOURCE, None, 1), {"unique_fqn": str, "cap_docstring": str}),
         ((TREE, SOURCE, "P", 1), {"unique_fqn": len, "cap_docstring": str}),
     ],
-    ids=["by position", "one missing", "another missing", "unknown", "twice", "source", "prefix", "answer no str"],
+    ids=[
+        "by position",
+        "one missing",
+        "another missing",
+        "unknown",
+        "twice",
+        "source",
+        "prefix",
+        "answer no str",
+    ],
 )
 def test_arguments_that_do_not_fit(arguments, keywords):
     with pytest.raises(TypeError):

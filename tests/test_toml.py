@@ -49,7 +49,9 @@ BODIES = [
 
 @pytest.mark.parametrize(("body", "fields"), BODIES, ids=[repr(body)[:30] for body, _ in BODIES])
 def test_fields(body, fields):
-    assert list(markdown._toml_fields(body).items()) == list(fields.items()) == list(fields_by_re(body).items())
+    assert (
+        list(markdown._toml_fields(body).items()) == list(fields.items()) == list(fields_by_re(body).items())
+    )
 
 
 def test_every_short_line_equals_the_patterns():
@@ -60,12 +62,39 @@ def test_every_short_line_equals_the_patterns():
                 assert markdown._toml_fields(body) == fields_by_re(body), repr(body)
 
 
-PIECES = ["title", "description", "=", " = ", '"', "'", "\\", '\\"', "#", "[", "\n", "\t", "é", "\u00a0", "\x85", "a", "\\u00e9", "\\ud83d", "\\uDE00", "\\u12", "\\n", "\\/", "\x01", "\x7f"]
+PIECES = [
+    "title",
+    "description",
+    "=",
+    " = ",
+    '"',
+    "'",
+    "\\",
+    '\\"',
+    "#",
+    "[",
+    "\n",
+    "\t",
+    "é",
+    "\u00a0",
+    "\x85",
+    "a",
+    "\\u00e9",
+    "\\ud83d",
+    "\\uDE00",
+    "\\u12",
+    "\\n",
+    "\\/",
+    "\x01",
+    "\x7f",
+]
 
 
 @pytest.mark.parametrize("seed", range(4))
 def test_random_bodies_equal_the_patterns(seed):
     rng = random.Random(seed)
     for _ in range(5000):
-        body = rng.choice(["", "title = \"", "description='"]) + "".join(rng.choices(PIECES, k=rng.randint(1, 20)))
+        body = rng.choice(["", 'title = "', "description='"]) + "".join(
+            rng.choices(PIECES, k=rng.randint(1, 20))
+        )
         assert markdown._toml_fields(body) == fields_by_re(body), repr(body)

@@ -67,8 +67,8 @@ void Binder::levels(const char* name, std::initializer_list<blocks::Kind> marker
 
 Ref Binder::compiled(std::string_view text, Flags flags) const {
   const Ref flag = flags == kDotAll ? attribute("re", "DOTALL") : Ref::steal(PyLong_FromLong(0));
-  return Ref::steal(PyObject_CallFunctionObjArgs(attribute("re", "compile").get(), to_str(text).get(), flag.get(),
-                                                 nullptr));
+  return Ref::steal(
+      PyObject_CallFunctionObjArgs(attribute("re", "compile").get(), to_str(text).get(), flag.get(), nullptr));
 }
 
 void Binder::pattern(const char* name, std::string_view text, Flags flags) const { bind(name, compiled(text, flags)); }

@@ -29,7 +29,8 @@ class Binder {
   void levels(const char* name, std::initializer_list<blocks::Kind> markers) const;     // a read-only mapping
   void pattern(const char* name, std::string_view text, Flags flags = kNoFlags) const;  // compiled by re
   void patterns(const char* name, std::span<const std::string_view> texts, Flags flags) const;
-  python::Ref record(const char* name, std::initializer_list<const char*> fields, const char* doc) const;  // a named tuple
+  python::Ref record(const char* name, std::initializer_list<const char*> fields,
+                     const char* doc) const;  // a named tuple
   void functions(PyMethodDef* functions) const;
 
   // Interned names as the tuple that a vectorcall takes its keywords from.

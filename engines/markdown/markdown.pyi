@@ -1,11 +1,10 @@
 """Markdown documents as the outline a reader sees, and the links they make."""
 
 import logging
-import re
 import re as re
 import types as _types
 from collections.abc import Callable, Iterator, Mapping, MutableSequence, Sequence
-from typing import Any, NamedTuple, Protocol, SupportsIndex, TypeVar, final
+from typing import Any, NamedTuple, Protocol, SupportsIndex, TypeVar
 
 import yaml as yaml
 from quarnel.engines.references import REF_DOC_LINK as REF_DOC_LINK

@@ -1,5 +1,6 @@
 #include "module.h"
 
+#include "binder.h"
 #include "blocks/kind.h"
 #include "frontmatter/front_matter.h"
 #include "frontmatter/toml_fields.h"
@@ -14,15 +15,14 @@
 #include "links/wiki_link.h"
 #include "outline/closing_sequence.h"
 #include "outline/heading_path.h"
-#include "binder.h"
 #include "python/state.h"
 #include "surface/functions.h"
 #include "surface/iterators.h"
 
 namespace {
 
-using markdown::blocks::Kind;
 using markdown::Binder;
+using markdown::blocks::Kind;
 using markdown::python::ModuleState;
 using markdown::python::Ref;
 
@@ -49,9 +49,9 @@ void bind_imports(const Binder& bind, ModuleState& state) {
 }
 
 void bind_constants(const Binder& bind) {
-  bind.levels("_LEVEL_MARKERS", {Kind::kAtxH1Marker, Kind::kAtxH2Marker, Kind::kAtxH3Marker, Kind::kAtxH4Marker,
-                                 Kind::kAtxH5Marker, Kind::kAtxH6Marker, Kind::kSetextH1Underline,
-                                 Kind::kSetextH2Underline});
+  bind.levels("_LEVEL_MARKERS",
+              {Kind::kAtxH1Marker, Kind::kAtxH2Marker, Kind::kAtxH3Marker, Kind::kAtxH4Marker, Kind::kAtxH5Marker,
+               Kind::kAtxH6Marker, Kind::kSetextH1Underline, Kind::kSetextH2Underline});
   bind.type_name("_ATX_HEADING", Kind::kAtxHeading);
   bind.type_name("_SETEXT_HEADING", Kind::kSetextHeading);
   bind.types("_CONTAINERS", markdown::blocks::is_container);
@@ -98,9 +98,8 @@ void bind_records(const Binder& bind, ModuleState& state) {
 
 void bind_functions(const Binder& bind) {
   namespace surface = markdown::surface;
-  for (PyMethodDef* functions :
-       {surface::public_functions, surface::block_functions, surface::outline_functions,
-        surface::front_matter_functions, surface::inline_functions, surface::link_functions}) {
+  for (PyMethodDef* functions : {surface::public_functions, surface::block_functions, surface::outline_functions,
+                                 surface::front_matter_functions, surface::inline_functions, surface::link_functions}) {
     bind.functions(functions);
   }
 }

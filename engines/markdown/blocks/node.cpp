@@ -58,7 +58,8 @@ NodeText read_text(const ModuleState& state, PyObject* node, std::size_t max_byt
   Ref text = read(node, state.names.text);
   if (!PyBytes_Check(text.get())) {
     if (checked(PyObject_IsTrue(text.get())) == 0) return {};
-    // A str would be taken for a sequence of numbers below; anything else that gives bytes is copied, since it may change.
+    // A str would be taken for a sequence of numbers below; anything else that gives bytes is copied, since it may
+    // change.
     if (PyUnicode_Check(text.get())) python::raise(PyExc_TypeError, "a node's text must be bytes, not str");
     if (!PyObject_CheckBuffer(text.get())) python::raise(PyExc_TypeError, "a node's text must be bytes");
     text = Ref::steal(PyBytes_FromObject(text.get()));

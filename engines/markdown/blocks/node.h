@@ -1,4 +1,5 @@
-// A node of the host's block tree, through the four reads that the engine makes of one: type, children, start point, text.
+// A node of the host's block tree, through the four reads that the engine makes of one: type, children, start point,
+// text.
 //
 // A node is foreign: each read may run any Python code and raise anything. Each is made once where a rule needs it.
 // Tested by tests/test_blocks.py.
@@ -31,7 +32,7 @@ class NodeText {
 
 inline constexpr std::size_t kWholeText = SIZE_MAX;
 
-Kind read_kind(const python::ModuleState& state, PyObject* node);          // TypeError when the type is no str
+Kind read_kind(const python::ModuleState& state, PyObject* node);  // TypeError when the type is no str
 python::Ref read_children(const python::ModuleState& state, PyObject* node);
 Row read_row(const python::ModuleState& state, PyObject* node);
 // Reads at most the first `max_bytes` bytes of the text; a character may be cut at that place.

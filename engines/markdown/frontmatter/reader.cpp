@@ -74,8 +74,7 @@ FrontMatter read_toml(PlainText& plain_text, std::string_view body) {
 void log_too_long(const ModuleState& state, PyObject* prefix, std::size_t chars) {
   const Ref message = python::to_str("The front matter of %s is too long to read (%d chars)");
   const Ref length = Ref::steal(PyLong_FromSize_t(chars));
-  Ref::steal(
-      PyObject_CallMethodObjArgs(state.logger, state.names.debug, message.get(), prefix, length.get(), nullptr));
+  Ref::steal(PyObject_CallMethodObjArgs(state.logger, state.names.debug, message.get(), prefix, length.get(), nullptr));
 }
 
 }  // namespace

@@ -19,7 +19,8 @@ namespace markdown::frontmatter {
 FrontMatter read_front_matter(const python::ModuleState& state, inlines::PlainText& plain_text,
                               const blocks::Block& block, PyObject* prefix);
 
-// The plain text of a field that is a str, an int or a float; nothing for all else, a bool included, and for empty text.
+// The plain text of a field that is a str, an int or a float; nothing for all else, a bool included, and for empty
+// text.
 std::optional<std::string> field_of(inlines::PlainText& plain_text, PyObject* value);
 
 // The body between the first and the last line of a front matter block's text.

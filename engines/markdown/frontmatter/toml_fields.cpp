@@ -8,7 +8,9 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-bool is_at(std::string_view text, std::size_t pos, char byte) noexcept { return pos < text.size() && text[pos] == byte; }
+bool is_at(std::string_view text, std::size_t pos, char byte) noexcept {
+  return pos < text.size() && text[pos] == byte;
+}
 
 // The offset behind the string whose opening quote stands at `pos`, npos when it has no end.
 std::size_t string_end(std::string_view line, std::size_t pos) noexcept {

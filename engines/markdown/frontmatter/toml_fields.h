@@ -20,15 +20,14 @@ struct TomlField {
   std::string_view literal;  // with its quotes
 };
 
-// Equal: neither key begins the other, and a string has one end: the first quote that no backslash escapes, or the first
-// quote of a literal string. The line holds no line feed.
-// Linear: one forward pass.
+// Equal: neither key begins the other, and a string has one end: the first quote that no backslash escapes, or the
+// first quote of a literal string. The line holds no line feed. Linear: one forward pass.
 std::optional<TomlField> match_toml_field(std::string_view line) noexcept;
 bool match_toml_table(std::string_view line) noexcept;
 
-// The value of a string literal with its quotes: as it stands between single quotes, with JSON's escapes decoded between
-// double quotes, or as it stands there when one of them does not decode. An escape for a lone surrogate gives that
-// surrogate, as three bytes.
+// The value of a string literal with its quotes: as it stands between single quotes, with JSON's escapes decoded
+// between double quotes, or as it stands there when one of them does not decode. An escape for a lone surrogate gives
+// that surrogate, as three bytes.
 std::string toml_string(std::string_view literal);
 
 // Calls `visit` with each field in order, the later of two with one key included, up to the first table.

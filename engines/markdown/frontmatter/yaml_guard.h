@@ -17,8 +17,8 @@ inline constexpr std::size_t kMaxYamlDepth = 48;
 // characters.
 inline constexpr std::size_t kMaxMergedEntries = 65536;
 
-// Why the loader must not have the body, or null when it may. `body` is the str of `utf8`. Reads the parser's events one
-// at a time, which takes no recursion, and only when the body has enough indicators to be able to nest too deep.
+// Why the loader must not have the body, or null when it may. `body` is the str of `utf8`. Reads the parser's events
+// one at a time, which takes no recursion, and only when the body has enough indicators to be able to nest too deep.
 const char* refuse_yaml(const python::ModuleState& state, PyObject* body, std::string_view utf8);
 
 }  // namespace markdown::frontmatter

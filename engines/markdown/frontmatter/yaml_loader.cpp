@@ -26,8 +26,7 @@ Ref take_error() {
 
 void log_error(const ModuleState& state, PyObject* prefix, PyObject* error) {
   const Ref message = python::to_str("The front matter of %s is not YAML: %s");
-  Ref::steal(
-      PyObject_CallMethodObjArgs(state.logger, state.names.debug, message.get(), prefix, error, nullptr));
+  Ref::steal(PyObject_CallMethodObjArgs(state.logger, state.names.debug, message.get(), prefix, error, nullptr));
 }
 
 Ref refusal(const ModuleState& state, const char* reason) {

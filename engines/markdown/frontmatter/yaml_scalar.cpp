@@ -265,7 +265,9 @@ std::optional<std::string> integer_text(std::string_view scalar) {
     value = read_integer(view, 8);
   }
   if (!value) return std::nullopt;
-  return (is_negative && *value != 0 ? "-" : "") + std::to_string(*value);
+  std::string text = std::to_string(*value);
+  if (is_negative && *value != 0) text.insert(text.begin(), '-');
+  return text;
 }
 
 std::optional<double> float_value(std::string_view scalar) {

@@ -5,7 +5,9 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-bool is_at(std::string_view text, std::size_t pos, char byte) noexcept { return pos < text.size() && text[pos] == byte; }
+bool is_at(std::string_view text, std::size_t pos, char byte) noexcept {
+  return pos < text.size() && text[pos] == byte;
+}
 
 // Where an image whose "[" stands at `bracket` begins: at the "!" before it, unless a backslash escapes that.
 bool opens_image(std::string_view text, std::size_t bracket) noexcept {

@@ -24,10 +24,10 @@ struct InlineLink {
 // items behind an opener are therefore one chain with one end, and no earlier place in it can be followed by "](".
 // Behind "](" only two things can be given back: a destination in angle brackets never helps when it is, and white
 // space does so once: a title needs some in front of it, and then the destination is empty.
-// Linear: an opener inside a chain that failed stands at an item of it, a bracketed run, which ends at the next "]". Its
-// own chain ends at that "]" too, or an escape carries it over, and then it goes on as the chain that failed. So the
-// long chains do not overlap, and the short ones do not overlap each other. What follows a "](" is scanned once for that
-// place; of destinations and titles that fail, at most two hold the same byte, since parentheses nest only once.
+// Linear: an opener inside a chain that failed stands at an item of it, a bracketed run, which ends at the next "]".
+// Its own chain ends at that "]" too, or an escape carries it over, and then it goes on as the chain that failed. So
+// the long chains do not overlap, and the short ones do not overlap each other. What follows a "](" is scanned once for
+// that place; of destinations and titles that fail, at most two hold the same byte, since parentheses nest only once.
 class InlineLinkSearch {
  public:
   InlineLinkSearch() = default;

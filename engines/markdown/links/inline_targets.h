@@ -22,7 +22,8 @@ struct LinkTarget {
   std::int64_t line;        // numbered like the first line that the run was given
 };
 
-// Gives the targets in the order in which the links start; of two links that start at one place the inline link is first.
+// Gives the targets in the order in which the links start; of two links that start at one place the inline link is
+// first.
 class InlineTargets {
  public:
   InlineTargets() = default;

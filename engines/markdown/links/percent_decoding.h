@@ -9,8 +9,8 @@
 namespace markdown::links {
 
 // Each "%" and two hexadecimal digits become the byte they stand for; the bytes of each stretch of ASCII characters are
-// then decoded as UTF-8, U+FFFD for what is ill-formed. Everything else stays. The view is the text itself when it holds
-// no "%", otherwise it points into `decoded`.
+// then decoded as UTF-8, U+FFFD for what is ill-formed. Everything else stays. The view is the text itself when it
+// holds no "%", otherwise it points into `decoded`.
 std::string_view unquote(std::string_view text, std::string& decoded);
 
 }  // namespace markdown::links

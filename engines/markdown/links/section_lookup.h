@@ -18,8 +18,8 @@ class SectionLookup {
  public:
   explicit SectionLookup(PyObject* sections) : sections_(sections) {}
 
-  // The FQN of the last section that holds `line` among those up to the first that starts behind it; None when none does.
-  // Sections and lines are numbered alike, both ends of a section are inclusive.
+  // The FQN of the last section that holds `line` among those up to the first that starts behind it; None when none
+  // does. Sections and lines are numbered alike, both ends of a section are inclusive.
   python::Ref holder_of(const python::ModuleState& state, std::int64_t line);
 
  private:

@@ -22,8 +22,8 @@ struct LinkKey {
   std::int64_t line;
 };
 
-// Repeats share their line, so while lines do not go backwards, and those of a parsed document do not, only the links of
-// one line are remembered. Lines that do go backwards need every link remembered, from the first one on.
+// Repeats share their line, so while lines do not go backwards, and those of a parsed document do not, only the links
+// of one line are remembered. Lines that do go backwards need every link remembered, from the first one on.
 class SeenLinks {
  public:
   enum class Lines { kForward, kAnyOrder };
@@ -31,7 +31,8 @@ class SeenLinks {
 
   bool goes_backwards(std::int64_t line) const noexcept { return lines_ == Lines::kForward && line < line_; }
 
-  // Whether the link is new; it is remembered from then on. The line must not go backwards unless any order is expected.
+  // Whether the link is new; it is remembered from then on. The line must not go backwards unless any order is
+  // expected.
   bool add(const LinkKey& key);
 
  private:

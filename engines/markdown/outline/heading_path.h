@@ -19,8 +19,8 @@ struct PathName {
   std::size_t chars = 0;
 };
 
-// At most kMaxPathLength characters: as many names as fit, counted from the last; an ellipsis stands for those dropped in
-// front; a last name that does not fit is cut. Empty for no names.
+// At most kMaxPathLength characters: as many names as fit, counted from the last; an ellipsis stands for those dropped
+// in front; a last name that does not fit is cut. Empty for no names.
 std::string heading_path(std::span<const PathName> names);
 
 }  // namespace markdown::outline

@@ -29,7 +29,7 @@ struct HeadingSite {
 // has many more blocks than headings.
 struct DocumentBlocks {
   std::vector<HeadingSite> headings;
-  Block front_matter;     // the first block, if it is front matter
+  Block front_matter;        // the first block, if it is front matter
   Block after_front_matter;  // the second one then, if it is a paragraph
 };
 
@@ -67,12 +67,11 @@ std::vector<Heading> read_headings(const ModuleState& state, inlines::PlainText&
 
 void apply_front_matter(const ModuleState& state, inlines::PlainText& plain_text, const DocumentBlocks& blocks,
                         PyObject* prefix, std::vector<Heading>& headings) {
-  frontmatter::FrontMatter front =
-      frontmatter::read_front_matter(state, plain_text, blocks.front_matter, prefix);
+  frontmatter::FrontMatter front = frontmatter::read_front_matter(state, plain_text, blocks.front_matter, prefix);
   const TitlePlan plan = plan_title(headings, front.title.has_value(), front.description.has_value());
   if (plan.change == TitleChange::kDescribe) {
     headings[plan.index].summary = std::move(front.description);
-  } else if (plan.change == TitleChange::kAdd) {
+  } else if (plan.change == TitleChange::kAdd && front.title) {
     Heading section;
     section.name = std::move(*front.title);
     section.summary =
@@ -83,8 +82,8 @@ void apply_front_matter(const ModuleState& state, inlines::PlainText& plain_text
 
 template <class Unit>
 std::vector<Row> ends_in(std::span<const Heading> headings, PyObject* source) {
-  TextRows<Unit> rows({static_cast<const Unit*>(PyUnicode_DATA(source)),
-                       static_cast<std::size_t>(PyUnicode_GET_LENGTH(source))});
+  TextRows<Unit> rows(
+      {static_cast<const Unit*>(PyUnicode_DATA(source)), static_cast<std::size_t>(PyUnicode_GET_LENGTH(source))});
   return section_ends(headings, rows.count(),
                       [&rows](Row floor, Row row) noexcept { return rows.last_text_row(floor, row); });
 }
@@ -122,11 +121,10 @@ class SymbolBuilder {
     const Ref signature = python::to_str(heading_path(path_));
     const Ref docstring = cap(heading.summary);
     const std::array<PyObject*, 10> values = {
-        Py_None,        request_.file_id, name.get(),      state_.names.section, fqn.get(), start_line.get(),
-        end_line.get(), signature.get(),  Py_True,         docstring.get(),
+        Py_None,        request_.file_id, name.get(), state_.names.section, fqn.get(), start_line.get(),
+        end_line.get(), signature.get(),  Py_True,    docstring.get(),
     };
-    const Ref symbol =
-        Ref::steal(PyObject_Vectorcall(state_.symbol_type, values.data(), 0, state_.symbol_keywords));
+    const Ref symbol = Ref::steal(PyObject_Vectorcall(state_.symbol_type, values.data(), 0, state_.symbol_keywords));
     checked(PyList_Append(symbols_.get(), symbol.get()));
   }
 

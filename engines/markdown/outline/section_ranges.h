@@ -11,8 +11,8 @@
 
 namespace markdown::outline {
 
-// One end for each heading, in order: the last row that holds text before the next heading of its level or a higher one,
-// or before the end of the text. `Heading` has a `level` and a `first_row`; `last_text_row(floor, row)` answers as
+// One end for each heading, in order: the last row that holds text before the next heading of its level or a higher
+// one, or before the end of the text. `Heading` has a `level` and a `first_row`; `last_text_row(floor, row)` answers as
 // TextRows does, and the text has `rows` rows.
 template <class Heading, class LastTextRow>
 std::vector<Row> section_ends(std::span<const Heading> headings, Row rows, LastTextRow&& last_text_row) {

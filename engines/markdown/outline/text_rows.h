@@ -16,8 +16,8 @@ namespace markdown::outline {
 using Row = std::int64_t;
 
 // `Unit` is what the string stores a code point in: one, two or four bytes.
-// Linear: rows are asked for in document order, so the place of the last row asked for moves over the text once; a blank
-// stretch is read once for each section that ends at it, and sections nest at most six deep.
+// Linear: rows are asked for in document order, so the place of the last row asked for moves over the text once; a
+// blank stretch is read once for each section that ends at it, and sections nest at most six deep.
 template <class Unit>
 class TextRows {
  public:

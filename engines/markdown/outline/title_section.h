@@ -12,8 +12,8 @@
 
 namespace markdown::outline {
 
-// A document's first H1 names it and takes the description as its summary. Where there is none, the front matter's title
-// heads a section of its own, from the first row of the file on.
+// A document's first H1 names it and takes the description as its summary. Where there is none, the front matter's
+// title heads a section of its own, from the first row of the file on.
 enum class TitleChange : std::uint8_t { kNone, kDescribe, kAdd };
 
 struct TitlePlan {

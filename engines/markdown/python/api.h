@@ -1,4 +1,5 @@
-// The interpreter's C API, and the three things that make it safe in C++: owned references, one exception, one way back.
+// The interpreter's C API, and the three things that make it safe in C++: owned references, one exception, one way
+// back.
 //
 // Every file that needs the interpreter includes this header first; none includes Python.h itself.
 #pragma once

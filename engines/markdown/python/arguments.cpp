@@ -14,8 +14,8 @@ template <class... Parts>
 void bind_arguments(const char* function, const char* const* parameters, std::size_t count, std::size_t positional,
                     PyObject* const* args, Py_ssize_t nargs, PyObject* keywords, PyObject** bound) {
   if (static_cast<std::size_t>(nargs) > positional) {
-    reject("%s() takes %zu positional argument%s but %zd were given", function, positional,
-           positional == 1 ? "" : "s", nargs);
+    reject("%s() takes %zu positional argument%s but %zd were given", function, positional, positional == 1 ? "" : "s",
+           nargs);
   }
   for (Py_ssize_t i = 0; i < nargs; ++i) bound[i] = args[i];
   const Py_ssize_t named = keywords ? PyTuple_GET_SIZE(keywords) : 0;

@@ -5,8 +5,8 @@
 
 namespace markdown::python {
 
-// Calls `visit(Ref item)` for every item. An item is held while it is visited, and the length is asked again before each,
-// so a sequence that changes while it is read ends early and is never read past its end.
+// Calls `visit(Ref item)` for every item. An item is held while it is visited, and the length is asked again before
+// each, so a sequence that changes while it is read ends early and is never read past its end.
 template <class Visit>
 void for_each_item(PyObject* sequence, Visit&& visit) {
   if (PyList_CheckExact(sequence)) {

@@ -22,10 +22,9 @@ class Iterator {
         {Py_tp_dealloc, reinterpret_cast<void*>(&Iterator::dealloc)},
         {0, nullptr},
     };
-    PyType_Spec spec = {name, sizeof(Object), 0,
-                        Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_DISALLOW_INSTANTIATION |
-                            Py_TPFLAGS_IMMUTABLETYPE,
-                        slots};
+    PyType_Spec spec = {
+        name, sizeof(Object), 0,
+        Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_DISALLOW_INSTANTIATION | Py_TPFLAGS_IMMUTABLETYPE, slots};
     return PyType_FromModuleAndSpec(module, &spec, nullptr);
   }
 
@@ -38,8 +37,7 @@ class Iterator {
 
  private:
   struct Object {
-    PyObject_HEAD
-    bool running;
+    PyObject_HEAD bool running;
     Source source;
   };
 

@@ -193,12 +193,12 @@ Returns the section's fqn, or None.)";
 
 void make_link_iterators(PyObject* module) {
   ModuleState& state = state_of(module);
-  state.link_target_iterator = Ref::steal(Iterator<LinkTargetSource>::make_type(
-                                              module, "quarnel.engines.markdown._LinkTargetIterator"))
-                                   .release();
-  state.inline_target_iterator = Ref::steal(Iterator<InlineTargetSource>::make_type(
-                                                module, "quarnel.engines.markdown._InlineTargetIterator"))
-                                     .release();
+  state.link_target_iterator =
+      Ref::steal(Iterator<LinkTargetSource>::make_type(module, "quarnel.engines.markdown._LinkTargetIterator"))
+          .release();
+  state.inline_target_iterator =
+      Ref::steal(Iterator<InlineTargetSource>::make_type(module, "quarnel.engines.markdown._InlineTargetIterator"))
+          .release();
 }
 
 PyMethodDef link_functions[] = {

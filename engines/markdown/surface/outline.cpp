@@ -126,8 +126,7 @@ PyObject* last_text_row(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyOb
   static constexpr Parameters<3> kParameters = {"_last_text_row", {"lines", "floor", "row"}};
   return python::guarded([&] {
     const auto [lines, floor, row] = kParameters.bind(args, nargs, keywords);
-    return Ref::steal(
-        PyLong_FromLongLong(HostLines(lines).last_text_row(blocks::to_row(floor), blocks::to_row(row))));
+    return Ref::steal(PyLong_FromLongLong(HostLines(lines).last_text_row(blocks::to_row(floor), blocks::to_row(row))));
   });
 }
 

@@ -18,8 +18,8 @@ constexpr unsigned byte_at(std::string_view bytes, std::size_t pos) noexcept {
   return static_cast<unsigned char>(bytes[pos]);
 }
 
-// One step of strict decoding: how many bytes belong together, and whether they are a character. An ill-formed step is a
-// maximal subpart: the longest start of some well-formed character, or one byte.
+// One step of strict decoding: how many bytes belong together, and whether they are a character. An ill-formed step is
+// a maximal subpart: the longest start of some well-formed character, or one byte.
 struct Step {
   std::size_t length;
   bool valid;
