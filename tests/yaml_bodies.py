@@ -13,7 +13,7 @@ from pathlib import Path
 
 # The letters that the scanner tells apart, and those of numbers, times and the words that are no text.
 SYNTAX_LETTERS = "a:- \n#'\"[],{}0.~"
-NUMBER_LETTERS = "0x1_.:+-eE79T "
+NUMBER_LETTERS = "0x1_.:+-eE89T "
 WORD_LETTERS = "yesnotrufalYESNO~"
 
 SAMPLES = (

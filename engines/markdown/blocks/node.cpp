@@ -13,8 +13,6 @@ using python::Ref;
 // Rows are counted on from: a row and the line feeds of one text must not overflow.
 constexpr Row kRowLimit = Row{1} << 62;
 
-Ref read(PyObject* node, PyObject* name) { return Ref::steal(PyObject_GetAttr(node, name)); }
-
 }  // namespace
 
 NodeText::NodeText(Ref bytes, std::size_t max_bytes) : owner_(std::move(bytes)) {
@@ -26,16 +24,27 @@ NodeText::NodeText(Ref bytes, std::size_t max_bytes) : owner_(std::move(bytes)) 
   text::append_replaced(mended_, bytes_.substr(valid));
 }
 
-Kind read_kind(const ModuleState& state, PyObject* node) {
-  const Ref type = read(node, state.names.type);
+NodeReader::NodeReader(const ModuleState& state) : state_(state) {
+  auto* type = reinterpret_cast<PyTypeObject*>(state.node_type);
+  if (!PyType_Check(state.node_type) || type->tp_getattro != PyObject_GenericGetAttr) return;
+  PyObject* names[kAttributes] = {state.names.children, state.names.start_point, state.names.text, state.names.type};
+  for (std::size_t i = 0; i < kAttributes; ++i) {
+    // Looked up anew for each reader, since the type's attributes may be replaced; one that is no getter stays unused.
+    const Ref descriptor = Ref::steal(PyObject_GetAttr(state.node_type, names[i]));
+    if (!Py_IS_TYPE(descriptor.get(), &PyGetSetDescr_Type)) continue;
+    const auto* getset = reinterpret_cast<PyGetSetDescrObject*>(descriptor.get());
+    if (PyDescr_TYPE(getset) == type) getters_[i] = {getset->d_getset->get, getset->d_getset->closure};
+  }
+}
+
+Kind NodeReader::kind(PyObject* node) const {
+  const Ref type = read(node, kType, state_.names.type);
   python::require_str(type.get(), "a node's type");
   checked(PyUnicode_READY(type.get()));
   if (!PyUnicode_IS_ASCII(type.get())) return Kind::kOther;
   return kind_of({static_cast<const char*>(PyUnicode_DATA(type.get())),
                   static_cast<std::size_t>(PyUnicode_GET_LENGTH(type.get()))});
 }
-
-Ref read_children(const ModuleState& state, PyObject* node) { return read(node, state.names.children); }
 
 Row to_row(PyObject* number) {
   const Ref index = Ref::steal(PyNumber_Index(number));
@@ -46,16 +55,16 @@ Row to_row(PyObject* number) {
   return row;
 }
 
-Row read_row(const ModuleState& state, PyObject* node) {
-  const Ref point = read(node, state.names.start_point);
+Row NodeReader::row(PyObject* node) const {
+  const Ref point = read(node, kStartPoint, state_.names.start_point);
   if (PyTuple_Check(point.get()) && PyTuple_GET_SIZE(point.get()) > 0) {
     return to_row(PyTuple_GET_ITEM(point.get(), 0));
   }
   return to_row(Ref::steal(PySequence_GetItem(point.get(), 0)).get());
 }
 
-NodeText read_text(const ModuleState& state, PyObject* node, std::size_t max_bytes) {
-  Ref text = read(node, state.names.text);
+NodeText NodeReader::text(PyObject* node, std::size_t max_bytes) const {
+  Ref text = read(node, kText, state_.names.text);
   if (!PyBytes_Check(text.get())) {
     if (checked(PyObject_IsTrue(text.get())) == 0) return {};
     // A str would be taken for a sequence of numbers below; anything else that gives bytes is copied, since it may

@@ -7,6 +7,7 @@
 
 #include "python/state.h"
 // After the interpreter's header.
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -32,11 +33,36 @@ class NodeText {
 
 inline constexpr std::size_t kWholeText = SIZE_MAX;
 
-Kind read_kind(const python::ModuleState& state, PyObject* node);  // TypeError when the type is no str
-python::Ref read_children(const python::ModuleState& state, PyObject* node);
-Row read_row(const python::ModuleState& state, PyObject* node);
-// Reads at most the first `max_bytes` bytes of the text; a character may be cut at that place.
-NodeText read_text(const python::ModuleState& state, PyObject* node, std::size_t max_bytes = kWholeText);
+// Makes the reads. Attributes of an exact tree_sitter.Node are read by their getters, looked up once for this reader;
+// those of any other node in the usual way.
+class NodeReader {
+ public:
+  explicit NodeReader(const python::ModuleState& state);
+
+  const python::ModuleState& state() const noexcept { return state_; }
+
+  Kind kind(PyObject* node) const;  // TypeError when the type is no str
+  python::Ref children(PyObject* node) const { return read(node, kChildren, state_.names.children); }
+  Row row(PyObject* node) const;
+  // Reads at most the first `max_bytes` bytes of the text; a character may be cut at that place.
+  NodeText text(PyObject* node, std::size_t max_bytes = kWholeText) const;
+
+ private:
+  enum Attribute : std::uint8_t { kChildren, kStartPoint, kText, kType, kAttributes };
+  struct Getter {
+    getter get = nullptr;
+    void* closure = nullptr;
+  };
+
+  python::Ref read(PyObject* node, Attribute attribute, PyObject* name) const {
+    const Getter& getter = getters_[attribute];
+    const bool direct = getter.get && reinterpret_cast<PyObject*>(Py_TYPE(node)) == state_.node_type;
+    return python::Ref::steal(direct ? getter.get(node, getter.closure) : PyObject_GetAttr(node, name));
+  }
+
+  const python::ModuleState& state_;
+  std::array<Getter, kAttributes> getters_{};
+};
 
 // A row as an object that stands for one, in the range that leaves room to count on: OverflowError beyond 2**62.
 Row to_row(PyObject* number);

@@ -6,7 +6,6 @@
 
 namespace markdown::blocks {
 
-using python::ModuleState;
 using python::Ref;
 
 Ref PendingNodes::pop() {
@@ -17,8 +16,8 @@ Ref PendingNodes::pop() {
   return node;
 }
 
-void PendingNodes::push_children(const ModuleState& state, PyObject* node) {
-  const Ref children = read_children(state, node);
+void PendingNodes::push_children(const NodeReader& nodes, PyObject* node) {
+  const Ref children = nodes.children(node);
   const auto first = static_cast<std::ptrdiff_t>(nodes_.size());
   // Many children at once take just the room they need; a few at each of many levels leave growth to the vector.
   if (PyList_CheckExact(children.get())) {
@@ -34,12 +33,12 @@ int PendingNodes::traverse(visitproc visit, void* arg) const {
   return 0;
 }
 
-Block BlockWalk::next(const ModuleState& state) {
+Block BlockWalk::next(const NodeReader& nodes) {
   while (!pending_.empty()) {
     Ref node = pending_.pop();
-    const Kind kind = read_kind(state, node.get());
+    const Kind kind = nodes.kind(node.get());
     if (!is_container(kind)) return {std::move(node), kind};
-    pending_.push_children(state, node.get());
+    pending_.push_children(nodes, node.get());
   }
   return {};
 }

@@ -23,7 +23,7 @@ class PendingNodes {
   // The node pushed last. Now and then lets the interpreter handle signals: a tree may be endless.
   python::Ref pop();
   // Pushes the children of `node`, as they are now, so that the first is popped first.
-  void push_children(const python::ModuleState& state, PyObject* node);
+  void push_children(const NodeReader& nodes, PyObject* node);
 
   int traverse(visitproc visit, void* arg) const;
   void clear() noexcept { nodes_.clear(); }
@@ -38,7 +38,7 @@ class BlockWalk {
   explicit BlockWalk(PyObject* root) : pending_(root) {}
 
   // The next block, or one without a node at the end. The children of a block are never read.
-  Block next(const python::ModuleState& state);
+  Block next(const NodeReader& nodes);
 
   PendingNodes& pending() noexcept { return pending_; }
   const PendingNodes& pending() const noexcept { return pending_; }

@@ -13,7 +13,7 @@ std::string float_text(double value);
 
 // The decimal digits of a number of any length, '-' before them when negative and not zero. `hex_digits` are of either
 // case, perhaps with leading zeros; none at all is zero. Time grows with the square of the length: 65,000 digits take
-// some 10 ms.
+// some 20 ms.
 std::string integer_text_from_hex(std::string_view hex_digits, bool negative);
 
 }  // namespace markdown::frontmatter

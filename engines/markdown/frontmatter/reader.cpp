@@ -94,18 +94,18 @@ std::string_view body_of(std::string_view text) noexcept {
   return first == last ? std::string_view() : text.substr(first + 1, last - first - 1);
 }
 
-FrontMatter read_front_matter(const ModuleState& state, PlainText& plain_text, const blocks::Block& block,
+FrontMatter read_front_matter(const blocks::NodeReader& nodes, PlainText& plain_text, const blocks::Block& block,
                               PyObject* prefix) {
-  const blocks::NodeText text = blocks::read_text(state, block.node.get());
+  const blocks::NodeText text = nodes.text(block.node.get());
   const std::string_view body = body_of(text.view());
   if (body.size() > kMaxFrontMatterLength) {  // a character has at least one byte
     const std::size_t chars = text::count_chars(body);
     if (chars > kMaxFrontMatterLength) {
-      log_too_long(state, prefix, chars);
+      log_too_long(nodes.state(), prefix, chars);
       return {};
     }
   }
-  if (block.kind == blocks::Kind::kMinusMetadata) return read_yaml(state, plain_text, body, prefix);
+  if (block.kind == blocks::Kind::kMinusMetadata) return read_yaml(nodes.state(), plain_text, body, prefix);
   return read_toml(plain_text, body);
 }
 

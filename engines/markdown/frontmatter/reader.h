@@ -16,7 +16,7 @@ namespace markdown::frontmatter {
 
 // `block` is YAML front matter, or else read as TOML; `prefix`, a str, stands in log records only. Raises nothing for
 // what the document holds.
-FrontMatter read_front_matter(const python::ModuleState& state, inlines::PlainText& plain_text,
+FrontMatter read_front_matter(const blocks::NodeReader& nodes, inlines::PlainText& plain_text,
                               const blocks::Block& block, PyObject* prefix);
 
 // The plain text of a field that is a str, an int or a float; nothing for all else, a bool included, and for empty

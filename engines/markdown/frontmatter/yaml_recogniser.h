@@ -4,7 +4,7 @@
 // plain or quoted keys, block sequences, flow collections, plain, quoted and block scalars. It then gives what
 // `yaml.safe_load` would find under the two keys. Everything else (anchors, tags, directives, tabs, ...) it declines,
 // and all that the loader would raise for. Linear time; nesting deeper than a small constant is declined.
-// Tested by tests/test_yaml.py and tests/sweep_yaml.py.
+// Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
 #pragma once
 
 #include <optional>

@@ -1,7 +1,7 @@
 // Plain (unquoted) YAML scalars typed by the rules of YAML 1.1, as PyYAML's safe loader resolves and constructs them.
 //
 // A scalar is passed as its folded text, without the white space around it. Quoted and block scalars are always text
-// and do not come here. Tested by tests/test_yaml.py and tests/sweep_yaml.py.
+// and do not come here. Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
 #pragma once
 
 #include <optional>

@@ -2,7 +2,7 @@
 //
 // The text holds only what `is_scannable` allows. Offsets are bytes; a column is the bytes since the line's start,
 // which are the characters of PyYAML's columns wherever a block begins, since only spaces and '-' stand before it.
-// Every scan is one forward pass. Tested by tests/test_yaml.py and tests/sweep_yaml.py.
+// Every scan is one forward pass. Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
 #pragma once
 
 #include <cstddef>

@@ -43,12 +43,12 @@ bool names_nothing(const LinkKey& key) noexcept { return key.name.empty() && !ke
 
 // What would have been seen after `count` targets, had every link been remembered from the first one on. Only a tree
 // whose rows go backwards asks for this, so it is worth a second scan to remember one line at a time everywhere else.
-SeenLinks remember_all(const ModuleState& state, PyObject* root, std::size_t count) {
+SeenLinks remember_all(const blocks::NodeReader& nodes, PyObject* root, std::size_t count) {
   SeenLinks seen(SeenLinks::Lines::kAnyOrder);
   LinkScan scan(root);
   KeyReader reader;
   for (; count > 0; --count) {
-    const auto target = scan.next(state);
+    const auto target = scan.next(nodes);
     if (!target) break;
     const LinkKey key = reader.read(*target);
     if (!names_nothing(key)) seen.add(key);
@@ -69,15 +69,16 @@ Ref make_reference(const ModuleState& state, const LinkKey& key, const Ref& sour
 }  // namespace
 
 Ref extract_links(const ModuleState& state, PyObject* root, PyObject* sections) {
+  const blocks::NodeReader nodes(state);
   Ref found = Ref::steal(PyList_New(0));
   SeenLinks seen(SeenLinks::Lines::kForward);
   SectionLookup lookup(sections);
   LinkScan scan(root);
   KeyReader reader;
-  for (std::size_t count = 0; const auto target = scan.next(state); ++count) {
+  for (std::size_t count = 0; const auto target = scan.next(nodes); ++count) {
     const LinkKey key = reader.read(*target);
     if (names_nothing(key)) continue;
-    if (seen.goes_backwards(key.line)) seen = remember_all(state, root, count);
+    if (seen.goes_backwards(key.line)) seen = remember_all(nodes, root, count);
     if (!seen.add(key)) continue;
     const Ref source_fqn = lookup.holder_of(state, key.line);
     checked(PyList_Append(found.get(), make_reference(state, key, source_fqn).get()));

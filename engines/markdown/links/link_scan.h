@@ -16,13 +16,13 @@ class LinkScan {
   explicit LinkScan(PyObject* root) : pending_(root) {}
 
   // Nodes are read as the scan reaches them; lines are 1-based.
-  std::optional<LinkTarget> next(const python::ModuleState& state);
+  std::optional<LinkTarget> next(const blocks::NodeReader& nodes);
 
   blocks::PendingNodes& pending() noexcept { return pending_; }
   const blocks::PendingNodes& pending() const noexcept { return pending_; }
 
  private:
-  std::optional<LinkTarget> read_definition(const python::ModuleState& state, PyObject* node);
+  std::optional<LinkTarget> read_definition(const blocks::NodeReader& nodes, PyObject* node);
 
   blocks::PendingNodes pending_;
   blocks::NodeText text_;  // what the targets at hand point into

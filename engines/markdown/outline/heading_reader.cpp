@@ -9,7 +9,6 @@ namespace {
 using blocks::Block;
 using blocks::Kind;
 using inlines::PlainText;
-using python::ModuleState;
 using python::Ref;
 
 // Four bytes are the most that a character takes, so the text behind these is never read.
@@ -21,13 +20,13 @@ struct HeadingParts {
 };
 
 // One pass over the children, each classified once, ends as soon as both parts are found.
-HeadingParts read_parts(const ModuleState& state, const Block& heading) {
+HeadingParts read_parts(const blocks::NodeReader& nodes, const Block& heading) {
   const Kind content_kind = heading.kind == Kind::kAtxHeading ? Kind::kInline : Kind::kParagraph;
-  const Ref children = blocks::read_children(state, heading.node.get());
+  const Ref children = nodes.children(heading.node.get());
   HeadingParts parts;
   python::for_each_item(children.get(), [&](Ref child) {
     if (parts.level != 0 && parts.content) return;
-    const Kind kind = blocks::read_kind(state, child.get());
+    const Kind kind = nodes.kind(child.get());
     if (parts.level == 0) parts.level = blocks::level_of(kind);
     if (kind == content_kind && !parts.content) parts.content = std::move(child);
   });
@@ -44,23 +43,24 @@ std::string atx_name(PlainText& plain_text, std::string_view text) {
 
 }  // namespace
 
-Heading read_heading(const ModuleState& state, PlainText& plain_text, const Block& node, const Block& following) {
+Heading read_heading(const blocks::NodeReader& nodes, PlainText& plain_text, const Block& node,
+                     const Block& following) {
   Heading heading;
-  const HeadingParts parts = read_parts(state, node);
+  const HeadingParts parts = read_parts(nodes, node);
   if (parts.level != 0) heading.level = parts.level;
   if (parts.content && node.kind == Kind::kAtxHeading) {
-    heading.name = atx_name(plain_text, blocks::read_text(state, parts.content.get()).view());
+    heading.name = atx_name(plain_text, nodes.text(parts.content.get()).view());
   } else if (parts.content) {
-    heading.name = plain_text.of(blocks::read_text(state, parts.content.get(), kMaxInlineBytes).view());
+    heading.name = plain_text.of(nodes.text(parts.content.get(), kMaxInlineBytes).view());
   }
-  heading.first_row = blocks::read_row(state, node.node.get());
-  heading.summary = read_summary(state, plain_text, following);
+  heading.first_row = nodes.row(node.node.get());
+  heading.summary = read_summary(nodes, plain_text, following);
   return heading;
 }
 
-std::optional<std::string> read_summary(const ModuleState& state, PlainText& plain_text, const Block& block) {
+std::optional<std::string> read_summary(const blocks::NodeReader& nodes, PlainText& plain_text, const Block& block) {
   if (!block.node || block.kind != Kind::kParagraph) return std::nullopt;
-  const blocks::NodeText text = blocks::read_text(state, block.node.get(), kMaxInlineBytes);
+  const blocks::NodeText text = nodes.text(block.node.get(), kMaxInlineBytes);
   const std::string_view summary = plain_text.of(text.view());
   return summary.empty() ? std::nullopt : std::optional<std::string>(summary);
 }

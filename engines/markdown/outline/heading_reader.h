@@ -11,11 +11,11 @@
 namespace markdown::outline {
 
 // `node` is a heading block, `following` the block after it. A block without a node stands for none.
-Heading read_heading(const python::ModuleState& state, inlines::PlainText& plain_text, const blocks::Block& node,
+Heading read_heading(const blocks::NodeReader& nodes, inlines::PlainText& plain_text, const blocks::Block& node,
                      const blocks::Block& following);
 
 // The plain text of a paragraph block; nothing for any other block and for none.
-std::optional<std::string> read_summary(const python::ModuleState& state, inlines::PlainText& plain_text,
+std::optional<std::string> read_summary(const blocks::NodeReader& nodes, inlines::PlainText& plain_text,
                                         const blocks::Block& block);
 
 }  // namespace markdown::outline

@@ -38,16 +38,16 @@ Block if_paragraph(const Block& block) {
   return {Ref::share(block.node.get()), block.kind};
 }
 
-DocumentBlocks collect_blocks(const ModuleState& state, PyObject* root) {
+DocumentBlocks collect_blocks(const blocks::NodeReader& nodes, PyObject* root) {
   DocumentBlocks blocks;
   blocks::BlockWalk walk(root);
-  Block block = walk.next(state);
+  Block block = walk.next(nodes);
   if (block.node && blocks::is_front_matter(block.kind)) {
     blocks.front_matter = std::move(block);
-    block = walk.next(state);
+    block = walk.next(nodes);
     blocks.after_front_matter = if_paragraph(block);
   }
-  for (bool after_heading = false; block.node; block = walk.next(state)) {
+  for (bool after_heading = false; block.node; block = walk.next(nodes)) {
     if (after_heading) blocks.headings.back().following = if_paragraph(block);
     after_heading = blocks::is_heading(block.kind);
     if (after_heading) blocks.headings.push_back({std::move(block), {}});
@@ -55,19 +55,19 @@ DocumentBlocks collect_blocks(const ModuleState& state, PyObject* root) {
   return blocks;
 }
 
-std::vector<Heading> read_headings(const ModuleState& state, inlines::PlainText& plain_text,
+std::vector<Heading> read_headings(const blocks::NodeReader& nodes, inlines::PlainText& plain_text,
                                    const std::vector<HeadingSite>& sites) {
   std::vector<Heading> headings;
   headings.reserve(sites.size());
   for (const HeadingSite& site : sites) {
-    headings.push_back(read_heading(state, plain_text, site.heading, site.following));
+    headings.push_back(read_heading(nodes, plain_text, site.heading, site.following));
   }
   return headings;
 }
 
-void apply_front_matter(const ModuleState& state, inlines::PlainText& plain_text, const DocumentBlocks& blocks,
+void apply_front_matter(const blocks::NodeReader& nodes, inlines::PlainText& plain_text, const DocumentBlocks& blocks,
                         PyObject* prefix, std::vector<Heading>& headings) {
-  frontmatter::FrontMatter front = frontmatter::read_front_matter(state, plain_text, blocks.front_matter, prefix);
+  frontmatter::FrontMatter front = frontmatter::read_front_matter(nodes, plain_text, blocks.front_matter, prefix);
   const TitlePlan plan = plan_title(headings, front.title.has_value(), front.description.has_value());
   if (plan.change == TitleChange::kDescribe) {
     headings[plan.index].summary = std::move(front.description);
@@ -75,7 +75,7 @@ void apply_front_matter(const ModuleState& state, inlines::PlainText& plain_text
     Heading section;
     section.name = std::move(*front.title);
     section.summary =
-        front.description ? std::move(front.description) : read_summary(state, plain_text, blocks.after_front_matter);
+        front.description ? std::move(front.description) : read_summary(nodes, plain_text, blocks.after_front_matter);
     headings.insert(headings.begin(), std::move(section));
   }
 }
@@ -164,10 +164,11 @@ Ref extract_sections(const ModuleState& state, const SectionRequest& request) {
   python::require_str(request.prefix, "prefix");
   checked(PyUnicode_READY(request.source));
   checked(PyUnicode_READY(request.prefix));
+  const blocks::NodeReader nodes(state);
   inlines::PlainText plain_text;
-  const DocumentBlocks blocks = collect_blocks(state, request.root);
-  std::vector<Heading> headings = read_headings(state, plain_text, blocks.headings);
-  if (blocks.front_matter.node) apply_front_matter(state, plain_text, blocks, request.prefix, headings);
+  const DocumentBlocks blocks = collect_blocks(nodes, request.root);
+  std::vector<Heading> headings = read_headings(nodes, plain_text, blocks.headings);
+  if (blocks.front_matter.node) apply_front_matter(nodes, plain_text, blocks, request.prefix, headings);
   const std::vector<Row> ends = ends_of(headings, request.source);
   SymbolBuilder symbols(state, request);
   for (std::size_t i = 0; i < headings.size(); ++i) symbols.add(headings[i], ends[i]);

@@ -17,7 +17,7 @@ using python::state_of;
 class BlockSource {
  public:
   explicit BlockSource(PyObject* root) : walk_(root) {}
-  Ref next(const ModuleState& state) { return walk_.next(state).node; }
+  Ref next(const ModuleState& state) { return walk_.next(blocks::NodeReader(state)).node; }
   int traverse(visitproc visit, void* arg) const { return walk_.pending().traverse(visit, arg); }
   void clear() noexcept { walk_.pending().clear(); }
 
@@ -68,7 +68,7 @@ PyObject* text(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObje
   static constexpr Parameters<1> kParameters = {"_text", {"node"}};
   return python::guarded([&] {
     const auto [node] = kParameters.bind(args, nargs, keywords);
-    return python::to_str(blocks::read_text(state_of(module), node).view());
+    return python::to_str(blocks::NodeReader(state_of(module)).text(node).view());
   });
 }
 

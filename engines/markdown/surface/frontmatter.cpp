@@ -27,8 +27,9 @@ PyObject* front_matter(PyObject* module, PyObject* const* args, Py_ssize_t nargs
     const auto [node, prefix] = kParameters.bind(args, nargs, keywords);
     const ModuleState& state = state_of(module);
     inlines::PlainText plain_text;
-    const blocks::Block block{Ref::share(node), blocks::read_kind(state, node)};
-    const auto front = frontmatter::read_front_matter(state, plain_text, block, prefix);
+    const blocks::NodeReader nodes(state);
+    const blocks::Block block{Ref::share(node), nodes.kind(node)};
+    const auto front = frontmatter::read_front_matter(nodes, plain_text, block, prefix);
     const Ref title = to_str_or_none(front.title);
     const Ref description = to_str_or_none(front.description);
     PyObject* values[] = {title.get(), description.get()};
@@ -203,9 +204,9 @@ PyObject* with_front_matter(PyObject* module, PyObject* const* args, Py_ssize_t 
     if (given(description)) {
       section.summary = python::Utf8(description.get()).view();
     } else if (following != Py_None) {
+      const blocks::NodeReader nodes(state);
       inlines::PlainText plain_text;
-      section.summary =
-          outline::read_summary(state, plain_text, {Ref::share(following), blocks::read_kind(state, following)});
+      section.summary = outline::read_summary(nodes, plain_text, {Ref::share(following), nodes.kind(following)});
     }
     Ref list = Ref::steal(PyList_New(0));
     checked(PyList_Append(list.get(), to_record(state, section).get()));

@@ -32,7 +32,7 @@ Ref to_str_unless_empty(std::string_view text) { return text.empty() ? python::n
 class LinkTargetSource {
  public:
   explicit LinkTargetSource(PyObject* root) : scan_(root) {}
-  Ref next(const ModuleState& state) { return to_tuple(state, scan_.next(state)); }
+  Ref next(const ModuleState& state) { return to_tuple(state, scan_.next(blocks::NodeReader(state))); }
   int traverse(visitproc visit, void* arg) const { return scan_.pending().traverse(visit, arg); }
   void clear() noexcept { scan_.pending().clear(); }
 

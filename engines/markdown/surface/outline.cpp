@@ -14,25 +14,24 @@ namespace {
 using blocks::Block;
 using outline::Row;
 using python::checked;
-using python::ModuleState;
 using python::Parameters;
 using python::Ref;
 using python::state_of;
 
-Block block_of(const ModuleState& state, PyObject* node) {
+Block block_of(const blocks::NodeReader& nodes, PyObject* node) {
   if (node == Py_None) return {};
-  return {Ref::share(node), blocks::read_kind(state, node)};
+  return {Ref::share(node), nodes.kind(node)};
 }
 
 PyObject* heading(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<2> kParameters = {"_heading", {"node", "following"}};
   return python::guarded([&] {
     const auto [node, following] = kParameters.bind(args, nargs, keywords);
-    const ModuleState& state = state_of(module);
+    const blocks::NodeReader nodes(state_of(module));
     inlines::PlainText plain_text;
-    const Block block{Ref::share(node), blocks::read_kind(state, node)};
-    const Block next = block_of(state, following);
-    return to_record(state, outline::read_heading(state, plain_text, block, next));
+    const Block block{Ref::share(node), nodes.kind(node)};
+    const Block next = block_of(nodes, following);
+    return to_record(nodes.state(), outline::read_heading(nodes, plain_text, block, next));
   });
 }
 
@@ -50,9 +49,9 @@ PyObject* summary(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyO
   static constexpr Parameters<1> kParameters = {"_summary", {"block"}};
   return python::guarded([&] {
     const auto [block] = kParameters.bind(args, nargs, keywords);
-    const ModuleState& state = state_of(module);
+    const blocks::NodeReader nodes(state_of(module));
     inlines::PlainText plain_text;
-    return to_str_or_none(outline::read_summary(state, plain_text, block_of(state, block)));
+    return to_str_or_none(outline::read_summary(nodes, plain_text, block_of(nodes, block)));
   });
 }
 
