@@ -204,6 +204,21 @@ def test_yaml_is_read_as_the_loader_reads_it(seed, records):
     assert natives > 150  # or nothing was compared
 
 
+@pytest.mark.parametrize(
+    "letters", [yaml_bodies.SYNTAX_LETTERS, yaml_bodies.NUMBER_LETTERS, yaml_bodies.WORD_LETTERS]
+)
+def test_short_yaml_is_read_as_the_loader_reads_it(letters):
+    for text in yaml_bodies.short_strings(letters, 2):
+        for body in (
+            text,
+            f"title: {text}",
+            f"title: a\n{text}",
+            f"a: [{text}]\ntitle: b",
+            f"title: 1{text}1",
+        ):
+            assert difference(body) is None
+
+
 H1, H2 = Heading("A", 1, 4, "below"), Heading("B", 2, 6, None)
 TITLES_APPLIED = [
     ([H2], ("T", "D"), None, [Heading("T", 1, 0, "D"), H2]),

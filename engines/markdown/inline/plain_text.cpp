@@ -23,6 +23,7 @@ enum Marker : std::uint8_t {
   kUnderscore = 16,
   kTilde = 32,
   kBackslash = 64,
+  kSpace = 128,  // white space other than one space between two other characters, or a byte that may begin some
 };
 
 constexpr auto kMarkers = [] {
@@ -34,13 +35,23 @@ constexpr auto kMarkers = [] {
   table['_'] = kUnderscore;
   table['~'] = kTilde;
   table['\\'] = kBackslash;
+  for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    const bool may_be_space = text::detail::kSpaceClass[byte] != text::detail::SpaceClass::kNone;
+    if (may_be_space && byte != ' ') table[byte] = kSpace;
+  }
   return table;
 }();
 
 std::uint8_t markers_of(std::string_view text) noexcept {
-  std::uint8_t markers = 0;
-  for (const char byte : text) markers |= kMarkers[static_cast<unsigned char>(byte)];
-  return markers;
+  unsigned markers = 0;
+  char last = ' ';
+  for (const char byte : text) {
+    markers |= kMarkers[static_cast<unsigned char>(byte)];
+    if (byte == ' ' && last == ' ') markers |= kSpace;
+    last = byte;
+  }
+  if (last == ' ') markers |= kSpace;
+  return static_cast<std::uint8_t>(markers);
 }
 
 }  // namespace
@@ -48,6 +59,7 @@ std::uint8_t markers_of(std::string_view text) noexcept {
 std::string_view PlainText::of(std::string_view markdown) {
   const std::string_view cut = text::first_chars(markdown, kMaxInlineLength);
   const std::uint8_t markers = markers_of(cut);
+  if (markers == 0) return cut;
   if (!(markers & kBacktick)) return collapsed(unmarked(cut, markers));
   parts_.clear();
   std::size_t done = 0;

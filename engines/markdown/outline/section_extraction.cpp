@@ -84,8 +84,7 @@ template <class Unit>
 std::vector<Row> ends_in(std::span<const Heading> headings, PyObject* source) {
   TextRows<Unit> rows(
       {static_cast<const Unit*>(PyUnicode_DATA(source)), static_cast<std::size_t>(PyUnicode_GET_LENGTH(source))});
-  return section_ends(headings, rows.count(),
-                      [&rows](Row floor, Row row) noexcept { return rows.last_text_row(floor, row); });
+  return section_ends(headings, rows);
 }
 
 std::vector<Row> ends_of(std::span<const Heading> headings, PyObject* source) {

@@ -12,21 +12,23 @@
 namespace markdown::outline {
 
 // One end for each heading, in order: the last row that holds text before the next heading of its level or a higher
-// one, or before the end of the text. `Heading` has a `level` and a `first_row`; `last_text_row(floor, row)` answers as
-// TextRows does, and the text has `rows` rows.
-template <class Heading, class LastTextRow>
-std::vector<Row> section_ends(std::span<const Heading> headings, Row rows, LastTextRow&& last_text_row) {
+// one, or before the end of the text. `Heading` has a `level` and a `first_row`; `Rows` answers as TextRows does, and
+// is asked for its count last.
+template <class Heading, class Rows>
+std::vector<Row> section_ends(std::span<const Heading> headings, Rows& rows) {
   std::vector<Row> ends(headings.size(), 0);
   std::vector<std::size_t> open_sections;  // indexes of headings, levels strictly increasing
   for (std::size_t i = 0; i < headings.size(); ++i) {
     while (!open_sections.empty() && headings[open_sections.back()].level >= headings[i].level) {
       const std::size_t closed = open_sections.back();
       open_sections.pop_back();
-      ends[closed] = last_text_row(headings[closed].first_row, headings[i].first_row - 1);
+      ends[closed] = rows.last_text_row(headings[closed].first_row, headings[i].first_row - 1);
     }
     open_sections.push_back(i);
   }
-  for (const std::size_t open : open_sections) ends[open] = last_text_row(headings[open].first_row, rows - 1);
+  for (const std::size_t open : open_sections) {
+    ends[open] = rows.last_text_row(headings[open].first_row, rows.count() - 1);
+  }
   return ends;
 }
 

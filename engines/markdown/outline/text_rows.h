@@ -21,18 +21,22 @@ using Row = std::int64_t;
 template <class Unit>
 class TextRows {
  public:
-  explicit TextRows(std::span<const Unit> text) noexcept : text_(text), rows_(1 + count_feeds(0, text.size())) {}
+  explicit TextRows(std::span<const Unit> text) noexcept : text_(text) {}
 
-  Row count() const noexcept { return rows_; }
+  // The number of rows. Counts from the last row that was asked for on.
+  Row count() noexcept {
+    if (count_ == 0) count_ = cursor_row_ + count_feeds(cursor_, text_.size()) + 1;
+    return count_;
+  }
 
   // The last row at or above `row` that holds text, but not above `floor`; `row` itself when it is not below `floor`.
   // Rows outside the text hold none.
   Row last_text_row(Row floor, Row row) noexcept {
     if (row <= floor) return row;
     if (row < 0) return floor;
-    const Row last = std::min(row, rows_ - 1);
-    std::size_t end = last == rows_ - 1 ? text_.size() : begin_of(last + 1) - 1;
-    for (row = last; row > floor; --end) {
+    const Place place = end_of(row);
+    std::size_t end = place.offset;
+    for (row = place.row; row > floor; --end) {
       if (end == 0) return floor;
       const Unit unit = text_[end - 1];
       if (unit == '\n') {
@@ -45,31 +49,39 @@ class TextRows {
   }
 
  private:
+  struct Place {
+    Row row;
+    std::size_t offset;
+  };
+
   Row count_feeds(std::size_t begin, std::size_t end) const noexcept {
     return static_cast<Row>(std::count(text_.begin() + static_cast<std::ptrdiff_t>(begin),
                                        text_.begin() + static_cast<std::ptrdiff_t>(end), Unit{'\n'}));
   }
 
-  // The offset at which a row begins, which must be one of the text's.
-  std::size_t begin_of(Row row) noexcept {
-    if (row <= cursor_row_) {  // rows that go backwards come from no parsed document
+  // The end of `row`, or of the last row when the text has fewer.
+  Place end_of(Row row) noexcept {
+    if (count_ != 0 && row >= count_ - 1) return {count_ - 1, text_.size()};
+    if (row < cursor_row_) {  // rows that go backwards come from no parsed document
       cursor_row_ = 0;
       cursor_ = 0;
     }
     // Whole blocks are counted at a time, which is much faster than finding each line feed.
     for (constexpr std::size_t kBlock = 256; cursor_ + kBlock <= text_.size(); cursor_ += kBlock) {
       const Row feeds = count_feeds(cursor_, cursor_ + kBlock);
-      if (cursor_row_ + feeds >= row) break;
+      if (cursor_row_ + feeds > row) break;
       cursor_row_ += feeds;
     }
     // The cursor need not stand at the start of a row: it counts the line feeds in front of it.
-    std::size_t at = cursor_;
-    for (Row feeds = cursor_row_; feeds < row; ++at) feeds += text_[at] == Unit{'\n'} ? 1 : 0;
-    return at;
+    Row feeds = cursor_row_;
+    for (std::size_t at = cursor_; at < text_.size(); ++at) {
+      if (text_[at] == Unit{'\n'} && feeds++ == row) return {row, at};
+    }
+    return {feeds, text_.size()};
   }
 
   std::span<const Unit> text_;
-  Row rows_;
+  Row count_ = 0;  // 0 while it is not known
   std::size_t cursor_ = 0;
   Row cursor_row_ = 0;
 };

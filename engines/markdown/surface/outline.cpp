@@ -101,8 +101,7 @@ PyObject* section_ends(PyObject* module, PyObject* const* args, Py_ssize_t nargs
     const auto [headings, lines] = kParameters.bind(args, nargs, keywords);
     const std::vector<outline::Heading> places = read_places(state_of(module), headings);
     const HostLines rows(lines);
-    const std::vector<Row> ends = outline::section_ends(
-        std::span(places), rows.count(), [&rows](Row floor, Row row) { return rows.last_text_row(floor, row); });
+    const std::vector<Row> ends = outline::section_ends(std::span<const outline::Heading>(places), rows);
     Ref list = Ref::steal(PyList_New(0));
     for (const Row end : ends) {
       checked(PyList_Append(list.get(), Ref::steal(PyLong_FromLongLong(end)).get()));
