@@ -41,6 +41,9 @@ class NodeReader {
 
   const python::ModuleState& state() const noexcept { return state_; }
 
+  // Whether the node is the binding's own, and no stand-in.
+  bool is_exact(PyObject* node) const noexcept { return reinterpret_cast<PyObject*>(Py_TYPE(node)) == state_.node_type; }
+
   Kind kind(PyObject* node) const;  // TypeError when the type is no str
   python::Ref children(PyObject* node) const { return read(node, kChildren, state_.names.children); }
   Row row(PyObject* node) const;
@@ -56,7 +59,7 @@ class NodeReader {
 
   python::Ref read(PyObject* node, Attribute attribute, PyObject* name) const {
     const Getter& getter = getters_[attribute];
-    const bool direct = getter.get && reinterpret_cast<PyObject*>(Py_TYPE(node)) == state_.node_type;
+    const bool direct = getter.get && is_exact(node);
     return python::Ref::steal(direct ? getter.get(node, getter.closure) : PyObject_GetAttr(node, name));
   }
 

@@ -1,41 +1,58 @@
 #include "blocks/walk.h"
 
 #include <algorithm>
-
-#include "python/sequence.h"
+#include <utility>
 
 namespace markdown::blocks {
 
+using python::checked;
 using python::Ref;
 
 Ref PendingNodes::pop() {
   constexpr unsigned kNodesBetweenSignals = 4096;
-  if (++popped_ % kNodesBetweenSignals == 0) python::checked(PyErr_CheckSignals());
-  Ref node = std::move(nodes_.back());
-  nodes_.pop_back();
-  return node;
+  if (++popped_ % kNodesBetweenSignals == 0) checked(PyErr_CheckSignals());
+  if (root_) return std::exchange(root_, Ref());
+  while (!entered_.empty()) {
+    Siblings& siblings = entered_.back();
+    PyObject* list = siblings.list.get();
+    const bool is_list = PyList_CheckExact(list);
+    // A host may have cut the list of an exact node short since.
+    const Py_ssize_t end = is_list ? std::min(siblings.end, PyList_GET_SIZE(list)) : siblings.end;
+    if (siblings.next < end) {
+      const Py_ssize_t at = siblings.next++;
+      return Ref::share(is_list ? PyList_GET_ITEM(list, at) : PyTuple_GET_ITEM(list, at));
+    }
+    entered_.pop_back();
+  }
+  return {};
 }
 
 void PendingNodes::push_children(const NodeReader& nodes, PyObject* node) {
-  const Ref children = nodes.children(node);
-  const auto first = static_cast<std::ptrdiff_t>(nodes_.size());
-  // Many children at once take just the room they need; a few at each of many levels leave growth to the vector.
-  if (PyList_CheckExact(children.get())) {
-    const auto count = static_cast<std::size_t>(PyList_GET_SIZE(children.get()));
-    if (count > nodes_.size()) nodes_.reserve(nodes_.size() + count);
+  Ref children = nodes.children(node);
+  // An exact node keeps its list to itself. Any other may do with its children what it likes while they are visited, so
+  // they are visited as they are now.
+  if (!(nodes.is_exact(node) && PyList_CheckExact(children.get())) && !PyTuple_CheckExact(children.get())) {
+    if (!PySequence_Check(children.get())) python::raise(PyExc_TypeError, "a node's children must be a sequence");
+    children = Ref::steal(PySequence_Tuple(children.get()));
   }
-  python::append_items(children.get(), nodes_);
-  std::reverse(nodes_.begin() + first, nodes_.end());
+  const Py_ssize_t count = Py_SIZE(children.get());
+  if (count > 0) entered_.push_back({std::move(children), 0, count});
 }
 
 int PendingNodes::traverse(visitproc visit, void* arg) const {
-  for (const Ref& node : nodes_) Py_VISIT(node.get());
+  Py_VISIT(root_.get());
+  for (const Siblings& siblings : entered_) Py_VISIT(siblings.list.get());
   return 0;
 }
 
+void PendingNodes::clear() noexcept {
+  // Taken out first: what is freed may run code that asks for the next node.
+  const Ref root = std::exchange(root_, Ref());
+  const std::vector<Siblings> entered = std::exchange(entered_, {});
+}
+
 Block BlockWalk::next(const NodeReader& nodes) {
-  while (!pending_.empty()) {
-    Ref node = pending_.pop();
+  while (Ref node = pending_.pop()) {
     const Kind kind = nodes.kind(node.get());
     if (!is_container(kind)) return {std::move(node), kind};
     pending_.push_children(nodes, node.get());

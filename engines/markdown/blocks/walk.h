@@ -14,22 +14,29 @@ struct Block {
   Kind kind = Kind::kOther;
 };
 
-// The nodes still to visit, last in first out: a tree of any depth is walked without recursion.
+// The nodes still to visit, from the root on, in document order: an explicit stack, so a tree of any depth is walked
+// without recursion. Of the nodes that were entered their lists of children are held, not each child.
 class PendingNodes {
  public:
-  explicit PendingNodes(PyObject* root) { nodes_.push_back(python::Ref::share(root)); }
+  explicit PendingNodes(PyObject* root) : root_(python::Ref::share(root)) {}
 
-  bool empty() const noexcept { return nodes_.empty(); }
-  // The node pushed last. Now and then lets the interpreter handle signals: a tree may be endless.
+  // The next node, or nothing at the end. Now and then lets the interpreter handle signals: a tree may be endless.
   python::Ref pop();
-  // Pushes the children of `node`, as they are now, so that the first is popped first.
+  // Visits the children of `node` next, as they are now.
   void push_children(const NodeReader& nodes, PyObject* node);
 
   int traverse(visitproc visit, void* arg) const;
-  void clear() noexcept { nodes_.clear(); }
+  void clear() noexcept;
 
  private:
-  std::vector<python::Ref> nodes_;
+  struct Siblings {
+    python::Ref list;  // a list or a tuple
+    Py_ssize_t next;
+    Py_ssize_t end;
+  };
+
+  python::Ref root_;
+  std::vector<Siblings> entered_;
   unsigned popped_ = 0;
 };
 

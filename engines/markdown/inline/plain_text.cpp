@@ -96,17 +96,26 @@ std::string_view PlainText::unmarked(std::string_view text, std::uint8_t markers
   return text;
 }
 
-// Every run of white space becomes one space, and none is left at either end.
+// Every run of white space becomes one space, and none is left at either end. Stretches that are as they should be, words
+// with single spaces between them, are copied whole.
 std::string_view PlainText::collapsed(std::string_view text) {
   result_.clear();
-  std::size_t pos = text::skip_space(text, 0);
-  while (pos < text.size()) {
-    std::size_t end = pos;
-    std::size_t space = 0;
-    while (end < text.size() && (space = text::space_width(text, end)) == 0) ++end;
+  for (std::size_t pos = text::skip_space(text, 0); pos < text.size();) {
+    std::size_t end = pos;  // of the stretch
+    std::size_t next = pos;
+    while (next < text.size()) {
+      const std::size_t space = text::space_width(text, next);
+      end = next;
+      if (space == 0) {
+        end = ++next;
+        continue;
+      }
+      next = text::skip_space(text, next + space);
+      if (next != end + 1 || text[end] != ' ') break;
+    }
     if (!result_.empty()) result_.push_back(' ');
     result_.append(text.substr(pos, end - pos));
-    pos = text::skip_space(text, end + space);
+    pos = next;
   }
   return result_;
 }

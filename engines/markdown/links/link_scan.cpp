@@ -11,8 +11,8 @@ using python::Ref;
 std::optional<LinkTarget> LinkScan::next(const blocks::NodeReader& nodes) {
   while (true) {
     if (auto target = run_.next()) return target;
-    if (pending_.empty()) return std::nullopt;
     const Ref node = pending_.pop();
+    if (!node) return std::nullopt;
     const Kind kind = nodes.kind(node.get());
     if (blocks::is_inline_run(kind)) {
       text_ = nodes.text(node.get());

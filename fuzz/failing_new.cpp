@@ -1,0 +1,31 @@
+// A library to preload: lets one `operator new` of a process fail, and counts what C++ holds.
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+std::atomic<long> left{0};  // allocations up to and with the one that fails; 0 for none
+std::atomic<long> live{0};
+}  // namespace
+
+extern "C" {
+void fail_new_at(long k) { left = k; }
+long new_calls_left() { return left; }
+long live_new_calls() { return live; }
+}
+
+void* operator new(std::size_t size) {
+  if (left > 0 && --left == 0) throw std::bad_alloc();
+  void* const memory = std::malloc(size == 0 ? 1 : size);
+  if (!memory) throw std::bad_alloc();
+  ++live;
+  return memory;
+}
+
+void operator delete(void* memory) noexcept {
+  if (memory) --live;
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept { operator delete(memory); }

@@ -1,0 +1,18 @@
+// The fuzzer's bytes as a text that the scanners may be given: ill-formed sequences are replaced, as on reading a node.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "text/utf8.h"
+
+namespace markdown::fuzz {
+
+inline std::string text_of(const std::uint8_t* data, std::size_t size) {
+  std::string text;
+  text::append_replaced(text, {reinterpret_cast<const char*>(data), size});
+  return text;
+}
+
+}  // namespace markdown::fuzz

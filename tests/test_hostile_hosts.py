@@ -1,0 +1,318 @@
+"""Hosts whose objects misbehave: what comes of each is a result or an exception, and the table says which."""
+
+import array
+import signal
+import sys
+import threading
+import tracemalloc
+
+import pytest
+import yaml
+from nodes import Node, document, heading, inline, paragraph, sections
+from quarnel.engines import markdown
+
+
+def with_children(children, type="document"):
+    node = Node(type)
+    node.children = children
+    return node
+
+
+class Str(str):
+    """A str that answers for itself wherever it is asked."""
+
+    def refuse(self, *args):
+        raise ZeroDivisionError
+
+    __len__ = __getitem__ = __iter__ = __add__ = __radd__ = encode = __bool__ = refuse
+
+
+class Bytes(bytes):
+    def refuse(self, *args):
+        raise ZeroDivisionError
+
+    __len__ = __getitem__ = __iter__ = decode = __bool__ = __bytes__ = refuse
+
+
+class Liar(list):
+    """A list that is longer, by its own word, than it is."""
+
+    def __len__(self):
+        return super().__len__() + 5
+
+
+class Acting:
+    """A node that acts whenever its type is read."""
+
+    children, start_point, text = (), (0, 0), b"[a](b)"
+
+    def __init__(self, act, kind="inline"):
+        self.act, self.kind = act, kind
+
+    @property
+    def type(self):
+        self.act()
+        return self.kind
+
+
+def growing_heading():
+    children = [Node("atx_h2_marker")]
+    # Every child but the last adds another, so that the end is never in sight until the text comes.
+    add = iter([Acting(lambda: children.append(next(add)), "other") for _ in range(50)] + [inline("late")])
+    children.append(next(add))
+    return document(with_children(children, "atx_heading"))
+
+
+def shrinking_heading():
+    children = [Node("other"), *([Node("other")] * 50), inline("gone")]
+    children[0] = Acting(children.clear, "other")
+    return document(with_children(children, "atx_heading"))
+
+
+def shrinking_root():
+    children = [None, inline("[c](d)"), inline("[e](f)")]
+    children[0] = Acting(children.clear)
+    return with_children(children)
+
+
+def names(root):
+    return [symbol.name for symbol in sections("x\n" * 9, root=root)]
+
+
+def links(root, records=()):
+    return [(link.name, link.line, link.source_fqn) for link in markdown.extract_links(root, records)]
+
+
+def text(data):
+    return markdown._text(Node("inline", text=data))
+
+
+def at(point):
+    node = inline("[a](b)")
+    node.start_point = point
+    return [line for _, line, _ in links(document(node))]
+
+
+class Section:
+    def __init__(self, start=1, end=9, fqn="A"):
+        self.start_line, self.end_line, self.fqn = start, end, fqn
+
+
+class Emptying(Section):
+    """A section record that empties the list it stands in when it is asked for its end."""
+
+    def __init__(self, records):
+        super().__init__()
+        del self.end_line
+        self.records = records
+
+    def __getattr__(self, name):
+        if name != "end_line":
+            raise AttributeError(name)
+        self.records.clear()
+        return 9
+
+
+def emptied():
+    records = []
+    records += [Emptying(records), Section(), Section()]
+    return links(document(inline("[a](b)\n[c](d)")), records)
+
+
+def added():
+    records = []
+
+    class Adding(Section):
+        @property
+        def fqn(self):
+            records.append(Section(2, 9, "B"))
+            return "A"
+
+        @fqn.setter
+        def fqn(self, value):
+            pass
+
+    records.append(Adding())
+    return links(document(inline("[a](b)\n[c](d)")), records)
+
+
+def asked(answer, tree=None, prefix="P"):
+    tree = tree or document(heading(1, "A"), heading(2, "B"))
+    return [symbol.fqn for symbol in sections("x\nx", prefix, tree, unique_fqn=answer)]
+
+
+def called_again():
+    tree = document(heading(1, "A"), paragraph("x"), heading(2, "B"), paragraph("[y](z)"))
+
+    def cap_docstring(docstring):
+        inner = sections("x\n" * 4, root=tree)
+        return docstring + str(len(inner)) + str(len(markdown.extract_links(tree, inner)))
+
+    return [symbol.docstring for symbol in sections("x\n" * 4, root=tree, cap_docstring=cap_docstring)]
+
+
+def loaded(value):
+    """The title that comes of what a loader of the host's gives."""
+    own = yaml.safe_load
+    yaml.safe_load = lambda body: value
+    try:
+        return markdown._front_matter(Node("minus_metadata", text=b"---\ntitle: x\n---"), "P").title
+    finally:
+        yaml.safe_load = own
+
+
+class RefusingKey:
+    def __hash__(self):
+        return hash("title")
+
+    def __eq__(self, other):
+        raise ZeroDivisionError
+
+
+HOSTS = [
+    pytest.param(lambda: names(with_children(n for n in [heading(1, "A")])), TypeError, id="children a generator"),
+    pytest.param(lambda: names(with_children({heading(1, "A")})), TypeError, id="children a set"),
+    pytest.param(lambda: names(with_children(None)), TypeError, id="no children"),
+    pytest.param(lambda: names(with_children(Liar([heading(1, "A")]))), ["A"], id="a list that lies"),
+    pytest.param(lambda: names(with_children(range(3))), AttributeError, id="children that are no nodes"),
+    pytest.param(lambda: names(growing_heading()), ["late"], id="a list that grows"),
+    pytest.param(lambda: names(shrinking_heading()), [], id="a list that shrinks"),
+    pytest.param(lambda: links(shrinking_root()), [("b", 1, None), ("d", 1, None), ("f", 1, None)], id="emptied behind"),
+    pytest.param(lambda: names(document(Node(Str("atx_heading"), inline("A")))), ["A"], id="type a str subclass"),
+    pytest.param(lambda: names(document(Node("\ud800"))), [], id="type a lone surrogate"),
+    pytest.param(lambda: names(document(Node(b"atx_heading"))), TypeError, id="type bytes"),
+    pytest.param(lambda: text(Bytes(b"a\xff")), "a\ufffd", id="text a bytes subclass"),
+    pytest.param(lambda: text(bytearray(b"ab")), "ab", id="text a bytearray"),
+    pytest.param(lambda: text(memoryview(b"abcd")[::2]), "ac", id="text a memoryview with gaps"),
+    pytest.param(lambda: text(array.array("H", [0x6261])), "ab", id="text an array"),
+    pytest.param(lambda: text("ab"), TypeError, id="text a str"),
+    pytest.param(lambda: text([97]), TypeError, id="text a list"),
+    pytest.param(lambda: text(0), "", id="text nothing"),
+    pytest.param(lambda: at([3]), [4], id="point a list"),
+    pytest.param(lambda: at(range(5, 9)), [6], id="point a range"),
+    pytest.param(lambda: at((True, None)), [2], id="row a bool"),
+    pytest.param(lambda: at((-7, 0)), [-6], id="row negative"),
+    pytest.param(lambda: at((2**62, 0)), [2**62 + 1], id="row huge"),
+    pytest.param(lambda: at((2**62 + 1, 0)), OverflowError, id="row too huge"),
+    pytest.param(lambda: at((-(10**40), 0)), OverflowError, id="row too negative"),
+    pytest.param(lambda: at((2.0, 0)), TypeError, id="row a float"),
+    pytest.param(lambda: at(()), IndexError, id="point empty"),
+    pytest.param(lambda: at({0: 1}), TypeError, id="point a dict"),
+    pytest.param(lambda: at(None), TypeError, id="no point"),
+    pytest.param(lambda: asked(lambda fqn: None), TypeError, id="FQN none"),
+    pytest.param(lambda: asked(lambda fqn: fqn.encode()), TypeError, id="FQN bytes"),
+    pytest.param(lambda: asked(Str), ["P.A", "P.A.B"], id="FQN a str subclass"),
+    pytest.param(lambda: asked(str, prefix=Str("P")), ["P.A", "P.A.B"], id="prefix a str subclass"),
+    pytest.param(lambda: asked(lambda fqn: fqn + "\ud800"), ["P.A\ud800", "P.A\ud800.B\ud800"], id="lone surrogates"),
+    pytest.param(lambda: names(document(Node("atx_heading", Node("inline", text=b"\xed\xa0\x80")))), ["\ufffd" * 3],
+                 id="name a surrogate in bytes"),
+    pytest.param(called_again, ["x21", "y21"], id="cap_docstring calls again"),
+    pytest.param(emptied, IndexError, id="records emptied while read"),
+    pytest.param(added, [("b", 1, "A"), ("d", 2, "B")], id="records added while read"),
+    pytest.param(lambda: links(document(inline("[a](b)")), {1: Section()}), TypeError, id="records a dict"),
+    pytest.param(lambda: links(document(inline("a")), None), [], id="no records and no links"),
+    pytest.param(lambda: links(document(inline("[a](b)")), [Section(1.0)]), TypeError, id="start a float"),
+    pytest.param(lambda: links(document(inline("[a](b)")), [Section(-(10**30), 10**30, 5)]), [("b", 1, 5)],
+                 id="sections without end"),
+    pytest.param(lambda: loaded({RefusingKey(): 1}), ZeroDivisionError, id="keys that compare by raising"),
+    pytest.param(lambda: loaded({"title": Str("a *b*")}), "a b", id="title a str subclass"),
+    pytest.param(lambda: loaded({"title": "a\ud800"}), "a\ud800", id="title with a surrogate"),
+    pytest.param(lambda: loaded([("title", "a")]), None, id="front matter a list"),
+]  # fmt: skip
+
+
+@pytest.mark.parametrize(("host", "expected"), HOSTS)
+def test_what_comes_of_a_hostile_host(host, expected):
+    if isinstance(expected, type) and issubclass(expected, Exception):
+        with pytest.raises(expected):
+            host()
+    else:
+        assert host() == expected
+
+
+@pytest.mark.skipif(not hasattr(signal, "setitimer"), reason="needs timers")
+@pytest.mark.parametrize("copies", [1, 100])
+@pytest.mark.parametrize(
+    "call",
+    [names, links, lambda root: list(markdown._blocks(root)), lambda root: list(markdown._link_targets(root))],
+    ids=["sections", "links", "blocks", "targets"],
+)
+def test_an_endless_tree_can_be_interrupted(call, copies):
+    root = document()
+    root.children += [root] * copies
+
+    def interrupt(*_):
+        raise KeyboardInterrupt
+
+    before = signal.signal(signal.SIGALRM, interrupt)
+    signal.setitimer(signal.ITIMER_REAL, 0.02)
+    try:
+        with pytest.raises(KeyboardInterrupt):
+            call(root)
+    finally:
+        signal.setitimer(signal.ITIMER_REAL, 0)
+        signal.signal(signal.SIGALRM, before)
+
+
+def test_iterators_asked_while_they_work():
+    found = []
+
+    def ask():
+        with pytest.raises(ValueError, match="already executing"):
+            next(walk)
+        found.append("refused")
+
+    walk = markdown._blocks(document(Acting(ask), paragraph("after")))
+    assert [node.text for node in walk] == [b"[a](b)", b"after"]
+    walk = markdown._link_targets(document(Acting(ask), inline("[c](d)")))
+    assert [target for _, target, _ in walk] == ["b", "d"]
+    assert found == ["refused"] * 2
+    broken = markdown._link_targets(document(Node(7), inline("[c](d)")))
+    with pytest.raises(TypeError):
+        next(broken)
+    assert [target for _, target, _ in broken] == ["d"]  # what raised is not read again
+
+
+def test_one_iterator_in_many_threads_gives_every_item_once():
+    walk, found = markdown._blocks(document(*(paragraph(str(i)) for i in range(2000)))), []
+
+    def take():
+        while True:
+            try:
+                found.append(next(walk))
+            except StopIteration:
+                return
+            except ValueError:  # another thread is inside
+                continue
+
+    threads = [threading.Thread(target=take) for _ in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert sorted(int(node.text) for node in found) == list(range(2000))
+
+
+def test_modules_deleted_from_the_interpreter(monkeypatch):
+    tree = document(Node("minus_metadata", text=b"---\ntitle: !!str T\n---"), inline("[a](b%20c)"))
+    before = sections("x\n", root=tree), links(tree)
+    gone = ("quarnel", "yaml", "re", "logging", "json", "urllib", "tree_sitter", "collections")
+    for name in [name for name in sys.modules if name.split(".")[0] in gone]:
+        if not name.startswith("yaml."):  # PyYAML's own business
+            monkeypatch.delitem(sys.modules, name)
+    assert (sections("x\n", root=tree), links(tree)) == before
+    monkeypatch.setattr(markdown, "_CONTAINERS", {}, raising=True)
+    monkeypatch.setattr(markdown, "_text", None)
+    assert (sections("x\n", root=tree), links(tree)) == before
+
+
+def test_nothing_is_left_on_a_source_and_nothing_is_copied():
+    source = "\u00e9" * 4_000_000 + "\n"
+    tree = document(heading(1, "A"))
+    tracemalloc.start()
+    try:
+        sections(source, root=tree)
+        kept, peak = tracemalloc.get_traced_memory()
+    finally:
+        tracemalloc.stop()
+    assert peak < 100_000 and kept < 100_000
