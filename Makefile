@@ -34,6 +34,13 @@ check-links: ready  ## DOCS=path: report links whose file or anchor does not exi
 test: ready $(STAMPS)/test  ## run the tests (TESTS="tests/test_links.py -k title" for some of them)
 	@$(BIN)/python -m pytest $(TESTS)
 
+.PHONY: test-page test-examples
+test-page: ready $(STAMPS)/test $(STAMPS)/page  ## test the HTML page (browser tests need chromium and chromedriver)
+	@$(BIN)/python -m pytest -rs tests/test_page.py
+
+test-examples: ready $(STAMPS)/test $(STAMPS)/examples  ## run the examples, one with Dask on two workers
+	@$(BIN)/python -m pytest -rs tests/test_examples.py
+
 # --- Setting up --------------------------------------------------------------------------------------------------
 
 .PHONY: ready
@@ -47,6 +54,12 @@ $(STAMPS)/run: requirements/run.txt | $(STAMPS)/venv
 	@$(PIP) install -r $< && touch $@
 
 $(STAMPS)/test: requirements/test.txt | $(STAMPS)/run
+	@$(PIP) install -r $< && touch $@
+
+$(STAMPS)/page: requirements/page.txt | $(STAMPS)/run
+	@$(PIP) install -r $< && touch $@
+
+$(STAMPS)/examples: requirements/examples.txt | $(STAMPS)/run
 	@$(PIP) install -r $< && touch $@
 
 $(STAMPS)/checks: requirements/checks.txt | $(STAMPS)/run

@@ -1,13 +1,17 @@
 """The command: which files it takes, how it reads them, what it prints, and which links it calls broken."""
 
+import itertools
 import json
 import os
+import pathlib
+import pty
 import re
 import signal
 import subprocess
 import sys
 import time
 
+import jsonschema
 import pytest
 from docmap.cli import app
 from docmap.documents import normalise
@@ -143,12 +147,57 @@ def test_json_lines_hold_every_field_in_a_fixed_order():
     assert len(lines) == 5
 
 
+SCHEMA = pathlib.Path(__file__).parents[1] / "docs/docmap.schema.json"
+
+
+def test_every_json_line_is_as_its_schema_says(tmp_path):
+    links = "[a](b.md#c) [b](%C3%A9.md?x) [c](#d) [[N|n]]\n"
+    write_tree(tmp_path, {"a.md": f"{links}\n{DOCUMENT}\n## \n\n## B\n{links}", "N.md": b"# \xff\n\n## N\n"})
+    printed = [run(command, "--json", tmp_path).stdout.splitlines() for command in ("outline", "check")]
+    documented = SCHEMA.with_name("docmap.md").read_text().splitlines()
+    printed.append([line for line in documented if line.startswith("{")])
+    validator = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text()))
+    kinds = set()
+    for line in itertools.chain(*printed):
+        validator.validate(json.loads(line))
+        kinds.add(json.loads(line)["type"])
+    assert kinds == {"section", "link", "broken"}
+
+
 def test_the_outline_nests_and_shows_links_below_their_section():
     shown = run("outline", "--links", "-", stdin=DOCUMENT).stdout
     order = ["Guide  1-9", "What it is.", "Use  5-9", "b.md#c", "N  line 9", "Guide  11-11"]
     assert [text for _, text in sorted((shown.index(text), text) for text in order)] == order
     assert shown.index("Use") - shown.rindex("\n", 0, shown.index("Use")) > 5
     assert "\x1b" not in shown
+
+
+@pytest.mark.parametrize(
+    ("terminal", "environment", "coloured"),
+    [
+        pytest.param(True, {}, True, id="terminal"),
+        pytest.param(True, {"NO_COLOR": "1"}, False, id="terminal, NO_COLOR"),
+        pytest.param(True, {"TERM": "dumb"}, False, id="terminal without colours"),
+        pytest.param(False, {}, False, id="pipe"),
+    ],
+)
+@pytest.mark.parametrize("arguments", [["outline", "--links"], ["check"]], ids=lambda arguments: arguments[0])
+def test_colours_are_for_terminals(tmp_path, arguments, terminal, environment, coloured):
+    write_tree(tmp_path, {"a.md": DOCUMENT})
+    ours, theirs = pty.openpty() if terminal else os.pipe()
+    plain = {name: value for name, value in os.environ.items() if name not in {"NO_COLOR", "FORCE_COLOR"}}
+    command = [sys.executable, "-m", "docmap", *arguments, str(tmp_path)]
+    subprocess.run(
+        command,
+        stdout=theirs,
+        stderr=subprocess.PIPE,
+        env=plain | {"TERM": "xterm"} | environment,
+        check=False,
+    )
+    shown = os.read(ours, 1 << 16).decode()
+    assert "b.md" in shown
+    assert bool(re.search(r"\x1b\[[\d;]*3[0-7]m", shown)) == (coloured and arguments[0] == "outline")
+    assert ("\x1b[1m" in shown) == (coloured or (terminal and environment.get("NO_COLOR") == "1"))
 
 
 def test_control_characters_do_not_reach_the_terminal():
@@ -202,6 +251,80 @@ def test_an_interrupt_ends_with_its_own_status(tmp_path, jobs):
         assert b"Traceback" not in process.stderr.read()
 
 
+def test_an_interrupt_leaves_the_terminal_as_it_was(tmp_path):
+    for name in ("first", "second"):
+        os.mkfifo(tmp_path / name)
+    ours, theirs = pty.openpty()
+    command = [sys.executable, "-m", "docmap", "outline", str(tmp_path / "first"), str(tmp_path / "second")]
+    environment = os.environ | {"TERM": "xterm"}
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=theirs, env=environment) as process:
+        with open(tmp_path / "first", "wb"):
+            time.sleep(1.2)  # The progress bar waits for a second.
+        with open(tmp_path / "second", "wb"):
+            time.sleep(0.3)
+            process.send_signal(signal.SIGINT)
+            assert process.wait(60) == 130
+    shown = os.read(ours, 1 << 16).decode()
+    assert "reading" in shown and "Traceback" not in shown
+    hidden, seen = "\x1b[?25l", "\x1b[?25h"
+    assert shown.count(hidden) == shown.count(seen) == 1 and shown.index(hidden) < shown.index(seen)
+
+
+@pytest.mark.skipif(not os.path.exists("/proc/self/task"), reason="finds the processes in /proc")
+@pytest.mark.parametrize(
+    ("victim", "status", "said"),
+    [
+        pytest.param("children", 1, rb"docmap: a process was killed .*\n", id="a worker"),
+        pytest.param("parent", 143, rb"", id="the command"),
+    ],
+)
+def test_a_killed_process_ends_the_run_in_a_line(tmp_path, victim, status, said):
+    os.mkfifo(tmp_path / "pipe")
+    write_tree(tmp_path, {"a.md": "# A\n"})
+    command = [
+        sys.executable,
+        "-m",
+        "docmap",
+        "outline",
+        "-j2",
+        str(tmp_path / "a.md"),
+        str(tmp_path / "pipe"),
+    ]
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+        with open(tmp_path / "pipe", "wb"):
+            children = pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text().split()
+            if victim == "parent":
+                process.send_signal(signal.SIGTERM)
+                time.sleep(0.3)
+            else:
+                os.kill(int(children[0]), signal.SIGKILL)
+                os.kill(int(children[-1]), signal.SIGKILL)
+        assert process.wait(60) == status
+        assert re.fullmatch(said, process.stderr.read())
+    assert not any(os.path.exists(f"/proc/{child}") for child in children)
+
+
+@pytest.mark.parametrize(
+    ("typed", "offered"),
+    [
+        pytest.param("docmap o", ["outline"], id="command"),
+        pytest.param("docmap check --al", ["--all-files"], id="option"),
+    ],
+)
+def test_the_shell_completes(typed, offered):
+    script = f"""
+        source <(docmap --show-completion bash)
+        COMP_WORDS=({typed}) COMP_CWORD={len(typed.split()) - 1}
+        _docmap_completion docmap && printf '%s\\n' "${{COMPREPLY[@]}}"
+    """
+    path = f"{os.path.dirname(sys.executable)}:{os.environ['PATH']}"
+    environment = os.environ | {"PATH": path, "_TYPER_COMPLETE_TEST_DISABLE_SHELL_DETECTION": "1"}
+    shown = subprocess.run(
+        ["bash", "-c", script], capture_output=True, text=True, env=environment, check=False
+    )
+    assert shown.stdout.split() == offered, shown.stderr
+
+
 @pytest.mark.parametrize(
     ("arguments", "status"),
     [
@@ -209,6 +332,7 @@ def test_an_interrupt_ends_with_its_own_status(tmp_path, jobs):
         pytest.param(["outline"], 2, id="no path"),
         pytest.param(["outline", "--jobs", "0", "."], 2, id="no process"),
         pytest.param(["check", "/no/such/folder"], 2, id="nothing to check"),
+        pytest.param(["check", "-"], 2, id="links of standard input lead from no folder"),
     ],
 )
 def test_status(arguments, status):
@@ -344,6 +468,32 @@ def test_other_files_are_judged_only_when_asked_for(tmp_path):
         ("../no.png", None),
         ("/api/made", None),
     ]
+
+
+def test_an_address_on_many_pages_is_a_programs(tmp_path):
+    write_tree(tmp_path, {f"{n}.md": "[a](term)\n" + "[b](rare)\n" * (n < 4) for n in range(5)})
+    found = run("check", "--all-files", "--json", tmp_path).stdout.splitlines()
+    assert [json.loads(line)["target"] for line in found] == ["rare"] * 4
+
+
+N = 200_000
+# Each would take minutes or hours if what reads it took the square of its length.
+HOSTILE = [
+    pytest.param("{#" + "a" * N, 0, id="attribute without end"),
+    pytest.param("<h1>" * N, 0, id="HTML headings without end"),
+    pytest.param("{%" + " " * N, 0, id="tag without name"),
+    pytest.param("x" + " " * N + "y\n: z\n", 0, id="spaces in a term"),
+    pytest.param("x" + "\u0301\u0327" * N + "\n: z\n", 0, id="combining marks"),
+    pytest.param("<!--" * N, 0, id="comments without end"),
+    pytest.param("".join(f"# h{n}\n\n[a](#g{n})\n\n" for n in range(3000)), 3000, id="wrong anchors"),
+    pytest.param(f"[a]({'a/' * N}b.md)", 1, id="a long path"),
+]
+
+
+@pytest.mark.parametrize(("text", "broken"), HOSTILE)
+def test_hostile_documents_are_checked_in_time(tmp_path, text, broken):
+    write_tree(tmp_path, {"a.md": text, "b.md": "# B\n\n[a](a.md#zzz)\n"})
+    assert run("check", tmp_path).stdout.count("\n") == broken + 1
 
 
 def test_examples_and_texts_for_other_pages_are_not_judged(tmp_path):

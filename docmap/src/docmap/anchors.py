@@ -8,7 +8,6 @@ import unicodedata
 from collections import Counter
 from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
-from difflib import get_close_matches
 from types import SimpleNamespace
 from typing import cast
 
@@ -25,17 +24,23 @@ _LEAVES = frozenset({"inline", "pipe_table", "html_block", "link_reference_defin
 _ID_ATTRIBUTE = re.compile(
     r"""\b(?:id|name)\s*=\s*\{?(?:"([^"\n]*)"|'([^'\n]*)'|([^\s"'<>{}]+))""", re.IGNORECASE
 )
-_ID_IN_BRACES = re.compile(r"\{[^{}\n#]*#([^\s{}#]+)[^{}\n]*\}")
+# Here and below, what follows a repeated set begins with none of the set: else a document made for it would
+# be read in the square of its length.
+_ID_IN_BRACES = re.compile(r"\{[^{}\n#]*#([^\s{}#]+)(?:(?:[^\S\n]|#)[^{}\n]*)?\}")
 _LABEL = re.compile(r"^\(([^()\s]+)\)=[ \t]*$", re.MULTILINE)
-_HTML_HEADING = re.compile(r"<h([1-6])\b[^<>]*>(.{0,500}?)</h\1\s*>", re.IGNORECASE | re.DOTALL)
+_HEADING_TAG = re.compile(r"<(/?)h([1-6])\b[^<>]*>", re.IGNORECASE)
+_LONGEST_HTML_HEADING = 500
 # A term of a definition list: the line above one that opens with a colon.
 _TERM = re.compile(r"^([^\s:|>#-][^\n]*)\n(?:[ \t]*\n)?:[ \t]", re.MULTILINE)
 _TAG = re.compile(r"<[^<>]*>")
-_TRAILING_BRACES = re.compile(r"\s*\{[^{}]*\}\s*$")
+_TRAILING_BRACES = re.compile(r"(?<!\s)\s*\{[^{}]*\}\s*$")
 _EMOJI_NAME = re.compile(r":[\w+-]+:")
 _BEFORE_LETTERS = re.compile(r"^[\W\d_]+")
 _NUMBERED = re.compile(r"(.+?)[-_](\d{1,4})")
 _SLUG_DROPS = re.compile(r"[^\w\- ]")
+
+# Decomposing sorts each run of combining marks by inserting; no name that is compared is longer than this.
+_LONGEST_NAME = 1000
 
 # Anchors that a host or a browser makes: lines of a source file, the top, text fragments, footnotes,
 # routes and settings of a program on the page.
@@ -54,7 +59,7 @@ def slug(name: str) -> str:
 
 def squash(text: str) -> str:
     """Letters and digits of `text`, case and accents dropped: the same for all slugs of one heading."""
-    return "".join(filter(str.isalnum, unicodedata.normalize("NFKD", text.casefold())))
+    return "".join(filter(str.isalnum, unicodedata.normalize("NFKD", text[:_LONGEST_NAME].casefold())))
 
 
 def is_judged(anchor: str) -> bool:
@@ -85,11 +90,6 @@ class Anchors:
         repeats = self.keys.get(squash(numbered[1]), 0)
         return repeats > 1 and int(numbered[2]) <= repeats
 
-    def closest(self, anchor: str) -> str | None:
-        """The anchor that may have been meant."""
-        close = get_close_matches(slug(anchor), self.slugs, n=1, cutoff=0.7)
-        return close[0] if close else None
-
 
 def find_anchors(root: Node, text: str, sections: Iterable[Symbol]) -> Anchors:
     """Return the anchors of a document with this block tree, text and outline."""
@@ -101,7 +101,7 @@ def find_anchors(root: Node, text: str, sections: Iterable[Symbol]) -> Anchors:
     nested = [node for node in headings if node.start_point[0] not in outlined]
     if nested:
         names += [section.name for section in _as_outline(nested, text)]
-    names += [_TAG.sub("", match[2]) for match in _HTML_HEADING.finditer(text)]
+    names += map(_without_tags, _html_headings(text))
     names += [match[1] for match in _TERM.finditer(text)]
     ids = list(_ids(text))
     keys = Counter(key for name in names for key in _keys(name))
@@ -136,10 +136,25 @@ def _as_outline(headings: list[Node], text: str) -> list[Symbol]:
 def _keys(name: str) -> set[str]:
     """The squashed forms of a heading's anchors: generators differ in what they take for its text."""
     plain = html.unescape(name)
-    forms = {name, plain, _TAG.sub("", name), _TRAILING_BRACES.sub("", name), _EMOJI_NAME.sub("", name)}
+    forms = {name, plain, _without_tags(name), _TRAILING_BRACES.sub("", name), _EMOJI_NAME.sub("", name)}
     forms |= {_BEFORE_LETTERS.sub("", form) for form in forms}
     forms |= {form.encode("ascii", "ignore").decode() for form in forms}
     return {key for form in forms if (key := squash(form))}
+
+
+def _without_tags(text: str) -> str:
+    return _TAG.sub("", text)
+
+
+def _html_headings(text: str) -> Iterator[str]:
+    opened: re.Match[str] | None = None
+    for tag in _HEADING_TAG.finditer(text):
+        if not tag[1]:
+            opened = tag
+        elif opened is not None and opened[2] == tag[2]:
+            if tag.start() - opened.end() <= _LONGEST_HTML_HEADING:
+                yield text[opened.end() : tag.start()]
+            opened = None
 
 
 def _ids(text: str) -> Iterator[str]:

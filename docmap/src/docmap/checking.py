@@ -5,6 +5,7 @@ from __future__ import annotations
 import os
 import posixpath
 import re
+from collections import Counter
 from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
 
@@ -13,12 +14,14 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from docmap.anchors import Anchors, find_anchors, is_judged, slug, squash
 from docmap.documents import SourceFile, read_text
 from docmap.reading import Document, Unreadable, document_of, link_target, parse
+from docmap.spelling import Spelling
 from docmap.targets import Folder, in_other_spellings, names_page, names_route
 from docmap.templates import is_filled_in, is_partial, literal_lines
 
 _FRONT_MATTER = re.compile(r"\A(---|\+\+\+)[ \t]*\n(.*?)^\1[ \t]*$", re.DOTALL | re.MULTILINE)
 _WORD = re.compile(r"[^\s,\"'\[\]]+")
 _FOOTNOTE = re.compile(r"[ \t>]*\[\^")
+_MANY_PAGES = 5
 
 
 @dataclass(frozen=True)
@@ -73,7 +76,10 @@ class Checker:
     def __init__(self, folder: Folder, pages: Iterable[Page], *, all_files: bool) -> None:
         self._folder = folder
         self._all_files = all_files
-        self._pages = {self._relative(page): page for page in pages}
+        self._spelling = Spelling()
+        # How many pages link to a target, counted when first asked for.
+        self._linking: Counter[str] | None = None
+        self._pages = {self.path_of(page): page for page in pages}
         self._other_names = frozenset().union(*(page.other_names for page in self._pages.values()))
         self._titles = {squash(page.document.title or "") for page in self._pages.values()}
         self._uses_wiki_links = any(
@@ -82,13 +88,14 @@ class Checker:
             for link in page.document.links
         )
 
-    def _relative(self, page: Page) -> str:
+    def path_of(self, page: Page) -> str:
+        """The path of a page relative to the folder, with "/"."""
         path = os.path.relpath(os.path.abspath(page.document.file.path), self._folder.root)
         return path.replace(os.sep, "/")
 
     def findings(self, page: Page) -> Iterator[Finding]:
         """Yield the broken links of one page in document order."""
-        path = self._relative(page)
+        path = self.path_of(page)
         if is_partial(path):
             return
         for link in page.document.links:
@@ -98,6 +105,13 @@ class Checker:
             problem = judge(link, path)
             if problem is not None:
                 yield Finding(page.document.file.shown, link.line, link_target(link), *problem)
+
+    def leads_to(self, link: ReferenceInfo, source: str) -> str | None:
+        """The path of the page that a link in the file `source` leads to; None when it leads elsewhere."""
+        if not link.name:
+            return source
+        find = self._folder.find_note if link.kind == REF_WIKI_LINK else self._folder.find_link
+        return next((path for path in find(link.name, source) or () if path in self._pages), None)
 
     def _judge_link(self, link: ReferenceInfo, source: str) -> tuple[str, str | None] | None:
         if not link.name:
@@ -112,10 +126,17 @@ class Checker:
         elif not names_page(name) and not self._all_files:
             return None
         suggestion = self._folder.closest_page(name, source)
-        if names_route(name) and suggestion is None and not self._all_files:
-            # A generator or a server may make what the address stands for.
+        if names_route(name) and suggestion is None and not (self._all_files and self._is_rare(link.name)):
+            # A generator or a server may make what the address stands for; surely so when many pages use it.
             return None
         return f'no file "{link.name}"', suggestion
+
+    def _is_rare(self, name: str) -> bool:
+        if self._linking is None:
+            self._linking = Counter(
+                name for page in self._pages.values() for name in {link.name for link in page.document.links}
+            )
+        return self._linking[name] < _MANY_PAGES
 
     def _names_no_page(self, route: str) -> bool:
         """Whether no page has the last name of this address, be it in another folder or by front matter."""
@@ -148,7 +169,8 @@ class Checker:
         known = [page for page in pages if page is not None]
         if not known or len(known) < len(pages) or any(page.anchors.has(anchor) for page in known):
             return None
-        closest = known[0].anchors.closest(slug(anchor))
+        anchors = known[0].anchors
+        closest = self._spelling.closest(slug(anchor), anchors.slugs, 0.7, of=found[0])
         where = "" if found[0] == source else f" in {known[0].document.file.shown}"
         return f'no heading "#{anchor}"{where}', closest and f"#{closest}"
 

@@ -8,6 +8,7 @@ import sys
 import time
 from collections.abc import Iterator
 from contextlib import closing, contextmanager
+from pathlib import Path
 from typing import Annotated, Optional
 
 import typer
@@ -17,19 +18,19 @@ from rich.text import Text
 from docmap import __version__
 from docmap.checking import Checker, Finding, Page, read_page
 from docmap.documents import STANDARD_INPUT, find_files
-from docmap.jobs import default_jobs, map_in_order, track
+from docmap.folder_map import folder_map
+from docmap.jobs import WorkerLostError, default_jobs, map_in_order, track
 from docmap.json_lines import document_lines, finding_line
 from docmap.outline import print_outline, printable
+from docmap.page import LibraryMissingError, render
 from docmap.reading import Document, Unreadable, read_document
 from docmap.targets import Folder
 
-INTERRUPTED = 128 + signal.SIGINT
 PIPE_CLOSED = 128 + signal.SIGPIPE
 
 app = typer.Typer(
     name="docmap",
     no_args_is_help=True,
-    add_completion=False,
     pretty_exceptions_enable=False,
     context_settings={"help_option_names": ["-h", "--help"]},
 )
@@ -90,11 +91,14 @@ def _print_finding(console: Console, finding: Finding) -> None:
 
 
 @contextmanager
-def _ending_with_reader() -> Iterator[None]:
-    """Ends quietly when the reader of standard output has had enough (`docmap ... | head`)."""
+def _ending_cleanly() -> Iterator[None]:
+    """Ends quietly when the reader of standard output has had enough, in one line when a process is lost."""
     try:
         yield
         sys.stdout.flush()
+    except WorkerLostError:
+        _note("a process was killed before it was done; memory may be short, and --jobs 1 needs the least")
+        raise typer.Exit(1) from None
     except BrokenPipeError:
         # What is still buffered would fail again at exit, with a message that nobody can act on.
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
@@ -103,6 +107,10 @@ def _ending_with_reader() -> Iterator[None]:
 
 def _count(number: int, noun: str) -> str:
     return f"{number} {noun}" if number == 1 else f"{number} {noun}s"
+
+
+def _summary(counts: str, started: float) -> None:
+    typer.echo(f"{counts}, {time.monotonic() - started:.1f} s", err=True)
 
 
 def _print_version(wanted: bool) -> None:
@@ -124,7 +132,7 @@ def _options(
 @app.command()
 def outline(
     paths: Annotated[
-        list[str], typer.Argument(metavar="PATH...", help='Files or folders; "-" is standard input.')
+        list[str], typer.Argument(metavar="PATH", help='Files or folders; "-" is standard input.')
     ],
     links: Annotated[bool, typer.Option("--links", help="Print each section's links below it.")] = False,
     as_json: Json = False,
@@ -140,7 +148,7 @@ def outline(
     read = map_in_order(read_document, files, processes)
     section_count = link_count = 0
     with (
-        _ending_with_reader(),
+        _ending_cleanly(),
         closing(track(read, len(files), _progress_console(streaming=True))) as results,
     ):
         for document in results:
@@ -155,7 +163,7 @@ def outline(
             else:
                 print_outline(console, document, with_links=links)
     counts = _count(len(files), "file"), _count(section_count, "section"), _count(link_count, "link")
-    typer.echo(f"{', '.join(counts)} in {time.monotonic() - started:.1f} s", err=True)
+    _summary(", ".join(counts), started)
     raise typer.Exit(1 if errors.count else 0)
 
 
@@ -173,15 +181,17 @@ def check(
 ) -> None:
     """Report links to files and headings that do not exist; the exit status is then 1."""
     started = time.monotonic()
+    if path == STANDARD_INPUT:
+        raise typer.BadParameter("links are checked within a folder; name a file of it", param_hint="PATH")
     if not os.path.exists(path):
         raise typer.BadParameter(f"{path} does not exist", param_hint="PATH")
     folder = path if os.path.isdir(path) else os.path.dirname(path) or "."
     errors = _Errors()
-    pages, asked_for = _read_pages(folder, path, jobs, errors)
-    checker = Checker(Folder(folder), pages, all_files=all_files)
     broken = 0
     console = _output()
-    with _ending_with_reader():
+    with _ending_cleanly():
+        pages, asked_for = _read_pages(folder, path, jobs, errors)
+        checker = Checker(Folder(folder), pages, all_files=all_files)
         for page in asked_for:
             for finding in checker.findings(page):
                 broken += 1
@@ -191,8 +201,57 @@ def check(
                     _print_finding(console, finding)
     links = sum(len(page.document.links) for page in asked_for)
     verdict = f"{broken} broken of {_count(links, 'link')} in {_count(len(asked_for), 'file')}"
-    typer.echo(f"{verdict}, {time.monotonic() - started:.1f} s", err=True)
+    _summary(verdict, started)
     raise typer.Exit(1 if broken or errors.count else 0)
+
+
+@app.command()
+def page(
+    path: Annotated[str, typer.Argument(metavar="PATH", help="A folder.")],
+    output: Annotated[
+        str, typer.Option("--output", "-o", metavar="FILE", help='The page to write; "-" is standard output.')
+    ],
+    jobs: Jobs = None,
+) -> None:
+    """Write one HTML page to explore a folder with: outline, search, graph of links, broken links."""
+    started = time.monotonic()
+    if not os.path.isdir(path):
+        raise typer.BadParameter(f"{path} is not a folder", param_hint="PATH")
+    errors = _Errors()
+    with _ending_cleanly():
+        pages, _ = _read_pages(path, path, jobs, errors)
+        root = os.path.abspath(path)
+        # Seen from standard output the documents have no address.
+        base = None if output == STANDARD_INPUT else _address(root, os.path.dirname(os.path.abspath(output)))
+        checker = Checker(Folder(path), pages, all_files=False)
+        folder = folder_map(os.path.basename(root) or root, base, pages, checker)
+        try:
+            text = render(folder)
+            if output == STANDARD_INPUT:
+                sys.stdout.write(text)
+            else:
+                Path(output).write_text(text, "utf-8", newline="\n")
+        except LibraryMissingError:
+            _note('the page needs a drawing library; pip install "docmap[page]" brings it')
+            raise typer.Exit(1) from None
+        except OSError as error:
+            if isinstance(error, BrokenPipeError):
+                raise
+            errors.say(output, error.strerror or str(error))
+            raise typer.Exit(1) from None
+    sections = sum(len(entry["sections"]) for entry in folder["documents"])
+    broken = sum(len(entry["broken"]) for entry in folder["documents"])
+    counts = _count(len(pages), "file"), _count(sections, "section"), _count(folder["links"], "link")
+    size = f"{len(text) / 1e6:.1f} MB"
+    _summary(f"{', '.join(counts)}, {broken} broken; {size}", started)
+    raise typer.Exit(1 if errors.count else 0)
+
+
+def _address(folder: str, origin: str) -> str | None:
+    try:
+        return os.path.relpath(folder, origin).replace(os.sep, "/")
+    except ValueError:  # on another drive
+        return None
 
 
 def _read_pages(folder: str, path: str, jobs: int | None, errors: _Errors) -> tuple[list[Page], list[Page]]:
@@ -221,4 +280,11 @@ def main() -> None:
         # A file name or an old terminal's encoding must not end the run halfway.
         if hasattr(stream, "reconfigure"):
             stream.reconfigure(errors="replace")
-    app()
+    signal.signal(signal.SIGTERM, _terminate)
+    # Run as a module, it would else name itself, and its completion, after the interpreter.
+    app(prog_name="docmap")
+
+
+def _terminate(number: int, _frame: object) -> None:
+    # As an exception it takes down the progress bar and the processes on its way.
+    sys.exit(128 + number)

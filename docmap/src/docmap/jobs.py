@@ -7,6 +7,7 @@ import signal
 import time
 from collections.abc import Callable, Generator, Sequence
 from concurrent.futures import ProcessPoolExecutor
+from concurrent.futures.process import BrokenProcessPool
 from contextlib import closing
 from typing import TypeVar
 
@@ -23,28 +24,42 @@ _CHUNK = 16
 _SECONDS_BEFORE_BAR = 1.0
 
 
+class WorkerLostError(Exception):
+    """A process that did part of the work was ended from outside, as the system does when memory runs out."""
+
+
 def default_jobs(count: int) -> int:
     """How many processes to use for `count` files when the user does not say."""
-    return 1 if count < FEW_FILES else len(os.sched_getaffinity(0))
+    if count < FEW_FILES:
+        return 1
+    # Not every system can say which processors this process may use.
+    return len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else os.cpu_count() or 1
 
 
 def map_in_order(
     work: Callable[[Item], Result], items: Sequence[Item], jobs: int
 ) -> Generator[Result, None, None]:
-    """Yield work(item) for each item in the order of the items, from `jobs` processes."""
+    """Yield work(item) for each item in the order of the items, from `jobs` processes.
+
+    Raises WorkerLostError when one of these does not live to return its results.
+    """
     if jobs <= 1 or len(items) <= 1:
         yield from map(work, items)
         return
-    pool = ProcessPoolExecutor(min(jobs, len(items)), initializer=_leave_interrupts_to_parent)
+    pool = ProcessPoolExecutor(min(jobs, len(items)), initializer=_leave_signals_to_parent)
     try:
         yield from pool.map(work, items, chunksize=_CHUNK)
+    except BrokenProcessPool:
+        raise WorkerLostError from None
     finally:
         # Reached early when the caller stops: an interrupt, a closed pipe. What has not begun is dropped.
         pool.shutdown(cancel_futures=True)
 
 
-def _leave_interrupts_to_parent() -> None:
+def _leave_signals_to_parent() -> None:
     signal.signal(signal.SIGINT, signal.SIG_IGN)
+    # The handler that ends the command would run here as well, inherited by the fork.
+    signal.signal(signal.SIGTERM, signal.SIG_DFL)
 
 
 def track(

@@ -7,10 +7,10 @@ import os
 import posixpath
 import re
 from collections.abc import Iterator
-from difflib import get_close_matches
 
 from docmap.anchors import squash
 from docmap.documents import is_markdown
+from docmap.spelling import Spelling
 
 # A link to a folder goes to one of these.
 _INDEXES = frozenset({"index", "_index", "readme"})
@@ -54,14 +54,16 @@ class Folder:
         self._files: dict[str, str] = {}
         self._folders: dict[str, list[str]] = {"": []}
         self._routes: dict[str, list[tuple[tuple[str, ...], str]]] = {}
+        self._siblings: dict[tuple[str, ...], dict[str, str]] = {}
         self._notes: dict[str, list[tuple[tuple[str, ...], str]]] = {}
         self._names: set[str] = set()
-        self._close_routes: dict[tuple[str, ...], str | None] = {}
+        self._spelling = Spelling()
         for path in self._walk():
             self._files.setdefault(path.casefold(), path)
             self._names.add(posixpath.basename(path).casefold())
             if path.lower().endswith(_PAGE_SUFFIXES):
                 self._add_page(path)
+        self._folder_notes = {note[-1] for folder in self._folders if (note := _note(folder))}
         self.resolves_by_name = os.path.isdir(os.path.join(self.root, ".obsidian"))
 
     def _walk(self) -> Iterator[str]:
@@ -82,6 +84,7 @@ class Folder:
         route = _route(path)
         if route:
             self._routes.setdefault(route[-1], []).append((route, path))
+            self._siblings.setdefault(route[:-1], {}).setdefault(route[-1], path)
         note = _note(posixpath.splitext(path)[0])
         if note:
             self._notes.setdefault(note[-1], []).append((note, path))
@@ -194,8 +197,7 @@ class Folder:
             return sorted(found, key=lambda page: _distance(page, source))
         if path.strip("/").casefold() in self._folders or posixpath.basename(name).casefold() in self._names:
             return []
-        folders = (_note(folder)[-1:] for folder in self._folders if folder)
-        return [] if note[-1:] in folders else None
+        return [] if note[-1] in self._folder_notes else None
 
     def has_route_named(self, name: str) -> bool:
         """Whether a page anywhere in the folder has the last name of this address."""
@@ -211,32 +213,25 @@ class Folder:
         if same_name:
             page = min(same_name, key=lambda page: _distance(page, source))
         else:
-            # Comparing with every name is slow, and one wrong address often stands on many pages.
-            if wanted not in self._close_routes:
-                self._close_routes[wanted] = self._close_route(wanted)
-            close = self._close_routes[wanted]
+            close = self._close_route(wanted)
             if close is None:
                 return None
             page = close
         return posixpath.relpath(page, posixpath.dirname(source) or ".")
 
     def _close_route(self, wanted: tuple[str, ...]) -> str | None:
-        siblings: dict[str, str] = {}
-        for last, pages in self._routes.items():
-            for route, page in pages:
-                if route[:-1] == wanted[:-1]:
-                    siblings.setdefault(last, page)
-        close = get_close_matches(wanted[-1], siblings, n=1, cutoff=0.75)
-        if close:
-            return siblings[close[0]]
-        close = get_close_matches(wanted[-1], self._routes, n=1, cutoff=0.85)
-        return self._routes[close[0]][0][1] if close else None
+        siblings = self._siblings.get(wanted[:-1], {})
+        close = self._spelling.closest(wanted[-1], siblings, 0.75, of=wanted[:-1])
+        if close is not None:
+            return siblings[close]
+        close = self._spelling.closest(wanted[-1], self._routes, 0.85, of="route")
+        return None if close is None else self._routes[close][0][1]
 
     def closest_note(self, name: str) -> str | None:
         """The name of the page that a wiki link to a missing page may have meant."""
         note = _note(name)
-        close = get_close_matches(note[-1], self._notes, n=1, cutoff=0.8) if note else []
-        return posixpath.splitext(posixpath.basename(self._notes[close[0]][0][1]))[0] if close else None
+        close = self._spelling.closest(note[-1], self._notes, 0.8, of="note") if note else None
+        return None if close is None else posixpath.splitext(posixpath.basename(self._notes[close][0][1]))[0]
 
 
 def _route(path: str) -> tuple[str, ...]:

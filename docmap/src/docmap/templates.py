@@ -31,7 +31,7 @@ _INCLUDING_FENCE = re.compile(r"^[ \t]*[`:~]{3,}\s*\{?(?:include|mdinclude)\b", 
 
 # What stands between these is shown as written or not at all; the grammar takes it for text.
 _LITERAL = re.compile(
-    r"\{[{%][<%-]?\s*(?P<close>/|end)?\s*(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b"
+    r"\{[{%][<%-]?\s*(?:(?P<close>/|end)\s*)?(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b"
 )
 
 

@@ -1,0 +1,36 @@
+"""Finds what a misspelt name may have meant."""
+
+from __future__ import annotations
+
+from collections.abc import Collection
+from difflib import get_close_matches
+
+# Longer names are whole sentences or no names at all, and comparing two takes the square of their length.
+_LONGEST = 100
+# A few seconds. A suggestion is a courtesy: thousands of broken links must not turn it into minutes.
+_COMPARISONS = 200_000
+
+
+class Spelling:
+    """Compares names for as long as one run can afford it, and remembers what it found."""
+
+    def __init__(self, comparisons: int = _COMPARISONS) -> None:
+        self._left = comparisons
+        self._known: dict[tuple[object, str], str | None] = {}
+
+    def closest(self, name: str, names: Collection[str], cutoff: float, *, of: object = None) -> str | None:
+        """Return the one of `names` that is closest to `name`, None when none is close or it costs too much.
+
+        `of` says whose names they are; the same question about the same owner is answered once.
+        """
+        key = of, name
+        if of is not None and key in self._known:
+            return self._known[key]
+        if len(name) > _LONGEST or len(names) > self._left:
+            return None
+        self._left -= len(names)
+        close = get_close_matches(name, (other for other in names if len(other) <= _LONGEST), 1, cutoff)
+        found = close[0] if close else None
+        if of is not None:
+            self._known[key] = found
+        return found
