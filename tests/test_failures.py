@@ -18,14 +18,16 @@ FUZZ = Path(__file__).resolve().parents[1] / "fuzz"
 PARAGRAPH = "a `b` [c](d%20e.md#f) *g* [[H#i|j]] [k](l) [k](l)"
 MANY_LINKS = " ".join(f"[a]({i % 12})" for i in range(30))
 SOURCE = "\n".join("abcdefghij")
-NATIVE = b"---\ntitle: \"A \\u00e9\"\ndescription: >\n  b\n  c\n---\n"
+NATIVE = b'---\ntitle: "A \\u00e9"\ndescription: >\n  b\n  c\n---\n'
 LOADED = b"---\ntitle: &a !!str A\ndescription: 123456789012345678901234567890\nx: {<<: {y: z}}\n---\n"
 BROKEN = b"---\ntitle: [\n---\n"
 TOML = b"+++\ntitle = \"A \\u00e9\"\ndescription = 'b'\n+++\n"
 
 
 def tree(front=NATIVE):
-    definition = Node("link_reference_definition", Node("link_label"), Node("link_destination", text=b"<m n>"), row=5)
+    definition = Node(
+        "link_reference_definition", Node("link_label"), Node("link_destination", text=b"<m n>"), row=5
+    )
     table = Node("pipe_table", Node("pipe_table_row", Node("pipe_table_cell", text=b"[t](u%C3)", row=6)))
     return document(
         Node("plus_metadata" if front == TOML else "minus_metadata", text=front),
@@ -37,7 +39,10 @@ def tree(front=NATIVE):
     )  # fmt: skip
 
 
-RECORDS = [SimpleNamespace(start_line=1, end_line=9, fqn="A"), SimpleNamespace(start_line=3, end_line=5, fqn="B")]
+RECORDS = [
+    SimpleNamespace(start_line=1, end_line=9, fqn="A"),
+    SimpleNamespace(start_line=3, end_line=5, fqn="B"),
+]
 
 
 class CountedSequence:
@@ -110,7 +115,9 @@ def load_module(counting):
     module = importlib.util.module_from_spec(spec)
     with pytest.MonkeyPatch.context() as patch:
         patch.setattr(quarnel.models, "Symbol", record(quarnel.models.Symbol))
-        patch.setattr(quarnel.engines.references, "ReferenceInfo", record(quarnel.engines.references.ReferenceInfo))
+        patch.setattr(
+            quarnel.engines.references, "ReferenceInfo", record(quarnel.engines.references.ReferenceInfo)
+        )
         spec.loader.exec_module(module)
     return module
 
@@ -165,7 +172,18 @@ def test_what_fails_at_any_use_comes_out_and_nothing_is_lost(name):
     call = CALLS[name]
     uses = fail_at_every_use(call)
     assert uses >= 4
-    held = [TREE, *TREE.children, TREE.children[0].text, SOURCE, RECORDS, *RECORDS, Failure, CountedNode, str, None]
+    held = [
+        TREE,
+        *TREE.children,
+        TREE.children[0].text,
+        SOURCE,
+        RECORDS,
+        *RECORDS,
+        Failure,
+        CountedNode,
+        str,
+        None,
+    ]
     repetitions = 5
     for _ in range(2):  # the first round fills the interpreter's own caches
         gc.collect()

@@ -85,6 +85,11 @@ ERRORS = [
     "[a: " * 15_000, "- ? " * 15_000, "\n".join(" " * i + "a:" for i in range(300)),
     "x:\n - &a0 {k: v}\n" + "".join(f" - &a{i} {{<<: *a{i - 1}}}\n" for i in range(1, 2000)) + "<<: *a1999",
     "a0: &a0 {k: v}\n" + "".join(f"a{i}: &a{i} {{<<: [*a{i - 1}, *a{i - 1}]}}\n" for i in range(1, 30)),
+    "a0: &a0 {k: v}\n" + "".join(f"a{i}: &a{i} {{!!merge m: [*a{i - 1}, *a{i - 1}]}}\n" for i in range(1, 30)),
+    "a0: &a0 {k: v}\n" + "".join(f"s{i}: &s{i} [*a{i - 1}, *a{i - 1}]\na{i}: &a{i} {{<<: *s{i}}}\n" for i in range(1, 30)),
+    "m: {&m <<: {}}\na0: &a0 {k: v}\n" + "".join(f"a{i}: &a{i} {{*m : [*a{i - 1}, *a{i - 1}]}}\n" for i in range(1, 30)),
+    "t: &a {k: v" + ", <<: *a" * 40 + "}", "t: &s [" + "{a: b}, " * 900 + "{}]\nu: [" + "{<<: *s}, " * 900 + "]",
+    "t: &a !!str {=: *a}", "a0: &a0 {=: x}\n" + "".join(f"a{i}: &a{i} {{=: *a{i - 1}}}\n" for i in range(1, 900)) + "d: !!str *a899",
 ]  # fmt: skip
 
 
@@ -116,8 +121,12 @@ from types import SimpleNamespace
 from quarnel.engines import markdown
 def run():
     sys.setrecursionlimit(1_000_000)
-    for unit in ("[", "{", "- ", "? ", "{a: ", "[a: ", "- - ? ", "- [{a: ", "? - "):
-        body = unit * (60_000 // len(unit))
+    bodies = [unit * (60_000 // len(unit)) for unit in ("[", "{", "- ", "? ", "{a: ", "[a: ", "- - ? ", "- [{a: ", "? - ")]
+    bodies += ["t: &a {k: v" + ", <<: *a" * 7000 + "}", "t: &a !!str {=: *a}", "&a {? *a : b}", "&a [*a]", "? &a [*a]\\n: b"]
+    chains = ("{{!!merge m: *a{0}}}", "{{=: *a{0}}}", "{{<<: [*a{0}]}}")
+    bodies += ["x:\\n - &a0 {k: v}\\n" + "".join(f" - &a{i + 1} {chain.format(i)}\\n" for i in range(2000)) + "y: !!str *a2000\\n<<: *a2000"
+               for chain in chains]
+    for body in bodies:
         node = SimpleNamespace(type="minus_metadata", text=f"---\\n{body}\\n---\\n".encode())
         assert tuple(markdown._front_matter(node, "P")) == (None, None)
     print("done")

@@ -120,3 +120,22 @@ def test_a_real_document():
     assert [(r.name, r.line, r.source_fqn) for r in found] == [
         ("t.md", 1, None), ("a.md", 5, "P.A"), ("b.md", 9, "P.A.B"), ("r.md", 11, "P.A.B"),
     ]  # fmt: skip
+
+
+def test_a_record_is_fetched_once():
+    fetched = []
+
+    class Records:
+        def __len__(self):
+            return 3
+
+        def __getitem__(self, index):
+            fetched.append(index)
+            return section(index + 1, 9, f"s{index}")
+
+    assert markdown._section_at(Records(), 2) == "s1"
+    assert fetched == [0, 1, 2]
+    emptied = []
+    fields = {"start_line": property(lambda self: emptied.clear() or 1), "end_line": 9, "fqn": "A"}
+    emptied.append(type("Clearing", (), fields)())
+    assert markdown._section_at(emptied, 3) == "A"

@@ -121,5 +121,3 @@ def test_sections_nest_to_any_depth_of_the_tree():
     for _ in range(100_000):
         node = Node("section", node)
     assert [symbol.name for symbol in sections("# deep\n", root=node)] == ["deep"]
-    while node.children:  # taken apart from outside, since the interpreter frees nested objects recursively
-        node.children, node = [], node.children[0]

@@ -26,13 +26,15 @@ NodeText::NodeText(Ref bytes, std::size_t max_bytes) : owner_(std::move(bytes)) 
 
 NodeReader::NodeReader(const ModuleState& state) : state_(state) {
   auto* type = reinterpret_cast<PyTypeObject*>(state.node_type);
-  if (!PyType_Check(state.node_type) || type->tp_getattro != PyObject_GenericGetAttr) return;
+  if (!PyType_Check(state.node_type) || type->tp_getattro != PyObject_GenericGetAttr || !type->tp_dict) return;
   PyObject* names[kAttributes] = {state.names.children, state.names.start_point, state.names.text, state.names.type};
   for (std::size_t i = 0; i < kAttributes; ++i) {
-    // Looked up anew for each reader, since the type's attributes may be replaced; one that is no getter stays unused.
-    const Ref descriptor = Ref::steal(PyObject_GetAttr(state.node_type, names[i]));
-    if (!Py_IS_TYPE(descriptor.get(), &PyGetSetDescr_Type)) continue;
-    const auto* getset = reinterpret_cast<PyGetSetDescrObject*>(descriptor.get());
+    // Looked up anew for each reader, since the type's attributes may be replaced; what is no getter of its own, or is
+    // not there, stays unused.
+    PyObject* descriptor = PyDict_GetItemWithError(type->tp_dict, names[i]);
+    if (!descriptor && PyErr_Occurred()) throw python::PythonError();
+    if (!descriptor || !Py_IS_TYPE(descriptor, &PyGetSetDescr_Type)) continue;
+    const auto* getset = reinterpret_cast<PyGetSetDescrObject*>(descriptor);
     if (PyDescr_TYPE(getset) == type) getters_[i] = {getset->d_getset->get, getset->d_getset->closure};
   }
 }

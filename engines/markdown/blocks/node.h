@@ -13,10 +13,11 @@
 #include <string_view>
 
 #include "blocks/kind.h"
+#include "text/row.h"
 
 namespace markdown::blocks {
 
-using Row = std::int64_t;  // 0-based
+using text::Row;
 
 // A node's text as well-formed UTF-8. Holds the bytes object that its view points into.
 class NodeText {
@@ -42,7 +43,9 @@ class NodeReader {
   const python::ModuleState& state() const noexcept { return state_; }
 
   // Whether the node is the binding's own, and no stand-in.
-  bool is_exact(PyObject* node) const noexcept { return reinterpret_cast<PyObject*>(Py_TYPE(node)) == state_.node_type; }
+  bool is_exact(PyObject* node) const noexcept {
+    return reinterpret_cast<PyObject*>(Py_TYPE(node)) == state_.node_type;
+  }
 
   Kind kind(PyObject* node) const;  // TypeError when the type is no str
   python::Ref children(PyObject* node) const { return read(node, kChildren, state_.names.children); }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "python/sequence.h"
+
 namespace markdown::blocks {
 
 using python::checked;
@@ -27,13 +29,16 @@ Ref PendingNodes::pop() {
   return {};
 }
 
-void PendingNodes::push_children(const NodeReader& nodes, PyObject* node) {
+void PendingNodes::enter(const NodeReader& nodes, PyObject* node) {
   Ref children = nodes.children(node);
   // An exact node keeps its list to itself. Any other may do with its children what it likes while they are visited, so
   // they are visited as they are now.
   if (!(nodes.is_exact(node) && PyList_CheckExact(children.get())) && !PyTuple_CheckExact(children.get())) {
     if (!PySequence_Check(children.get())) python::raise(PyExc_TypeError, "a node's children must be a sequence");
-    children = Ref::steal(PySequence_Tuple(children.get()));
+    const Ref list = Ref::steal(PyList_New(0));
+    python::for_each_item(children.get(),
+                          [&list](const Ref& child) { checked(PyList_Append(list.get(), child.get())); });
+    children = Ref::share(list.get());
   }
   const Py_ssize_t count = Py_SIZE(children.get());
   if (count > 0) entered_.push_back({std::move(children), 0, count});
@@ -55,7 +60,7 @@ Block BlockWalk::next(const NodeReader& nodes) {
   while (Ref node = pending_.pop()) {
     const Kind kind = nodes.kind(node.get());
     if (!is_container(kind)) return {std::move(node), kind};
-    pending_.push_children(nodes, node.get());
+    pending_.enter(nodes, node.get());
   }
   return {};
 }

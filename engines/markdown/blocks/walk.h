@@ -23,7 +23,7 @@ class PendingNodes {
   // The next node, or nothing at the end. Now and then lets the interpreter handle signals: a tree may be endless.
   python::Ref pop();
   // Visits the children of `node` next, as they are now.
-  void push_children(const NodeReader& nodes, PyObject* node);
+  void enter(const NodeReader& nodes, PyObject* node);
 
   int traverse(visitproc visit, void* arg) const;
   void clear() noexcept;

@@ -45,22 +45,13 @@ std::string integer_text(PyObject* number) {
   return integer_text_from_hex(utf8.view().substr(negative ? 3 : 2), negative);
 }
 
-std::optional<std::string> field_in(PlainText& plain_text, PyObject* fields, std::string_view key) {
-  const Ref name = python::to_str(key);
-  PyObject* value = PyDict_GetItemWithError(fields, name.get());
-  if (!value && PyErr_Occurred()) throw python::PythonError();
-  return value ? field_of(plain_text, Ref::share(value).get()) : std::nullopt;
-}
-
 FrontMatter read_yaml(const ModuleState& state, PlainText& plain_text, std::string_view body, PyObject* prefix) {
-  if (is_own_loader(state)) {
-    if (const auto fields = recognise_yaml(body)) {
-      return {recognised_field(plain_text, fields->title), recognised_field(plain_text, fields->description)};
-    }
+  if (const auto fields = read_natively(state, body)) {
+    return {recognised_field(plain_text, fields->title), recognised_field(plain_text, fields->description)};
   }
-  const Ref loaded = load_yaml(state, body, prefix);
-  if (!loaded || !PyDict_Check(loaded.get())) return {};
-  return {field_in(plain_text, loaded.get(), kTitle), field_in(plain_text, loaded.get(), kDescription)};
+  const auto loaded = load_fields(state, body, prefix);
+  if (!loaded) return {};
+  return {field_of(plain_text, loaded->title.get()), field_of(plain_text, loaded->description.get())};
 }
 
 FrontMatter read_toml(PlainText& plain_text, std::string_view body) {

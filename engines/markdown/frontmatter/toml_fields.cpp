@@ -1,5 +1,6 @@
 #include "frontmatter/toml_fields.h"
 
+#include "text/digits.h"
 #include "text/space.h"
 #include "text/utf8.h"
 
@@ -27,19 +28,12 @@ std::size_t string_end(std::string_view line, std::size_t pos) noexcept {
   return kNone;
 }
 
-constexpr int hex_value(char c) noexcept {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 // The code unit of the "\uXXXX" at `pos`.
 std::optional<char32_t> escaped_unit(std::string_view text, std::size_t pos) noexcept {
   if (text.substr(pos, 2) != "\\u" || pos + 6 > text.size()) return std::nullopt;
   char32_t unit = 0;
   for (const char c : text.substr(pos + 2, 4)) {
-    const int value = hex_value(c);
+    const int value = text::hex_value(c);
     if (value < 0) return std::nullopt;
     unit = unit << 4 | static_cast<char32_t>(value);
   }

@@ -1,4 +1,4 @@
-// What the safe loader must not be given: YAML that would recurse or multiply without bound.
+// What the safe loader must not be given: YAML on which it would recurse or multiply without bound.
 //
 // Tested by tests/test_frontmatter.py.
 #pragma once
@@ -17,8 +17,11 @@ inline constexpr std::size_t kMaxYamlDepth = 48;
 // characters.
 inline constexpr std::size_t kMaxMergedEntries = 65536;
 
-// Why the loader must not have the body, or null when it may. `body` is the str of `utf8`. Reads the parser's events
-// one at a time, which takes no recursion, and only when the body has enough indicators to be able to nest too deep.
+// Why the loader must not have the body, or null when it may. `body` is the str of `utf8`.
+//
+// A body that has enough indicators to nest too deep is followed through the parser's events, which takes no recursion.
+// One that has aliases and may have merge keys or value keys, along which the loader recurses whatever the nesting, is
+// composed, and its graph of nodes is searched without recursion.
 const char* refuse_yaml(const python::ModuleState& state, PyObject* body, std::string_view utf8);
 
 }  // namespace markdown::frontmatter

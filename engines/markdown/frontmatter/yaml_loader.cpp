@@ -1,5 +1,6 @@
 #include "frontmatter/yaml_loader.h"
 
+#include "frontmatter/front_matter.h"
 #include "frontmatter/yaml_guard.h"
 #include "python/text.h"
 
@@ -10,12 +11,9 @@ using python::ModuleState;
 using python::Ref;
 
 // Takes the exception that is set off the interpreter, if front matter may fail with it. The loader lets more slip than
-// its own errors: ValueError for a date like 2024-13-45, KeyError, AttributeError, RecursionError. A lack of memory and
-// an interrupt are not the document's doing.
+// its own errors: ValueError for a date like 2024-13-45, KeyError, AttributeError, RecursionError.
 Ref take_error() {
-  if (!PyErr_ExceptionMatches(PyExc_Exception) || PyErr_ExceptionMatches(PyExc_MemoryError)) {
-    throw python::PythonError();
-  }
+  python::require_ordinary_error();
   PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
   PyErr_Fetch(&type, &value, &traceback);
   PyErr_NormalizeException(&type, &value, &traceback);
@@ -34,13 +32,8 @@ Ref refusal(const ModuleState& state, const char* reason) {
   return Ref::steal(PyObject_CallOneArg(error_type.get(), python::to_str(reason).get()));
 }
 
-}  // namespace
-
-bool is_own_loader(const ModuleState& state) {
-  return Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load)).get() == state.yaml_safe_load;
-}
-
-Ref load_yaml(const ModuleState& state, std::string_view body, PyObject* prefix) {
+// An empty Ref stands for what could not be loaded.
+Ref load(const ModuleState& state, std::string_view body, PyObject* prefix) {
   const Ref safe_load = Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load));
   const Ref text = python::to_str(body);
   if (safe_load.get() == state.yaml_safe_load) {
@@ -52,6 +45,26 @@ Ref load_yaml(const ModuleState& state, std::string_view body, PyObject* prefix)
   Ref loaded = Ref::steal_or_empty(PyObject_CallOneArg(safe_load.get(), text.get()));
   if (!loaded) log_error(state, prefix, take_error().get());
   return loaded;
+}
+
+Ref value_in(PyObject* mapping, std::string_view key) {
+  const Ref name = python::to_str(key);
+  PyObject* value = PyDict_GetItemWithError(mapping, name.get());
+  if (!value && PyErr_Occurred()) throw python::PythonError();
+  return value ? Ref::share(value) : python::none();
+}
+
+}  // namespace
+
+std::optional<YamlFields> read_natively(const ModuleState& state, std::string_view body) {
+  const Ref safe_load = Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load));
+  return safe_load.get() == state.yaml_safe_load ? recognise_yaml(body) : std::nullopt;
+}
+
+std::optional<LoadedFields> load_fields(const ModuleState& state, std::string_view body, PyObject* prefix) {
+  const Ref loaded = load(state, body, prefix);
+  if (!loaded || !PyDict_Check(loaded.get())) return std::nullopt;
+  return LoadedFields{value_in(loaded.get(), kTitle), value_in(loaded.get(), kDescription)};
 }
 
 }  // namespace markdown::frontmatter

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 
+#include "text/digits.h"
 #include "text/utf8.h"
 
 namespace markdown::frontmatter {
@@ -65,13 +66,6 @@ std::size_t skip_plain_run(std::string_view text, std::size_t pos, bool in_flow)
     if (is_blank_or_end(next) || (in_flow && kFlowIndicators.find(next) != std::string_view::npos)) break;
   }
   return pos;
-}
-
-int hex_digit_value(char c) noexcept {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
 }
 
 // What a backslash makes of the character behind it, but for hexadecimal escapes and line breaks.
@@ -178,7 +172,7 @@ bool YamlScanner::scan_escape(std::string* out) {
     const int width = kind == 'x' ? 2 : kind == 'u' ? 4 : kind == 'U' ? 8 : 0;
     if (width == 0) return false;
     for (int i = 0; i < width; ++i, advance()) {
-      const int digit = hex_digit_value(peek());
+      const int digit = text::hex_value(peek());
       if (digit < 0) return false;
       value = value * 16 + static_cast<char32_t>(digit);
     }

@@ -36,7 +36,7 @@ constexpr auto kMarkers = [] {
   table['~'] = kTilde;
   table['\\'] = kBackslash;
   for (std::size_t byte = 0; byte < table.size(); ++byte) {
-    const bool may_be_space = text::detail::kSpaceClass[byte] != text::detail::SpaceClass::kNone;
+    const bool may_be_space = text::kSpaceClass[byte] != text::SpaceClass::kNone;
     if (may_be_space && byte != ' ') table[byte] = kSpace;
   }
   return table;
@@ -96,8 +96,8 @@ std::string_view PlainText::unmarked(std::string_view text, std::uint8_t markers
   return text;
 }
 
-// Every run of white space becomes one space, and none is left at either end. Stretches that are as they should be, words
-// with single spaces between them, are copied whole.
+// Every run of white space becomes one space, and none is left at either end. Stretches that are as they should be,
+// words with single spaces between them, are copied whole.
 std::string_view PlainText::collapsed(std::string_view text) {
   result_.clear();
   for (std::size_t pos = text::skip_space(text, 0); pos < text.size();) {

@@ -21,7 +21,7 @@ std::optional<LinkTarget> LinkScan::next(const blocks::NodeReader& nodes) {
     } else if (kind == Kind::kLinkReferenceDefinition) {
       if (auto target = read_definition(nodes, node.get())) return target;
     } else if (blocks::is_link_container(kind)) {
-      pending_.push_children(nodes, node.get());
+      pending_.enter(nodes, node.get());
     }
   }
 }
@@ -30,8 +30,8 @@ std::optional<LinkTarget> LinkScan::read_definition(const blocks::NodeReader& no
   const Ref children = nodes.children(node);
   Ref destination_node;
   python::for_each_item(children.get(), [&](Ref child) {
-    if (destination_node || nodes.kind(child.get()) != Kind::kLinkDestination) return;
-    destination_node = std::move(child);
+    if (nodes.kind(child.get()) == Kind::kLinkDestination) destination_node = std::move(child);
+    return !destination_node;
   });
   if (!destination_node) return std::nullopt;
   text_ = nodes.text(destination_node.get());

@@ -18,8 +18,11 @@ class LinkScan {
   // Nodes are read as the scan reaches them; lines are 1-based.
   std::optional<LinkTarget> next(const blocks::NodeReader& nodes);
 
-  blocks::PendingNodes& pending() noexcept { return pending_; }
   const blocks::PendingNodes& pending() const noexcept { return pending_; }
+  void clear() noexcept {  // nothing more comes
+    pending_.clear();
+    run_ = InlineTargets();
+  }
 
  private:
   std::optional<LinkTarget> read_definition(const blocks::NodeReader& nodes, PyObject* node);

@@ -2,22 +2,16 @@
 
 #include <optional>
 
+#include "text/digits.h"
 #include "text/utf8.h"
 
 namespace markdown::links {
 namespace {
 
-constexpr int hex_value(char c) noexcept {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 std::optional<char> escaped_byte(std::string_view text, std::size_t pos) noexcept {
   if (pos + 2 >= text.size()) return std::nullopt;
-  const int high = hex_value(text[pos + 1]);
-  const int low = hex_value(text[pos + 2]);
+  const int high = text::hex_value(text[pos + 1]);
+  const int low = text::hex_value(text[pos + 2]);
   if (high < 0 || low < 0) return std::nullopt;
   return static_cast<char>(high * 16 + low);
 }

@@ -1,5 +1,7 @@
 #include "links/section_lookup.h"
 
+#include <utility>
+
 namespace markdown::links {
 namespace {
 
@@ -19,46 +21,45 @@ std::int64_t read_line(PyObject* section, PyObject* name) {
 
 }  // namespace
 
-Ref SectionLookup::item(std::size_t index) const {
-  return Ref::steal(PySequence_GetItem(sections_, static_cast<Py_ssize_t>(index)));
-}
-
 // Reads the start of the section behind the table unless that is known; false when there is no such section.
 bool SectionLookup::read_start(const ModuleState& state) {
-  if (has_next_) return true;
-  if (static_cast<Py_ssize_t>(table_.size()) >= python::checked(PySequence_Size(sections_))) return false;
-  next_start_ = read_line(item(table_.size()).get(), state.names.start_line);
-  return has_next_ = true;
+  if (next_.record) return true;
+  const auto index = static_cast<Py_ssize_t>(table_.size());
+  if (index >= python::checked(PySequence_Size(sections_))) return false;
+  Ref record = Ref::steal(PySequence_GetItem(sections_, index));
+  next_.start = read_line(record.get(), state.names.start_line);
+  next_.record = std::move(record);
+  return true;
 }
 
-PyObject* SectionLookup::fqn_of(const ModuleState& state, std::size_t index) {
-  if (!table_[index].fqn) {
-    Ref fqn = Ref::steal(PyObject_GetAttr(item(index).get(), state.names.fqn));
-    table_[index].fqn = std::move(fqn);
+PyObject* SectionLookup::fqn_of(const ModuleState& state, Section& section) {
+  if (!section.fqn) {
+    section.fqn = Ref::steal(PyObject_GetAttr(section.record.get(), state.names.fqn));
+    section.record = Ref();
   }
-  return table_[index].fqn.get();
+  return section.fqn.get();
 }
 
 Ref SectionLookup::holder_of(const ModuleState& state, std::int64_t line) {
   if (line < last_line_) return scan_table(state, line);
   last_line_ = line;
-  while (read_start(state) && next_start_ <= line) {
-    const std::int64_t end = read_line(item(table_.size()).get(), state.names.end_line);
-    table_.push_back({next_start_, end, Ref()});
-    has_next_ = false;
-    if (end < line) continue;
+  while (read_start(state) && next_.start <= line) {
+    next_.end = read_line(next_.record.get(), state.names.end_line);
+    table_.push_back(std::exchange(next_, Section()));
+    if (table_.back().end < line) continue;
     holders_.push_back(table_.size() - 1);
-    fqn_of(state, holders_.back());
+    fqn_of(state, table_.back());
   }
   while (!holders_.empty() && table_[holders_.back()].end < line) holders_.pop_back();
-  return holders_.empty() ? python::none() : Ref::share(fqn_of(state, holders_.back()));
+  return holders_.empty() ? python::none() : Ref::share(fqn_of(state, table_[holders_.back()]));
 }
 
 // The table reaches at least to the first section that starts behind `line`, since it did so for a later line.
 Ref SectionLookup::scan_table(const ModuleState& state, std::int64_t line) {
   Ref holder = python::none();
-  for (std::size_t i = 0; i < table_.size() && table_[i].start <= line; ++i) {
-    if (table_[i].end >= line) holder = Ref::share(fqn_of(state, i));
+  for (Section& section : table_) {
+    if (section.start > line) break;
+    if (section.end >= line) holder = Ref::share(fqn_of(state, section));
   }
   return holder;
 }

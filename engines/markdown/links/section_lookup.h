@@ -24,20 +24,19 @@ class SectionLookup {
 
  private:
   struct Section {
-    std::int64_t start;
-    std::int64_t end;
-    python::Ref fqn;  // read when the section first holds a line
+    std::int64_t start = 0;
+    std::int64_t end = 0;
+    python::Ref record;  // fetched once; held until its FQN, which is read when the section first holds a line
+    python::Ref fqn;
   };
 
   bool read_start(const python::ModuleState& state);
-  PyObject* fqn_of(const python::ModuleState& state, std::size_t index);
+  PyObject* fqn_of(const python::ModuleState& state, Section& section);
   python::Ref scan_table(const python::ModuleState& state, std::int64_t line);
-  python::Ref item(std::size_t index) const;
 
   PyObject* sections_;
   std::vector<Section> table_;
-  bool has_next_ = false;  // the start of the section behind the table has been read
-  std::int64_t next_start_ = 0;
+  Section next_;  // the one behind the table, of which the start has been read, or without a record
   std::int64_t last_line_ = INT64_MIN;
   std::vector<std::size_t> holders_;  // sections that held the line at which they were read, in order
 };

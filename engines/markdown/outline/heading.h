@@ -5,12 +5,14 @@
 #include <optional>
 #include <string>
 
+#include "text/row.h"
+
 namespace markdown::outline {
 
 struct Heading {
   std::string name;  // plain text, empty for a heading without text
   std::int64_t level = 1;
-  std::int64_t first_row = 0;          // 0-based
+  text::Row first_row = 0;             // 0-based
   std::optional<std::string> summary;  // plain text of the paragraph directly below, never empty
 };
 

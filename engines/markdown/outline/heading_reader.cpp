@@ -25,10 +25,10 @@ HeadingParts read_parts(const blocks::NodeReader& nodes, const Block& heading) {
   const Ref children = nodes.children(heading.node.get());
   HeadingParts parts;
   python::for_each_item(children.get(), [&](Ref child) {
-    if (parts.level != 0 && parts.content) return;
     const Kind kind = nodes.kind(child.get());
     if (parts.level == 0) parts.level = blocks::level_of(kind);
     if (kind == content_kind && !parts.content) parts.content = std::move(child);
+    return parts.level == 0 || !parts.content;
   });
   return parts;
 }

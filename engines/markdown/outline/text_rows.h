@@ -8,12 +8,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
+#include "text/row.h"
 #include "text/space.h"
 
 namespace markdown::outline {
 
-using Row = std::int64_t;
+using text::Row;
 
 // `Unit` is what the string stores a code point in: one, two or four bytes.
 // Linear: rows are asked for in document order, so the place of the last row asked for moves over the text once; a
@@ -31,9 +33,12 @@ class TextRows {
 
   // The last row at or above `row` that holds text, but not above `floor`; `row` itself when it is not below `floor`.
   // Rows outside the text hold none.
-  Row last_text_row(Row floor, Row row) noexcept {
+  Row last_text_row(Row floor, Row row) {
     if (row <= floor) return row;
     if (row < 0) return floor;
+    if (row < last_asked_ && table_.empty()) tabulate();
+    last_asked_ = row;
+    if (!table_.empty()) return std::max(floor, table_[std::min(static_cast<std::size_t>(row), table_.size() - 1)]);
     const Place place = end_of(row);
     std::size_t end = place.offset;
     for (row = place.row; row > floor; --end) {
@@ -54,18 +59,23 @@ class TextRows {
     std::size_t offset;
   };
 
+  // Counted in bytes for blocks that cannot overflow one, which the compiler turns into many at a time.
   Row count_feeds(std::size_t begin, std::size_t end) const noexcept {
-    return static_cast<Row>(std::count(text_.begin() + static_cast<std::ptrdiff_t>(begin),
-                                       text_.begin() + static_cast<std::ptrdiff_t>(end), Unit{'\n'}));
+    Row feeds = 0;
+    while (begin < end) {
+      const std::size_t block_end = std::min(end, begin + 255);
+      std::uint8_t in_block = 0;
+      for (; begin < block_end; ++begin) {
+        in_block = static_cast<std::uint8_t>(in_block + (text_[begin] == Unit{'\n'} ? 1 : 0));
+      }
+      feeds += in_block;
+    }
+    return feeds;
   }
 
   // The end of `row`, or of the last row when the text has fewer.
   Place end_of(Row row) noexcept {
     if (count_ != 0 && row >= count_ - 1) return {count_ - 1, text_.size()};
-    if (row < cursor_row_) {  // rows that go backwards come from no parsed document
-      cursor_row_ = 0;
-      cursor_ = 0;
-    }
     // Whole blocks are counted at a time, which is much faster than finding each line feed.
     for (constexpr std::size_t kBlock = 256; cursor_ + kBlock <= text_.size(); cursor_ += kBlock) {
       const Row feeds = count_feeds(cursor_, cursor_ + kBlock);
@@ -80,10 +90,26 @@ class TextRows {
     return {feeds, text_.size()};
   }
 
+  void tabulate() {
+    Row row = 0;
+    Row last = -1;
+    for (const Unit unit : text_) {
+      if (unit == Unit{'\n'}) {
+        table_.push_back(last);
+        ++row;
+      } else if (!text::is_space(unit)) {
+        last = row;
+      }
+    }
+    table_.push_back(last);
+  }
+
   std::span<const Unit> text_;
   Row count_ = 0;  // 0 while it is not known
   std::size_t cursor_ = 0;
   Row cursor_row_ = 0;
+  Row last_asked_ = 0;
+  std::vector<Row> table_;  // of each row the last one at or above it that holds text, or -1; empty while not needed
 };
 
 }  // namespace markdown::outline

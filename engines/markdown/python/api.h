@@ -54,6 +54,12 @@ Number checked(Number answer) {
   throw PythonError();
 }
 
+// Throws on unless the error that is set is an Exception other than MemoryError, which alone may be handled: an
+// interrupt and a lack of memory are no fault of what was read.
+inline void require_ordinary_error() {
+  if (!PyErr_ExceptionMatches(PyExc_Exception) || PyErr_ExceptionMatches(PyExc_MemoryError)) throw PythonError();
+}
+
 // Where C++ returns to Python: an empty Ref comes out as NULL, which ends an iterator when no error is set.
 template <class Body>
 PyObject* guarded(Body&& body) noexcept {

@@ -2,20 +2,36 @@
 #pragma once
 
 #include "python/api.h"
+// After the interpreter's header.
+#include <type_traits>
+#include <utility>
 
 namespace markdown::python {
 
-// Calls `visit(Ref item)` for every item. An item is held while it is visited, and the length is asked again before
-// each, so a sequence that changes while it is read ends early and is never read past its end.
+// Calls `visit(Ref item)` for every item, or up to the first for which it answers false. An item is held while it is
+// visited, and the length is asked again before each, so a sequence that changes while it is read ends early and is
+// never read past its end.
 template <class Visit>
-void for_each_item(PyObject* sequence, Visit&& visit) {
+void for_each_item(PyObject* sequence, Visit&& visit_item) {
+  const auto visit = [&visit_item](Ref item) {
+    if constexpr (std::is_void_v<std::invoke_result_t<Visit&, Ref>>) {
+      visit_item(std::move(item));
+      return true;
+    } else {
+      return visit_item(std::move(item));
+    }
+  };
   if (PyList_CheckExact(sequence)) {
-    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(sequence); ++i) visit(Ref::share(PyList_GET_ITEM(sequence, i)));
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(sequence); ++i) {
+      if (!visit(Ref::share(PyList_GET_ITEM(sequence, i)))) return;
+    }
   } else if (PyTuple_CheckExact(sequence)) {
-    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(sequence); ++i) visit(Ref::share(PyTuple_GET_ITEM(sequence, i)));
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(sequence); ++i) {
+      if (!visit(Ref::share(PyTuple_GET_ITEM(sequence, i)))) return;
+    }
   } else {
     for (Py_ssize_t i = 0; i < checked(PySequence_Size(sequence)); ++i) {
-      visit(Ref::steal(PySequence_GetItem(sequence, i)));
+      if (!visit(Ref::steal(PySequence_GetItem(sequence, i)))) return;
     }
   }
 }

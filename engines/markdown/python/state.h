@@ -16,7 +16,6 @@ namespace markdown::python {
   X(level)                \
   X(first_row)            \
   X(name)                 \
-  X(summary)              \
   X(title)                \
   X(description)          \
   X(start_line)           \

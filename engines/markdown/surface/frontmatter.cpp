@@ -71,7 +71,6 @@ Returns a str, or None when the field is absent, empty, or no str, int or float.
 
 // The value as the loader gives it; nothing when only the loader can make it.
 Ref to_object(const YamlValue& value) {
-  constexpr std::size_t kDigitsOfAnyLimit = 640;
   switch (value.kind) {
     case YamlValue::Kind::kAbsent:
     case YamlValue::Kind::kNull:
@@ -81,7 +80,6 @@ Ref to_object(const YamlValue& value) {
     case YamlValue::Kind::kTrue:
       return Ref::share(Py_True);
     case YamlValue::Kind::kInteger:
-      if (value.text.size() > kDigitsOfAnyLimit) return {};
       return Ref::steal(PyLong_FromString(value.text.c_str(), nullptr, 10));
     case YamlValue::Kind::kFloat:
       return Ref::steal(PyFloat_FromDouble(value.number));
@@ -100,31 +98,20 @@ Ref fields_of(PyObject* title, PyObject* description) {
   return fields;
 }
 
-Ref value_in(PyObject* mapping, std::string_view key) {
-  const Ref name = python::to_str(key);
-  PyObject* value = PyDict_GetItemWithError(mapping, name.get());
-  if (!value && PyErr_Occurred()) throw python::PythonError();
-  return value ? Ref::share(value) : python::none();
-}
-
 PyObject* yaml_fields(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<2> kParameters = {"_yaml_fields", {"body", "prefix"}};
   return python::guarded([&] {
     const auto [body, prefix] = kParameters.bind(args, nargs, keywords);
     const ModuleState& state = state_of(module);
     const python::Utf8 utf8(body);
-    if (frontmatter::is_own_loader(state)) {
-      if (const auto fields = frontmatter::recognise_yaml(utf8.view())) {
-        if (!fields->is_mapping) return Ref::steal(PyDict_New());
-        const Ref title = to_object(fields->title);
-        const Ref description = to_object(fields->description);
-        if (title && description) return fields_of(title.get(), description.get());
-      }
+    if (const auto fields = frontmatter::read_natively(state, utf8.view())) {
+      if (!fields->is_mapping) return Ref::steal(PyDict_New());
+      const Ref title = to_object(fields->title);
+      const Ref description = to_object(fields->description);
+      if (title && description) return fields_of(title.get(), description.get());
     }
-    const Ref loaded = frontmatter::load_yaml(state, utf8.view(), prefix);
-    if (!loaded || !PyDict_Check(loaded.get())) return Ref::steal(PyDict_New());
-    return fields_of(value_in(loaded.get(), frontmatter::kTitle).get(),
-                     value_in(loaded.get(), frontmatter::kDescription).get());
+    const auto loaded = frontmatter::load_fields(state, utf8.view(), prefix);
+    return loaded ? fields_of(loaded->title.get(), loaded->description.get()) : Ref::steal(PyDict_New());
   });
 }
 

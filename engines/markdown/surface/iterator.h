@@ -57,6 +57,7 @@ class Iterator {
       return object->source.next(python::state_of(module));
     });
     object->running = false;
+    if (!item) object->source.clear();  // as a generator ends with what it raises, and at its end
     return item;
   }
 
@@ -71,11 +72,13 @@ class Iterator {
   }
 
   static void dealloc(PyObject* self) {
-    PyTypeObject* type = Py_TYPE(self);
     PyObject_GC_UnTrack(self);
+    Py_TRASHCAN_BEGIN(self, dealloc)  // an iterator may hold another as its root, and that one another
+        PyTypeObject* type = Py_TYPE(self);
     object_of(self)->source.~Source();
     type->tp_free(self);
     python::Ref::steal_or_empty(reinterpret_cast<PyObject*>(type));  // an instance owns a reference to its heap type
+    Py_TRASHCAN_END
   }
 };
 

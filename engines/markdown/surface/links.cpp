@@ -34,7 +34,7 @@ class LinkTargetSource {
   explicit LinkTargetSource(PyObject* root) : scan_(root) {}
   Ref next(const ModuleState& state) { return to_tuple(state, scan_.next(blocks::NodeReader(state))); }
   int traverse(visitproc visit, void* arg) const { return scan_.pending().traverse(visit, arg); }
-  void clear() noexcept { scan_.pending().clear(); }
+  void clear() noexcept { scan_.clear(); }
 
  private:
   links::LinkScan scan_;
@@ -43,7 +43,7 @@ class LinkTargetSource {
 class InlineTargetSource {
  public:
   InlineTargetSource(PyObject* markdown, blocks::Row first_line)
-      : markdown_(Ref::share(markdown)), first_line_(first_line) {}
+      : markdown_(Ref::steal(PyUnicode_FromObject(markdown))), first_line_(first_line) {}
   Ref next(const ModuleState& state) {
     // Not before the first item is asked for: until then the source may be moved, and the run points into its buffers.
     if (markdown_) {
@@ -53,8 +53,11 @@ class InlineTargetSource {
     }
     return to_tuple(state, targets_.next());
   }
-  int traverse(visitproc, void*) const noexcept { return 0; }  // a str is in no cycle
-  void clear() noexcept {}
+  int traverse(visitproc, void*) const noexcept { return 0; }  // an exact str is in no cycle
+  void clear() noexcept {
+    markdown_ = Ref();
+    targets_ = links::InlineTargets();
+  }
 
  private:
   Ref markdown_;

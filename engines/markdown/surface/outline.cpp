@@ -12,11 +12,11 @@ namespace markdown::surface {
 namespace {
 
 using blocks::Block;
-using outline::Row;
 using python::checked;
 using python::Parameters;
 using python::Ref;
 using python::state_of;
+using text::Row;
 
 Block block_of(const blocks::NodeReader& nodes, PyObject* node) {
   if (node == Py_None) return {};
@@ -30,8 +30,9 @@ PyObject* heading(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyO
     const blocks::NodeReader nodes(state_of(module));
     inlines::PlainText plain_text;
     const Block block{Ref::share(node), nodes.kind(node)};
-    const Block next = block_of(nodes, following);
-    return to_record(nodes.state(), outline::read_heading(nodes, plain_text, block, next));
+    outline::Heading heading = outline::read_heading(nodes, plain_text, block, Block());
+    heading.summary = outline::read_summary(nodes, plain_text, block_of(nodes, following));
+    return to_record(nodes.state(), heading);
   });
 }
 
@@ -124,7 +125,9 @@ PyObject* last_text_row(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyOb
   static constexpr Parameters<3> kParameters = {"_last_text_row", {"lines", "floor", "row"}};
   return python::guarded([&] {
     const auto [lines, floor, row] = kParameters.bind(args, nargs, keywords);
-    return Ref::steal(PyLong_FromLongLong(HostLines(lines).last_text_row(blocks::to_row(floor), blocks::to_row(row))));
+    const Row floor_row = blocks::to_row(floor);
+    const Row from_row = blocks::to_row(row);
+    return Ref::steal(PyLong_FromLongLong(HostLines(lines).last_text_row(floor_row, from_row)));
   });
 }
 

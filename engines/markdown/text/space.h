@@ -1,6 +1,6 @@
 // White space: the 29 code points that `\s` of `re` and `str.isspace` know, wherever text is trimmed, split or matched.
 //
-// Offsets are bytes and lie on characters. Tested by tests/test_text.py.
+// Offsets are bytes and lie on characters. Tested by tests/test_inline.py.
 #pragma once
 
 #include <array>
@@ -18,7 +18,6 @@ constexpr bool is_space(char32_t c) noexcept {
          c == 0x202F || c == 0x205F || c == 0x3000;
 }
 
-namespace detail {
 // What a byte says of white space at its place: none, a whole ASCII space, or a lead byte that may begin a wide one.
 enum class SpaceClass : std::uint8_t { kNone, kSpace, kLead };
 inline constexpr auto kSpaceClass = [] {
@@ -28,17 +27,16 @@ inline constexpr auto kSpaceClass = [] {
   return table;
 }();
 constexpr SpaceClass space_class(char byte) noexcept { return kSpaceClass[static_cast<unsigned char>(byte)]; }
-}  // namespace detail
 
 // The bytes of the white-space character at `pos`, 0 when none stands there or the text ends.
 inline std::size_t space_width(std::string_view text, std::size_t pos) noexcept {
   if (pos >= text.size()) return 0;
-  switch (detail::space_class(text[pos])) {
-    case detail::SpaceClass::kNone:
+  switch (space_class(text[pos])) {
+    case SpaceClass::kNone:
       return 0;
-    case detail::SpaceClass::kSpace:
+    case SpaceClass::kSpace:
       return 1;
-    case detail::SpaceClass::kLead:
+    case SpaceClass::kLead:
       break;
   }
   return is_space(decode_at(text, pos)) ? width_of(text[pos]) : 0;

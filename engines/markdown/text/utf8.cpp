@@ -51,15 +51,26 @@ char32_t decode_at(std::string_view text, std::size_t pos) noexcept {
 }
 
 std::size_t count_chars(std::string_view text) noexcept {
-  // Every byte that is no continuation starts a character; the loop is simple enough to be vectorised.
+  // Every byte that is no continuation starts a character. Counted in bytes for blocks that cannot overflow one, which
+  // the compiler turns into many at a time.
   std::size_t chars = 0;
-  for (const char byte : text) chars += is_continuation(byte) ? 0 : 1;
+  while (!text.empty()) {
+    const std::string_view block = text.substr(0, 255);
+    std::uint8_t in_block = 0;
+    for (const char byte : block) in_block = static_cast<std::uint8_t>(in_block + (is_continuation(byte) ? 0 : 1));
+    chars += in_block;
+    text.remove_prefix(block.size());
+  }
   return chars;
 }
 
 std::string_view first_chars(std::string_view text, std::size_t chars) noexcept {
   if (text.size() <= chars) return text;  // a character has at least one byte
   std::size_t pos = 0;
+  // A block of no more bytes than characters are left cannot hold too many.
+  for (constexpr std::size_t kBlock = 128; chars >= kBlock && pos + kBlock <= text.size(); pos += kBlock) {
+    chars -= count_chars(text.substr(pos, kBlock));
+  }
   while (pos < text.size()) {
     if (!is_continuation(text[pos]) && chars-- == 0) break;
     ++pos;
@@ -90,6 +101,10 @@ std::size_t valid_prefix(std::string_view bytes) noexcept {
   std::size_t pos = 0;
   while (pos < bytes.size()) {
     while (pos + 8 <= bytes.size() && (load8(bytes.data() + pos) & kHighBits) == 0) pos += 8;
+    // The last bytes of a text are looked at together with some before them.
+    if (pos + 8 > bytes.size() && bytes.size() >= 8 && (load8(bytes.data() + bytes.size() - 8) & kHighBits) == 0) {
+      return bytes.size();
+    }
     if (pos == bytes.size()) break;
     const Step step = step_at(bytes, pos);
     if (!step.valid) break;

@@ -3,7 +3,7 @@
 // A "character" is a Unicode code point. Views are well-formed UTF-8, except that a code point of the surrogate range
 // may stand in them as its three bytes (text that came from a Python string may hold one); only `is_valid`,
 // `valid_prefix` and `append_replaced` accept arbitrary bytes. Offsets are bytes unless a name says `chars`.
-// Tested by tests/test_text.py.
+// Tested by tests/test_blocks.py and tests/test_inline.py.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 // Word characters: what `\w` of `re` takes, letters and numbers of every script and the underscore.
 //
-// Tested by tests/test_text.py.
+// Tested by tests/test_inline.py.
 #pragma once
 
 #include <cstddef>

@@ -1,0 +1,143 @@
+"""Threads, sub-interpreters, and a module that is loaded, dropped and loaded again."""
+
+import gc
+import importlib.util
+import json
+import sys
+import threading
+import weakref
+
+import pytest
+from nodes import Node, document, heading, inline, paragraph, parse, sections
+from quarnel.engines import markdown
+
+SOURCES = [
+    f"---\ntitle: T {i}\ndescription: !!str D\n---\n\ntext [a](b{i}.md)\n\n## B *{i}*\n\n- [c](d%20e.md)\n\n"
+    f"### C `{i}`\n\n[[P#q]] [r](s) [r](s)\n\n[t]: u.md\n"
+    for i in range(4)
+]
+
+
+def answer(root, source):
+    symbols = sections(source, root=root)
+    return symbols, markdown.extract_links(root, symbols)
+
+
+@pytest.mark.parametrize("shared", [True, False], ids=["shared trees", "own trees"])
+def test_eight_threads_find_what_one_finds(shared):
+    trees = [parse(source) for source in SOURCES]
+    expected = [answer(*pair) for pair in zip(trees, SOURCES, strict=True)]
+    wrong, start = [], threading.Barrier(8)
+
+    def work():
+        own = trees if shared else [parse(source) for source in SOURCES]
+        start.wait()
+        for _ in range(40):
+            for tree, source, right in zip(own, SOURCES, expected, strict=True):
+                if answer(tree, source) != right:
+                    wrong.append(source)
+
+    interval = sys.getswitchinterval()
+    sys.setswitchinterval(1e-5)
+    try:
+        threads = [threading.Thread(target=work) for _ in range(8)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+    finally:
+        sys.setswitchinterval(interval)
+    assert not wrong
+
+
+def load():
+    spec = importlib.util.find_spec("quarnel.engines.markdown")
+    module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+    return module
+
+
+def test_a_module_is_loaded_and_dropped_a_thousand_times():
+    tree = document(Node("minus_metadata", text=b"---\ntitle: T\n---"), heading(2, "A"), inline("[a](b)"))
+
+    def use():
+        module = load()
+        assert module is not markdown and module._blocks.__self__ is module
+        module.extract_sections(tree, "x", "P", 1, unique_fqn=str, cap_docstring=str)
+        module.extract_links(tree, [])
+        next(module._blocks(tree))
+        module.itself = module
+        return weakref.ref(module)
+
+    held = [tree, tree.children[0], type(tree), str, sys.modules["yaml"], markdown.Symbol, markdown.logger]
+    for repetitions in (1000, 1000):  # the first fill what the interpreter keeps for itself
+        gc.collect()
+        counts, blocks = [sys.getrefcount(thing) for thing in held], sys.getallocatedblocks()
+        last = [use() for _ in range(repetitions)][-1]
+        gc.collect()
+        grown = sys.getallocatedblocks() - blocks
+    assert last() is None
+    assert [sys.getrefcount(thing) for thing in held] == counts
+    assert grown < 100, f"{grown} blocks by {repetitions} modules"
+
+
+def test_a_function_and_an_iterator_outlive_their_module():
+    module = load()
+    plain_text, walk = module._plain_text, module._blocks(document(paragraph("a"), paragraph("b")))
+    vars(module).clear()
+    del module
+    gc.collect()
+    assert plain_text("*a*") == "a"
+    assert [node.text for node in walk] == [b"a", b"b"]
+
+
+IN_SUB_INTERPRETER = """
+import sys
+sys.path[:] = {path!r}
+import json
+try:
+    import tree_sitter
+except ImportError:
+    # A binding for one interpreter only: its node type is all that the module asks of it.
+    tree_sitter = sys.modules["tree_sitter"] = type(sys)("tree_sitter")
+    tree_sitter.Node = type("Node", (), {{}})
+from types import SimpleNamespace
+from quarnel.engines import markdown
+
+def node(type, *children, text=b""):
+    return SimpleNamespace(type=type, children=list(children), start_point=(0, 0), text=text)
+
+root = node("document", node("minus_metadata", text=b"---\\ntitle: !!str T\\n---"), node("inline", text=b"[a](b%20c)"))
+for _ in range(50):
+    symbols = markdown.extract_sections(root, "x", "P", 1, unique_fqn=str, cap_docstring=str)
+    links = markdown.extract_links(root, symbols)
+with open({out!r}, "a") as out:
+    print(json.dumps([symbols[0].fqn, links[0].name, links[0].source_fqn]), file=out)
+"""
+
+
+def run_in_sub_interpreter(script):
+    for name in ("_interpreters", "_xxsubinterpreters"):
+        if not importlib.util.find_spec(name):
+            continue
+        interpreters = importlib.import_module(name)
+        # Legacy ones share the interpreter lock, as most extension modules, the grammar's binding too, demand.
+        own = (
+            interpreters.create("legacy") if name == "_interpreters" else interpreters.create(isolated=False)
+        )
+        try:
+            failed = interpreters.run_string(own, script)
+            assert not failed, failed
+        finally:
+            interpreters.destroy(own)
+        return
+    pytest.skip("no sub-interpreters in this build")
+
+
+def test_sub_interpreters_one_after_the_other(tmp_path):
+    out = tmp_path / "out"
+    script = IN_SUB_INTERPRETER.format(path=sys.path, out=str(out))
+    for _ in range(3):
+        run_in_sub_interpreter(script)
+    assert [json.loads(line) for line in out.read_text().splitlines()] == [["P.T", "b c", "P.T"]] * 3
+    assert sections(SOURCES[0])[0].name == "T 0"  # the main one is as it was
