@@ -36,16 +36,23 @@ class SeenLinks {
   bool add(const LinkKey& key);
 
  private:
-  void encode(const LinkKey& key, std::string& out) const;
+  // The hash of a key and where it stands among the keys, packed; 0 for a free slot.
+  using Slot = std::uint64_t;
+
+  std::string_view append(const LinkKey& key);
+  bool is_among_few(std::string_view key) const noexcept;
+  bool is_in_table(std::string_view key);
+  void insert(Slot slot) noexcept;
+  void grow();
+  Slot slot_of(std::string_view key) const;
 
   Lines lines_;
   std::int64_t line_ = INT64_MIN;
-  // A few keys are compared one by one. More than that go into a set of the interpreter's, whose hashes an author of
-  // documents cannot foresee.
-  std::vector<std::string> few_;
-  std::size_t few_used_ = 0;
-  python::Ref many_;
-  std::string encoded_;
+  std::string keys_;  // one after the other, each with an end that stands in no other place
+  std::size_t count_ = 0;
+  // A few keys are compared one by one. More than that are found through a table, a power of two of slots, by the
+  // interpreter's hashes, which an author of documents cannot foresee.
+  std::vector<Slot> slots_;
 };
 
 }  // namespace markdown::links
