@@ -28,11 +28,13 @@ SAMPLES = (
     "# A\n\n| h [i](j) | k |\n|---|---|\n| [[l]] | `m|n` |\n\n```\n# no\n[o](p)\n```\n\n<div>\n# no\n</div>\n\n# A\n",
     "> # quoted\n> [a](b)\n\n1. # item\n   - [c](d.md#e%20f?g)\n\nB *c*\nd\n---\n\n***\n\n\t# code\n\n###### E\r\n",
 )
-PIECES = (
-    "# ,## ,### ,###### ,#, #,\n===\n,\n---\n,---\n,+++\n,***\n,\n\n,\n,> ,- ,1. ,    ,\t,```\n,~~~\n,`,``,*,**,_,~~,[,],(,)"
-    ",](,[[,]],|,|---|---|\n,![,<,>,<!--,-->,<div>\n,</div>\n,[a](b.md),[[P#q|r]],[r]: s.md\n,\\,%20,%C3,?,#x,title: ,title = "
-    ",description: , 'a',\"a\",\u00e9,\u2028,\u00a0,\x85,\x0b,\x00,\r,\ufeff,\U0001f600,\ud800"
-).split(",")
+# Between commas.
+_PIECES = (
+    "# ,## ,### ,###### ,#, #,\n===\n,\n---\n,---\n,+++\n,***\n,\n\n,\n,> ,- ,1. ,    ,\t,```\n,~~~\n,`,``,*,**,_,~~,[,]"
+    ",(,),](,[[,]],|,|---|---|\n,![,<,>,<!--,-->,<div>\n,</div>\n,[a](b.md),[[P#q|r]],[r]: s.md\n,\\,%20,%C3,?,#x,title: "
+    ",title = ,description: , 'a',\"a\",\u00e9,\u2028,\u00a0,\x85,\x0b,\x00,\r,\ufeff,\U0001f600,\ud800"
+)
+PIECES = _PIECES.split(",")
 
 
 def mutated(rng: random.Random, known: list[str]) -> str:
@@ -91,7 +93,9 @@ def headings_of(root, source: str):
         summary = decoded(following) if following is not None and following.type == "paragraph" else ""
         row = block.start_point[0]
         found.append(
-            markdown._Heading(by_re.plain_text(text), (levels or [1])[0], row, by_re.plain_text(summary) or None)
+            markdown._Heading(
+                by_re.plain_text(text), (levels or [1])[0], row, by_re.plain_text(summary) or None
+            )
         )
     if blocks and blocks[0].type in ("minus_metadata", "plus_metadata"):
         front = markdown._front_matter(blocks[0], "")
@@ -112,7 +116,12 @@ def check_sections(source: str, root, symbols, host: Host) -> None:
     lines = source.split("\n")
     asked, holders = [], []
     for symbol, heading in zip(symbols, headings, strict=True):
-        assert symbol.id is None and symbol.file_id == 7 and symbol.kind == "section" and symbol.is_export is True
+        assert (
+            symbol.id is None
+            and symbol.file_id == 7
+            and symbol.kind == "section"
+            and symbol.is_export is True
+        )
         assert 1 <= symbol.start_line <= symbol.end_line <= last_row + 1, "a range lies in the file"
         assert symbol.end_line == symbol.start_line or lines[symbol.end_line - 1].strip(), "it ends with text"
         while holders and holders[-1][0] >= heading.level:
@@ -224,7 +233,9 @@ def main() -> int:
 
     known = list(SAMPLES)
     if options.corpus:
-        known += [path.read_bytes().decode("utf-8", "replace") for path in sorted(options.corpus.rglob("*.md"))]
+        known += [
+            path.read_bytes().decode("utf-8", "replace") for path in sorted(options.corpus.rglob("*.md"))
+        ]
     known += [path.read_bytes().decode("utf-8", "replace") for path in options.files]
     rng = random.Random(options.seed)
     documents = characters = 0

@@ -1,6 +1,7 @@
 // TOML fields against their patterns, the YAML recogniser against itself on bodies that mean the same, numbers as text.
 //
-// Whether the recogniser is right only the loader can tell: the inputs that the fuzzer keeps are read by both afterwards.
+// Whether the recogniser is right only the loader can tell: the inputs that the fuzzer keeps are read by both
+// afterwards.
 #include <algorithm>
 #include <array>
 #include <charconv>

@@ -59,9 +59,8 @@ class ByPattern {
 
   Targets targets(std::string_view run, std::int64_t first_line) const {
     if (run.find("](") == run.npos && run.find("[[") == run.npos) return {};
-    const std::string text = code_span_.substitute(run, [&](const std::vector<text::Span>& span) {
-      return std::string(text::count_chars(span[0].in(run)), ' ');
-    });
+    const std::string text = code_span_.substitute(
+        run, [&](const std::vector<text::Span>& span) { return std::string(text::count_chars(span[0].in(run)), ' '); });
     struct Note {
       std::size_t begin;
       LinkKind kind;
@@ -144,7 +143,8 @@ std::string unquoted(const std::string& text) {
     if (width > 1) {
       flush();
       out += text.substr(pos, width);
-    } else if (text[pos] == '%' && digit(pos + 1) != std::string_view::npos && digit(pos + 2) != std::string_view::npos) {
+    } else if (text[pos] == '%' && digit(pos + 1) != std::string_view::npos &&
+               digit(pos + 2) != std::string_view::npos) {
       stretch += static_cast<char>(digit(pos + 1) / 2 * 16 + digit(pos + 2) / 2);
       pos += 2;
     } else {

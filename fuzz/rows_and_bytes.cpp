@@ -111,15 +111,17 @@ template <class Unit>
 void check_rows(const Lines& lines, std::u32string_view text, std::span<const outline::Heading> headings) {
   std::vector<Unit> units;
   for (const char32_t c : text) units.push_back(static_cast<Unit>(c));
+  const auto count = static_cast<Row>(lines.lines.size());
   outline::TextRows<Unit> rows(units);
-  CHECK(rows.count() == static_cast<Row>(lines.lines.size()));
-  const auto ends = outline::section_ends(headings, rows.count(),
-                                          [&rows](Row floor, Row row) { return rows.last_text_row(floor, row); });
+  const auto ends = outline::section_ends(headings, rows);
   CHECK(ends.size() == headings.size());
+  CHECK(rows.count() == count);
+  CHECK(outline::section_ends(headings, rows) == ends);  // the count is known now, and the rows go back
+  CHECK(outline::TextRows<Unit>(units).count() == count);
   for (std::size_t i = 0; i < headings.size(); ++i) {
     const auto next = std::find_if(headings.begin() + static_cast<std::ptrdiff_t>(i) + 1, headings.end(),
                                    [&](const outline::Heading& other) { return other.level <= headings[i].level; });
-    const Row last = next == headings.end() ? rows.count() - 1 : next->first_row - 1;
+    const Row last = next == headings.end() ? count - 1 : next->first_row - 1;
     CHECK(ends[i] == lines.last_text_row(headings[i].first_row, last));
   }
 }

@@ -80,6 +80,7 @@ def test_length_is_counted_in_characters(records):
 
 
 ERRORS = [
+    "title: {{ name }}",
     "title: [unclosed", "a: b\n...\nc: d", "title: !unknown x", "title: 2024-13-45", "a: !!bool x", "a: !!timestamp x",
     "title: " + "9" * 5000, "title: \x07", "a: *b", "\t- a", "[" * 30_000, "{" * 30_000, "- " * 30_000, "? " * 30_000,
     "[a: " * 15_000, "- ? " * 15_000, "\n".join(" " * i + "a:" for i in range(300)),
@@ -101,6 +102,12 @@ def test_what_the_loader_cannot_read_is_a_debug_record(body, records):
         logging.DEBUG, "The front matter of %s is not YAML: %s", "docs.x",
     )  # fmt: skip
     assert record.getMessage().startswith("The front matter of docs.x is not YAML: ")
+
+
+def test_a_template_for_a_title_is_an_error_that_only_the_loader_words():
+    # Without anybody to read the record the loader is not asked; with somebody it is, as for every error above.
+    body = "title: {{ name }}\ndescription: d"
+    assert is_read_natively(body) and read(body) == (None, None)
 
 
 @pytest.mark.parametrize(

@@ -27,6 +27,13 @@ void log_error(const ModuleState& state, PyObject* prefix, PyObject* error) {
   Ref::steal(PyObject_CallMethodObjArgs(state.logger, state.names.debug, message.get(), prefix, error, nullptr));
 }
 
+bool makes_debug_records(const ModuleState& state) {
+  constexpr long kDebug = 10;  // logging.DEBUG
+  const Ref level = Ref::steal(PyLong_FromLong(kDebug));
+  const Ref answer = Ref::steal(PyObject_CallMethodOneArg(state.logger, state.names.isEnabledFor, level.get()));
+  return python::checked(PyObject_IsTrue(answer.get())) == 1;
+}
+
 Ref refusal(const ModuleState& state, const char* reason) {
   const Ref error_type = Ref::steal(PyObject_GetAttrString(state.yaml, "YAMLError"));
   return Ref::steal(PyObject_CallOneArg(error_type.get(), python::to_str(reason).get()));
@@ -58,7 +65,11 @@ Ref value_in(PyObject* mapping, std::string_view key) {
 
 std::optional<YamlFields> read_natively(const ModuleState& state, std::string_view body) {
   const Ref safe_load = Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load));
-  return safe_load.get() == state.yaml_safe_load ? recognise_yaml(body) : std::nullopt;
+  if (safe_load.get() != state.yaml_safe_load) return std::nullopt;
+  auto fields = recognise_yaml(body);
+  // Only the loader can word the error, but nobody reads it when debug records are not made.
+  if (fields && fields->unloadable && makes_debug_records(state)) return std::nullopt;
+  return fields;
 }
 
 std::optional<LoadedFields> load_fields(const ModuleState& state, std::string_view body, PyObject* prefix) {

@@ -30,7 +30,9 @@ class Recogniser {
     scanner_.skip_to_token();
     if (scanner_.is_at_end()) return YamlFields{};
     fields_.is_mapping = true;
-    if (!read_block_mapping(true) || !scanner_.is_at_end()) return std::nullopt;
+    if (!read_block_mapping(true) || !scanner_.is_at_end()) {
+      return fields_.unloadable ? std::optional(YamlFields{false, true, {}, {}}) : std::nullopt;
+    }
     return std::move(fields_);
   }
 
@@ -248,6 +250,9 @@ bool Recogniser::read_flow_entry(bool in_mapping) {
   const bool is_collection = scanner_.peek() == '[' || scanner_.peek() == '{';
   if (!in_mapping) return is_collection ? read_flow_collection() : read_flow_scalar();
   const YamlScanner::Place begin = scanner_.place();
+  // A key that is a collection cannot be hashed: if what follows can be parsed at all, constructing the mapping fails.
+  // Pages that site generators fill in have many such, "title: {{ name }}".
+  fields_.unloadable = is_collection;
   if (is_collection || !read_flow_scalar()) return false;
   scanner_.skip_to_token();
   if (scanner_.peek() != ':') return true;

@@ -21,9 +21,11 @@ struct YamlValue {
   double number = 0;  // kFloat
 };
 
-// `is_mapping` is false for a body without content.
+// `is_mapping` is false for a body without content, and for one that is `unloadable`: the loader raises for it,
+// whatever its words.
 struct YamlFields {
   bool is_mapping = false;
+  bool unloadable = false;
   YamlValue title;
   YamlValue description;
 };

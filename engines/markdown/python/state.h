@@ -22,6 +22,7 @@ namespace markdown::python {
   X(end_line)             \
   X(fqn)                  \
   X(debug)                \
+  X(isEnabledFor)         \
   X(get)                  \
   X(group)                \
   X(safe_load)            \
