@@ -214,7 +214,9 @@ def load():
 def rule(text):
     return text
 
-calls = {"links": lambda: markdown.extract_links(trees["native"], RECORDS), "load": load}
+calls = {"links": lambda: markdown.extract_links(trees["native"], RECORDS)}
+if sys.version_info < (3, 12):  # the interpreter then forgets to say that it lacks memory for a type
+    calls["load"] = load
 for name, root in trees.items():
     calls["sections, " + name] = lambda root=root: markdown.extract_sections(
         root, SOURCE, "P\\u00e9", 7, unique_fqn=rule, cap_docstring=rule)

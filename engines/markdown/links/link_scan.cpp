@@ -10,20 +10,32 @@ using python::Ref;
 
 std::optional<LinkTarget> LinkScan::next(const blocks::NodeReader& nodes) {
   while (true) {
-    if (auto target = run_.next()) return target;
+    if (auto target = next_of_run()) return target;
     const Ref node = pending_.pop();
     if (!node) return std::nullopt;
     const Kind kind = nodes.kind(node.get());
     if (blocks::is_inline_run(kind)) {
       text_ = nodes.text(node.get());
       if (!may_hold_link(text_.view())) continue;
-      run_.start(text_.view(), nodes.row(node.get()) + 1);
+      run_.start(text_.view(), 0);
+      first_line_ = 0;
+      if (auto target = run_.next()) {
+        first_line_ = nodes.row(node.get()) + 1;  // not read of the many runs whose links all lead to the web
+        target->line += first_line_;
+        return target;
+      }
     } else if (kind == Kind::kLinkReferenceDefinition) {
       if (auto target = read_definition(nodes, node.get())) return target;
     } else if (blocks::is_link_container(kind)) {
       pending_.enter(nodes, node.get());
     }
   }
+}
+
+std::optional<LinkTarget> LinkScan::next_of_run() {
+  auto target = run_.next();
+  if (target) target->line += first_line_;
+  return target;
 }
 
 std::optional<LinkTarget> LinkScan::read_definition(const blocks::NodeReader& nodes, PyObject* node) {

@@ -25,11 +25,13 @@ class LinkScan {
   }
 
  private:
+  std::optional<LinkTarget> next_of_run();
   std::optional<LinkTarget> read_definition(const blocks::NodeReader& nodes, PyObject* node);
 
   blocks::PendingNodes pending_;
   blocks::NodeText text_;  // what the targets at hand point into
   InlineTargets run_;
+  std::int64_t first_line_ = 0;  // of the run
 };
 
 }  // namespace markdown::links
