@@ -111,14 +111,14 @@ def load_module(counting):
 
         return make
 
-    spec = importlib.util.find_spec("quarnel.engines.markdown")
-    module = importlib.util.module_from_spec(spec)
+    origin = importlib.util.find_spec("quarnel.engines.markdown")
+    module = importlib.util.module_from_spec(origin)
     with pytest.MonkeyPatch.context() as patch:
         patch.setattr(quarnel.models, "Symbol", record(quarnel.models.Symbol))
         patch.setattr(
             quarnel.engines.references, "ReferenceInfo", record(quarnel.engines.references.ReferenceInfo)
         )
-        spec.loader.exec_module(module)
+        origin.loader.exec_module(module)
     return module
 
 
@@ -205,11 +205,11 @@ from test_failures import *
 from nodes import Counting
 
 trees = {name: tree(front) for name, front in {"native": NATIVE, "loaded": LOADED, "broken": BROKEN, "toml": TOML}.items()}
-spec = importlib.util.find_spec("quarnel.engines.markdown")
+origin = importlib.util.find_spec("quarnel.engines.markdown")
 
 def load():
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    module = importlib.util.module_from_spec(origin)
+    origin.loader.exec_module(module)
 
 def rule(text):
     return text

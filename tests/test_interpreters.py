@@ -51,9 +51,9 @@ def test_eight_threads_find_what_one_finds(shared):
 
 
 def load():
-    spec = importlib.util.find_spec("quarnel.engines.markdown")
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    origin = importlib.util.find_spec("quarnel.engines.markdown")
+    module = importlib.util.module_from_spec(origin)
+    origin.loader.exec_module(module)
     return module
 
 

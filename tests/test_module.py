@@ -107,10 +107,10 @@ def test_public_docstrings_open_as_their_users_know_them():
 def test_loading_fails_with_the_imports_own_error(missing):
     script = f"""
 import sys, importlib.util
-spec = importlib.util.find_spec("quarnel.engines.markdown")
+origin = importlib.util.find_spec("quarnel.engines.markdown")
 sys.modules[{missing!r}] = None
 try:
-    spec.loader.exec_module(importlib.util.module_from_spec(spec))
+    origin.loader.exec_module(importlib.util.module_from_spec(origin))
 except ImportError as error:
     print(type(error).__name__, {missing!r} in str(error))
 """
@@ -119,9 +119,9 @@ except ImportError as error:
 
 
 def test_module_objects_are_independent():
-    spec = importlib.util.find_spec("quarnel.engines.markdown")
-    other = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(other)
+    origin = importlib.util.find_spec("quarnel.engines.markdown")
+    other = importlib.util.module_from_spec(origin)
+    origin.loader.exec_module(other)
     assert other is not markdown and other._Heading is not markdown._Heading
     assert other._plain_text("*a*") == "a"
     assert list(vars(other)) == list(vars(markdown))

@@ -58,9 +58,9 @@ def test_symbols_are_built_by_keyword_in_order(monkeypatch):
 
     # A module object of its own, which sees the record type that stands in the host's when it is loaded.
     monkeypatch.setattr(quarnel.models, "Symbol", record)
-    spec = importlib.util.find_spec("quarnel.engines.markdown")
-    other = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(other)
+    origin = importlib.util.find_spec("quarnel.engines.markdown")
+    other = importlib.util.module_from_spec(origin)
+    origin.loader.exec_module(other)
     assert other is not sys.modules["quarnel.engines.markdown"]
     [fields] = other.extract_sections(
         document(heading(1, "A")), "# A\n", "P", "id", unique_fqn=str, cap_docstring=str

@@ -146,7 +146,7 @@ def outline(
     # Standard input belongs to this process; its children have none.
     processes = 1 if STANDARD_INPUT in paths else jobs or default_jobs(len(files))
     read = map_in_order(read_document, files, processes)
-    section_count = link_count = 0
+    file_count = section_count = link_count = 0
     with (
         _ending_cleanly(),
         closing(track(read, len(files), _progress_console(streaming=True))) as results,
@@ -156,13 +156,14 @@ def outline(
                 errors.say(document.file.shown, document.reason)
                 continue
             _note_replaced(document)
+            file_count += 1
             section_count += len(document.sections)
             link_count += len(document.links)
             if as_json:
                 sys.stdout.writelines(document_lines(document))
             else:
                 print_outline(console, document, with_links=links)
-    counts = _count(len(files), "file"), _count(section_count, "section"), _count(link_count, "link")
+    counts = _count(file_count, "file"), _count(section_count, "section"), _count(link_count, "link")
     _summary(", ".join(counts), started)
     raise typer.Exit(1 if errors.count else 0)
 

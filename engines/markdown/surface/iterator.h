@@ -22,10 +22,10 @@ class Iterator {
         {Py_tp_dealloc, reinterpret_cast<void*>(&Iterator::dealloc)},
         {0, nullptr},
     };
-    PyType_Spec spec = {
+    PyType_Spec definition = {
         name, sizeof(Object), 0,
         Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_DISALLOW_INSTANTIATION | Py_TPFLAGS_IMMUTABLETYPE, slots};
-    return PyType_FromModuleAndSpec(module, &spec, nullptr);
+    return PyType_FromModuleAndSpec(module, &definition, nullptr);
   }
 
   static python::Ref make(PyObject* type, Source source) {
