@@ -63,7 +63,7 @@ def test_summaries():
 
 def ends_by_rule(headings, lines):
     def last_text_row(floor, row):
-        while row > floor and not lines[row].strip():
+        while row > floor and not (0 <= row < len(lines) and lines[row].strip()):
             row -= 1
         return row
 
@@ -90,6 +90,8 @@ def test_section_ranges_equal_their_rule(wide):
         if rng.random() < 0.2:
             lines = [line + "pad " * 40 for line in lines]
         rows = sorted(rng.sample(range(30), rng.randint(0, 12)))
+        if rng.random() < 0.3:  # as in no parsed document: backwards, and outside the text
+            rows = [rng.randint(-5, 40) for _ in rows]
         headings = [Heading(str(row), rng.randint(1, 6), row, None) for row in rows]
         expected = ends_by_rule(headings, lines)
         assert markdown._section_ends(headings, lines) == expected

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -92,7 +93,7 @@ class TextRows {
 
   void tabulate() {
     Row row = 0;
-    Row last = -1;
+    Row last = std::numeric_limits<Row>::min();
     for (const Unit unit : text_) {
       if (unit == Unit{'\n'}) {
         table_.push_back(last);
@@ -109,7 +110,8 @@ class TextRows {
   std::size_t cursor_ = 0;
   Row cursor_row_ = 0;
   Row last_asked_ = 0;
-  std::vector<Row> table_;  // of each row the last one at or above it that holds text, or -1; empty while not needed
+  std::vector<Row>
+      table_;  // of each row the last one at or above it that holds text, or the least there is; empty while not needed
 };
 
 }  // namespace markdown::outline
