@@ -66,6 +66,8 @@ PyObject* guarded(Body&& body) noexcept {
   try {
     return body().release();
   } catch (const PythonError&) {  // indicator already set, traceback and all
+    // Some interpreters' own calls fail without setting it when memory runs out.
+    if (!PyErr_Occurred()) PyErr_NoMemory();
   } catch (const std::bad_alloc&) {
     PyErr_NoMemory();
   } catch (const std::exception& e) {
