@@ -81,6 +81,7 @@ def test_length_is_counted_in_characters(records):
 
 ERRORS = [
     "title: {{ name }}",
+    "a0: &a0 [x]\n" + "".join(f"a{i}: &a{i} [*a{i - 1}]\n" for i in range(1, 1500)),
     "title: [unclosed", "a: b\n...\nc: d", "title: !unknown x", "title: 2024-13-45", "a: !!bool x", "a: !!timestamp x",
     "title: " + "9" * 5000, "title: \x07", "a: *b", "\t- a", "[" * 30_000, "{" * 30_000, "- " * 30_000, "? " * 30_000,
     "[a: " * 15_000, "- ? " * 15_000, "\n".join(" " * i + "a:" for i in range(300)),

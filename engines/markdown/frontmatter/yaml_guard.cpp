@@ -1,6 +1,12 @@
 #include "frontmatter/yaml_guard.h"
 
+#include <algorithm>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
 #include "frontmatter/yaml_graph.h"
+#include "python/text.h"
 
 namespace markdown::frontmatter {
 namespace {
@@ -46,19 +52,57 @@ Ref ask(const ModuleState& state, const char* function, PyObject* body) {
   return answer;
 }
 
+// The height of what each anchor names, and of the collections that are open: an alias reaches as deep as its anchor.
+class Heights {
+ public:
+  void open(std::string anchor) { levels_.push_back({std::move(anchor), 1}); }
+  void close() {
+    const Level closed = std::move(levels_.back());
+    levels_.pop_back();
+    if (!closed.anchor.empty()) anchors_[closed.anchor] = closed.height;
+    add(closed.height);
+  }
+  void alias(const std::string& anchor) { add(anchors_[anchor]); }
+
+  bool are_too_great() const noexcept { return std::max(levels_.size(), greatest_) > kMaxYamlDepth; }
+
+ private:
+  struct Level {
+    std::string anchor;
+    std::size_t height;
+  };
+
+  void add(std::size_t height) {
+    greatest_ = std::max(greatest_, height);
+    if (!levels_.empty()) levels_.back().height = std::max(levels_.back().height, height + 1);
+  }
+
+  std::vector<Level> levels_;
+  std::unordered_map<std::string, std::size_t> anchors_;
+  std::size_t greatest_ = 0;
+};
+
+std::string anchor_of(const Ref& event) {
+  const Ref anchor = Ref::steal(PyObject_GetAttrString(event.get(), "anchor"));
+  return anchor.get() == Py_None ? std::string() : std::string(python::Utf8(anchor.get()).view());
+}
+
 bool nests_too_deep(const ModuleState& state, PyObject* body) {
   const Ref start = attribute(state, "CollectionStartEvent");
   const Ref end = attribute(state, "CollectionEndEvent");
+  const Ref alias = attribute(state, "AliasEvent");
+  const auto is = [](const Ref& event, const Ref& type) {
+    return checked(PyObject_IsInstance(event.get(), type.get())) == 1;
+  };
   const Ref events = ask(state, "parse", body);
-  std::size_t depth = 0;
+  Heights heights;
   while (events) {
     const Ref event = Ref::steal_or_empty(PyIter_Next(events.get()));
     if (!event) break;
-    if (checked(PyObject_IsInstance(event.get(), start.get()))) {
-      if (++depth > kMaxYamlDepth) return true;
-    } else if (checked(PyObject_IsInstance(event.get(), end.get()))) {
-      --depth;
-    }
+    if (is(event, start)) heights.open(anchor_of(event));
+    if (is(event, end)) heights.close();
+    if (is(event, alias)) heights.alias(anchor_of(event));
+    if (heights.are_too_great()) return true;
   }
   if (PyErr_Occurred()) {  // a body that cannot be parsed is the loader's to refuse
     python::require_ordinary_error();
@@ -70,7 +114,8 @@ bool nests_too_deep(const ModuleState& state, PyObject* body) {
 }  // namespace
 
 const char* refuse_yaml(const ModuleState& state, PyObject* body, std::string_view utf8) {
-  if (depth_bound(utf8) > kMaxYamlDepth && nests_too_deep(state, body)) return "nested too deep to read";
+  const bool has_alias = utf8.find('*') != std::string_view::npos;
+  if ((has_alias || depth_bound(utf8) > kMaxYamlDepth) && nests_too_deep(state, body)) return "nested too deep to read";
   if (!may_chain(utf8)) return nullptr;
   const Ref root = ask(state, "compose", body);
   return root && root.get() != Py_None ? YamlGraph(state).refuse(root.get()) : nullptr;

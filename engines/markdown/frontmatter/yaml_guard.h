@@ -19,7 +19,8 @@ inline constexpr std::size_t kMaxMergedEntries = 65536;
 
 // Why the loader must not have the body, or null when it may. `body` is the str of `utf8`.
 //
-// A body that has enough indicators to nest too deep is followed through the parser's events, which takes no recursion.
+// A body that has enough indicators to nest too deep, or aliases, which reach as deep as what they name, is followed
+// through the parser's events, which takes no recursion.
 // One that has aliases and may have merge keys or value keys, along which the loader recurses whatever the nesting, is
 // composed, and its graph of nodes is searched without recursion.
 const char* refuse_yaml(const python::ModuleState& state, PyObject* body, std::string_view utf8);
