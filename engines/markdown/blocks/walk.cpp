@@ -10,9 +10,13 @@ namespace markdown::blocks {
 using python::checked;
 using python::Ref;
 
-Ref PendingNodes::pop() {
+void PendingNodes::count_node() {
   constexpr unsigned kNodesBetweenSignals = 4096;
-  if (++popped_ % kNodesBetweenSignals == 0) checked(PyErr_CheckSignals());
+  if (++counted_ % kNodesBetweenSignals == 0) checked(PyErr_CheckSignals());
+}
+
+Ref PendingNodes::pop() {
+  count_node();
   if (root_) return std::exchange(root_, Ref());
   while (!entered_.empty()) {
     Siblings& siblings = entered_.back();
@@ -36,8 +40,10 @@ void PendingNodes::enter(const NodeReader& nodes, PyObject* node) {
   if (!(nodes.is_exact(node) && PyList_CheckExact(children.get())) && !PyTuple_CheckExact(children.get())) {
     if (!PySequence_Check(children.get())) python::raise(PyExc_TypeError, "a node's children must be a sequence");
     const Ref list = Ref::steal(PyList_New(0));
-    python::for_each_item(children.get(),
-                          [&list](const Ref& child) { checked(PyList_Append(list.get(), child.get())); });
+    python::for_each_item(children.get(), [&](const Ref& child) {
+      count_node();
+      checked(PyList_Append(list.get(), child.get()));
+    });
     children = Ref::share(list.get());
   }
   const Py_ssize_t count = Py_SIZE(children.get());

@@ -20,7 +20,7 @@ class PendingNodes {
  public:
   explicit PendingNodes(PyObject* root) : root_(python::Ref::share(root)) {}
 
-  // The next node, or nothing at the end. Now and then lets the interpreter handle signals: a tree may be endless.
+  // The next node, or nothing at the end.
   python::Ref pop();
   // Visits the children of `node` next, as they are now.
   void enter(const NodeReader& nodes, PyObject* node);
@@ -29,6 +29,9 @@ class PendingNodes {
   void clear() noexcept;
 
  private:
+  // Now and then lets the interpreter handle signals: a tree may be endless, and so may a sequence of children.
+  void count_node();
+
   struct Siblings {
     python::Ref list;  // a list or a tuple
     Py_ssize_t next;
@@ -37,7 +40,7 @@ class PendingNodes {
 
   python::Ref root_;
   std::vector<Siblings> entered_;
-  unsigned popped_ = 0;
+  unsigned counted_ = 0;
 };
 
 class BlockWalk {
