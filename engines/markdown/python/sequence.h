@@ -36,10 +36,4 @@ void for_each_item(PyObject* sequence, Visit&& visit_item) {
   }
 }
 
-// Appends every item of a sequence, held, to a vector-like container.
-template <class Refs>
-void append_items(PyObject* sequence, Refs& refs) {
-  for_each_item(sequence, [&refs](Ref item) { refs.push_back(std::move(item)); });
-}
-
 }  // namespace markdown::python

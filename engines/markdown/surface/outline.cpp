@@ -147,7 +147,7 @@ PyObject* heading_path(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObj
     const auto [names] = kParameters.bind(args, nargs, keywords);
     std::vector<Ref> held;  // the views below point into these strings
     std::vector<python::Utf8> texts;
-    python::append_items(names, held);
+    python::for_each_item(names, [&held](Ref name) { held.push_back(std::move(name)); });
     texts.reserve(held.size());
     std::vector<outline::PathName> path;
     for (const Ref& name : held) {
