@@ -1,5 +1,10 @@
 """Block-tree nodes for tests: real ones, parsed, and stand-ins that can misbehave."""
 
+import importlib.util
+
+import pytest
+import quarnel.engines.references
+import quarnel.models
 import tree_sitter
 import tree_sitter_markdown
 from quarnel.engines import markdown
@@ -39,6 +44,17 @@ def sections(source, prefix="P", root=None, **host):
     """The symbols of a source text, by a host with the usual rules unless others are given."""
     host = {"unique_fqn": FqnNumbering(), "cap_docstring": cap_docstring} | host
     return markdown.extract_sections(root or parse(source), source, prefix, 7, **host)
+
+
+def load_module(Symbol=quarnel.models.Symbol, ReferenceInfo=quarnel.engines.references.ReferenceInfo):
+    """A module object of its own, over the record types that stand in the host's when it is loaded."""
+    origin = importlib.util.find_spec("quarnel.engines.markdown")
+    module = importlib.util.module_from_spec(origin)
+    with pytest.MonkeyPatch.context() as patch:
+        patch.setattr(quarnel.models, "Symbol", Symbol)
+        patch.setattr(quarnel.engines.references, "ReferenceInfo", ReferenceInfo)
+        origin.loader.exec_module(module)
+    return module
 
 
 class Counting:

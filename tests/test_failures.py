@@ -1,7 +1,6 @@
 """Failure at every step: of a node, a record, a callable, a record type, and of every allocation."""
 
 import gc
-import importlib.util
 import itertools
 import os
 import shutil
@@ -11,7 +10,7 @@ from pathlib import Path
 from types import SimpleNamespace
 
 import pytest
-from nodes import CountedNode, Counting, Failure, Node, document, heading, inline, paragraph
+from nodes import CountedNode, Counting, Failure, Node, document, heading, inline, load_module, paragraph
 from quarnel.engines import markdown
 
 FUZZ = Path(__file__).resolve().parents[1] / "fuzz"
@@ -99,31 +98,17 @@ def extract_sections(root, counting=None, module=markdown):
     return module.extract_sections(root, SOURCE, "P", 7, **rules)
 
 
-def load_module(counting):
-    """A module object of its own, over record types that count their calls."""
-    import quarnel.engines.references
-    import quarnel.models
+def counting_type(type):
+    def make(*args, **fields):
+        counting.use()
+        return type(*args, **fields)
 
-    def record(type):
-        def make(*args, **fields):
-            counting.use()
-            return type(*args, **fields)
-
-        return make
-
-    origin = importlib.util.find_spec("quarnel.engines.markdown")
-    module = importlib.util.module_from_spec(origin)
-    with pytest.MonkeyPatch.context() as patch:
-        patch.setattr(quarnel.models, "Symbol", record(quarnel.models.Symbol))
-        patch.setattr(
-            quarnel.engines.references, "ReferenceInfo", record(quarnel.engines.references.ReferenceInfo)
-        )
-        origin.loader.exec_module(module)
-    return module
+    return make
 
 
 TREE = tree()
-OTHER = load_module(counting := Counting())
+counting = Counting()
+OTHER = load_module(counting_type(markdown.Symbol), counting_type(markdown.ReferenceInfo))
 
 
 def shared(call):

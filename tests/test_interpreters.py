@@ -8,7 +8,7 @@ import threading
 import weakref
 
 import pytest
-from nodes import Node, document, heading, inline, paragraph, parse, sections
+from nodes import Node, document, heading, inline, load_module, paragraph, parse, sections
 from quarnel.engines import markdown
 
 SOURCES = [
@@ -50,18 +50,11 @@ def test_eight_threads_find_what_one_finds(shared):
     assert not wrong
 
 
-def load():
-    origin = importlib.util.find_spec("quarnel.engines.markdown")
-    module = importlib.util.module_from_spec(origin)
-    origin.loader.exec_module(module)
-    return module
-
-
 def test_a_module_is_loaded_and_dropped_a_thousand_times():
     tree = document(Node("minus_metadata", text=b"---\ntitle: T\n---"), heading(2, "A"), inline("[a](b)"))
 
     def use():
-        module = load()
+        module = load_module()
         assert module is not markdown and module._blocks.__self__ is module
         module.extract_sections(tree, "x", "P", 1, unique_fqn=str, cap_docstring=str)
         module.extract_links(tree, [])
@@ -82,7 +75,7 @@ def test_a_module_is_loaded_and_dropped_a_thousand_times():
 
 
 def test_a_function_and_an_iterator_outlive_their_module():
-    module = load()
+    module = load_module()
     plain_text, walk = module._plain_text, module._blocks(document(paragraph("a"), paragraph("b")))
     vars(module).clear()
     del module

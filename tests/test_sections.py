@@ -1,7 +1,7 @@
 """Section extraction: what the host is asked, in which order, and what it gets."""
 
 import pytest
-from nodes import Node, document, heading, paragraph, sections
+from nodes import Node, document, heading, load_module, paragraph, sections
 from quarnel.engines import markdown
 from quarnel.models import Symbol
 
@@ -46,23 +46,12 @@ def test_the_host_is_asked_in_order_and_its_answers_are_kept():
     ]  # fmt: skip
 
 
-def test_symbols_are_built_by_keyword_in_order(monkeypatch):
-    import importlib.util
-    import sys
-
-    import quarnel.models
-
+def test_symbols_are_built_by_keyword_in_order():
     def record(*args, **fields):
         assert not args
         return list(fields.items())
 
-    # A module object of its own, which sees the record type that stands in the host's when it is loaded.
-    monkeypatch.setattr(quarnel.models, "Symbol", record)
-    origin = importlib.util.find_spec("quarnel.engines.markdown")
-    other = importlib.util.module_from_spec(origin)
-    origin.loader.exec_module(other)
-    assert other is not sys.modules["quarnel.engines.markdown"]
-    [fields] = other.extract_sections(
+    [fields] = load_module(Symbol=record).extract_sections(
         document(heading(1, "A")), "# A\n", "P", "id", unique_fqn=str, cap_docstring=str
     )
     assert fields == [

@@ -110,6 +110,7 @@ int execute(PyObject* module) {
     ModuleState& state = markdown::python::state_of(module);
     const Binder bind(module);
     markdown::python::intern_names(state);
+    state.dunder_init = Ref::steal(PyUnicode_InternFromString("__init__")).release();
     state.symbol_keywords = bind.keywords({"id", "file_id", "name", "kind", "fqn", "start_line", "end_line",
                                            "signature", "is_export", "docstring"})
                                 .release();

@@ -1,11 +1,10 @@
 #include "links/link_extraction.h"
 
-#include <array>
-
 #include "links/link_scan.h"
 #include "links/percent_decoding.h"
 #include "links/section_lookup.h"
 #include "links/seen_links.h"
+#include "python/record.h"
 #include "python/text.h"
 #include "text/space.h"
 
@@ -60,10 +59,9 @@ Ref make_reference(const ModuleState& state, const LinkKey& key, const Ref& sour
   const Ref name = python::to_str(key.name);
   const Ref line = Ref::steal(PyLong_FromLongLong(key.line));
   const Ref qualifier = key.qualifier ? python::to_str(*key.qualifier) : python::none();
-  const std::array<PyObject*, 5> values = {name.get(), line.get(),
-                                           key.kind == LinkKind::kWiki ? state.wiki_link : state.doc_link,
-                                           qualifier.get(), source_fqn.get()};
-  return Ref::steal(PyObject_Vectorcall(state.reference_type, values.data(), 0, state.reference_keywords));
+  return python::make_record(state, state.reference_type, state.reference_keywords, name.get(), line.get(),
+                             key.kind == LinkKind::kWiki ? state.wiki_link : state.doc_link, qualifier.get(),
+                             source_fqn.get());
 }
 
 }  // namespace

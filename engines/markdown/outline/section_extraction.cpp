@@ -1,6 +1,5 @@
 #include "outline/section_extraction.h"
 
-#include <array>
 #include <vector>
 
 #include "blocks/walk.h"
@@ -9,6 +8,7 @@
 #include "outline/heading_reader.h"
 #include "outline/section_ranges.h"
 #include "outline/title_section.h"
+#include "python/record.h"
 #include "python/text.h"
 
 namespace markdown::outline {
@@ -119,11 +119,9 @@ class SymbolBuilder {
     const Ref end_line = Ref::steal(PyLong_FromLongLong(end_row + 1));
     const Ref signature = python::to_str(heading_path(path_));
     const Ref docstring = cap(heading.summary);
-    const std::array<PyObject*, 10> values = {
-        Py_None,        request_.file_id, name.get(), state_.names.section, fqn.get(), start_line.get(),
-        end_line.get(), signature.get(),  Py_True,    docstring.get(),
-    };
-    const Ref symbol = Ref::steal(PyObject_Vectorcall(state_.symbol_type, values.data(), 0, state_.symbol_keywords));
+    const Ref symbol = python::make_record(state_, state_.symbol_type, state_.symbol_keywords, Py_None,
+                                           request_.file_id, name.get(), state_.names.section, fqn.get(),
+                                           start_line.get(), end_line.get(), signature.get(), Py_True, docstring.get());
     checked(PyList_Append(symbols_.get(), symbol.get()));
   }
 

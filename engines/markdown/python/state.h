@@ -30,6 +30,7 @@ namespace markdown::python {
 
 // Everything else: imported, or made when the module is executed.
 #define MARKDOWN_OBJECTS(X) \
+  X(dunder_init)            \
   X(symbol_type)            \
   X(symbol_keywords)        \
   X(reference_type)         \
