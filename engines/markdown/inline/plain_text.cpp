@@ -1,6 +1,8 @@
 #include "inline/plain_text.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "inline/code_span.h"
 #include "inline/emphasis.h"
@@ -42,16 +44,50 @@ constexpr auto kMarkers = [] {
   return table;
 }();
 
-std::uint8_t markers_of(std::string_view text) noexcept {
-  unsigned markers = 0;
-  char last = ' ';
-  for (const char byte : text) {
-    markers |= kMarkers[static_cast<unsigned char>(byte)];
-    if (byte == ' ' && last == ' ') markers |= kSpace;
-    last = byte;
+// Bytes compared all at a time; a comparison gives all ones or zero for each.
+using Block [[gnu::vector_size(16)]] = signed char;
+constexpr std::size_t kBlock = sizeof(Block);
+
+Block block_at(const char* at) noexcept {
+  Block block;
+  std::memcpy(&block, at, kBlock);
+  return block;
+}
+
+bool is_any(const Block& comparison) noexcept {
+  std::uint64_t halves[2];
+  static_assert(sizeof halves == kBlock);
+  std::memcpy(halves, &comparison, kBlock);
+  return (halves[0] | halves[1]) != 0;
+}
+
+// Two spaces one after the other.
+Block space_pairs(const char* at) noexcept { return (block_at(at) == ' ') & (block_at(at - 1) == ' '); }
+
+bool has_space_pair(std::string_view text) noexcept {
+  std::size_t pos = 1;
+  for (; pos + kBlock <= text.size(); pos += kBlock) {
+    if (is_any(space_pairs(text.data() + pos))) return true;
   }
-  if (last == ' ') markers |= kSpace;
-  return static_cast<std::uint8_t>(markers);
+  for (; pos < text.size(); ++pos) {
+    if (text[pos] == ' ' && text[pos - 1] == ' ') return true;
+  }
+  return false;
+}
+
+std::uint8_t markers_of(std::string_view text) noexcept {
+  std::uint8_t markers = 0;
+  const auto look_at = [&](std::size_t pos) { markers |= kMarkers[static_cast<unsigned char>(text[pos])]; };
+  std::size_t pos = 0;
+  for (; pos + 4 <= text.size(); pos += 4) {
+    look_at(pos);
+    look_at(pos + 1);
+    look_at(pos + 2);
+    look_at(pos + 3);
+  }
+  for (; pos < text.size(); ++pos) look_at(pos);
+  if (text.starts_with(' ') || text.ends_with(' ') || (!(markers & kSpace) && has_space_pair(text))) markers |= kSpace;
+  return markers;
 }
 
 }  // namespace
@@ -96,28 +132,40 @@ std::string_view PlainText::unmarked(std::string_view text, std::uint8_t markers
   return text;
 }
 
-// Every run of white space becomes one space, and none is left at either end. Stretches that are as they should be,
-// words with single spaces between them, are copied whole.
+// Every run of white space becomes one space, and none is left at either end.
 std::string_view PlainText::collapsed(std::string_view text) {
-  result_.clear();
-  for (std::size_t pos = text::skip_space(text, 0); pos < text.size();) {
-    std::size_t end = pos;  // of the stretch
-    std::size_t next = pos;
-    while (next < text.size()) {
-      const std::size_t space = text::space_width(text, next);
-      end = next;
-      if (space == 0) {
-        end = ++next;
+  if (result_.size() < text.size()) result_.resize(text.size());
+  char* out = result_.data();
+  bool after_space = true;
+  for (std::size_t pos = 0; pos < text.size();) {
+    if (!after_space && pos + kBlock <= text.size()) {
+      const char* at = text.data() + pos;
+      const Block block = block_at(at);
+      // Nothing but ASCII, with single spaces at most.
+      if (!is_any((block < ' ') | space_pairs(at))) {
+        std::memcpy(out, at, kBlock);
+        out += kBlock;
+        pos += kBlock;
+        after_space = text[pos - 1] == ' ';
         continue;
       }
-      next = text::skip_space(text, next + space);
-      if (next != end + 1 || text[end] != ' ') break;
     }
-    if (!result_.empty()) result_.push_back(' ');
-    result_.append(text.substr(pos, end - pos));
-    pos = next;
+    for (const std::size_t end = std::min(pos + kBlock, text.size()); pos < end;) {
+      if (text::space_class(text[pos]) == text::SpaceClass::kNone) {
+        *out++ = text[pos++];
+        after_space = false;
+      } else if (const std::size_t space = text::space_width(text, pos)) {
+        if (!after_space) *out++ = ' ';
+        after_space = true;
+        pos += space;
+      } else {
+        *out++ = text[pos++];  // a lead byte, of no white space
+        after_space = false;
+      }
+    }
   }
-  return result_;
+  if (after_space && out != result_.data()) --out;
+  return {result_.data(), static_cast<std::size_t>(out - result_.data())};
 }
 
 }  // namespace markdown::inlines

@@ -1,5 +1,6 @@
 #include "links/inline_link.h"
 
+#include "text/byte_set.h"
 #include "text/space.h"
 
 namespace markdown::links {
@@ -7,8 +8,13 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-bool is_parenthesis(char c) noexcept { return c == '(' || c == ')'; }
-bool is_angle(char c) noexcept { return c == '<' || c == '>'; }
+constexpr text::ByteSet kBrackets("[]");
+constexpr text::ByteSet kTextStops("[]\\");
+constexpr text::ByteSet kAngleStops("<>\n");
+constexpr text::ByteSet kParentheses("()");
+// Where a bare destination may end, outside its parentheses and inside.
+constexpr text::ByteSet kBareStops("()<>\t\n\v\f\r\x1C\x1D\x1E\x1F \xC2\xE1\xE2\xE3");
+constexpr text::ByteSet kInnerStops("()\t\n\v\f\r\x1C\x1D\x1E\x1F \xC2\xE1\xE2\xE3");
 
 }  // namespace
 
@@ -32,15 +38,15 @@ std::optional<InlineLink> InlineLinkSearch::next() noexcept {
 InlineLinkSearch::TextEnd InlineLinkSearch::match_text(std::size_t open) const noexcept {
   const bool inside_failed = open < failed_until_;
   std::size_t pos = open + 1;
-  while ((pos = text_.find_first_of("[]\\", pos)) != kNone) {
+  while ((pos = text::find_any(text_, pos, kTextStops)) < text_.size()) {
     if (text_[pos] == ']') return {pos, true};
     if (text_[pos] == '\\') {
       if (pos + 1 >= text_.size() || text_[pos + 1] == '\n') return {pos, false};
       if (inside_failed && text_[pos + 1] == ']') return {pos, false};
       pos += 2;
     } else {
-      const std::size_t bracket = text_.find_first_of("[]", pos + 1);
-      if (bracket == kNone || text_[bracket] == '[') return {pos, false};
+      const std::size_t bracket = text::find_any(text_, pos + 1, kBrackets);
+      if (!is_at(bracket, ']')) return {pos, false};
       pos = bracket + 1;
     }
   }
@@ -53,8 +59,8 @@ std::optional<InlineLink> InlineLinkSearch::match_link(std::size_t open, std::si
   std::size_t end = begin;
   std::optional<std::size_t> link_end;
   if (is_at(begin, '<')) {
-    const std::size_t angle = text_.find_first_of("<>\n", begin + 1);
-    if (angle != kNone && text_[angle] == '>') {
+    const std::size_t angle = text::find_any(text_, begin + 1, kAngleStops);
+    if (is_at(angle, '>')) {
       end = angle + 1;
       link_end = match_end(end);
     }
@@ -71,18 +77,19 @@ std::optional<InlineLink> InlineLinkSearch::match_link(std::size_t open, std::si
 }
 
 std::size_t InlineLinkSearch::skip_bare_destination(std::size_t pos) const noexcept {
-  const auto skip_run = [this](std::size_t from, bool angles) {
-    while (from < text_.size() && !is_parenthesis(text_[from]) && !(angles && is_angle(text_[from])) &&
+  const auto skip_run = [this](std::size_t from, const text::ByteSet& stops) {
+    // What may begin white space outside ASCII need not.
+    while ((from = text::find_any(text_, from, stops)) < text_.size() && !text::is_ascii(text_[from]) &&
            text::space_width(text_, from) == 0) {
       ++from;
     }
     return from;
   };
-  pos = skip_run(pos, true);
+  pos = skip_run(pos, kBareStops);
   while (is_at(pos, '(')) {
-    const std::size_t inner_end = skip_run(pos + 1, false);
+    const std::size_t inner_end = skip_run(pos + 1, kInnerStops);
     if (!is_at(inner_end, ')')) break;
-    pos = skip_run(inner_end + 1, true);
+    pos = skip_run(inner_end + 1, kBareStops);
   }
   return pos;
 }
@@ -98,8 +105,8 @@ std::optional<std::size_t> InlineLinkSearch::match_title_and_end(std::size_t pos
   if (is_at(pos, '"') || is_at(pos, '\'')) {
     close = text_.find(text_[pos], pos + 1);
   } else if (is_at(pos, '(')) {
-    close = text_.find_first_of("()", pos + 1);
-    if (close != kNone && text_[close] == '(') close = kNone;
+    close = text::find_any(text_, pos + 1, kParentheses);
+    if (!is_at(close, ')')) close = kNone;
   }
   if (close == kNone) return std::nullopt;
   const std::size_t end = text::skip_space(text_, close + 1);

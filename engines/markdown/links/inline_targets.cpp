@@ -1,9 +1,8 @@
 #include "links/inline_targets.h"
 
-#include <algorithm>
-
 #include "inline/code_span.h"
 #include "links/destination.h"
+#include "text/count.h"
 #include "text/utf8.h"
 
 namespace markdown::links {
@@ -54,8 +53,7 @@ std::optional<LinkTarget> InlineTargets::next() {
       found = {LinkKind::kWiki, wiki_target(wiki_link_->page.in(text_), wiki_link_->anchor.in(text_), joined_), 0};
       wiki_link_ = wiki_links_.next();
     }
-    const std::string_view passed = text_.substr(counted_, begin - counted_);
-    line_ += std::count(passed.begin(), passed.end(), '\n');
+    line_ += static_cast<std::int64_t>(text::count_feeds(text_.substr(counted_, begin - counted_)));
     counted_ = begin;
     found.line = line_;
     if (!found.target.empty()) return found;

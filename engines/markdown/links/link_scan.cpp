@@ -9,14 +9,13 @@ using blocks::Kind;
 using python::Ref;
 
 std::optional<LinkTarget> LinkScan::next(const blocks::NodeReader& nodes) {
-  while (true) {
-    if (auto target = next_of_run()) return target;
-    const Ref node = pending_.pop();
-    if (!node) return std::nullopt;
+  if (auto target = next_of_run()) return target;
+  while (const Ref node = pending_.pop()) {
     const Kind kind = nodes.kind(node.get());
     if (blocks::is_inline_run(kind)) {
-      text_ = nodes.text(node.get());
-      if (!may_hold_link(text_.view())) continue;
+      blocks::NodeText text = nodes.text(node.get());
+      if (!may_hold_link(text.view())) continue;
+      text_ = std::move(text);
       run_.start(text_.view(), 0);
       first_line_ = 0;
       if (auto target = run_.next()) {
@@ -30,6 +29,7 @@ std::optional<LinkTarget> LinkScan::next(const blocks::NodeReader& nodes) {
       pending_.enter(nodes, node.get());
     }
   }
+  return std::nullopt;
 }
 
 std::optional<LinkTarget> LinkScan::next_of_run() {

@@ -1,17 +1,15 @@
 #include "links/wiki_link.h"
 
-#include <algorithm>
-
+#include "text/byte_set.h"
 #include "text/space.h"
 
 namespace markdown::links {
 namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
-
-std::size_t skip_until(std::string_view text, std::size_t pos, std::string_view stops) noexcept {
-  return std::min(text.find_first_of(stops, pos), text.size());
-}
+constexpr text::ByteSet kAfterPage("[]|#\n");
+constexpr text::ByteSet kAfterAnchor("[]|\n");
+constexpr text::ByteSet kAfterAlias("[]\n");
 
 }  // namespace
 
@@ -29,14 +27,14 @@ std::optional<WikiLink> WikiLinkSearch::next() noexcept {
 
 std::optional<WikiLink> WikiLinkSearch::match_link(std::size_t open) const noexcept {
   const auto is_at = [this](std::size_t at, char byte) { return at < text_.size() && text_[at] == byte; };
-  std::size_t pos = skip_until(text_, open + 2, "[]|#\n");
+  std::size_t pos = text::find_any(text_, open + 2, kAfterPage);
   const text::Span page{open + 2, pos};
   text::Span anchor{pos, pos};
   if (is_at(pos, '#')) {
     anchor.begin = pos + 1;
-    anchor.end = pos = skip_until(text_, pos + 1, "[]|\n");
+    anchor.end = pos = text::find_any(text_, pos + 1, kAfterAnchor);
   }
-  if (is_at(pos, '|')) pos = skip_until(text_, pos + 1, "[]\n");
+  if (is_at(pos, '|')) pos = text::find_any(text_, pos + 1, kAfterAlias);
   if (text_.substr(pos, 2) != "]]") return std::nullopt;
   return WikiLink{{open, pos + 2}, page, anchor};
 }

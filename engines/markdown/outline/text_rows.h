@@ -11,6 +11,7 @@
 #include <span>
 #include <vector>
 
+#include "text/count.h"
 #include "text/row.h"
 #include "text/space.h"
 
@@ -28,7 +29,7 @@ class TextRows {
 
   // The number of rows. Counts from the last row that was asked for on.
   Row count() noexcept {
-    if (count_ == 0) count_ = cursor_row_ + count_feeds(cursor_, text_.size()) + 1;
+    if (count_ == 0) count_ = cursor_row_ + count_feeds(text_.subspan(cursor_)) + 1;
     return count_;
   }
 
@@ -55,33 +56,23 @@ class TextRows {
   }
 
  private:
+  static Row count_feeds(std::span<const Unit> units) noexcept { return static_cast<Row>(text::count_feeds(units)); }
+
   struct Place {
     Row row;
     std::size_t offset;
   };
 
-  // Counted in bytes for blocks that cannot overflow one, which the compiler turns into many at a time.
-  Row count_feeds(std::size_t begin, std::size_t end) const noexcept {
-    Row feeds = 0;
-    while (begin < end) {
-      const std::size_t block_end = std::min(end, begin + 255);
-      std::uint8_t in_block = 0;
-      for (; begin < block_end; ++begin) {
-        in_block = static_cast<std::uint8_t>(in_block + (text_[begin] == Unit{'\n'} ? 1 : 0));
-      }
-      feeds += in_block;
-    }
-    return feeds;
-  }
-
   // The end of `row`, or of the last row when the text has fewer.
   Place end_of(Row row) noexcept {
     if (count_ != 0 && row >= count_ - 1) return {count_ - 1, text_.size()};
     // Whole blocks are counted at a time, which is much faster than finding each line feed.
-    for (constexpr std::size_t kBlock = 256; cursor_ + kBlock <= text_.size(); cursor_ += kBlock) {
-      const Row feeds = count_feeds(cursor_, cursor_ + kBlock);
-      if (cursor_row_ + feeds > row) break;
-      cursor_row_ += feeds;
+    for (const std::size_t block : {std::size_t{512}, std::size_t{64}}) {
+      for (; cursor_ + block <= text_.size(); cursor_ += block) {
+        const Row feeds = count_feeds(text_.subspan(cursor_, block));
+        if (cursor_row_ + feeds > row) break;
+        cursor_row_ += feeds;
+      }
     }
     // The cursor need not stand at the start of a row: it counts the line feeds in front of it.
     Row feeds = cursor_row_;

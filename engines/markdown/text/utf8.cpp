@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <cstring>
+#include <span>
+
+#include "text/count.h"
 
 namespace markdown::text {
 namespace {
@@ -12,6 +15,10 @@ std::uint64_t load8(const char* at) noexcept {
   std::uint64_t word;
   std::memcpy(&word, at, sizeof word);
   return word;
+}
+
+bool is_ascii32(const char* at) noexcept {
+  return ((load8(at) | load8(at + 8) | load8(at + 16) | load8(at + 24)) & kHighBits) == 0;
 }
 
 constexpr unsigned byte_at(std::string_view bytes, std::size_t pos) noexcept {
@@ -51,17 +58,8 @@ char32_t decode_at(std::string_view text, std::size_t pos) noexcept {
 }
 
 std::size_t count_chars(std::string_view text) noexcept {
-  // Every byte that is no continuation starts a character. Counted in bytes for blocks that cannot overflow one, which
-  // the compiler turns into many at a time.
-  std::size_t chars = 0;
-  while (!text.empty()) {
-    const std::string_view block = text.substr(0, 255);
-    std::uint8_t in_block = 0;
-    for (const char byte : block) in_block = static_cast<std::uint8_t>(in_block + (is_continuation(byte) ? 0 : 1));
-    chars += in_block;
-    text.remove_prefix(block.size());
-  }
-  return chars;
+  // Every byte that is no continuation starts a character.
+  return count_units(std::span(text), [](char byte) { return !is_continuation(byte); });
 }
 
 std::string_view first_chars(std::string_view text, std::size_t chars) noexcept {
@@ -100,11 +98,13 @@ void append_char(std::string& out, char32_t c) {
 std::size_t valid_prefix(std::string_view bytes) noexcept {
   std::size_t pos = 0;
   while (pos < bytes.size()) {
+    while (pos + 32 <= bytes.size() && is_ascii32(bytes.data() + pos)) pos += 32;
     while (pos + 8 <= bytes.size() && (load8(bytes.data() + pos) & kHighBits) == 0) pos += 8;
     // The last bytes of a text are looked at together with some before them.
     if (pos + 8 > bytes.size() && bytes.size() >= 8 && (load8(bytes.data() + bytes.size() - 8) & kHighBits) == 0) {
       return bytes.size();
     }
+    while (pos < bytes.size() && is_ascii(bytes[pos])) ++pos;
     if (pos == bytes.size()) break;
     const Step step = step_at(bytes, pos);
     if (!step.valid) break;
