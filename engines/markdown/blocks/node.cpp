@@ -42,7 +42,7 @@ NodeReader::NodeReader(const ModuleState& state) : state_(state) {
 Kind NodeReader::kind(PyObject* node) const {
   const Ref type = read(node, kType, state_.names.type);
   python::require_str(type.get(), "a node's type");
-  checked(PyUnicode_READY(type.get()));
+  if (PyUnicode_READY(type.get()) < 0) throw python::PythonError();
   if (!PyUnicode_IS_ASCII(type.get())) return Kind::kOther;
   return kind_of({static_cast<const char*>(PyUnicode_DATA(type.get())),
                   static_cast<std::size_t>(PyUnicode_GET_LENGTH(type.get()))});

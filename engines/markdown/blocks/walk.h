@@ -5,6 +5,8 @@
 
 #include "blocks/node.h"
 // After the interpreter's header.
+#include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace markdown::blocks {
@@ -18,22 +20,48 @@ struct Block {
 // without recursion. Of the nodes that were entered their lists of children are held, not each child.
 class PendingNodes {
  public:
-  explicit PendingNodes(PyObject* root) : root_(python::Ref::share(root)) {}
+  explicit PendingNodes(PyObject* root) : root_(python::Ref::share(root)) {
+    constexpr std::size_t kUsualDepth = 16;
+    entered_.reserve(kUsualDepth);
+  }
 
   // The next node, or nothing at the end.
-  python::Ref pop();
+  python::Ref pop() {
+    count_node();
+    while (!entered_.empty()) {
+      Siblings& siblings = entered_.back();
+      PyObject* list = siblings.list.get();
+      // A host may have cut the list of an exact node short since.
+      if (siblings.next < std::min(siblings.end, PyList_GET_SIZE(list))) {
+        return python::Ref::share(PyList_GET_ITEM(list, siblings.next++));
+      }
+      entered_.pop_back();
+    }
+    return std::exchange(root_, python::Ref());
+  }
   // Visits the children of `node` next, as they are now.
-  void enter(const NodeReader& nodes, PyObject* node);
+  void enter(const NodeReader& nodes, PyObject* node) {
+    python::Ref children = nodes.children(node);
+    // An exact node keeps its list to itself. Any other may do with its children what it likes while they are visited,
+    // so they are visited as they are now.
+    if (!nodes.is_exact(node) || !PyList_CheckExact(children.get())) children = copy_of(children.get());
+    const Py_ssize_t count = PyList_GET_SIZE(children.get());
+    if (count > 0) entered_.push_back({std::move(children), 0, count});
+  }
 
   int traverse(visitproc visit, void* arg) const;
   void clear() noexcept;
 
  private:
   // Now and then lets the interpreter handle signals: a tree may be endless, and so may a sequence of children.
-  void count_node();
+  void count_node() {
+    constexpr unsigned kNodesBetweenSignals = 4096;
+    if (++counted_ % kNodesBetweenSignals == 0) python::checked(PyErr_CheckSignals());
+  }
+  python::Ref copy_of(PyObject* children);
 
   struct Siblings {
-    python::Ref list;  // a list or a tuple
+    python::Ref list;
     Py_ssize_t next;
     Py_ssize_t end;
   };

@@ -8,8 +8,7 @@ Ref to_str(std::string_view utf8) {
   return Ref::steal(PyUnicode_DecodeUTF8(utf8.data(), static_cast<Py_ssize_t>(utf8.size()), "surrogatepass"));
 }
 
-void require_str(PyObject* object, const char* what) {
-  if (PyUnicode_Check(object)) return;
+void reject_non_str(PyObject* object, const char* what) {
   PyErr_Format(PyExc_TypeError, "%s must be str, not %.200s", what, Py_TYPE(object)->tp_name);
   throw PythonError();
 }

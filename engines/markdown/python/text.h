@@ -23,8 +23,12 @@ class Utf8 {
   std::string_view view_;
 };
 
+[[noreturn]] void reject_non_str(PyObject* object, const char* what);
+
 // Throws TypeError, naming what it should have been, unless `object` is a str.
-void require_str(PyObject* object, const char* what);
+inline void require_str(PyObject* object, const char* what) {
+  if (!PyUnicode_Check(object)) reject_non_str(object, what);
+}
 
 // "left.right" as one string.
 Ref join_with_full_stop(PyObject* left, PyObject* right);
