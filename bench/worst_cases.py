@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+from collections import deque
 from collections.abc import Callable, Iterator
 from dataclasses import dataclass
 from types import SimpleNamespace
@@ -122,8 +123,9 @@ def _on_text(function: Callable[[str], object], shape: Shape) -> Callable[[int],
     return prepare
 
 
-def _all_targets(text: str) -> list[Any]:
-    return list(markdown._inline_targets(text, 1))
+def _all_targets(text: str) -> None:
+    # Dropped as they come: keeping many would mostly be time of the kernel's, which makes pages for them.
+    deque(markdown._inline_targets(text, 1), maxlen=0)
 
 
 def _heading(text: str) -> Any:
