@@ -1,5 +1,7 @@
 """Section extraction: what the host is asked, in which order, and what it gets."""
 
+import random
+
 import pytest
 from nodes import Node, document, heading, load_module, paragraph, sections
 from quarnel.engines import markdown
@@ -44,6 +46,28 @@ def test_the_host_is_asked_in_order_and_its_answers_are_kept():
     assert [(s.signature, s.docstring) for s in found[1:]] == [
         ("Usage > Lin.ux", None), ("Usage", None), ("Usage > Linux", None),
     ]  # fmt: skip
+
+
+def test_fqns_and_signatures_follow_from_levels_and_names():
+    rng = random.Random(3)
+    for _ in range(500):
+        headings = [
+            (
+                rng.randint(1, 6),
+                rng.choice(["a", "é", "я", "\U0001f600", "\ud800"]) * rng.choice([1, 9, 60, 90, 250]),
+            )
+            for _ in range(8)
+        ]
+        tree = document(*[heading(level, name) for level, name in headings])
+        prefix = rng.choice(["P", "ü.\u4e00"])
+        found = sections("", prefix, tree, unique_fqn=str)
+        open_sections = []
+        for symbol, (level, name) in zip(found, headings, strict=True):
+            open_sections = [section for section in open_sections if section[0] < level]
+            open_sections.append((level, name.replace("\ud800", "\ufffd" * 3)))
+            names = [name for _, name in open_sections]
+            assert symbol.fqn == ".".join([prefix, *names])
+            assert symbol.signature == markdown._heading_path(names)
 
 
 def test_symbols_are_built_by_keyword_in_order():

@@ -15,7 +15,8 @@ void append_joined(std::string& path, std::span<const PathName> names) {
   }
 }
 
-// Whether the names, joined, have at most kMaxPathLength characters. Stops at the first that goes too far.
+}  // namespace
+
 bool fits(std::span<const PathName> names) noexcept {
   std::size_t chars = names.front().chars;
   for (const PathName& name : names.subspan(1)) {
@@ -24,8 +25,6 @@ bool fits(std::span<const PathName> names) noexcept {
   }
   return chars <= kMaxPathLength;
 }
-
-}  // namespace
 
 std::string heading_path(std::span<const PathName> names) {
   std::string path;

@@ -19,6 +19,9 @@ struct PathName {
   std::size_t chars = 0;
 };
 
+// Whether the names, at least one, fit into a path as they are. Stops at the first that goes too far.
+bool fits(std::span<const PathName> names) noexcept;
+
 // At most kMaxPathLength characters: as many names as fit, counted from the last; an ellipsis stands for those dropped
 // in front; a last name that does not fit is cut. Empty for no names.
 std::string heading_path(std::span<const PathName> names);

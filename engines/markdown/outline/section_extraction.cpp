@@ -113,11 +113,11 @@ class SymbolBuilder {
     if (heading.name.empty()) return;
     const Ref name = python::to_str(heading.name);
     Ref fqn = request_fqn(name.get());
-    holders_.push_back({heading.level, Ref::share(fqn.get())});
     path_.push_back({heading.name, static_cast<std::size_t>(PyUnicode_GET_LENGTH(name.get()))});
+    const Ref signature = make_signature(name.get());
+    holders_.push_back({heading.level, Ref::share(fqn.get()), Ref::share(signature.get())});
     const Ref start_line = Ref::steal(PyLong_FromLongLong(heading.first_row + 1));
     const Ref end_line = Ref::steal(PyLong_FromLongLong(end_row + 1));
-    const Ref signature = python::to_str(heading_path(path_));
     const Ref docstring = cap(heading.summary);
     const Ref symbol = python::make_record(state_, state_.symbol_type, state_.symbol_keywords, Py_None,
                                            request_.file_id, name.get(), state_.names.section, fqn.get(),
@@ -131,15 +131,22 @@ class SymbolBuilder {
   struct Holder {
     std::int64_t level;
     Ref fqn;
+    Ref signature;
   };
 
   Ref request_fqn(PyObject* name) const {
     PyObject* parent = holders_.empty() ? request_.prefix : holders_.back().fqn.get();
-    const Ref asked = python::join_with_full_stop(parent, name);
+    const Ref asked = python::join(parent, ".", name);
     Ref fqn = Ref::steal(PyObject_CallOneArg(request_.unique_fqn, asked.get()));
     python::require_str(fqn.get(), "what unique_fqn returns");  // the FQNs of subsections are built on it
     checked(PyUnicode_READY(fqn.get()));
     return fqn;
+  }
+
+  // The heading path: the parent's and the name, as long as nothing has to go.
+  Ref make_signature(PyObject* name) const {
+    if (!fits(path_)) return python::to_str(heading_path(path_));
+    return holders_.empty() ? Ref::share(name) : python::join(holders_.back().signature.get(), kPathSeparator, name);
   }
 
   Ref cap(const std::optional<std::string>& summary) const {

@@ -21,9 +21,13 @@ void bind_arguments(const char* function, const char* const* parameters, std::si
   const Py_ssize_t named = keywords ? PyTuple_GET_SIZE(keywords) : 0;
   for (Py_ssize_t k = 0; k < named; ++k) {
     PyObject* keyword = PyTuple_GET_ITEM(keywords, k);
+    // Most callers keep the order of the parameters, so the search begins at the one that is next.
+    std::size_t tried = 0;
     std::size_t i = 0;
-    while (i < count && PyUnicode_CompareWithASCIIString(keyword, parameters[i]) != 0) ++i;
-    if (i == count) reject("%s() got an unexpected keyword argument '%U'", function, keyword);
+    do {
+      if (tried == count) reject("%s() got an unexpected keyword argument '%U'", function, keyword);
+      i = (static_cast<std::size_t>(nargs + k) + tried++) % count;
+    } while (PyUnicode_CompareWithASCIIString(keyword, parameters[i]) != 0);
     if (bound[i]) reject("%s() got multiple values for argument '%s'", function, parameters[i]);
     bound[i] = args[nargs + k];
   }

@@ -1,6 +1,7 @@
 #include "python/text.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace markdown::python {
 
@@ -24,14 +25,25 @@ Utf8::Utf8(PyObject* str) {
   view_ = {PyBytes_AS_STRING(encoded_.get()), static_cast<std::size_t>(PyBytes_GET_SIZE(encoded_.get()))};
 }
 
-Ref join_with_full_stop(PyObject* left, PyObject* right) {
+Ref join(PyObject* left, std::string_view separator, PyObject* right) {
+  const auto between = static_cast<Py_ssize_t>(separator.size());
   const Py_ssize_t left_chars = PyUnicode_GET_LENGTH(left);
   const Py_ssize_t right_chars = PyUnicode_GET_LENGTH(right);
   const Py_UCS4 widest = std::max(PyUnicode_MAX_CHAR_VALUE(left), PyUnicode_MAX_CHAR_VALUE(right));
-  Ref joined = Ref::steal(PyUnicode_New(left_chars + 1 + right_chars, std::max<Py_UCS4>(widest, '.')));
-  checked(PyUnicode_CopyCharacters(joined.get(), 0, left, 0, left_chars));
-  checked(PyUnicode_WriteChar(joined.get(), left_chars, '.'));
-  checked(PyUnicode_CopyCharacters(joined.get(), left_chars + 1, right, 0, right_chars));
+  Ref joined = Ref::steal(PyUnicode_New(left_chars + between + right_chars, std::max<Py_UCS4>(widest, 0x7F)));
+  const int kind = PyUnicode_KIND(joined.get());
+  char* const data = static_cast<char*>(PyUnicode_DATA(joined.get()));
+  for (Py_ssize_t i = 0; i < between; ++i)
+    PyUnicode_WRITE(kind, data, left_chars + i, static_cast<Py_UCS4>(separator[static_cast<std::size_t>(i)]));
+  const auto put = [&](PyObject* part, Py_ssize_t at) {
+    if (PyUnicode_KIND(part) == kind) {
+      std::memcpy(data + at * kind, PyUnicode_DATA(part), static_cast<std::size_t>(PyUnicode_GET_LENGTH(part) * kind));
+    } else {
+      checked(PyUnicode_CopyCharacters(joined.get(), at, part, 0, PyUnicode_GET_LENGTH(part)));
+    }
+  };
+  put(left, 0);
+  put(right, left_chars + between);
   return joined;
 }
 

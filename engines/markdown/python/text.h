@@ -30,7 +30,7 @@ inline void require_str(PyObject* object, const char* what) {
   if (!PyUnicode_Check(object)) reject_non_str(object, what);
 }
 
-// "left.right" as one string.
-Ref join_with_full_stop(PyObject* left, PyObject* right);
+// Two strings, each ready, with an ASCII separator between them.
+Ref join(PyObject* left, std::string_view separator, PyObject* right);
 
 }  // namespace markdown::python
