@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 
+#include "text/byte_set.h"
 #include "text/digits.h"
 #include "text/utf8.h"
 
@@ -11,7 +12,7 @@ namespace markdown::frontmatter {
 namespace {
 
 constexpr std::string_view kFlowIndicators = ",[]{}";
-constexpr std::string_view kNotFirstInPlain = "-?:,[]{}#&*!|>'\"%@`";
+constexpr text::ByteSet kNotFirstInPlain("-?:,[]{}#&*!|>'\"%@`");
 
 // What a byte may mean: to the check of characters, and to the scan of a plain scalar.
 enum ByteClass : std::uint8_t {
@@ -44,6 +45,7 @@ constexpr bool is_forbidden_wide(char32_t c) noexcept {
 constexpr bool is_blank_or_end(char c) noexcept { return c == ' ' || c == '\n' || c == '\0'; }
 
 bool starts_with_marker(std::string_view line) noexcept {
+  if (line.empty() || (line[0] != '-' && line[0] != '.')) return false;  // nearly every line
   if (!line.starts_with("---") && !line.starts_with("...")) return false;
   return line.size() == 3 || is_blank_or_end(line[3]);
 }
@@ -106,7 +108,7 @@ bool YamlScanner::is_at_indicator(char c) const noexcept { return peek() == c &&
 bool YamlScanner::can_start_plain(bool in_flow) const noexcept {
   const char first = peek();
   if (is_blank_or_end(first)) return false;
-  if (kNotFirstInPlain.find(first) == std::string_view::npos) return true;
+  if (!kNotFirstInPlain.has(first)) return true;
   if (is_blank_or_end(peek(1))) return false;
   return first == '-' || (!in_flow && (first == '?' || first == ':'));
 }

@@ -1,6 +1,6 @@
 // Sets of bytes, and searches for the first that belongs to one.
 //
-// Offsets are bytes. Tested by tests/test_links.py.
+// Offsets are bytes. Tested by tests/test_links.py and tests/test_frontmatter.py.
 #pragma once
 
 #include <array>
