@@ -126,6 +126,37 @@ def test_a_record_is_what_a_call_by_keyword_makes(record_type):
     assert outcome(lambda: module.extract_links(TREE, [])[0]) == outcome(lambda: record_type(**FIELDS))
 
 
+class Key(str):
+    """A name among a class's own that does something when it is compared with another."""
+
+    __hash__ = str.__hash__
+
+    def __eq__(self, other):
+        return self.compare()
+
+
+def test_names_of_a_class_may_fail_to_compare_or_change_its_bases():
+    key = Key("__init__")
+    key.compare = lambda: False
+    other = type("Other", (Open,), {})
+    long = Open
+    for _ in range(25):
+        long = type("Long", (long,), {})
+    record_type = type("Record", (long,), {key: None})
+    module = load_module(ReferenceInfo=record_type)
+
+    def compare():
+        key.compare = lambda: False
+        record_type.__bases__ = (other,)
+        return False
+
+    key.compare = compare
+    [record] = module.extract_links(TREE, [])
+    assert record.fields == ((), (), list(FIELDS.items()))
+    key.compare = lambda: 1 / 0
+    assert outcome(lambda: module.extract_links(TREE, [])) == outcome(lambda: record_type(**FIELDS))
+
+
 def test_what_replaces_an_init_is_called_from_then_on():
     class Record(Open):
         pass

@@ -5,15 +5,19 @@ namespace {
 
 // A name in the dict of the first type in the order of resolution that has it, as it stands there; nothing when none
 // does.
-PyObject* find_in_type(PyTypeObject* type, PyObject* name) {
-  PyObject* const order = type->tp_mro;
-  for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(order); ++i) {
-    PyObject* const members = reinterpret_cast<PyTypeObject*>(PyTuple_GET_ITEM(order, i))->tp_dict;
-    if (!members) return nullptr;  // an interpreter may keep those of its own types elsewhere
-    if (PyObject* found = PyDict_GetItemWithError(members, name)) return found;
-    if (PyErr_Occurred()) throw PythonError();
+Ref find_in_type(PyTypeObject* type, PyObject* name) {
+  // Held, since a name that is compared may be the host's and give the type other bases meanwhile.
+  const Ref order = Ref::share(type->tp_mro);
+  for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(order.get()); ++i) {
+    PyObject* const members = reinterpret_cast<PyTypeObject*>(PyTuple_GET_ITEM(order.get(), i))->tp_dict;
+    if (!members) return {};  // an interpreter may keep those of its own types elsewhere
+    if (PyObject* found = PyDict_GetItemWithError(members, name)) return Ref::share(found);
+    if (PyErr_Occurred()) {
+      PyErr_Clear();  // the call of the type says what has become of it
+      return {};
+    }
   }
-  return nullptr;
+  return {};
 }
 
 // The `__init__` to which a call of the type comes down, nothing when there is more to the call than that. Looked up
@@ -22,10 +26,11 @@ Ref only_init_of(const ModuleState& state, PyObject* type) {
   // A metaclass may make anything of the call, a `__new__` of the type's own any object.
   if (!Py_IS_TYPE(type, &PyType_Type)) return {};
   auto* const record_type = reinterpret_cast<PyTypeObject*>(type);
-  if (record_type->tp_new != PyBaseObject_Type.tp_new) return {};
+  if (record_type->tp_new != PyBaseObject_Type.tp_new || record_type->tp_vectorcall) return {};
+  if (record_type->tp_init == PyBaseObject_Type.tp_init) return {};
   // Only a plain function gets the object and the keywords, and no other binding goes before.
-  PyObject* const init = find_in_type(record_type, state.dunder_init);
-  return init && Py_IS_TYPE(init, &PyFunction_Type) ? Ref::share(init) : Ref();
+  Ref init = find_in_type(record_type, state.dunder_init);
+  return init && Py_IS_TYPE(init.get(), &PyFunction_Type) ? std::move(init) : Ref();
 }
 
 }  // namespace
