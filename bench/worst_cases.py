@@ -124,7 +124,8 @@ def _on_text(function: Callable[[str], object], shape: Shape) -> Callable[[int],
 
 
 def _all_targets(text: str) -> None:
-    # Dropped as they come: keeping many would mostly be time of the kernel's, which makes pages for them.
+    # Dropped as they come: the memory of many kept ones is given back after each call and got anew page by page, that of
+    # fewer is not, and a step there would be taken for growth.
     deque(markdown._inline_targets(text, 1), maxlen=0)
 
 

@@ -225,20 +225,16 @@ def test_a_closed_pipe_ends_quietly(tmp_path):
             assert process.wait(60) == 128 + signal.SIGPIPE
 
 
+def waiting_outline(folder, *options):
+    """A command that reads a document, then waits for another at a pipe that nobody has written to."""
+    os.mkfifo(folder / "pipe")
+    write_tree(folder, {"a.md": "# A\n"})
+    return [sys.executable, "-m", "docmap", "outline", *options, str(folder / "a.md"), str(folder / "pipe")]
+
+
 @pytest.mark.parametrize("jobs", ["1", "2"])
 def test_an_interrupt_ends_with_its_own_status(tmp_path, jobs):
-    os.mkfifo(tmp_path / "pipe")
-    write_tree(tmp_path, {"a.md": "# A\n"})
-    command = [
-        sys.executable,
-        "-m",
-        "docmap",
-        "outline",
-        "--jobs",
-        jobs,
-        str(tmp_path / "a.md"),
-        str(tmp_path / "pipe"),
-    ]
+    command = waiting_outline(tmp_path, "--jobs", jobs)
     with subprocess.Popen(
         command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, start_new_session=True
     ) as process:
@@ -279,17 +275,7 @@ def test_an_interrupt_leaves_the_terminal_as_it_was(tmp_path):
     ],
 )
 def test_a_killed_process_ends_the_run_in_a_line(tmp_path, victim, status, said):
-    os.mkfifo(tmp_path / "pipe")
-    write_tree(tmp_path, {"a.md": "# A\n"})
-    command = [
-        sys.executable,
-        "-m",
-        "docmap",
-        "outline",
-        "-j2",
-        str(tmp_path / "a.md"),
-        str(tmp_path / "pipe"),
-    ]
+    command = waiting_outline(tmp_path, "-j2")
     with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
         with open(tmp_path / "pipe", "wb"):
             children = pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text().split()

@@ -13,8 +13,9 @@ constexpr text::ByteSet kTextStops("[]\\");
 constexpr text::ByteSet kAngleStops("<>\n");
 constexpr text::ByteSet kParentheses("()");
 // Where a bare destination may end, outside its parentheses and inside.
-constexpr text::ByteSet kBareStops("()<>\t\n\v\f\r\x1C\x1D\x1E\x1F \xC2\xE1\xE2\xE3");
-constexpr text::ByteSet kInnerStops("()\t\n\v\f\r\x1C\x1D\x1E\x1F \xC2\xE1\xE2\xE3");
+constexpr bool may_be_space(char byte) noexcept { return text::space_class(byte) != text::SpaceClass::kNone; }
+constexpr text::ByteSet kBareStops("()<>", may_be_space);
+constexpr text::ByteSet kInnerStops("()", may_be_space);
 
 }  // namespace
 

@@ -35,7 +35,7 @@ Ref only_init_of(const ModuleState& state, PyObject* type) {
 
 }  // namespace
 
-// A type is called with its keywords in a dict, which its `__init__` takes apart again: a third of the
+// A type is called with its keywords in a dict, which its `__init__` takes apart again: more than a quarter of the
 // instructions of a record.
 Ref call_record_type(const ModuleState& state, PyObject* type, PyObject** slots, PyObject* keywords) {
   const Ref init = only_init_of(state, type);

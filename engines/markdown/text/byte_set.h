@@ -14,6 +14,11 @@ class ByteSet {
   constexpr explicit ByteSet(std::string_view bytes) noexcept {
     for (const char byte : bytes) has_[static_cast<unsigned char>(byte)] = true;
   }
+  // The bytes, and all for which the predicate is true.
+  template <class Predicate>
+  constexpr ByteSet(std::string_view bytes, Predicate is_member) noexcept : ByteSet(bytes) {
+    for (std::size_t byte = 0; byte < has_.size(); ++byte) has_[byte] |= is_member(static_cast<char>(byte));
+  }
   constexpr bool has(char byte) const noexcept { return has_[static_cast<unsigned char>(byte)]; }
 
  private:
