@@ -21,7 +21,8 @@ using text::Row;
 
 // `Unit` is what the string stores a code point in: one, two or four bytes.
 // Linear: rows are asked for in document order, so the place of the last row asked for moves over the text once; a
-// blank stretch is read once for each section that ends at it, and sections nest at most six deep.
+// blank stretch is read once for each section that ends at it, and sections nest at most six deep. Rows of no parsed
+// document, which go back or ask for one stretch more often than that, are looked up in a table.
 template <class Unit>
 class TextRows {
  public:
@@ -38,13 +39,16 @@ class TextRows {
   Row last_text_row(Row floor, Row row) {
     if (row <= floor) return row;
     if (row < 0) return floor;
-    if (row < last_asked_ && table_.empty()) tabulate();
+    if ((row < last_asked_ || blank_units_ / kDeepestLevel > text_.size()) && table_.empty()) tabulate();
     last_asked_ = row;
     if (!table_.empty()) return std::max(floor, table_[std::min(static_cast<std::size_t>(row), table_.size() - 1)]);
     const Place place = end_of(row);
     std::size_t end = place.offset;
     for (row = place.row; row > floor; --end) {
-      if (end == 0) return floor;
+      if (end == 0) {
+        row = floor;
+        break;
+      }
       const Unit unit = text_[end - 1];
       if (unit == '\n') {
         --row;
@@ -52,6 +56,7 @@ class TextRows {
         break;
       }
     }
+    blank_units_ += place.offset - end;
     return std::max(row, floor);
   }
 
@@ -96,7 +101,10 @@ class TextRows {
     table_.push_back(last);
   }
 
+  static constexpr std::size_t kDeepestLevel = 6;
+
   std::span<const Unit> text_;
+  std::size_t blank_units_ = 0;  // read, some of them again and again
   Row count_ = 0;  // 0 while it is not known
   std::size_t cursor_ = 0;
   Row cursor_row_ = 0;
