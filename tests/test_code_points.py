@@ -22,12 +22,16 @@ def test_white_space():
 def test_word_characters():
     # An underscore inside a word opens nothing; after a backslash it does not either.
     assert [c for c in EVERY if "_" in markdown._unmarked(f"{c}_a_")] == re.findall(r"[\w\\]", EVERY)
-    assert [c for c in EVERY[0x80:] if "_" in markdown._unmarked(f"_a_{c}")] == re.findall(r"\w", EVERY[0x80:])
+    assert [c for c in EVERY[0x80:] if "_" in markdown._unmarked(f"_a_{c}")] == re.findall(
+        r"\w", EVERY[0x80:]
+    )
 
 
 @pytest.mark.parametrize("c", SPACES, ids=ascii)
 def test_white_space_in_a_document(c):
-    root = document(heading(1, f"{c}a{c}{c}*{c}b* *b{c}*"), inline(f"[x](<{c}p{c}>) [[{c}P{c}#{c}Q{c}]] [y](q{c}'t')"))
+    root = document(
+        heading(1, f"{c}a{c}{c}*{c}b* *b{c}*"), inline(f"[x](<{c}p{c}>) [[{c}P{c}#{c}Q{c}]] [y](q{c}'t')")
+    )
     [symbol] = sections(f"# a\n{c}\n", root=root)
     assert (symbol.name, symbol.end_line) == ("a * b* *b *", 1)
     targets = [(link.name, link.qualifier) for link in markdown.extract_links(root, [symbol])]

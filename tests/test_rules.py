@@ -10,7 +10,9 @@ from quarnel.engines import markdown
 from quarnel.engines.rules import FqnNumbering
 
 PAGE = Path(__file__).resolve().parents[1] / "docs" / "rules.md"
-EXAMPLES = re.findall(r"^~{8} example\n(.*?)^\.\n(.*?)^~{8}$", PAGE.read_text("utf-8"), re.DOTALL | re.MULTILINE)
+EXAMPLES = re.findall(
+    r"^~{8} example\n(.*?)^\.\n(.*?)^~{8}$", PAGE.read_text("utf-8"), re.DOTALL | re.MULTILINE
+)
 
 
 def stand_in(node):

@@ -105,7 +105,7 @@ class TextRows {
 
   std::span<const Unit> text_;
   std::size_t blank_units_ = 0;  // read, some of them again and again
-  Row count_ = 0;  // 0 while it is not known
+  Row count_ = 0;                // 0 while it is not known
   std::size_t cursor_ = 0;
   Row cursor_row_ = 0;
   Row last_asked_ = 0;
