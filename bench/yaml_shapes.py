@@ -70,10 +70,12 @@ YAML = {
         "- &a{i}\n  <<: *a{before}\n  k{i}: 1\n", before="- &a-1 {x: 1}\n"
     ),
     "merge keys, doubling": numbered("- &a{i} {<<: [*a{before}, *a{before}]}\n", before="- &a-1 {x: 1}\n"),
-    "merge keys, two in each": numbered(
-        "- &a{i} {<<: *a{before}, <<: *a{before}}\n", before="- &a-1 {x: 1}\n"
+    "merge keys, three in each": numbered(
+        "- &a{i} {<<: *a{before}, <<: *a{before}, <<: *a{before}}\n", before="- &a-1 {x: 1}\n"
     ),
-    "value keys, two in each": numbered("- &a{i} {=: *a{before}, =: *a{before}}\n", before="- &a-1 {=: x}\n"),
+    "value keys, three in each": numbered(
+        "- &a{i} {=: *a{before}, =: *a{before}, =: *a{before}}\n", before="- &a-1 {=: x}\n"
+    ),
     "one mapping merged often": repeat("- <<: *a\n", before="- &a {x: 1, y: 2, z: 3}\n"),
     "a list of merges": repeat("*a, ", before="- &a {x: 1, y: 2, z: 3}\n- <<: [", after="*a]\n"),
     "hexadecimal number": repeat("f", before="title: 0x"),
