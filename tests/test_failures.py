@@ -129,17 +129,8 @@ def test_what_fails_at_any_use_comes_out_and_nothing_is_lost(name):
     uses = fail_at_every_use(call)
     assert uses >= 4
     held = [
-        TREE,
-        *TREE.children,
-        TREE.children[0].text,
-        SOURCE,
-        RECORDS,
-        *RECORDS,
-        Failure,
-        CountedNode,
-        str,
-        None,
-    ]
+        TREE, *TREE.children, TREE.children[0].text, SOURCE, RECORDS, *RECORDS, Failure, CountedNode, str, None,
+    ]  # fmt: skip
     repetitions = 5
     for _ in range(2):  # the first round fills the interpreter's own caches
         gc.collect()

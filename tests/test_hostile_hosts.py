@@ -77,12 +77,6 @@ def growing_heading():
     return document(with_children(children, "atx_heading"))
 
 
-def shrinking_heading():
-    children = [Node("other"), *([Node("other")] * 50), inline("gone")]
-    children[0] = Acting(children.clear, "other")
-    return document(with_children(children, "atx_heading"))
-
-
 def shrinking_root():
     children = [None, inline("[c](d)"), inline("[e](f)")]
     children[0] = Acting(children.clear)
@@ -193,7 +187,6 @@ HOSTS = [
     pytest.param(lambda: names(with_children(Liar([heading(1, "A")]))), IndexError, id="a list that lies"),
     pytest.param(lambda: names(with_children(range(3))), AttributeError, id="children that are no nodes"),
     pytest.param(lambda: names(growing_heading()), ["late"], id="a list that grows"),
-    pytest.param(lambda: names(shrinking_heading()), [], id="a list that shrinks"),
     pytest.param(lambda: links(shrinking_root()), [("b", 1, None), ("d", 1, None), ("f", 1, None)], id="emptied behind"),
     pytest.param(lambda: names(document(Node(Str("atx_heading"), inline("A")))), ["A"], id="type a str subclass"),
     pytest.param(lambda: names(document(Node("\ud800"))), [], id="type a lone surrogate"),
@@ -206,7 +199,7 @@ HOSTS = [
     pytest.param(lambda: text("ab"), TypeError, id="text a str"),
     pytest.param(lambda: text([97]), TypeError, id="text a list"),
     pytest.param(lambda: text(7), TypeError, id="text a number"),
-    pytest.param(lambda: text(0), "", id="text nothing"),
+    pytest.param(lambda: text(0) + text(None), "", id="text nothing"),
     pytest.param(lambda: at([3]), [4], id="point a list"),
     pytest.param(lambda: at(range(5, 9)), [6], id="point a range"),
     pytest.param(lambda: at((True, None)), [2], id="row a bool"),
@@ -307,17 +300,8 @@ def test_lists_of_the_bindings_nodes_that_change_during_a_call(change):
 
 @pytest.mark.skipif(not hasattr(signal, "setitimer"), reason="needs timers")
 @pytest.mark.parametrize("copies", [1, 100])
-@pytest.mark.parametrize(
-    "call",
-    [
-        names,
-        links,
-        lambda root: list(markdown._blocks(root)),
-        lambda root: list(markdown._link_targets(root)),
-    ],
-    ids=["sections", "links", "blocks", "targets"],
-)
-def test_an_endless_tree_can_be_interrupted(call, copies):
+@pytest.mark.parametrize("walk", [names, links, markdown._blocks, markdown._link_targets])
+def test_an_endless_tree_can_be_interrupted(walk, copies):
     root = document()
     root.children += [root] * copies
 
@@ -328,7 +312,7 @@ def test_an_endless_tree_can_be_interrupted(call, copies):
     signal.setitimer(signal.ITIMER_REAL, 0.02)
     try:
         with pytest.raises(KeyboardInterrupt):
-            call(root)
+            list(walk(root))
     finally:
         signal.setitimer(signal.ITIMER_REAL, 0)
         signal.signal(signal.SIGALRM, before)
