@@ -42,6 +42,10 @@ def in_front_matter(kind, fence, text):
     read_document(Node(kind, text=f"{fence}\n{text}\n{fence}\n".encode()))
 
 
+def name_of(text):
+    markdown._heading(heading(1, text), None)
+
+
 def definition(text):
     read_document(Node("link_reference_definition", Node("link_destination", text=text.encode())))
 
@@ -106,7 +110,7 @@ TABLES = {
     "openers": lambda: texts(shapes.OPENERS, markdown._unmarked, all_targets, length=4 * CHARACTERS),
     "links": lambda: texts(shapes.LINKS, all_targets, in_blocks, definition),
     "code spans": lambda: texts(shapes.CODE_SPANS, all_targets, in_blocks, length=5 * CHARACTERS),
-    "closing sequences": lambda: texts(shapes.CLOSING_SEQUENCES, in_blocks),
+    "closing sequences": lambda: texts(shapes.CLOSING_SEQUENCES, name_of, in_blocks),
     "TOML": lambda: texts(
         shapes.TOML, markdown._toml_fields, partial(in_front_matter, "plus_metadata", "+++")
     ),
