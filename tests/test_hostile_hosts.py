@@ -309,9 +309,9 @@ def test_an_endless_tree_can_be_interrupted(walk, copies):
         raise KeyboardInterrupt
 
     before = signal.signal(signal.SIGALRM, interrupt)
-    signal.setitimer(signal.ITIMER_REAL, 0.02)
     try:
         with pytest.raises(KeyboardInterrupt):
+            signal.setitimer(signal.ITIMER_REAL, 0.02)
             list(walk(root))
     finally:
         signal.setitimer(signal.ITIMER_REAL, 0)
