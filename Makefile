@@ -6,7 +6,9 @@
 .DELETE_ON_ERROR:
 SHELL := /bin/sh
 
-VENV := .venv
+# PYTHON= names another interpreter: .venv when it is that one's, and otherwise a folder of its own (.venv-3.12).
+VENV := $(if $(PYTHON),$(shell scripts/venv-of "$(PYTHON)"),.venv)
+$(if $(VENV),,$(error No environment for PYTHON=$(PYTHON)))
 BIN := $(VENV)/bin
 STAMPS := $(VENV)/stamps
 PIP := $(BIN)/pip --disable-pip-version-check -qq
@@ -47,7 +49,7 @@ test-examples: ready $(STAMPS)/test $(STAMPS)/examples  ## run the examples, one
 ready: $(STAMPS)/engine $(STAMPS)/docmap
 
 $(STAMPS)/venv:
-	@python=$$(scripts/find-python $(PYTHON)) && scripts/check-compiler && \
+	@python=$$(scripts/find-python "$(PYTHON)") && scripts/check-compiler && \
 	echo "Setting up $(VENV) ..." && "$$python" -m venv --clear $(VENV) && mkdir -p $(STAMPS) && touch $@
 
 $(STAMPS)/run: requirements/run.txt | $(STAMPS)/venv
@@ -76,6 +78,6 @@ $(STAMPS)/engine: $(engine_sources) $(STAMPS)/run $(STAMPS)/host
 
 .PHONY: clean
 clean:  ## remove what was set up and built
-	rm -rf $(VENV) build dist
+	rm -rf .venv .venv-* build dist
 
 include $(wildcard bench/bench.mk fuzz/fuzz.mk packaging/packaging.mk)
