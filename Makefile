@@ -14,7 +14,7 @@ STAMPS := $(VENV)/stamps
 PIP := $(BIN)/pip --disable-pip-version-check -qq
 INSTALL := PATH="$(abspath $(BIN)):$$PATH" $(PIP) install --no-deps --no-build-isolation
 
-engine_sources := $(shell find engines -type f) CMakeLists.txt pyproject.toml README.md
+engine_sources := $(shell find engines -type f) CMakeLists.txt pyproject.toml
 host_sources := $(shell find host -type f -not -path '*/__pycache__/*')
 docmap_sources := $(shell find docmap -type f -not -path '*/__pycache__/*')
 
@@ -24,14 +24,17 @@ help:  ## list the targets
 
 # --- What a newcomer types ---------------------------------------------------------------------------------------
 
+# One path as it is, spaces included; several with the shell's quotes: DOCS="docs 'my notes'".
+export DOCS
+docs = if [ -e "$$DOCS" ]; then set -- "$$DOCS"; else eval "set -- $$DOCS"; fi; \
+  test $$\# -gt 0 || { echo "Say which files or folders: make $@ DOCS=path" >&2; exit 2; }
+
 .PHONY: outline test check-links
 outline: ready  ## DOCS=path: print the outline of Markdown files and folders (OPTIONS="--links" adds links)
-	@test -n "$(DOCS)" || { echo "Say which files or folders: make outline DOCS=path" >&2; exit 2; }
-	@$(BIN)/docmap outline $(OPTIONS) $(DOCS)
+	@$(docs); $(BIN)/docmap outline $(OPTIONS) "$$@"
 
 check-links: ready  ## DOCS=path: report links whose file or anchor does not exist
-	@test -n "$(DOCS)" || { echo "Say which folder: make check-links DOCS=path" >&2; exit 2; }
-	@$(BIN)/docmap check $(OPTIONS) $(DOCS)
+	@$(docs); $(BIN)/docmap check $(OPTIONS) "$$@"
 
 test: ready $(STAMPS)/test  ## run the tests (TESTS="tests/test_links.py -k title" for some of them)
 	@$(BIN)/python -m pytest $(TESTS)
@@ -50,31 +53,32 @@ ready: $(STAMPS)/engine $(STAMPS)/docmap
 
 $(STAMPS)/venv:
 	@python=$$(scripts/find-python "$(PYTHON)") && scripts/check-compiler && \
-	echo "Setting up $(VENV) ..." && "$$python" -m venv --clear $(VENV) && mkdir -p $(STAMPS) && touch $@
+	echo "Setting up $(VENV) with $$python ..." >&2 && \
+	"$$python" -m venv --clear $(VENV) && mkdir -p $(STAMPS) && touch $@
 
 $(STAMPS)/run: requirements/run.txt | $(STAMPS)/venv
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/test: requirements/test.txt | $(STAMPS)/run
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/page: requirements/page.txt | $(STAMPS)/run
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/examples: requirements/examples.txt | $(STAMPS)/run
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/checks: requirements/checks.txt | $(STAMPS)/run
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/host: $(host_sources) $(STAMPS)/run
-	@$(INSTALL) ./host && touch $@
+	@$(INSTALL) ./host >&2 && touch $@
 
 $(STAMPS)/docmap: $(docmap_sources) $(STAMPS)/run $(STAMPS)/host
-	@$(INSTALL) ./docmap && touch $@
+	@$(INSTALL) ./docmap >&2 && touch $@
 
 $(STAMPS)/engine: $(engine_sources) $(STAMPS)/run $(STAMPS)/host
-	@echo "Building the engine ..." && $(INSTALL) . && touch $@
+	@echo "Building the engine (about half a minute on an idle machine) ..." >&2 && $(INSTALL) . >&2 && touch $@
 
 .PHONY: clean
 clean:  ## remove what was set up and built
