@@ -13,6 +13,7 @@ BIN := $(VENV)/bin
 STAMPS := $(VENV)/stamps
 PIP := $(BIN)/pip --disable-pip-version-check -qq
 INSTALL := PATH="$(abspath $(BIN)):$$PATH" $(PIP) install --no-deps --no-build-isolation
+JOBS := auto
 
 engine_sources := $(shell find engines -type f) CMakeLists.txt pyproject.toml
 host_sources := $(shell find host -type f -not -path '*/__pycache__/*')
@@ -37,7 +38,7 @@ check-links: ready  ## DOCS=path: report links whose file or anchor does not exi
 	@$(docs); $(BIN)/docmap check $(OPTIONS) "$$@"
 
 test: ready $(STAMPS)/test  ## run the tests (TESTS="tests/test_links.py -k title" for some of them)
-	@$(BIN)/python -m pytest $(TESTS)
+	@$(BIN)/python -m pytest $(or $(TESTS),-n $(JOBS))
 
 .PHONY: test-page test-examples
 test-page: ready $(STAMPS)/test $(STAMPS)/page  ## test the HTML page (browser tests need chromium and chromedriver)
@@ -45,6 +46,38 @@ test-page: ready $(STAMPS)/test $(STAMPS)/page  ## test the HTML page (browser t
 
 test-examples: ready $(STAMPS)/test $(STAMPS)/examples  ## run the examples, one with Dask on two workers
 	@$(BIN)/python -m pytest -rs tests/test_examples.py
+
+# --- What a developer types --------------------------------------------------------------------------------------
+
+# A module without optimisation, with what a debugger reads and with the standard library's own checks. It is never
+# installed: PYTHONPATH puts it before the installed one.
+dev_folder := build/dev$(VENV:.venv%=%)
+on_dev := PYTHONPATH=$(abspath $(dev_folder))/site $(BIN)/python
+
+.PHONY: dev-module dev quick debug lint format hooks
+dev-module: $(STAMPS)/test $(STAMPS)/docmap
+	@PYTHON=$(BIN)/python scripts/build-site $(dev_folder) -DCMAKE_BUILD_TYPE=Debug \
+	  "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g -D_GLIBCXX_ASSERTIONS"
+	@ln -sf $(dev_folder)/compile_commands.json .
+
+dev: dev-module  ## build the debug module, in a second after a change (TESTS=... runs tests on it)
+	@$(if $(TESTS),$(on_dev) -m pytest $(TESTS),echo "import it with $(on_dev)")
+
+quick: dev-module  ## run all but the long tests on the debug module
+	@LEAVE_OUT_LENGTHS=2 $(on_dev) -m pytest -m "not long" $(or $(TESTS),-n $(JOBS))
+
+debug: dev-module  ## TESTS="tests/test_links.py -k title": run them on the debug module in gdb, which stops at a crash
+	@command -v gdb >/dev/null || { echo "gdb is missing: install your system's package of that name." >&2; exit 1; }
+	@PYTHONPATH=$(abspath $(dev_folder))/site gdb -q -ex run --args $(BIN)/python -m pytest -s -p no:faulthandler $(TESTS)
+
+lint: $(STAMPS)/checks  ## check layout, lint and include directions
+	@PATH="$(abspath $(BIN)):$$PATH" scripts/lint
+
+format: $(STAMPS)/checks  ## lay out all sources
+	@$(BIN)/clang-format -i $$(git ls-files '*.cpp' '*.h') && $(BIN)/ruff check --fix . && $(BIN)/ruff format .
+
+hooks: $(STAMPS)/checks  ## let git check layout, lint and include directions before each commit
+	@git config core.hooksPath scripts/hooks && echo "git now runs scripts/hooks/pre-commit before each commit"
 
 # --- Setting up --------------------------------------------------------------------------------------------------
 
@@ -82,6 +115,6 @@ $(STAMPS)/engine: $(engine_sources) $(STAMPS)/run $(STAMPS)/host
 
 .PHONY: clean
 clean:  ## remove what was set up and built
-	rm -rf .venv .venv-* build dist
+	rm -rf .venv .venv-* build dist compile_commands.json
 
 include $(wildcard bench/bench.mk fuzz/fuzz.mk packaging/packaging.mk)
