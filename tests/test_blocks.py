@@ -33,6 +33,7 @@ def test_the_walk_is_lazy_and_reads_no_block_inside():
         next(walk)
 
 
+@pytest.mark.long
 def test_any_depth_is_walked():
     leaf = node = paragraph("deep")
     for _ in range(100_000):

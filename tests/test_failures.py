@@ -226,6 +226,7 @@ def run_in_own_process(script, **environment):
     return int(run.stdout)
 
 
+@pytest.mark.long
 def test_every_allocation_of_the_interpreter_may_fail():
     pytest.importorskip("_testcapi")
     script = """
@@ -267,6 +268,7 @@ print(failed)
     assert run_in_own_process(script) > 500
 
 
+@pytest.mark.long
 def test_every_allocation_of_the_core_may_fail(tmp_path):
     compiler = shutil.which(os.environ.get("CXX", "c++"))
     if not compiler or not sys.platform.startswith("linux"):
