@@ -54,7 +54,7 @@ test-examples: ready $(STAMPS)/test $(STAMPS)/examples  ## run the examples, one
 dev_folder := build/dev$(VENV:.venv%=%)
 on_dev := PYTHONPATH=$(abspath $(dev_folder))/site $(BIN)/python
 
-.PHONY: dev-module dev quick debug lint format hooks
+.PHONY: dev-module dev quick debug mutants lint format hooks
 dev-module: $(STAMPS)/test $(STAMPS)/docmap
 	@PYTHON=$(BIN)/python scripts/build-site $(dev_folder) -DCMAKE_BUILD_TYPE=Debug \
 	  "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g -D_GLIBCXX_ASSERTIONS"
@@ -69,6 +69,9 @@ quick: dev-module  ## run all but the long tests on the debug module
 debug: dev-module  ## TESTS="tests/test_links.py -k title": run them on the debug module in gdb, which stops at a crash
 	@command -v gdb >/dev/null || { echo "gdb is missing: install your system's package of that name." >&2; exit 1; }
 	@PYTHONPATH=$(abspath $(dev_folder))/site gdb -q -ex run --args $(BIN)/python -m pytest -s -p no:faulthandler $(TESTS)
+
+mutants: $(STAMPS)/test $(STAMPS)/docmap  ## COUNT=40 SEED=1: change one token at a time and list what no test notices (SOURCES=path)
+	@$(BIN)/python scripts/mutants --count $(or $(COUNT),40) --seed $(or $(SEED),1) $(OPTIONS) $(SOURCES)
 
 lint: $(STAMPS)/checks  ## check layout, lint and include directions
 	@PATH="$(abspath $(BIN)):$$PATH" scripts/lint
