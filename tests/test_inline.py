@@ -69,6 +69,20 @@ def test_every_short_string_equals_the_patterns(index):
         assert markdown._unmarked(text) == by_re.unmarked(text), repr(text)
 
 
+# Where a scanner asks of which class a character is.
+PLACES = [
+    "{}*a*", "\\{}", "<{}>", "<a{}>", "<a{}b>", "</{}>", "</a{}>", "<a {}>", "<b{}:c>", "<{}:c>", "_{}_", "*{}a*", "*a{}*",
+    "{}_a_", "_a_{}", "~~{}~~", "[{}](b)", "[a]{}b)", "{}[a](b)", "!{}a](b)", "[a](b{})", "[a][{}]", "`{}`", "{}`a`", "<!-{}-->",
+    "<!--{}-->", "<!--a-{}>", "a{}{}b", "# {}",
+]  # fmt: skip
+
+
+@pytest.mark.parametrize("place", PLACES)
+def test_every_ascii_character_in_its_place_equals_the_patterns(place):
+    for text in (place.replace("{}", chr(code)) for code in range(0x80)):
+        assert markdown._plain_text(text) == by_re.plain_text(text), repr(text)
+
+
 PIECES = [
     *"`*_~[]()<>!\\ \n\ta9é\u2028\ud800\U0001f600-/:",
     "](",

@@ -2,6 +2,7 @@
 
 import random
 import urllib.parse
+from collections import UserList
 
 import by_re
 import pytest
@@ -56,6 +57,19 @@ def test_every_short_run_equals_the_patterns(index):
         for middle in by_re.every_string(letters, length, before):
             run = form.format(middle)
             assert list(markdown._inline_targets(run, 1)) == by_re.inline_targets(run, 1), repr(run)
+
+
+# Where a scanner asks of which class a character is.
+PLACES = [
+    "{}[a](b)", "[a{}](b)", "[a]{}(b)", "[a]({}b)", "[a](b{}c)", "[a](<b{}c>)", "[a](b {}t{})", "[a](b(c{}d))", "[a](b{})", "[a{}b](c)",
+    "[[{}]]", "[[a{}b]]", "{}[[a]]", "[[a]{}]", "[[a#{}]]", "[[a|{}]]", "[a]({}:x)", "[a](b{}:x)", "[a](b{}c:x)", "`{}[a](b)`",
+]  # fmt: skip
+
+
+@pytest.mark.parametrize("place", PLACES)
+def test_every_ascii_character_in_its_place_equals_the_patterns(place):
+    for run in (place.replace("{}", chr(code)) for code in range(0x80)):
+        assert list(markdown._inline_targets(run, 1)) == by_re.inline_targets(run, 1), repr(run)
 
 
 PIECES = [
@@ -200,6 +214,10 @@ def test_link_targets_are_lazy_and_take_odd_roots():
     assert [next(targets), next(targets)] == [(DOC, "y", 3), (DOC, "a.md", 5)]
     with pytest.raises(TypeError):
         next(targets)
+    for children in (list, tuple, UserList):  # the first destination counts, and nothing after it is read
+        two = Node("link_reference_definition")
+        two.children = children([*definition.children, Node("link_destination", text=b"b.md"), object()])
+        assert list(markdown._link_targets(two)) == [(DOC, "a.md", 1)]
     assert list(markdown._link_targets(Node("fenced_code_block", inline("[x](y)")))) == []
     assert list(markdown._link_targets(Node("link_reference_definition"))) == []
     assert list(markdown._link_targets(document())) == []

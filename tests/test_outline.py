@@ -44,6 +44,18 @@ def test_setext_and_odd_headings():
     assert markdown._heading(Node("setext_heading"), paragraph("x")) == Heading("", 1, 0, "x")
 
 
+@pytest.mark.parametrize(
+    ("row", "fits"), [(2**62, True), (-(2**62), True), (2**62 + 1, False), (-(2**62) - 1, False)]
+)
+def test_rows_leave_room_to_count_on(row, fits):
+    far = Node("atx_heading", row=row)
+    if fits:
+        assert markdown._heading(far, None).first_row == row
+    else:
+        with pytest.raises(OverflowError):
+            markdown._heading(far, None)
+
+
 def test_summaries():
     assert (
         markdown._summary(None)
