@@ -6,13 +6,16 @@
 .DELETE_ON_ERROR:
 SHELL := /bin/sh
 
-VENV := .venv
+# PYTHON= names another interpreter: .venv when it is that one's, and otherwise a folder of its own (.venv-3.12).
+VENV := $(if $(PYTHON),$(shell scripts/venv-of "$(PYTHON)"),.venv)
+$(if $(VENV),,$(error No environment for PYTHON=$(PYTHON)))
 BIN := $(VENV)/bin
 STAMPS := $(VENV)/stamps
 PIP := $(BIN)/pip --disable-pip-version-check -qq
 INSTALL := PATH="$(abspath $(BIN)):$$PATH" $(PIP) install --no-deps --no-build-isolation
+JOBS := auto
 
-engine_sources := $(shell find engines -type f) CMakeLists.txt pyproject.toml README.md
+engine_sources := $(shell find engines -type f) CMakeLists.txt pyproject.toml
 host_sources := $(shell find host -type f -not -path '*/__pycache__/*')
 docmap_sources := $(shell find docmap -type f -not -path '*/__pycache__/*')
 
@@ -22,17 +25,20 @@ help:  ## list the targets
 
 # --- What a newcomer types ---------------------------------------------------------------------------------------
 
+# One path as it is, spaces included; several with the shell's quotes: DOCS="docs 'my notes'".
+export DOCS
+docs = if [ -e "$$DOCS" ]; then set -- "$$DOCS"; else eval "set -- $$DOCS"; fi; \
+  test $$\# -gt 0 || { echo "Say which files or folders: make $@ DOCS=path" >&2; exit 2; }
+
 .PHONY: outline test check-links
 outline: ready  ## DOCS=path: print the outline of Markdown files and folders (OPTIONS="--links" adds links)
-	@test -n "$(DOCS)" || { echo "Say which files or folders: make outline DOCS=path" >&2; exit 2; }
-	@$(BIN)/docmap outline $(OPTIONS) $(DOCS)
+	@$(docs); $(BIN)/docmap outline $(OPTIONS) "$$@"
 
 check-links: ready  ## DOCS=path: report links whose file or anchor does not exist
-	@test -n "$(DOCS)" || { echo "Say which folder: make check-links DOCS=path" >&2; exit 2; }
-	@$(BIN)/docmap check $(OPTIONS) $(DOCS)
+	@$(docs); $(BIN)/docmap check $(OPTIONS) "$$@"
 
 test: ready $(STAMPS)/test  ## run the tests (TESTS="tests/test_links.py -k title" for some of them)
-	@$(BIN)/python -m pytest $(TESTS)
+	@$(BIN)/python -m pytest $(or $(TESTS),-n $(JOBS))
 
 .PHONY: test-page test-examples
 test-page: ready $(STAMPS)/test $(STAMPS)/page  ## test the HTML page (browser tests need chromium and chromedriver)
@@ -41,41 +47,77 @@ test-page: ready $(STAMPS)/test $(STAMPS)/page  ## test the HTML page (browser t
 test-examples: ready $(STAMPS)/test $(STAMPS)/examples  ## run the examples, one with Dask on two workers
 	@$(BIN)/python -m pytest -rs tests/test_examples.py
 
+# --- What a developer types --------------------------------------------------------------------------------------
+
+# A module without optimisation, with what a debugger reads and with the standard library's own checks. It is never
+# installed: PYTHONPATH puts it before the installed one.
+dev_folder := build/dev$(VENV:.venv%=%)
+on_dev := PYTHONPATH=$(abspath $(dev_folder))/site $(BIN)/python
+
+.PHONY: dev-module dev quick debug mutants lint format hooks
+dev-module: $(STAMPS)/test $(STAMPS)/docmap
+	@PYTHON=$(BIN)/python scripts/build-site $(dev_folder) -DCMAKE_BUILD_TYPE=Debug \
+	  "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g -D_GLIBCXX_ASSERTIONS"
+	@ln -sf $(dev_folder)/compile_commands.json .
+
+dev: dev-module  ## build the debug module, in a second after a change (TESTS=... runs tests on it)
+	@$(if $(TESTS),$(on_dev) -m pytest $(TESTS),echo "import it with $(on_dev)")
+
+quick: dev-module  ## run all but the long tests on the debug module
+	@LEAVE_OUT_LENGTHS=2 $(on_dev) -m pytest -m "not long" $(or $(TESTS),-n $(JOBS))
+
+debug: dev-module  ## TESTS="tests/test_links.py -k title": run them on the debug module in gdb, which stops at a crash
+	@command -v gdb >/dev/null || { echo "gdb is missing: install your system's package of that name." >&2; exit 1; }
+	@PYTHONPATH=$(abspath $(dev_folder))/site gdb -q -ex run --args $(BIN)/python -m pytest -s -p no:faulthandler $(TESTS)
+
+mutants: $(STAMPS)/test $(STAMPS)/docmap  ## COUNT=40 SEED=1: change one token at a time and list what no test notices (SOURCES=path)
+	@$(BIN)/python scripts/mutants --count $(or $(COUNT),40) --seed $(or $(SEED),1) $(OPTIONS) $(SOURCES)
+
+lint: $(STAMPS)/checks  ## check layout, lint and include directions
+	@PATH="$(abspath $(BIN)):$$PATH" scripts/lint
+
+format: $(STAMPS)/checks  ## lay out all sources
+	@$(BIN)/clang-format -i $$(git ls-files '*.cpp' '*.h') && $(BIN)/ruff check --fix . && $(BIN)/ruff format .
+
+hooks: $(STAMPS)/checks  ## let git check layout, lint and include directions before each commit
+	@git config core.hooksPath scripts/hooks && echo "git now runs scripts/hooks/pre-commit before each commit"
+
 # --- Setting up --------------------------------------------------------------------------------------------------
 
 .PHONY: ready
 ready: $(STAMPS)/engine $(STAMPS)/docmap
 
 $(STAMPS)/venv:
-	@python=$$(scripts/find-python $(PYTHON)) && scripts/check-compiler && \
-	echo "Setting up $(VENV) ..." && "$$python" -m venv --clear $(VENV) && mkdir -p $(STAMPS) && touch $@
+	@python=$$(scripts/find-python "$(PYTHON)") && scripts/check-compiler && \
+	echo "Setting up $(VENV) with $$python ..." >&2 && \
+	"$$python" -m venv --clear $(VENV) && mkdir -p $(STAMPS) && touch $@
 
 $(STAMPS)/run: requirements/run.txt | $(STAMPS)/venv
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/test: requirements/test.txt | $(STAMPS)/run
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/page: requirements/page.txt | $(STAMPS)/run
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/examples: requirements/examples.txt | $(STAMPS)/run
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/checks: requirements/checks.txt | $(STAMPS)/run
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/host: $(host_sources) $(STAMPS)/run
-	@$(INSTALL) ./host && touch $@
+	@$(INSTALL) ./host >&2 && touch $@
 
 $(STAMPS)/docmap: $(docmap_sources) $(STAMPS)/run $(STAMPS)/host
-	@$(INSTALL) ./docmap && touch $@
+	@$(INSTALL) ./docmap >&2 && touch $@
 
 $(STAMPS)/engine: $(engine_sources) $(STAMPS)/run $(STAMPS)/host
-	@echo "Building the engine ..." && $(INSTALL) . && touch $@
+	@echo "Building the engine (about half a minute on an idle machine) ..." >&2 && $(INSTALL) . >&2 && touch $@
 
 .PHONY: clean
 clean:  ## remove what was set up and built
-	rm -rf $(VENV) build dist
+	rm -rf .venv .venv-* build dist compile_commands.json
 
 include $(wildcard bench/bench.mk fuzz/fuzz.mk packaging/packaging.mk)

@@ -172,6 +172,7 @@ def test_the_outline_nests_and_shows_links_below_their_section():
     assert "\x1b" not in shown
 
 
+@pytest.mark.long
 @pytest.mark.parametrize(
     ("terminal", "environment", "coloured"),
     [
@@ -214,6 +215,7 @@ def test_several_processes_print_what_one_prints(tmp_path):
         assert one.stdout == three.stdout and one.stdout.count("\n") >= 100
 
 
+@pytest.mark.long
 def test_a_closed_pipe_ends_quietly(tmp_path):
     write_tree(tmp_path, {f"{n}.md": "# Title\n" * 300 for n in range(60)})
     for option in ([], ["--json"]):
@@ -232,6 +234,7 @@ def waiting_outline(folder, *options):
     return [sys.executable, "-m", "docmap", "outline", *options, str(folder / "a.md"), str(folder / "pipe")]
 
 
+@pytest.mark.long
 @pytest.mark.parametrize("jobs", ["1", "2"])
 def test_an_interrupt_ends_with_its_own_status(tmp_path, jobs):
     command = waiting_outline(tmp_path, "--jobs", jobs)
@@ -247,6 +250,7 @@ def test_an_interrupt_ends_with_its_own_status(tmp_path, jobs):
         assert b"Traceback" not in process.stderr.read()
 
 
+@pytest.mark.long
 def test_an_interrupt_leaves_the_terminal_as_it_was(tmp_path):
     for name in ("first", "second"):
         os.mkfifo(tmp_path / name)
@@ -266,6 +270,7 @@ def test_an_interrupt_leaves_the_terminal_as_it_was(tmp_path):
     assert shown.count(hidden) == shown.count(seen) == 1 and shown.index(hidden) < shown.index(seen)
 
 
+@pytest.mark.long
 @pytest.mark.skipif(not os.path.exists("/proc/self/task"), reason="finds the processes in /proc")
 @pytest.mark.parametrize(
     ("victim", "status", "said"),
@@ -290,6 +295,7 @@ def test_a_killed_process_ends_the_run_in_a_line(tmp_path, victim, status, said)
     assert not any(os.path.exists(f"/proc/{child}") for child in children)
 
 
+@pytest.mark.long
 @pytest.mark.parametrize(
     ("typed", "offered"),
     [
@@ -476,6 +482,7 @@ HOSTILE = [
 ]
 
 
+@pytest.mark.long
 @pytest.mark.parametrize(("text", "broken"), HOSTILE)
 def test_hostile_documents_are_checked_in_time(tmp_path, text, broken):
     write_tree(tmp_path, {"a.md": text, "b.md": "# B\n\n[a](a.md#zzz)\n"})

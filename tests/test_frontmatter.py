@@ -118,6 +118,7 @@ def test_what_is_no_mapping_or_lacks_fields_makes_no_record(body, records):
     assert difference(body) is None and not records
 
 
+@pytest.mark.long
 def test_depth_is_refused_under_any_limit_on_a_small_stack():
     # In a process of its own, since a stack that overflows takes the process with it.
     import subprocess
@@ -206,6 +207,7 @@ def test_floats_are_written_as_the_interpreter_does():
         assert markdown._field({"k": value}, "k") == repr(value)
 
 
+@pytest.mark.long
 @pytest.mark.parametrize("seed", range(4))
 def test_yaml_is_read_as_the_loader_reads_it(seed, records):
     rng = random.Random(seed)

@@ -6,6 +6,7 @@ import json
 import sys
 import threading
 import weakref
+from pathlib import Path
 
 import pytest
 from nodes import Node, document, heading, inline, load_module, paragraph, parse, sections
@@ -50,6 +51,7 @@ def test_eight_threads_find_what_one_finds(shared):
     assert not wrong
 
 
+@pytest.mark.long
 def test_a_module_is_loaded_and_dropped_a_thousand_times():
     tree = document(Node("minus_metadata", text=b"---\ntitle: T\n---"), heading(2, "A"), inline("[a](b)"))
 
@@ -85,29 +87,7 @@ def test_a_function_and_an_iterator_outlive_their_module():
     assert [node.text for node in walk] == [b"a", b"b"]
 
 
-IN_SUB_INTERPRETER = """
-import sys
-sys.path[:] = {path!r}
-import json
-try:
-    import tree_sitter
-except ImportError:
-    # A binding for one interpreter only: its node type is all that the module asks of it.
-    tree_sitter = sys.modules["tree_sitter"] = type(sys)("tree_sitter")
-    tree_sitter.Node = type("Node", (), {{}})
-from types import SimpleNamespace
-from quarnel.engines import markdown
-
-def node(type, *children, text=b""):
-    return SimpleNamespace(type=type, children=list(children), start_point=(0, 0), text=text)
-
-root = node("document", node("minus_metadata", text=b"---\\ntitle: !!str T\\n---"), node("inline", text=b"[a](b%20c)"))
-for _ in range(50):
-    symbols = markdown.extract_sections(root, "x", "P", 1, unique_fqn=str, cap_docstring=str)
-    links = markdown.extract_links(root, symbols)
-with open({out!r}, "a") as out:
-    print(json.dumps([symbols[0].fqn, links[0].name, links[0].source_fqn]), file=out)
-"""
+PROGRAM = Path(__file__).parent / "programs" / "sub_interpreter.py"
 
 
 def run_in_sub_interpreter(script):
@@ -130,7 +110,7 @@ def run_in_sub_interpreter(script):
 
 def test_sub_interpreters_one_after_the_other(tmp_path):
     out = tmp_path / "out"
-    script = IN_SUB_INTERPRETER.format(path=sys.path, out=str(out))
+    script = f"import sys\nsys.path[:], sys.argv = {sys.path!r}, ['', {str(out)!r}]\n{PROGRAM.read_text()}"
     for _ in range(3):
         run_in_sub_interpreter(script)
     assert [json.loads(line) for line in out.read_text().splitlines()] == [["P.T", "b c", "P.T"]] * 3

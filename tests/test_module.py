@@ -4,6 +4,7 @@ import ast
 import importlib.util
 import inspect
 import logging
+import pickle
 import re
 import subprocess
 import sys
@@ -11,16 +12,17 @@ from pathlib import Path
 
 import pytest
 import quarnel.engines
+import tree_sitter
+from nodes import document, inline, load_module
 from quarnel.engines import markdown
 
-ORDER = ["logger", "_LEVEL_MARKERS", "_ATX_HEADING", "_SETEXT_HEADING", "_CONTAINERS", "_YAML_FRONT_MATTER", "_TOML_FRONT_MATTER", "_TITLE", "_DESCRIPTION", "MAX_FRONT_MATTER_LENGTH", "PATH_SEPARATOR", "MAX_PATH_LENGTH", "ELLIPSIS", "MAX_INLINE_LENGTH", "_CLOSING_SEQUENCE", "_CODE_SPAN", "_DESTINATION", "_IMAGE", "_LINK", "_AUTOLINK", "_HTML", "_EMPHASES", "_ESCAPE", "_TOML_FIELD", "_TOML_TABLE", "_INLINE_NODES", "_LINK_CONTAINERS", "_REFERENCE_DEFINITION", "_DESTINATION_NODE", "_INLINE_LINK", "_WIKI_LINK", "_EXTERNAL", "_Heading", "_FrontMatter", "extract_sections"]  # fmt: skip
+ORDER = ["re", "yaml", "Symbol", "ReferenceInfo", "REF_DOC_LINK", "REF_WIKI_LINK", "logger", "_LEVEL_MARKERS", "_ATX_HEADING", "_SETEXT_HEADING", "_CONTAINERS", "_YAML_FRONT_MATTER", "_TOML_FRONT_MATTER", "_TITLE", "_DESCRIPTION", "MAX_FRONT_MATTER_LENGTH", "PATH_SEPARATOR", "MAX_PATH_LENGTH", "ELLIPSIS", "MAX_INLINE_LENGTH", "_CLOSING_SEQUENCE", "_CODE_SPAN", "_DESTINATION", "_IMAGE", "_LINK", "_AUTOLINK", "_HTML", "_EMPHASES", "_ESCAPE", "_TOML_FIELD", "_TOML_TABLE", "_INLINE_NODES", "_LINK_CONTAINERS", "_REFERENCE_DEFINITION", "_DESTINATION_NODE", "_INLINE_LINK", "_WIKI_LINK", "_EXTERNAL", "_Heading", "_FrontMatter", "extract_sections"]  # fmt: skip
 PATTERNS = [name for name in ORDER if isinstance(getattr(markdown, name), re.Pattern)]
 
 
 def test_names_are_bound_in_order():
     bound = list(vars(markdown))
     assert [name for name in bound if name in ORDER] == ORDER
-    assert bound.index("REF_WIKI_LINK") < bound.index("logger")
     functions = [name for name in bound if inspect.isbuiltin(getattr(markdown, name))]
     assert bound[-len(functions) :] == functions and len(functions) == 24
 
@@ -37,18 +39,23 @@ def test_constants():
         "block_quote", "list", "list_item", "paragraph", "atx_heading", "setext_heading", "pipe_table", "pipe_table_header",
         "pipe_table_row",
     } == markdown._LINK_CONTAINERS  # fmt: skip
-    limits = (markdown.MAX_FRONT_MATTER_LENGTH, markdown.MAX_PATH_LENGTH, markdown.MAX_INLINE_LENGTH)
-    assert limits == (65536, 200, 4000)
-    assert (markdown.PATH_SEPARATOR, markdown.ELLIPSIS) == (" > ", "...")
+    values = {
+        "MAX_FRONT_MATTER_LENGTH": 65536, "MAX_PATH_LENGTH": 200, "MAX_INLINE_LENGTH": 4000, "PATH_SEPARATOR": " > ",
+        "ELLIPSIS": "...", "_ATX_HEADING": "atx_heading", "_SETEXT_HEADING": "setext_heading", "_TITLE": "title",
+        "_DESCRIPTION": "description", "_YAML_FRONT_MATTER": "minus_metadata", "_TOML_FRONT_MATTER": "plus_metadata",
+        "_REFERENCE_DEFINITION": "link_reference_definition", "_DESTINATION_NODE": "link_destination",
+    }  # fmt: skip
+    assert {name: getattr(markdown, name) for name in values} == values
     assert markdown.logger is logging.getLogger("quarnel.engines.markdown")
     with pytest.raises(TypeError):
         markdown._LEVEL_MARKERS["inline"] = 1
 
 
 def test_patterns():
-    assert {name for name in PATTERNS if getattr(markdown, name).flags & re.DOTALL} == {"_CODE_SPAN", "_HTML"}
+    dotall = {"_CODE_SPAN": re.DOTALL, "_HTML": re.DOTALL}
+    assert all(getattr(markdown, name).flags == re.UNICODE | dotall.get(name, 0) for name in PATTERNS)
     assert isinstance(markdown._EMPHASES, tuple) and len(markdown._EMPHASES) == 3
-    assert all(emphasis.flags & re.DOTALL for emphasis in markdown._EMPHASES)
+    assert all(emphasis.flags == re.UNICODE | re.DOTALL for emphasis in markdown._EMPHASES)
     assert markdown._DESTINATION in markdown._LINK.pattern and markdown._IMAGE.pattern.endswith(
         markdown._DESTINATION
     )
@@ -57,6 +64,7 @@ def test_patterns():
 def test_records_are_values():
     heading = markdown._Heading("A", 1, 0, None)
     assert heading == markdown._Heading(name="A", level=1, first_row=0, summary=None) and hash(heading)
+    assert pickle.loads(pickle.dumps(heading)) == heading and "heading" in markdown._Heading.__doc__
     assert markdown._Heading._fields == ("name", "level", "first_row", "summary")
     assert markdown._FrontMatter._fields == ("title", "description")
     with pytest.raises(AttributeError):
@@ -105,17 +113,20 @@ def test_public_docstrings_open_as_their_users_know_them():
     "missing", ["yaml", "tree_sitter", "quarnel.models", "quarnel.engines.references", "re"]
 )
 def test_loading_fails_with_the_imports_own_error(missing):
-    script = f"""
-import sys, importlib.util
-origin = importlib.util.find_spec("quarnel.engines.markdown")
-sys.modules[{missing!r}] = None
-try:
-    origin.loader.exec_module(importlib.util.module_from_spec(origin))
-except ImportError as error:
-    print(type(error).__name__, {missing!r} in str(error))
-"""
-    done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, check=False)
+    program = Path(__file__).parent / "programs" / "load_without.py"
+    done = subprocess.run([sys.executable, program, missing], capture_output=True, text=True, check=False)
     assert done.stdout == "ModuleNotFoundError True\n", done.stderr
+
+
+@pytest.mark.parametrize(
+    "node_type", [None, type("Bare", (), {}), type("Slots", (), {"__slots__": ("children", "text", "type")})]
+)
+def test_anything_may_stand_for_the_bindings_node_type(node_type, monkeypatch):
+    monkeypatch.setattr(tree_sitter, "Node", node_type)
+    module, exact = load_module(), node_type() if node_type else None
+    assert [link.name for link in module.extract_links(document(inline("[a](b)")), [])] == ["b"]
+    with pytest.raises(AttributeError):
+        module.extract_links(exact, [])
 
 
 def test_module_objects_are_independent():

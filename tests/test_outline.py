@@ -1,6 +1,5 @@
 """Headings, section ranges and heading paths."""
 
-import itertools
 import random
 
 import by_re
@@ -13,11 +12,9 @@ Heading = markdown._Heading
 
 @pytest.mark.parametrize("letters", ["# a\t\n", "#a \n\\"])
 def test_every_short_closing_sequence_equals_its_pattern(letters):
-    for length in range(8):
-        for chosen in itertools.product(letters, repeat=length):
-            text = "".join(chosen)
-            expected = by_re.plain_text(markdown._CLOSING_SEQUENCE.sub("", text))
-            assert markdown._heading(heading(1, text), None).name == expected, repr(text)
+    for text in by_re.every_string(letters, 7):
+        expected = by_re.plain_text(markdown._CLOSING_SEQUENCE.sub("", text))
+        assert markdown._heading(heading(1, text), None).name == expected, repr(text)
 
 
 NAMES = [
@@ -45,6 +42,18 @@ def test_setext_and_odd_headings():
     assert markdown._heading(Node("atx_heading", inline("No marker")), None).level == 1
     assert markdown._heading(Node("atx_heading", inline("late"), Node("atx_h6_marker")), None).level == 6
     assert markdown._heading(Node("setext_heading"), paragraph("x")) == Heading("", 1, 0, "x")
+
+
+@pytest.mark.parametrize(
+    ("row", "fits"), [(2**62, True), (-(2**62), True), (2**62 + 1, False), (-(2**62) - 1, False)]
+)
+def test_rows_leave_room_to_count_on(row, fits):
+    far = Node("atx_heading", row=row)
+    if fits:
+        assert markdown._heading(far, None).first_row == row
+    else:
+        with pytest.raises(OverflowError):
+            markdown._heading(far, None)
 
 
 def test_summaries():
@@ -117,7 +126,7 @@ def test_rows_outside_the_text_hold_no_text():
     assert markdown._section_ends([], lines) == []
 
 
-LETTERS = [
+PATHS = [
     (("Install", "Linux"), "Install > Linux"),
     (("a" * 97, "b" * 100), "a" * 97 + " > " + "b" * 100),
     (("a" * 98, "b" * 100), "... > " + "b" * 100),
@@ -136,7 +145,7 @@ LETTERS = [
 
 
 @pytest.mark.parametrize(
-    ("names", "path"), LETTERS, ids=[",".join(f"{n[:3]}{len(n)}" for n in names) for names, _ in LETTERS]
+    ("names", "path"), PATHS, ids=[",".join(f"{n[:3]}{len(n)}" for n in names) for names, _ in PATHS]
 )
 def test_heading_path(names, path):
     assert markdown._heading_path(names) == path

@@ -120,7 +120,9 @@ def outcome(make):
     return type(made), getattr(made, "fields", None), repr(made).partition(" at 0x")[0]
 
 
-@pytest.mark.parametrize("record_type", TYPES, ids=str)
+@pytest.mark.parametrize(
+    "record_type", TYPES, ids=lambda record_type: getattr(record_type, "__name__", "partial")
+)
 def test_a_record_is_what_a_call_by_keyword_makes(record_type):
     module = load_module(ReferenceInfo=record_type)
     assert outcome(lambda: module.extract_links(TREE, [])[0]) == outcome(lambda: record_type(**FIELDS))

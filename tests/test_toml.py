@@ -1,9 +1,9 @@
 """TOML front matter: tables, and equality with the published patterns and the interpreter's JSON decoder."""
 
-import itertools
 import json
 import random
 
+import by_re
 import pytest
 from quarnel.engines import markdown
 
@@ -55,11 +55,9 @@ def test_fields(body, fields):
 
 
 def test_every_short_line_equals_the_patterns():
-    for length in range(6):
-        for chosen in itertools.product("\"'\\#= a[", repeat=length):
-            tail = "".join(chosen)
-            for body in (f"title={tail}", f'title="{tail}'):
-                assert markdown._toml_fields(body) == fields_by_re(body), repr(body)
+    for tail in by_re.every_string("\"'\\#= a[", 5):
+        for body in (f"title={tail}", f'title="{tail}'):
+            assert markdown._toml_fields(body) == fields_by_re(body), repr(body)
 
 
 PIECES = [

@@ -51,8 +51,7 @@ Kind NodeReader::kind(PyObject* node) const {
 Row to_row(PyObject* number) {
   const Ref index = Ref::steal(PyNumber_Index(number));
   int overflow = 0;
-  const long long row = PyLong_AsLongLongAndOverflow(index.get(), &overflow);
-  if (row == -1 && overflow == 0 && PyErr_Occurred()) throw python::PythonError();
+  const long long row = PyLong_AsLongLongAndOverflow(index.get(), &overflow);  // of an int: cannot fail
   if (overflow != 0 || row > kRowLimit || row < -kRowLimit) python::raise(PyExc_OverflowError, "row out of range");
   return row;
 }

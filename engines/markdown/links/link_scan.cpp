@@ -17,7 +17,6 @@ std::optional<LinkTarget> LinkScan::next(const blocks::NodeReader& nodes) {
       if (!may_hold_link(text.view())) continue;
       text_ = std::move(text);
       run_.start(text_.view(), 0);
-      first_line_ = 0;
       if (auto target = run_.next()) {
         first_line_ = nodes.row(node.get()) + 1;  // not read of the many runs whose links all lead to the web
         target->line += first_line_;
