@@ -45,9 +45,11 @@ constexpr auto kMarkers = [] {
 // Whether two spaces stand one after the other. The loop has no early exit, so that compilers look at many bytes at a
 // time.
 bool has_space_pair(std::string_view text) noexcept {
-  unsigned char found = 0;
+  unsigned found = 0;
   for (std::size_t pos = 1; pos < text.size(); ++pos) {
-    found |= static_cast<unsigned char>((text[pos] == ' ') & (text[pos - 1] == ' '));
+    const unsigned here = text[pos] == ' ';
+    const unsigned before = text[pos - 1] == ' ';
+    found |= here & before;
   }
   return found != 0;
 }
