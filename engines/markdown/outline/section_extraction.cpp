@@ -82,8 +82,8 @@ void apply_front_matter(const blocks::NodeReader& nodes, inlines::PlainText& pla
 
 template <class Unit>
 std::vector<Row> ends_in(std::span<const Heading> headings, PyObject* source) {
-  TextRows<Unit> rows(
-      {static_cast<const Unit*>(PyUnicode_DATA(source)), static_cast<std::size_t>(PyUnicode_GET_LENGTH(source))});
+  const auto* units = static_cast<const Unit*>(PyUnicode_DATA(source));
+  TextRows rows{SourceText<Unit>({units, static_cast<std::size_t>(PyUnicode_GET_LENGTH(source))})};
   return section_ends(headings, rows);
 }
 

@@ -20,8 +20,8 @@ class PythonError {};
 class Ref {
  public:
   Ref() noexcept = default;
-  // A new reference, or NULL with the error indicator set. Inline always, as every call into the interpreter ends here.
-  [[gnu::always_inline]] static Ref steal(PyObject* p) { return p ? Ref(p) : throw PythonError(); }
+  // A new reference, or NULL with the error indicator set.
+  static Ref steal(PyObject* p) { return p ? Ref(p) : throw PythonError(); }
   static Ref share(PyObject* p) noexcept { return Ref(Py_NewRef(p)); }  // a borrowed reference
   static Ref steal_or_empty(PyObject* p) noexcept { return Ref(p); }    // NULL is no error here
   Ref(const Ref&) = delete;
@@ -30,7 +30,7 @@ class Ref {
     std::swap(p_, other.p_);
     return *this;
   }
-  [[gnu::always_inline]] ~Ref() { Py_XDECREF(p_); }
+  ~Ref() { Py_XDECREF(p_); }
 
   PyObject* get() const noexcept { return p_; }
   PyObject* release() noexcept { return std::exchange(p_, nullptr); }

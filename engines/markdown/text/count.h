@@ -34,6 +34,8 @@ std::size_t count_feeds(std::span<const Unit> units) noexcept {
   return count_units(units, [](Unit unit) { return unit == Unit{'\n'}; });
 }
 
-inline std::size_t count_feeds(std::string_view text) noexcept { return count_feeds(std::span(text)); }
+inline std::size_t count_feeds(std::string_view text) noexcept {
+  return count_feeds(std::span(text.data(), text.size()));
+}
 
 }  // namespace markdown::text

@@ -59,7 +59,7 @@ char32_t decode_at(std::string_view text, std::size_t pos) noexcept {
 
 std::size_t count_chars(std::string_view text) noexcept {
   // Every byte that is no continuation starts a character.
-  return count_units(std::span(text), [](char byte) { return !is_continuation(byte); });
+  return count_units(std::span(text.data(), text.size()), [](char byte) { return !is_continuation(byte); });
 }
 
 std::string_view first_chars(std::string_view text, std::size_t chars) noexcept {
