@@ -16,8 +16,6 @@ namespace markdown::python {
   X(level)                \
   X(first_row)            \
   X(name)                 \
-  X(title)                \
-  X(description)          \
   X(start_line)           \
   X(end_line)             \
   X(fqn)                  \
