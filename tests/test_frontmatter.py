@@ -156,6 +156,46 @@ def test_what_documents_hold_is_read_without_the_loader(body):
     assert difference(body) is None
 
 
+# Next to what is read natively: the loader raises for these, or gives them another meaning.
+DATES = [
+    "2023-02-29",
+    "2024-02-29",
+    "2023-04-31",
+    "2023-00-01",
+    "2023-13-01",
+    "2023-01-00",
+    "0000-01-01",
+    "2023-1-1",
+]
+TIMES = [
+    "24:00:00",
+    "23:60:00",
+    "23:59:60",
+    "1:59:59",
+    "00:00:00.5",
+    "00:00:00+24:00",
+    "00:00:00-23:60",
+    "00:00:00 -00:00",
+]
+OTHERS = [
+    "<<", "=", "0x_", "08", "+010", "0b2", "1:60", "1_0", "1e+3", "1.e5", "1.5e+3", ".5", "+.inf", ".nan", "-.NaN", "7" * 641,
+    '"\\ud800"', '"\\U00110000"', '"\\x4"', '"\\q"', '"a\n  b"', "a\n  b", "a: b", "a:", "- a", "? a", "[a: b]", "[a b, [c]]", "[a",
+    ">\n  a\n   b\n  c", "|\n   \n  a", "|\n  a\n   \n  b", "|2\n   a", "|+\n  a\n\n", "|\na", "|\n  a\n b", "|x", "'a' b", "{a: b}",
+]  # fmt: skip
+
+
+@pytest.mark.parametrize("value", DATES + [f"2023-01-01T{time}" for time in TIMES] + OTHERS)
+def test_what_is_nearly_native_is_read_as_the_loader_reads_it(value):
+    for body in (
+        f"title: {value}",
+        f"a: {value}\ntitle: b",
+        f"a:\n- {value}\ntitle: b",
+        f"{value}: a\ntitle: b",
+    ):
+        assert difference(body) is None
+    assert difference("a" * 1025 + f": {value}") is None
+
+
 @pytest.mark.long
 def test_depth_is_refused_under_any_limit_on_a_small_stack():
     # In a process of its own, since a stack that overflows takes the process with it.

@@ -55,13 +55,10 @@ std::string integer_text(PyObject* number) {
   }
 }
 
-// As `repr` writes it: the shortest decimal form that reads back as the same number.
-std::string float_text(double value) {
-  char* const text = PyOS_double_to_string(value, 'r', 0, Py_DTSF_ADD_DOT_0, nullptr);
-  if (text == nullptr) throw python::PythonError();
-  std::string copy = text;
-  PyMem_Free(text);
-  return copy;
+// The shortest decimal form that reads back as the same number: float's own `repr`, also for a subclass.
+std::string float_text(PyObject* number) {
+  const Ref text = Ref::steal(PyFloat_Type.tp_repr(number));
+  return std::string(python::Utf8(text.get()).view());
 }
 
 // The body between the first and the last line of a front matter block's text.
@@ -106,7 +103,7 @@ std::optional<std::string> field_of(PlainText& plain_text, PyObject* value) {
   if (PyBool_Check(value)) return std::nullopt;  // an int to the interpreter, but no number that a title is made of
   if (PyUnicode_Check(value)) return plain_field(plain_text, python::Utf8(value).view());
   if (PyLong_Check(value)) return plain_field(plain_text, integer_text(value));
-  if (PyFloat_Check(value)) return plain_field(plain_text, float_text(PyFloat_AS_DOUBLE(value)));
+  if (PyFloat_Check(value)) return plain_field(plain_text, float_text(value));
   return std::nullopt;
 }
 
