@@ -7,6 +7,7 @@
 #define PY_SSIZE_T_CLEAN
 #include <Python.h>
 
+#include <cstddef>
 #include <exception>
 #include <new>
 #include <utility>
@@ -61,9 +62,21 @@ inline void require_ordinary_error() {
   if (!PyErr_ExceptionMatches(PyExc_Exception) || PyErr_ExceptionMatches(PyExc_MemoryError)) throw PythonError();
 }
 
+// Makes the C++ runtime's record of this thread's exceptions. The runtime makes it with the first exception that a
+// thread throws, and when no memory is left for it at that moment, the process ends. Answers false when so little
+// memory is left that the record is better not tried for.
+inline bool make_exception_record() noexcept {
+  constexpr std::size_t kMuchMoreThanItNeeds = 4096;
+  void* const probe = PyMem_RawMalloc(kMuchMoreThanItNeeds);
+  PyMem_RawFree(probe);
+  if (probe) static_cast<void>(std::current_exception());
+  return probe != nullptr;
+}
+
 // Where C++ returns to Python: an empty Ref comes out as NULL, which ends an iterator when no error is set.
 template <class Body>
 PyObject* guarded(Body&& body) noexcept {
+  if (!make_exception_record()) return PyErr_NoMemory();
   try {
     return body().release();
   } catch (const PythonError&) {  // indicator already set, traceback and all
