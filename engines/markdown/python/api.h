@@ -7,6 +7,7 @@
 #define PY_SSIZE_T_CLEAN
 #include <Python.h>
 
+#include <cstddef>
 #include <exception>
 #include <new>
 #include <utility>
@@ -61,10 +62,22 @@ inline void require_ordinary_error() {
   if (!PyErr_ExceptionMatches(PyExc_Exception) || PyErr_ExceptionMatches(PyExc_MemoryError)) throw PythonError();
 }
 
+// Makes the C++ runtime's record of this thread's exceptions. The runtime makes it when a thread throws for the first
+// time, and ends the process when there is no memory left for it. Returns false when so little memory is left that the
+// record had better not be tried for.
+inline bool make_exception_record() noexcept {
+  constexpr std::size_t kMuchMoreThanItNeeds = 4096;
+  void* const probe = PyMem_RawMalloc(kMuchMoreThanItNeeds);
+  PyMem_RawFree(probe);
+  if (probe) static_cast<void>(std::current_exception());
+  return probe != nullptr;
+}
+
 // Wraps every function that Python calls. An empty Ref is returned as NULL; without an error set, that ends an
 // iterator.
 template <class Body>
 PyObject* guarded(Body&& body) noexcept {
+  if (!make_exception_record()) return PyErr_NoMemory();
   try {
     return body().release();
   } catch (const PythonError&) {  // the indicator is set, with its traceback

@@ -1,0 +1,37 @@
+"""The last byte of memory: a process that runs out of it goes on with MemoryError."""
+
+import os
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+# The process has thrown no exception in C++ before, and small objects take what is left of its memory.
+PROGRAM = """
+import resource
+from nodes import Node
+from quarnel.engines import markdown
+
+root = Node("document")
+root.children = range(10**12)
+used = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
+resource.setrlimit(resource.RLIMIT_AS, (used + 2**26, used + 2**26))
+try:
+    markdown.extract_sections(root, "", "P", 1, unique_fqn=str, cap_docstring=str)
+except MemoryError:
+    pass
+try:
+    markdown.extract_links(root, [])
+except MemoryError:
+    print("still here")
+"""
+
+
+@pytest.mark.skipif(sys.platform != "linux", reason="needs a limit on the address space")
+@pytest.mark.skipif("asan" in os.environ.get("LD_PRELOAD", ""), reason="the sanitizer reserves address space")
+def test_a_process_without_memory_left_gets_a_memory_error():
+    paths = os.pathsep.join([str(Path(__file__).parent), os.environ.get("PYTHONPATH", "")])
+    run = subprocess.run([sys.executable, "-c", PROGRAM], env=os.environ | {"PYTHONPATH": paths},
+                         capture_output=True, text=True)  # fmt: skip
+    assert (run.returncode, run.stdout) == (0, "still here\n"), run.stderr
