@@ -92,8 +92,9 @@ def rows_of_text():
     headings = document(*(Node("atx_heading", markers[i % 6], row=3 * i) for i in range(ROWS // 2)))
     for line in ("\n", "a\n", "\U0001f600\n"):
         yield f"headings among lines of {line!a}", partial(sections, line * 2 * ROWS, root=headings)
-    there_and_back = document(*(Node("atx_heading", row=i % 2 * ROWS) for i in range(ROWS)))
-    yield "rows there and back", partial(sections, "\n" * ROWS, root=there_and_back)
+    for end in (ROWS, 2 * ROWS):
+        there_and_back = document(*(Node("atx_heading", row=i % 2 * end) for i in range(ROWS)))
+        yield f"rows there and back, {end}", partial(sections, "\n" * ROWS, root=there_and_back)
     yield "names of a path", partial(markdown._heading_path, ["a"] * ROWS)
 
 
