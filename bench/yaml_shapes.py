@@ -62,11 +62,20 @@ YAML = {
     "double-quoted escapes": repeat("\\u0041", before='title: "', after='"'),
     "anchors and aliases": numbered("k{i}: &a{i} x\nl{i}: *a{i}\n"),
     "aliases of aliases": numbered("a{i}: &b{i} [*b{before}, *b{before}]\n", before="a: &b-1 x\n"),
+    "aliases of aliases beside a merge key": numbered(
+        "a{i}: &b{i} [*b{before}, *b{before}]\n", before="<<: {}\na: &b-1 x\n"
+    ),
     "merge keys, one after another": numbered("- &a{i} {k{i}: 1}\n- {<<: *a{i}}\n"),
     "merge keys, each the one before": numbered(
         "- &a{i}\n  <<: *a{before}\n  k{i}: 1\n", before="- &a-1 {x: 1}\n"
     ),
     "merge keys, doubling": numbered("- &a{i} {<<: [*a{before}, *a{before}]}\n", before="- &a-1 {x: 1}\n"),
+    "merge keys, three in each": numbered(
+        "- &a{i} {<<: *a{before}, <<: *a{before}, <<: *a{before}}\n", before="- &a-1 {x: 1}\n"
+    ),
+    "value keys, three in each": numbered(
+        "- &a{i} {=: *a{before}, =: *a{before}, =: *a{before}}\n", before="- &a-1 {=: x}\n"
+    ),
     "one mapping merged often": repeat("- <<: *a\n", before="- &a {x: 1, y: 2, z: 3}\n"),
     "a list of merges": repeat("*a, ", before="- &a {x: 1, y: 2, z: 3}\n- <<: [", after="*a]\n"),
     "hexadecimal number": repeat("f", before="title: 0x"),

@@ -112,12 +112,12 @@ void check_rows(const Lines& lines, std::u32string_view text, std::span<const ou
   std::vector<Unit> units;
   for (const char32_t c : text) units.push_back(static_cast<Unit>(c));
   const auto count = static_cast<Row>(lines.lines.size());
-  outline::TextRows<Unit> rows(units);
+  outline::TextRows rows{outline::SourceText<Unit>(units)};
   const auto ends = outline::section_ends(headings, rows);
   CHECK(ends.size() == headings.size());
   CHECK(rows.count() == count);
   CHECK(outline::section_ends(headings, rows) == ends);  // the count is known now, and the rows go back
-  CHECK(outline::TextRows<Unit>(units).count() == count);
+  CHECK(outline::SourceText<Unit>(units).count() == count);
   for (std::size_t i = 0; i < headings.size(); ++i) {
     const auto next = std::find_if(headings.begin() + static_cast<std::ptrdiff_t>(i) + 1, headings.end(),
                                    [&](const outline::Heading& other) { return other.level <= headings[i].level; });

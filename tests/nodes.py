@@ -58,15 +58,25 @@ def load_module(Symbol=quarnel.models.Symbol, ReferenceInfo=quarnel.engines.refe
 
 
 class Counting:
-    """Counts uses over all that share it, and raises at the k-th."""
+    """Counts uses over all that share it, and acts at one of them: raises Failure unless told otherwise."""
 
-    def __init__(self, fail_at=None):
-        self.uses, self.fail_at = 0, fail_at
+    def __init__(self, act_at=None, act=None):
+        self.uses, self.act_at, self.act = 0, act_at, act or self.fail
 
     def use(self):
         self.uses += 1
-        if self.uses == self.fail_at:
-            raise Failure(self.uses)
+        if self.uses == self.act_at:
+            self.act()
+
+    def fail(self):
+        raise Failure(self.uses)
+
+    def counted(self, function):
+        def call(*args, **keywords):
+            self.use()
+            return function(*args, **keywords)
+
+        return call
 
 
 class Failure(Exception):

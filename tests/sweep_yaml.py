@@ -19,6 +19,8 @@ import yaml
 import yaml_bodies
 from quarnel.engines import markdown
 
+FIELDS = markdown._FrontMatter._fields
+
 
 def loaded_fields(body: str) -> dict[str, object]:
     """What ``_yaml_fields`` has to return for ``body``."""
@@ -26,7 +28,7 @@ def loaded_fields(body: str) -> dict[str, object]:
         loaded = yaml.safe_load(body)
     except Exception:
         return {}
-    return {key: loaded.get(key) for key in ("title", "description")} if isinstance(loaded, dict) else {}
+    return {key: loaded.get(key) for key in FIELDS} if isinstance(loaded, dict) else {}
 
 
 def field_text(value: object) -> str | None:
@@ -44,13 +46,13 @@ def difference(body: str) -> str | None:
     if repr(fields) != repr(expected):
         return f"_yaml_fields({body!r}) is {fields!r}, not {expected!r}"
     front = tuple(front_matter(body))
-    expected_front = (field_text(expected.get("title")), field_text(expected.get("description")))
+    expected_front = tuple(field_text(expected.get(key)) for key in FIELDS)
     if front != expected_front:
         return f"_front_matter of {body!r} is {front!r}, not {expected_front!r}"
     return None
 
 
-def front_matter(body: str) -> tuple[str | None, str | None]:
+def front_matter(body: str) -> tuple[str | None, ...]:
     node = SimpleNamespace(type="minus_metadata", text=f"---\n{body}\n---\n".encode())
     return markdown._front_matter(node, "sweep")
 

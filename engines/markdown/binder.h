@@ -1,4 +1,4 @@
-// Binding names on a module object while it is executed, each as the kind of thing it is.
+// Binding names on a module object while it is executed.
 #pragma once
 
 #include "python/api.h"
@@ -18,7 +18,7 @@ class Binder {
 
   explicit Binder(PyObject* module) noexcept : module_(module) {}
 
-  // Each binds one name; those that return something hand back what they bound.
+  // Each binds one name. Those that return something return what they bound.
   python::Ref module(const char* name) const;
   python::Ref import(const char* module_name, const char* name) const;
   python::Ref logger(const char* name) const;  // the logger of the module's own dotted name
@@ -33,7 +33,7 @@ class Binder {
                      const char* doc) const;  // a named tuple
   void functions(PyMethodDef* functions) const;
 
-  // Interned names as the tuple that a vectorcall takes its keywords from.
+  // A tuple of interned names, as a vectorcall takes its keywords.
   python::Ref keywords(std::initializer_list<const char*> names) const;
 
  private:

@@ -57,8 +57,9 @@ void bind_constants(const Binder& bind) {
   bind.types("_CONTAINERS", markdown::blocks::is_container);
   bind.type_name("_YAML_FRONT_MATTER", Kind::kMinusMetadata);
   bind.type_name("_TOML_FRONT_MATTER", Kind::kPlusMetadata);
-  bind.string("_TITLE", markdown::frontmatter::kTitle);
-  bind.string("_DESCRIPTION", markdown::frontmatter::kDescription);
+#define BIND_KEY(field, key, published) bind.string(published, key);
+  MARKDOWN_FIELDS(BIND_KEY, BIND_KEY)
+#undef BIND_KEY
   bind.integer("MAX_FRONT_MATTER_LENGTH", markdown::frontmatter::kMaxFrontMatterLength);
   bind.string("PATH_SEPARATOR", markdown::outline::kPathSeparator);
   bind.integer("MAX_PATH_LENGTH", markdown::outline::kMaxPathLength);
@@ -92,8 +93,11 @@ void bind_records(const Binder& bind, ModuleState& state) {
   state.heading_type = bind.record("_Heading", {"name", "level", "first_row", "summary"},
                                    "A heading of the outline, with what the section it heads takes from it.")
                            .release();
-  state.front_matter_type =
-      bind.record("_FrontMatter", {"title", "description"}, "What the front matter says of its document.").release();
+#define FIELD_NAME(field, key, published) key,
+  state.front_matter_type = bind.record("_FrontMatter", {MARKDOWN_FIELDS(FIELD_NAME, FIELD_NAME)},
+                                        "What the front matter says of its document.")
+                                .release();
+#undef FIELD_NAME
 }
 
 void bind_functions(const Binder& bind) {

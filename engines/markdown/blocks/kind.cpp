@@ -5,7 +5,7 @@
 namespace markdown::blocks {
 namespace {
 
-// Compared over a length that is known here, which takes a few instructions instead of a call.
+// The length is known at compile time, so the comparison takes a few instructions instead of a call.
 template <Kind kKind>
 Kind if_named(const char* type) noexcept {
   constexpr std::string_view kName = type_name(kKind);
@@ -22,7 +22,7 @@ Kind atx_marker(const char* type) noexcept {
 
 }  // namespace
 
-// The length and one letter leave one type that a name may be.
+// The length of a name, and sometimes one letter, leave one type to compare it with.
 Kind kind_of(std::string_view name) noexcept {
   const char* type = name.data();
   switch (name.size()) {

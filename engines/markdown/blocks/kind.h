@@ -1,4 +1,4 @@
-// What a node of the block tree is to the engine: its type, classified once.
+// The kinds of block-tree nodes that the engine tells apart. A node's type is classified once.
 //
 // Tested by tests/test_blocks.py.
 #pragma once
@@ -9,7 +9,7 @@
 
 namespace markdown::blocks {
 
-// The names are the grammar's, in the order of the enumeration; everything else is kOther.
+// In the order of kTypeNames, which has the grammar's names. Every other type is kOther.
 enum class Kind : std::uint8_t {
   kDocument,
   kSection,
@@ -73,7 +73,7 @@ constexpr std::string_view type_name(Kind kind) noexcept { return kTypeNames[sta
 
 Kind kind_of(std::string_view type) noexcept;
 
-// Nodes that only group blocks, and are read through.
+// Nodes that only group blocks. A walk enters them.
 constexpr bool is_container(Kind kind) noexcept { return kind <= Kind::kError; }
 constexpr bool is_heading(Kind kind) noexcept { return kind == Kind::kAtxHeading || kind == Kind::kSetextHeading; }
 constexpr bool is_front_matter(Kind kind) noexcept {

@@ -10,7 +10,7 @@ using python::checked;
 using python::ModuleState;
 using python::Ref;
 
-// Rows are counted on from: a row and the line feeds of one text must not overflow.
+// The lines of a text are counted from its node's row, and that sum must not overflow.
 constexpr Row kRowLimit = Row{1} << 62;
 
 }  // namespace
@@ -29,8 +29,8 @@ NodeReader::NodeReader(const ModuleState& state) : state_(state) {
   if (!PyType_Check(state.node_type) || type->tp_getattro != PyObject_GenericGetAttr || !type->tp_dict) return;
   PyObject* names[kAttributes] = {state.names.children, state.names.start_point, state.names.text, state.names.type};
   for (std::size_t i = 0; i < kAttributes; ++i) {
-    // Looked up anew for each reader, since the type's attributes may be replaced; what is no getter of its own, or is
-    // not there, stays unused.
+    // Looked up for each reader, because a host may replace the attributes of the type. An attribute that is missing,
+    // or is no getter of this very type, is read in the usual way.
     PyObject* descriptor = PyDict_GetItemWithError(type->tp_dict, names[i]);
     if (!descriptor && PyErr_Occurred()) throw python::PythonError();
     if (!descriptor || !Py_IS_TYPE(descriptor, &PyGetSetDescr_Type)) continue;
@@ -68,8 +68,7 @@ NodeText NodeReader::text(PyObject* node, std::size_t max_bytes) const {
   Ref text = read(node, kText, state_.names.text);
   if (!PyBytes_Check(text.get())) {
     if (checked(PyObject_IsTrue(text.get())) == 0) return {};
-    // A str would be taken for a sequence of numbers below; anything else that gives bytes is copied, since it may
-    // change.
+    // A str gets an error of its own. Any other object with a buffer is copied, because its bytes may change.
     if (PyUnicode_Check(text.get())) python::raise(PyExc_TypeError, "a node's text must be bytes, not str");
     if (!PyObject_CheckBuffer(text.get())) python::raise(PyExc_TypeError, "a node's text must be bytes");
     text = Ref::steal(PyBytes_FromObject(text.get()));

@@ -1,7 +1,6 @@
-// A node of the host's block tree, through the four reads that the engine makes of one: type, children, start point,
-// text.
+// A node of the host's block tree. The engine makes four reads of a node: type, children, start point and text.
 //
-// A node is foreign: each read may run any Python code and raise anything. Each is made once where a rule needs it.
+// A node is foreign code: each read may run any Python code and raise anything. A rule makes each read at most once.
 // Tested by tests/test_blocks.py.
 #pragma once
 
@@ -19,7 +18,7 @@ namespace markdown::blocks {
 
 using text::Row;
 
-// A node's text as well-formed UTF-8. Holds the bytes object that its view points into.
+// A node's text as well-formed UTF-8. Owns the bytes object that its view points into.
 class NodeText {
  public:
   NodeText() = default;
@@ -29,13 +28,13 @@ class NodeText {
  private:
   python::Ref owner_;
   std::string_view bytes_;
-  std::string mended_;  // the text with U+FFFD for what is ill-formed, empty when nothing is
+  std::string mended_;  // the text with U+FFFD for ill-formed bytes; empty when the bytes are well-formed
 };
 
 inline constexpr std::size_t kWholeText = SIZE_MAX;
 
-// Makes the reads. Attributes of an exact tree_sitter.Node are read by their getters, looked up once for this reader;
-// those of any other node in the usual way.
+// Makes the reads. For an exact tree_sitter.Node the attributes' getters are called directly; they are looked up once
+// for each reader. For any other node, attributes are read in the usual way.
 class NodeReader {
  public:
   explicit NodeReader(const python::ModuleState& state);
@@ -70,7 +69,7 @@ class NodeReader {
   std::array<Getter, kAttributes> getters_{};
 };
 
-// A row as an object that stands for one, in the range that leaves room to count on: OverflowError beyond 2**62.
+// The row that a Python integer stands for. Raises OverflowError beyond 2**62, so that lines can be counted from it.
 Row to_row(PyObject* number);
 
 }  // namespace markdown::blocks

@@ -26,7 +26,7 @@ int PendingNodes::traverse(visitproc visit, void* arg) const {
 }
 
 void PendingNodes::clear() noexcept {
-  // Taken out first: what is freed may run code that asks for the next node.
+  // The members are emptied before anything is freed: freeing may run code that asks for the next node.
   const Ref root = std::exchange(root_, Ref());
   const std::vector<Siblings> entered = std::exchange(entered_, {});
 }

@@ -1,4 +1,4 @@
-// The block walk: a document's blocks, flat and in document order, whatever groups them in the tree.
+// The block walk: the blocks of a document in document order, without the nodes that only group them.
 //
 // Tested by tests/test_blocks.py.
 #pragma once
@@ -16,8 +16,8 @@ struct Block {
   Kind kind = Kind::kOther;
 };
 
-// The nodes still to visit, from the root on, in document order: an explicit stack, so a tree of any depth is walked
-// without recursion. Of the nodes that were entered their lists of children are held, not each child.
+// The nodes that are still to be visited, in document order. An explicit stack: the depth of a tree does not become
+// depth of C++ calls. The stack holds the list of children of each entered node, not every child.
 class PendingNodes {
  public:
   explicit PendingNodes(PyObject* root) : root_(python::Ref::share(root)) {
@@ -31,7 +31,7 @@ class PendingNodes {
     while (!entered_.empty()) {
       Siblings& siblings = entered_.back();
       PyObject* list = siblings.list.get();
-      // A host may have cut the list of an exact node short since.
+      // A host can reach the list of an exact node and may have made it shorter meanwhile.
       if (siblings.next < std::min(siblings.end, PyList_GET_SIZE(list))) {
         return python::Ref::share(PyList_GET_ITEM(list, siblings.next++));
       }
@@ -39,11 +39,11 @@ class PendingNodes {
     }
     return std::exchange(root_, python::Ref());
   }
-  // Visits the children of `node` next, as they are now.
+  // Visits the children of `node` next.
   void enter(const NodeReader& nodes, PyObject* node) {
     python::Ref children = nodes.children(node);
-    // An exact node keeps its list to itself. Any other may do with its children what it likes while they are visited,
-    // so they are visited as they are now.
+    // The binding does not change the list of an exact node after it is made. Any other node may change its children
+    // while they are visited, so they are copied.
     if (!nodes.is_exact(node) || !PyList_CheckExact(children.get())) children = copy_of(children.get());
     const Py_ssize_t count = PyList_GET_SIZE(children.get());
     if (count > 0) entered_.push_back({std::move(children), 0, count});
@@ -53,7 +53,7 @@ class PendingNodes {
   void clear() noexcept;
 
  private:
-  // Now and then lets the interpreter handle signals: a tree may be endless, and so may a sequence of children.
+  // Lets the interpreter handle signals every few thousand nodes: a tree may be endless, and so may a list of children.
   void count_node() {
     constexpr unsigned kNodesBetweenSignals = 4096;
     if (++counted_ % kNodesBetweenSignals == 0) python::checked(PyErr_CheckSignals());

@@ -1,9 +1,7 @@
 #include "frontmatter/reader.h"
 
-#include "frontmatter/number_text.h"
 #include "frontmatter/toml_fields.h"
 #include "frontmatter/yaml_loader.h"
-#include "frontmatter/yaml_recogniser.h"
 #include "python/text.h"
 #include "text/utf8.h"
 
@@ -19,19 +17,10 @@ std::optional<std::string> plain_field(PlainText& plain_text, std::string_view t
   return plain.empty() ? std::nullopt : std::optional<std::string>(plain);
 }
 
-std::optional<std::string> recognised_field(PlainText& plain_text, const YamlValue& value) {
-  switch (value.kind) {
-    case YamlValue::Kind::kText:
-    case YamlValue::Kind::kInteger:
-      return plain_field(plain_text, value.text);
-    case YamlValue::Kind::kFloat:
-      return plain_field(plain_text, float_text(value.number));
-    default:
-      return std::nullopt;
-  }
-}
-
-// The digits of an int. Base 16 has no limit of length in the interpreter, base 10 has.
+// The digits of an int; of a very long one, at least as many leading digits as plain text reads. The interpreter turns
+// ints into text only up to a limit of digits, which a host may have lowered, so larger ints are cut into pieces. The
+// pieces come from the end, and each division takes time in the length of what is left. One division therefore drops
+// the digits that nobody reads, before all others.
 std::string integer_text(PyObject* number) {
   int overflow = 0;
   const long long value = PyLong_AsLongLongAndOverflow(number, &overflow);
@@ -39,26 +28,69 @@ std::string integer_text(PyObject* number) {
     if (value == -1 && PyErr_Occurred()) throw python::PythonError();
     return std::to_string(value);
   }
-  const Ref hex = Ref::steal(PyNumber_ToBase(number, 16));
-  const python::Utf8 utf8(hex.get());
-  const bool negative = overflow < 0;
-  return integer_text_from_hex(utf8.view().substr(negative ? 3 : 2), negative);
+  // An int of a subclass may divide as it likes; hexadecimal digits, which have no limit, give a plain one.
+  const Ref written = Ref::steal(PyNumber_ToBase(number, 16));
+  const std::string hex(python::Utf8(written.get()).view().substr(overflow < 0 ? 3 : 2));
+  Ref rest = Ref::steal(PyLong_FromString(hex.c_str(), nullptr, 16));
+  const auto power_of_ten = [ten = Ref::steal(PyLong_FromLong(10))](std::size_t exponent) {
+    return Ref::steal(PyNumber_Power(ten.get(), Ref::steal(PyLong_FromSize_t(exponent)).get(), Py_None));
+  };
+  const std::size_t least_digits = (hex.size() - 1) * 6 / 5;  // a hexadecimal digit is worth 1.204 decimal ones
+  if (least_digits > inlines::kMaxInlineLength) {
+    const Ref unread = power_of_ten(least_digits - inlines::kMaxInlineLength);
+    rest = Ref::steal(PyNumber_FloorDivide(rest.get(), unread.get()));
+  }
+
+  constexpr std::size_t kPieceDigits = 18;
+  const Ref piece_base = power_of_ten(kPieceDigits);
+  std::string text;
+  for (;;) {
+    const Ref piece = Ref::steal(PyNumber_Remainder(rest.get(), piece_base.get()));
+    rest = Ref::steal(PyNumber_FloorDivide(rest.get(), piece_base.get()));
+    std::string digits = std::to_string(PyLong_AsLongLong(piece.get()));
+    const bool is_first = python::checked(PyObject_IsTrue(rest.get())) == 0;
+    if (!is_first) digits.insert(0, kPieceDigits - digits.size(), '0');
+    text.insert(0, digits);
+    if (is_first) return overflow < 0 ? "-" + text : text;
+  }
+}
+
+// As `repr` writes it: the shortest decimal form that reads back as the same number.
+std::string float_text(double value) {
+  char* const text = PyOS_double_to_string(value, 'r', 0, Py_DTSF_ADD_DOT_0, nullptr);
+  if (text == nullptr) throw python::PythonError();
+  std::string copy = text;
+  PyMem_Free(text);
+  return copy;
+}
+
+// The body between the first and the last line of a front matter block's text.
+std::string_view body_of(std::string_view text) noexcept {
+  while (text.ends_with('\n')) text.remove_suffix(1);
+  const std::size_t first = text.find('\n');
+  const std::size_t last = text.rfind('\n');
+  return first == last ? std::string_view() : text.substr(first + 1, last - first - 1);
 }
 
 FrontMatter read_yaml(const ModuleState& state, PlainText& plain_text, std::string_view body, PyObject* prefix) {
-  if (const auto fields = read_natively(state, body)) {
-    return {recognised_field(plain_text, fields->title), recognised_field(plain_text, fields->description)};
+  FrontMatter front;
+  if (const auto yaml = read_natively(state, body)) {
+    for (std::size_t i = 0; i < kFieldCount; ++i) {
+      const YamlValue& value = yaml->values[i];
+      const bool is_number = value.kind == YamlKind::kInteger || value.kind == YamlKind::kFloat;
+      if (value.kind == YamlKind::kText) front[i] = plain_field(plain_text, value.text);
+      if (is_number) front[i] = field_of(plain_text, to_object(value).get());
+    }
+  } else if (const auto loaded = load_fields(state, body, prefix)) {
+    for (std::size_t i = 0; i < kFieldCount; ++i) front[i] = field_of(plain_text, (*loaded)[i].get());
   }
-  const auto loaded = load_fields(state, body, prefix);
-  if (!loaded) return {};
-  return {field_of(plain_text, loaded->title.get()), field_of(plain_text, loaded->description.get())};
+  return front;
 }
 
 FrontMatter read_toml(PlainText& plain_text, std::string_view body) {
   FrontMatter front;
-  for_each_toml_field(body, [&](const TomlField& field) {
-    (field.key == kTitle ? front.title : front.description) = plain_field(plain_text, toml_string(field.literal));
-  });
+  for_each_toml_field(
+      body, [&](const TomlField& found) { front[found.field] = plain_field(plain_text, toml_string(found.literal)); });
   return front;
 }
 
@@ -78,23 +110,14 @@ std::optional<std::string> field_of(PlainText& plain_text, PyObject* value) {
   return std::nullopt;
 }
 
-std::string_view body_of(std::string_view text) noexcept {
-  while (text.ends_with('\n')) text.remove_suffix(1);
-  const std::size_t first = text.find('\n');
-  const std::size_t last = text.rfind('\n');
-  return first == last ? std::string_view() : text.substr(first + 1, last - first - 1);
-}
-
 FrontMatter read_front_matter(const blocks::NodeReader& nodes, PlainText& plain_text, const blocks::Block& block,
                               PyObject* prefix) {
   const blocks::NodeText text = nodes.text(block.node.get());
   const std::string_view body = body_of(text.view());
-  if (body.size() > kMaxFrontMatterLength) {  // a character has at least one byte
-    const std::size_t chars = text::count_chars(body);
-    if (chars > kMaxFrontMatterLength) {
-      log_too_long(nodes.state(), prefix, chars);
-      return {};
-    }
+  const std::size_t chars = body.size() > kMaxFrontMatterLength ? text::count_chars(body) : 0;
+  if (chars > kMaxFrontMatterLength) {
+    log_too_long(nodes.state(), prefix, chars);
+    return {};
   }
   if (block.kind == blocks::Kind::kMinusMetadata) return read_yaml(nodes.state(), plain_text, body, prefix);
   return read_toml(plain_text, body);

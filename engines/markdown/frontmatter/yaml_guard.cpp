@@ -1,22 +1,24 @@
 #include "frontmatter/yaml_guard.h"
 
 #include <algorithm>
+#include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
-#include "frontmatter/yaml_graph.h"
 #include "python/text.h"
 
 namespace markdown::frontmatter {
 namespace {
 
-using python::checked;
 using python::ModuleState;
 using python::Ref;
 
-Ref attribute(const ModuleState& state, const char* name) {
-  return Ref::steal(PyObject_GetAttrString(state.yaml, name));
+Ref attribute(PyObject* object, const char* name) { return Ref::steal(PyObject_GetAttrString(object, name)); }
+
+// The value of an attribute that is a str or None.
+std::string text_of(PyObject* object, const char* name) {
+  const Ref text = attribute(object, name);
+  return text.get() == Py_None ? std::string() : std::string(python::Utf8(text.get()).view());
 }
 
 // An upper bound of the levels that a body can nest: each needs an indicator of its own. A bracket may open two, since
@@ -33,92 +35,126 @@ std::size_t depth_bound(std::string_view body) noexcept {
   return bound;
 }
 
-// Without an alias, merge keys and value keys lead no further than a body nests. They are written "<<" and "=", or
-// named by a tag.
-bool may_chain(std::string_view body) noexcept {
-  const auto holds = [body](std::string_view text) { return body.find(text) != std::string_view::npos; };
-  return holds("*") && (holds("<<") || holds("=") || holds("!"));
-}
+constexpr char kTooDeep[] = "nested too deep to read";
+constexpr char kTooMany[] = "merge keys copy too many entries";
+constexpr char kCycle[] = "keys that merge or stand for themselves";
 
-// What a function of PyYAML's makes of the body; nothing when it raises, for then the loader raises too.
-Ref ask(const ModuleState& state, const char* function, PyObject* body) {
-  const Ref loader = attribute(state, "SafeLoader");
-  Ref answer =
-      Ref::steal_or_empty(PyObject_CallFunctionObjArgs(attribute(state, function).get(), body, loader.get(), nullptr));
-  if (!answer) {
-    python::require_ordinary_error();
-    PyErr_Clear();
-  }
-  return answer;
-}
+struct Node {
+  std::size_t height = 0;       // the levels of collections in it
+  std::size_t entries = 1;      // that merging it copies
+  bool is_special_key = false;  // a merge key or a value key, where it stands as a key
+  bool is_open = false;         // it has not ended yet, or is a sequence with an item that had not
+};
 
-// The height of what each anchor names, and of the collections that are open: an alias reaches as deep as its anchor.
-class Heights {
+// The nodes of a body so far, from the parser's events. An alias names a node that began before it, so one pass serves.
+//
+// The loader recurses along two kinds of keys, whatever the nesting. A merge key ("<<") copies the entries of a
+// mapping, or of each mapping in a sequence. A value key ("=") lets its value stand for the mapping. Aliases make long
+// chains of such keys, and merging twice at each link of a chain doubles the entries:
+//
+//     a: &a {k: v}
+//     b: &b {<<: [*a, *a]}
+//     c: &c {<<: [*b, *b]}
+//
+// Here b has 2 entries and c has 4, and the loader copies 6. A chain is never longer than the height of its last node.
+// So the limits are on height and on copied entries; a special key that leads to an open node is refused at once.
+class Nodes {
  public:
-  void open(std::string anchor) { levels_.push_back({std::move(anchor), 1}); }
-  void close() {
-    const Level closed = std::move(levels_.back());
-    levels_.pop_back();
-    if (!closed.anchor.empty()) anchors_[closed.anchor] = closed.height;
-    add(closed.height);
+  void open(std::string anchor, bool is_mapping, bool is_special_key) {
+    if (!anchor.empty()) anchors_[anchor].is_open = true;
+    levels_.push_back({{1, 0, is_special_key, false}, std::move(anchor), is_mapping});
+    if (levels_.size() > kMaxYamlDepth) reason_ = kTooDeep;
   }
-  void alias(const std::string& anchor) { add(anchors_[anchor]); }
+  void close() {
+    Level closed = std::move(levels_.back());
+    levels_.pop_back();
+    closed.node.entries = std::max<std::size_t>(closed.node.entries, 1);
+    add(closed.node, closed.anchor);
+  }
+  void alias(const std::string& anchor) { add(anchors_[anchor], {}); }
 
-  bool are_too_great() const noexcept { return std::max(levels_.size(), greatest_) > kMaxYamlDepth; }
+  // A node that is complete, to the innermost open collection.
+  void add(const Node& node, const std::string& anchor) {
+    if (!anchor.empty()) anchors_[anchor] = node;
+    if (node.height > kMaxYamlDepth) reason_ = kTooDeep;
+    if (levels_.empty()) return;
+    Level& level = levels_.back();
+    level.node.height = std::max(level.node.height, node.height + 1);
+    if (!level.is_mapping) {
+      level.node.entries = std::min(level.node.entries + node.entries, kMaxMergedEntries + 1);
+      level.node.is_open |= node.is_open;
+    } else if (!level.has_key) {
+      level.key_is_special = node.is_special_key;
+    } else if (level.key_is_special) {
+      if (node.is_open) reason_ = kCycle;
+      level.node.entries += node.entries;
+      copied_entries_ += node.entries;
+      if (copied_entries_ > kMaxMergedEntries) reason_ = kTooMany;
+    } else {
+      ++level.node.entries;
+    }
+    level.has_key = level.is_mapping && !level.has_key;
+  }
+
+  const char* refusal_reason() const noexcept { return reason_; }
 
  private:
   struct Level {
+    Node node;
     std::string anchor;
-    std::size_t height;
+    bool is_mapping;
+    bool has_key = false;  // whose value comes next
+    bool key_is_special = false;
   };
-
-  void add(std::size_t height) {
-    greatest_ = std::max(greatest_, height);
-    if (!levels_.empty()) levels_.back().height = std::max(levels_.back().height, height + 1);
-  }
 
   std::vector<Level> levels_;
-  std::unordered_map<std::string, std::size_t> anchors_;
-  std::size_t greatest_ = 0;
+  std::map<std::string, Node> anchors_;
+  std::size_t copied_entries_ = 0;
+  const char* reason_ = nullptr;
 };
 
-std::string anchor_of(const Ref& event) {
-  const Ref anchor = Ref::steal(PyObject_GetAttrString(event.get(), "anchor"));
-  return anchor.get() == Py_None ? std::string() : std::string(python::Utf8(anchor.get()).view());
+bool is_special_key(PyObject* event, bool is_scalar) {
+  const std::string tag = text_of(event, "tag");
+  if (tag == "tag:yaml.org,2002:merge" || tag == "tag:yaml.org,2002:value") return true;
+  if (!is_scalar) return false;
+  const std::string text = text_of(event, "value");
+  if (text != "<<" && text != "=") return false;
+  const Ref is_plain = Ref::steal(PySequence_GetItem(attribute(event, "implicit").get(), 0));
+  return python::checked(PyObject_IsTrue(is_plain.get())) == 1;
 }
 
-bool nests_too_deep(const ModuleState& state, PyObject* body) {
-  const Ref start = attribute(state, "CollectionStartEvent");
-  const Ref end = attribute(state, "CollectionEndEvent");
-  const Ref alias = attribute(state, "AliasEvent");
-  const auto is = [](const Ref& event, const Ref& type) {
-    return checked(PyObject_IsInstance(event.get(), type.get())) == 1;
-  };
-  const Ref events = ask(state, "parse", body);
-  Heights heights;
-  while (events) {
-    const Ref event = Ref::steal_or_empty(PyIter_Next(events.get()));
-    if (!event) break;
-    if (is(event, start)) heights.open(anchor_of(event));
-    if (is(event, end)) heights.close();
-    if (is(event, alias)) heights.alias(anchor_of(event));
-    if (heights.are_too_great()) return true;
+void add_event(Nodes& nodes, PyObject* event) {
+  const std::string_view type = Py_TYPE(event)->tp_name;
+  if (type == "AliasEvent") {
+    nodes.alias(text_of(event, "anchor"));
+  } else if (type == "ScalarEvent") {
+    nodes.add({0, 1, is_special_key(event, true), false}, text_of(event, "anchor"));
+  } else if (type == "MappingStartEvent" || type == "SequenceStartEvent") {
+    nodes.open(text_of(event, "anchor"), type == "MappingStartEvent", is_special_key(event, false));
+  } else if (type == "MappingEndEvent" || type == "SequenceEndEvent") {
+    nodes.close();
   }
-  if (PyErr_Occurred()) {  // a body that cannot be parsed is the loader's to refuse
-    python::require_ordinary_error();
-    PyErr_Clear();
-  }
-  return false;
 }
 
 }  // namespace
 
-const char* refuse_yaml(const ModuleState& state, PyObject* body, std::string_view utf8) {
+const char* refusal_reason(const ModuleState& state, PyObject* body, std::string_view utf8) {
   const bool has_alias = utf8.find('*') != std::string_view::npos;
-  if ((has_alias || depth_bound(utf8) > kMaxYamlDepth) && nests_too_deep(state, body)) return "nested too deep to read";
-  if (!may_chain(utf8)) return nullptr;
-  const Ref root = ask(state, "compose", body);
-  return root && root.get() != Py_None ? YamlGraph(state).refuse(root.get()) : nullptr;
+  if (!has_alias && depth_bound(utf8) <= kMaxYamlDepth) return nullptr;
+  const Ref parse = attribute(state.yaml, "parse");
+  const Ref loader = attribute(state.yaml, "SafeLoader");
+  const Ref events = Ref::steal_or_empty(PyObject_CallFunctionObjArgs(parse.get(), body, loader.get(), nullptr));
+  Nodes nodes;
+  while (events && nodes.refusal_reason() == nullptr) {
+    const Ref event = Ref::steal_or_empty(PyIter_Next(events.get()));
+    if (!event) break;
+    add_event(nodes, event.get());
+  }
+  if (PyErr_Occurred()) {  // the loader raises for the body too
+    python::require_ordinary_error();
+    PyErr_Clear();
+  }
+  return nodes.refusal_reason();
 }
 
 }  // namespace markdown::frontmatter

@@ -1,6 +1,5 @@
 #include "frontmatter/yaml_loader.h"
 
-#include "frontmatter/front_matter.h"
 #include "frontmatter/yaml_guard.h"
 #include "python/text.h"
 
@@ -10,8 +9,8 @@ namespace {
 using python::ModuleState;
 using python::Ref;
 
-// Takes the exception that is set off the interpreter, if front matter may fail with it. The loader lets more slip than
-// its own errors: ValueError for a date like 2024-13-45, KeyError, AttributeError, RecursionError.
+// The exception that is set, which is cleared; one that front matter may not fail with is thrown on. The loader raises
+// more than its own errors: ValueError for a date like 2024-13-45, KeyError, AttributeError, RecursionError.
 Ref take_error() {
   python::require_ordinary_error();
   PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
@@ -34,7 +33,7 @@ bool makes_debug_records(const ModuleState& state) {
   return python::checked(PyObject_IsTrue(answer.get())) == 1;
 }
 
-Ref refusal(const ModuleState& state, const char* reason) {
+Ref yaml_error(const ModuleState& state, const char* reason) {
   const Ref error_type = Ref::steal(PyObject_GetAttrString(state.yaml, "YAMLError"));
   return Ref::steal(PyObject_CallOneArg(error_type.get(), python::to_str(reason).get()));
 }
@@ -44,21 +43,14 @@ Ref load(const ModuleState& state, std::string_view body, PyObject* prefix) {
   const Ref safe_load = Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load));
   const Ref text = python::to_str(body);
   if (safe_load.get() == state.yaml_safe_load) {
-    if (const char* reason = refuse_yaml(state, text.get(), body)) {
-      log_error(state, prefix, refusal(state, reason).get());
+    if (const char* reason = refusal_reason(state, text.get(), body)) {
+      log_error(state, prefix, yaml_error(state, reason).get());
       return {};
     }
   }
   Ref loaded = Ref::steal_or_empty(PyObject_CallOneArg(safe_load.get(), text.get()));
   if (!loaded) log_error(state, prefix, take_error().get());
   return loaded;
-}
-
-Ref value_in(PyObject* mapping, std::string_view key) {
-  const Ref name = python::to_str(key);
-  PyObject* value = PyDict_GetItemWithError(mapping, name.get());
-  if (!value && PyErr_Occurred()) throw python::PythonError();
-  return value ? Ref::share(value) : python::none();
 }
 
 }  // namespace
@@ -68,14 +60,28 @@ std::optional<YamlFields> read_natively(const ModuleState& state, std::string_vi
   if (safe_load.get() != state.yaml_safe_load) return std::nullopt;
   auto fields = recognise_yaml(body);
   // Only the loader can word the error, but nobody reads it when debug records are not made.
-  if (fields && fields->unloadable && makes_debug_records(state)) return std::nullopt;
+  if (fields && fields->is_unloadable && makes_debug_records(state)) return std::nullopt;
   return fields;
 }
 
-std::optional<LoadedFields> load_fields(const ModuleState& state, std::string_view body, PyObject* prefix) {
+Ref to_object(const YamlValue& value) {
+  if (value.kind == YamlKind::kNull) return python::none();
+  if (value.kind == YamlKind::kText) return python::to_str(value.text);
+  if (value.kind == YamlKind::kInteger) return Ref::steal(PyLong_FromString(value.text.c_str(), nullptr, 10));
+  if (value.kind == YamlKind::kFloat) return Ref::steal(PyFloat_FromString(python::to_str(value.text).get()));
+  return {};
+}
+
+std::optional<Fields<Ref>> load_fields(const ModuleState& state, std::string_view body, PyObject* prefix) {
   const Ref loaded = load(state, body, prefix);
   if (!loaded || !PyDict_Check(loaded.get())) return std::nullopt;
-  return LoadedFields{value_in(loaded.get(), kTitle), value_in(loaded.get(), kDescription)};
+  Fields<Ref> fields;
+  for (std::size_t i = 0; i < kFieldCount; ++i) {
+    PyObject* value = PyDict_GetItemWithError(loaded.get(), python::to_str(kKeys[i]).get());
+    if (!value && PyErr_Occurred()) throw python::PythonError();
+    fields[i] = value ? Ref::share(value) : python::none();
+  }
+  return fields;
 }
 
 }  // namespace markdown::frontmatter

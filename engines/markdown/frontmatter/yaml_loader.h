@@ -12,19 +12,17 @@
 
 namespace markdown::frontmatter {
 
-// The fields of a body that the recogniser takes. It is not asked when `yaml.safe_load` is another function than it was
-// when the module was loaded: a host that has put one in its place gets that called for every body.
+// The fields of a body that the recogniser accepts. It is asked only while `yaml.safe_load` is the function that it was
+// when the module was loaded: a host that has put another one in its place gets that called for every body.
 std::optional<YamlFields> read_natively(const python::ModuleState& state, std::string_view body);
 
-// The loader's values under the two keys, None for a key that the mapping lacks.
-struct LoadedFields {
-  python::Ref title;
-  python::Ref description;
-};
+// The value as the loader gives it; an empty Ref when only the loader can make it.
+python::Ref to_object(const YamlValue& value);
 
-// What the loader makes of a body; nothing when that is no mapping, and nothing with a debug record that names `prefix`
-// when it raises an Exception other than MemoryError. A body on which the loader would recurse or multiply without
-// bound is refused in the same way.
-std::optional<LoadedFields> load_fields(const python::ModuleState& state, std::string_view body, PyObject* prefix);
+// What the loader finds in a body, None under a key that the mapping lacks. Nothing when that is no mapping. Nothing,
+// with a debug record that names `prefix`, when the loader raises an Exception other than MemoryError; a body on which
+// the loader would recurse or multiply without bound is refused in the same way.
+std::optional<Fields<python::Ref>> load_fields(const python::ModuleState& state, std::string_view body,
+                                               PyObject* prefix);
 
 }  // namespace markdown::frontmatter

@@ -1,11 +1,12 @@
 // Scalars, comments and line breaks of a YAML text, read as PyYAML's scanner reads them.
 //
-// The text holds only what `is_scannable` allows. Offsets are bytes; a column is the bytes since the line's start,
-// which are the characters of PyYAML's columns wherever a block begins, since only spaces and '-' stand before it.
-// Every scan is one forward pass. Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
+// The text holds only what `is_scannable` allows. Offsets are bytes; a column is the bytes since the line's start. That
+// equals PyYAML's column, which counts characters, wherever a block begins, because only spaces and '-' stand before
+// it. Every scan is one forward pass. Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,15 +15,6 @@ namespace markdown::frontmatter {
 // Whether the text holds none of the following: characters that YAML forbids; line breaks other than "\n"; tabs, byte
 // order marks and surrogates; a document marker ("---" or "...") at the start of a line.
 bool is_scannable(std::string_view text) noexcept;
-
-// A plain scalar as it stands in the text, without the white space around it; `is_folded`: it spans lines.
-struct PlainScalar {
-  std::string_view text;
-  bool is_folded = false;
-};
-
-// The value of a plain scalar that spans lines: a line break is a space, n + 1 of them are n.
-std::string folded_text(std::string_view plain);
 
 class YamlScanner {
  public:
@@ -42,32 +34,34 @@ class YamlScanner {
     return place_.pos + ahead < text_.size() ? text_[place_.pos + ahead] : '\0';
   }
   void advance() noexcept { ++place_.pos; }
+  void skip_spaces() noexcept {
+    while (peek() == ' ') advance();
+  }
   bool is_at_end() const noexcept { return place_.pos >= text_.size(); }
 
   // Whether the character at the scanner is the indicator `c` of block context, with a space, a line break or the end
   // after it.
   bool is_at_indicator(char c) const noexcept;
-  bool can_start_plain(bool in_flow) const noexcept;
 
   // Over spaces, comments and line breaks; whether there were line breaks.
   bool skip_to_token() noexcept;
 
-  // From its first character to behind its last one. Outside flow collections, lines before `least_column` end it.
-  PlainScalar scan_plain(bool in_flow, std::size_t least_column) noexcept;
+  // A plain scalar, as far as it stands on the line, without the white space around it; nothing where none can start.
+  std::optional<std::string_view> scan_plain(bool in_flow) noexcept;
 
-  // From quote to behind the closing quote; appends the value unless `out` is null. False: not closed, an escape that
-  // YAML does not know, or one of a surrogate.
+  // From one quote to after the other, on one line; appends the value unless `out` is null. False: not closed on the
+  // line, or an unusual escape.
   bool scan_quoted(std::string* out);
 
   // From '|' or '>' to the line break before the line that ends the scalar, or to the end of the text; appends the
-  // value unless `out` is null. `indent` is the column of the block around the scalar. False: a malformed header.
+  // value unless `out` is null. `indent` is the column of the enclosing block. False: an unusual header, or lines
+  // whose indentation has a meaning of its own.
   bool scan_block(std::size_t indent, std::string* out);
 
  private:
   bool scan_escape(std::string* out);
-  std::size_t skip_breaks() noexcept;
-  std::size_t skip_indented_breaks(std::size_t indent) noexcept;
-  void start_line(std::size_t begin) noexcept { place_ = {begin, begin}; }
+  void skip_line() noexcept { place_.pos = line_end(place_.pos); }
+  std::size_t line_end(std::size_t pos) const noexcept;
 
   std::string_view text_;
   Place place_;

@@ -9,7 +9,7 @@ bool opens(std::string_view text, std::size_t begin) noexcept { return begin == 
 
 }  // namespace
 
-// The first run of backticks at or behind `pos`, which must not be inside one; of length 0 when there is none.
+// The first run of backticks at or after `pos`; a run of length 0 when there is none. `pos` must not be inside a run.
 CodeSpans::Run CodeSpans::run_from(std::size_t pos) const noexcept {
   const std::size_t begin = text_.find('`', pos);
   if (begin == std::string_view::npos) return {text_.size(), 0, 0};
@@ -44,9 +44,9 @@ void CodeSpans::tabulate(std::size_t begin) {
     runs_.push_back(run);
     longest = std::max(longest, run.length);
   }
-  std::vector<std::size_t> nearest(longest + 1, 0);  // index of the nearest run of each length, seen from the right
+  std::vector<std::size_t> nearest(longest + 1, 0);  // by length: index of the nearest run to the right, 0 for none
   for (std::size_t i = runs_.size(); i-- > 0;) {
-    runs_[i].next_alike = nearest[runs_[i].length];
+    runs_[i].next_equal = nearest[runs_[i].length];
     nearest[runs_[i].length] = i;
   }
 }
@@ -54,9 +54,9 @@ void CodeSpans::tabulate(std::size_t begin) {
 std::optional<CodeSpan> CodeSpans::next_tabled() noexcept {
   while (next_run_ < runs_.size()) {
     const Run& opener = runs_[next_run_++];
-    if (opener.next_alike == 0 || !opens(text_, opener.begin)) continue;
-    next_run_ = opener.next_alike + 1;
-    return close(opener, runs_[opener.next_alike]);
+    if (opener.next_equal == 0 || !opens(text_, opener.begin)) continue;
+    next_run_ = opener.next_equal + 1;
+    return close(opener, runs_[opener.next_equal]);
   }
   return std::nullopt;
 }

@@ -12,7 +12,7 @@
 
 namespace markdown::inlines {
 
-// A run of backticks, the shortest content behind it, and a run of exactly as many. DOTALL.
+// A run of backticks, the shortest content after it, and a run of equally many backticks. DOTALL.
 inline constexpr std::string_view kCodeSpan = R"((?<![\\`])(`+)(?!`)(.+?)(?<!`)\1(?!`))";
 
 struct CodeSpan {
@@ -20,11 +20,12 @@ struct CodeSpan {
   text::Span content;
 };
 
-// Equal: the look-arounds leave only maximal runs of backticks to open and to close, and the character between two
-// maximal runs makes the content non-empty; so an opening run, one that no backslash precedes, pairs with the next run
-// of its length, and a run that finds no partner is passed over whole.
-// Linear: what lies before a found closer is never looked at again. The first search that finds none makes a table, in
-// one pass over the rest, of each run's next run of the same length; from then on every search is one look-up.
+// In "``a`b``", the run of two at the start pairs with the run of two at the end, and "a`b" is the content.
+// Equal: because of the look-arounds, only a maximal run of backticks opens or closes a span, and a run after a
+// backslash does not open one. Two maximal runs have a character between them, so the content is never empty. An
+// opening run therefore pairs with the next run of its length; a run without a partner is text as a whole.
+// Linear: the text before a found closer is never read again. The first search that finds no closer builds a table of
+// the rest in one pass: for each run, the next run of equal length. Every later search is one look into that table.
 class CodeSpans {
  public:
   explicit CodeSpans(std::string_view text) noexcept : text_(text) {}
@@ -35,7 +36,7 @@ class CodeSpans {
   struct Run {
     std::size_t begin;
     std::size_t length;
-    std::size_t next_alike;  // index of the next run of this length, 0 when there is none
+    std::size_t next_equal;  // index of the next run of this length, 0 when there is none
   };
 
   Run run_from(std::size_t pos) const noexcept;

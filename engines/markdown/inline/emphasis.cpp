@@ -12,7 +12,7 @@ bool is_escaped(std::string_view text, std::size_t pos) noexcept { return pos > 
 
 }  // namespace
 
-// The first run of delimiters at or behind `pos`, which must not be inside one; empty when there is none.
+// The first run of delimiters at or after `pos`; an empty span when there is none. `pos` must not be inside a run.
 template <char kDelimiter>
 text::Span EmphasisSearch<kDelimiter>::run_from(std::size_t pos) const noexcept {
   const std::size_t begin = text_.find(kDelimiter, pos);

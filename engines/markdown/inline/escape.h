@@ -1,4 +1,4 @@
-// Backslash escapes: ASCII punctuation and line feeds that a backslash makes plain.
+// Backslash escapes: ASCII punctuation and newlines that a backslash makes plain.
 //
 // Offsets are bytes. Tested by tests/test_inline.py.
 #pragma once

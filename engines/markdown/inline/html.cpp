@@ -14,7 +14,7 @@ constexpr bool is_letter(char c) noexcept { return (c >= 'A' && c <= 'Z') || (c 
 constexpr bool is_name(char c) noexcept { return is_letter(c) || (c >= '0' && c <= '9') || c == '-'; }
 constexpr bool is_angle(char c) noexcept { return c == '<' || c == '>'; }
 
-// The offset behind the scheme and its colon at `pos`, or `pos` when none stands there.
+// The offset after the scheme and its colon at `pos`; `pos` itself when no scheme stands there.
 std::size_t skip_scheme(std::string_view text, std::size_t pos) noexcept {
   for (const std::string_view scheme : kSchemes) {
     if (text.substr(pos, scheme.size()) == scheme) return pos + scheme.size();
@@ -22,7 +22,7 @@ std::size_t skip_scheme(std::string_view text, std::size_t pos) noexcept {
   return pos;
 }
 
-// The offset behind a tag whose "<" stands at `pos`.
+// The offset after the tag whose "<" stands at `pos`; nothing when it is no tag.
 std::optional<std::size_t> match_tag(std::string_view text, std::size_t pos) noexcept {
   ++pos;
   if (pos < text.size() && text[pos] == '/') ++pos;

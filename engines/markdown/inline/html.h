@@ -27,9 +27,11 @@ class AutolinkSearch {
   std::size_t pos_ = 0;
 };
 
-// Equal: a comment ends at the first "-->" behind its "<!--". In a tag, white space behind the name begins attributes
-// that hold everything up to the next angle bracket, a last "/" included, so giving any of it back leads nowhere.
-// Linear: a tag's attempt stops at the next "<"; a search for "-->" that found none is never made again.
+// Equal: a comment ends at the first "-->" after its "<!--". In a tag, white space after the name begins the
+// attributes. They extend to the next angle bracket and include a last "/", so backtracking into them finds no other
+// match.
+// Linear: an attempt at a tag stops at the next "<". When a search for "-->" finds none, no later one can, so none is
+// made: `no_comment_end_` remembers that.
 class HtmlSearch {
  public:
   explicit HtmlSearch(std::string_view text) noexcept : text_(text) {}

@@ -1,8 +1,6 @@
 #include "inline/plain_text.h"
 
-#include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "inline/code_span.h"
 #include "inline/emphasis.h"
@@ -44,35 +42,16 @@ constexpr auto kMarkers = [] {
   return table;
 }();
 
-// Bytes compared all at a time; a comparison gives all ones or zero for each.
-using Block [[gnu::vector_size(16)]] = signed char;
-constexpr std::size_t kBlock = sizeof(Block);
-
-Block block_at(const char* at) noexcept {
-  Block block;
-  std::memcpy(&block, at, kBlock);
-  return block;
-}
-
-bool is_any(const Block& comparison) noexcept {
-  std::uint64_t halves[2];
-  static_assert(sizeof halves == kBlock);
-  std::memcpy(halves, &comparison, kBlock);
-  return (halves[0] | halves[1]) != 0;
-}
-
-// Two spaces one after the other.
-Block space_pairs(const char* at) noexcept { return (block_at(at) == ' ') & (block_at(at - 1) == ' '); }
-
+// Whether two spaces stand one after the other. The loop has no early exit, so that compilers look at many bytes at a
+// time.
 bool has_space_pair(std::string_view text) noexcept {
-  std::size_t pos = 1;
-  for (; pos + kBlock <= text.size(); pos += kBlock) {
-    if (is_any(space_pairs(text.data() + pos))) return true;
+  unsigned found = 0;
+  for (std::size_t pos = 1; pos < text.size(); ++pos) {
+    const unsigned here = text[pos] == ' ';
+    const unsigned before = text[pos - 1] == ' ';
+    found |= here & before;
   }
-  for (; pos < text.size(); ++pos) {
-    if (text[pos] == ' ' && text[pos - 1] == ' ') return true;
-  }
-  return false;
+  return found != 0;
 }
 
 std::uint8_t markers_of(std::string_view text) noexcept {
@@ -138,30 +117,16 @@ std::string_view PlainText::collapsed(std::string_view text) {
   char* out = result_.data();
   bool after_space = true;
   for (std::size_t pos = 0; pos < text.size();) {
-    if (!after_space && pos + kBlock <= text.size()) {
-      const char* at = text.data() + pos;
-      const Block block = block_at(at);
-      // Nothing but ASCII, with single spaces at most.
-      if (!is_any((block < ' ') | space_pairs(at))) {
-        std::memcpy(out, at, kBlock);
-        out += kBlock;
-        pos += kBlock;
-        after_space = text[pos - 1] == ' ';
-        continue;
-      }
-    }
-    for (const std::size_t end = std::min(pos + kBlock, text.size()); pos < end;) {
-      if (text::space_class(text[pos]) == text::SpaceClass::kNone) {
-        *out++ = text[pos++];
-        after_space = false;
-      } else if (const std::size_t space = text::space_width(text, pos)) {
-        if (!after_space) *out++ = ' ';
-        after_space = true;
-        pos += space;
-      } else {
-        *out++ = text[pos++];  // a lead byte, of no white space
-        after_space = false;
-      }
+    if (text::space_class(text[pos]) == text::SpaceClass::kNone) {
+      *out++ = text[pos++];
+      after_space = false;
+    } else if (const std::size_t space = text::space_width(text, pos)) {
+      if (!after_space) *out++ = ' ';
+      after_space = true;
+      pos += space;
+    } else {
+      *out++ = text[pos++];  // a lead byte, of no white space
+      after_space = false;
     }
   }
   if (after_space && out != result_.data()) --out;

@@ -1,7 +1,7 @@
-// One left-to-right substitution of a pattern: every match replaced by the part of it that is kept.
+// One left-to-right substitution of a pattern: each match is replaced by the part of it that is kept.
 //
-// A search is a class over one text whose `next()` gives the matches of its pattern in order, non-overlapping, each
-// looked for behind the one before, as `re.Pattern.sub` does; what was replaced is never searched again.
+// A search is a class over one text. Its `next()` returns the matches of a pattern in order, without overlaps, as
+// `re.Pattern.sub` finds them. The text that replaces a match is not searched again.
 #pragma once
 
 #include <cstddef>
@@ -15,10 +15,10 @@ namespace markdown::inlines {
 
 struct Match {
   text::Span whole;
-  text::Span kept;  // group 1 or 2 of the pattern; empty for what is dropped
+  text::Span kept;  // group 1 or 2 of the pattern; empty when the whole match is dropped
 };
 
-// Writes the substituted text to `out` and returns true, or returns false and leaves `out` alone when nothing matches.
+// Writes the substituted text to `out` and returns true. Returns false and leaves `out` as it is when nothing matches.
 template <class Search>
 bool substitute(std::string_view text, std::string& out) {
   Search search(text);

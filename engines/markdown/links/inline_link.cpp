@@ -79,7 +79,7 @@ std::optional<InlineLink> InlineLinkSearch::match_link(std::size_t open, std::si
 
 std::size_t InlineLinkSearch::skip_bare_destination(std::size_t pos) const noexcept {
   const auto skip_run = [this](std::size_t from, const text::ByteSet& stops) {
-    // What may begin white space outside ASCII need not.
+    // A lead byte that can begin white space outside ASCII may begin another character.
     while ((from = text::find_any(text_, from, stops)) < text_.size() && !text::is_ascii(text_[from]) &&
            text::space_width(text_, from) == 0) {
       ++from;

@@ -1,4 +1,4 @@
-// Inline links: text in brackets with a parenthesised destination behind it.
+// Inline links: text in brackets, followed by a parenthesised destination.
 //
 // Offsets are bytes. Tested by tests/test_links.py.
 #pragma once
@@ -20,14 +20,22 @@ struct InlineLink {
   text::Span destination;  // as written, with its angle brackets
 };
 
-// Equal: the first character of an item of the link text tells which of the three it is and so where it ends. The
-// items behind an opener are therefore one chain with one end, and no earlier place in it can be followed by "](".
-// Behind "](" only two things can be given back: a destination in angle brackets never helps when it is, and white
-// space does so once: a title needs some in front of it, and then the destination is empty.
-// Linear: an opener inside a chain that failed stands at an item of it, a bracketed run, which ends at the next "]".
-// Its own chain ends at that "]" too, or an escape carries it over, and then it goes on as the chain that failed. So
-// the long chains do not overlap, and the short ones do not overlap each other. What follows a "](" is scanned once for
-// that place; of destinations and titles that fail, at most two hold the same byte, since parentheses nest only once.
+// A link text is a chain of items: a character, an escape such as `\]`, or a bracketed run such as `[b]`. The text of
+// `[a[b]\]](c)` has the items `a`, `[b]` and `\]`.
+//
+// Equal: the first character of an item decides its kind and where it ends. After an opener there is therefore exactly
+// one chain, which ends at the "]" that closes the text, or fails. No "](" stands at an earlier item boundary. After
+// "](" backtracking can succeed in one way only: `\s*` gives back one space, so that an empty destination can be
+// followed by a title, as in `[a]( "t")`. It does not help to give back a part of the destination. One in angle
+// brackets has a fixed end, and a bare one must be followed by white space or ")", which it cannot hold outside
+// parentheses.
+//
+// Linear: let a chain fail, as that of the first "[" in `[a [b] [c`, and look at an opener inside it. It stands where
+// the failed chain has a bracketed run, which ends at the next "]". The chain of this opener ends at that "]" as well,
+// unless an escape, as in `[b\]`, carries it past the "]"; then it would continue exactly as the chain that failed, so
+// the scan stops there. `failed_until_` remembers where the failed chain ended. Chains that fail therefore do not
+// overlap each other, nor do the short ones inside them. What follows a "](" is scanned once for that offset. At most
+// two destinations or titles that fail hold the same byte, because parentheses nest only once.
 class InlineLinkSearch {
  public:
   InlineLinkSearch() = default;
@@ -37,7 +45,7 @@ class InlineLinkSearch {
  private:
   struct TextEnd {
     std::size_t at;  // where the chain of items ends
-    bool closed;     // at a "]" that ends the link text
+    bool closed;     // whether a "]" that ends the link text stands there
   };
   TextEnd match_text(std::size_t open) const noexcept;
   std::optional<InlineLink> match_link(std::size_t open, std::size_t close) const noexcept;

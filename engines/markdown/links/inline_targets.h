@@ -18,16 +18,16 @@ enum class LinkKind : std::uint8_t { kDocument, kWiki };
 
 struct LinkTarget {
   LinkKind kind;
-  std::string_view target;  // never empty; holds until the next target is asked for
-  std::int64_t line;        // numbered like the first line that the run was given
+  std::string_view target;  // never empty; valid until the next target is asked for
+  std::int64_t line;        // on the scale of the first line's number that `start` was given
 };
 
-// Gives the targets in the order in which the links start; of two links that start at one place the inline link is
-// first.
+// Returns the targets in the order in which the links start. Of two links that start at one offset, the inline link
+// comes first.
 class InlineTargets {
  public:
   InlineTargets() = default;
-  // Begins a new run, which must outlive the search, in the buffers of the last.
+  // Begins a new run and reuses the buffers of the last one. The run's text must outlive the search.
   void start(std::string_view markdown, std::int64_t first_line);
 
   std::optional<LinkTarget> next();
@@ -40,15 +40,15 @@ class InlineTargets {
   WikiLinkSearch wiki_links_;
   std::optional<InlineLink> inline_link_;  // the next one of each kind
   std::optional<WikiLink> wiki_link_;
-  std::size_t counted_ = 0;  // line feeds are counted up to here
+  std::size_t counted_ = 0;  // newlines are counted up to this offset
   std::int64_t line_ = 0;
 };
 
 // Whether a run needs to be searched at all: most runs have no link syntax.
 bool may_hold_link(std::string_view markdown) noexcept;
 
-// The text with every code span replaced by as many spaces as it has characters, line feeds included. The view is the
-// text itself when it holds none, otherwise it points into `blanked`.
+// The text with every code span replaced by as many spaces as the span has characters, newlines included. The view is
+// the text itself when it has no code span; otherwise it points into `blanked`.
 std::string_view blank_code_spans(std::string_view text, std::string& blanked);
 
 }  // namespace markdown::links

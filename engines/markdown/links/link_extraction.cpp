@@ -15,10 +15,10 @@ using python::checked;
 using python::ModuleState;
 using python::Ref;
 
-// Splits targets into path and anchor and decodes both, in buffers of its own.
+// Splits targets into path and anchor and decodes both. The decoded text is in buffers of the reader.
 class KeyReader {
  public:
-  // The views hold until the next target is read. The split comes before the decoding: an encoded "#" splits nothing.
+  // The views are valid until the next target is read. Splitting comes before decoding, so "%23" does not split.
   LinkKey read(const LinkTarget& target) {
     const std::size_t hash = target.target.find('#');
     const std::string_view path = target.target.substr(0, hash);
@@ -40,8 +40,8 @@ class KeyReader {
 
 bool names_nothing(const LinkKey& key) noexcept { return key.name.empty() && !key.qualifier; }
 
-// What would have been seen after `count` targets, had every link been remembered from the first one on. Only a tree
-// whose rows go backwards asks for this, so it is worth a second scan to remember one line at a time everywhere else.
+// The links among the first `count` targets, all remembered. Only a tree whose rows go backwards needs this. A second
+// scan for such a tree is the price for remembering just one line in all others.
 SeenLinks remember_all(const blocks::NodeReader& nodes, PyObject* root, std::size_t count) {
   SeenLinks seen(SeenLinks::Lines::kAnyOrder);
   LinkScan scan(root);
@@ -78,7 +78,7 @@ Ref extract_links(const ModuleState& state, PyObject* root, PyObject* sections) 
     if (names_nothing(key)) continue;
     if (seen.goes_backwards(key.line)) seen = remember_all(nodes, root, count);
     if (!seen.add(key)) continue;
-    const Ref source_fqn = lookup.holder_of(state, key.line);
+    const Ref source_fqn = lookup.enclosing_section(state, key.line);
     checked(PyList_Append(found.get(), make_reference(state, key, source_fqn).get()));
   }
   return found;

@@ -29,7 +29,7 @@ class LinkScan {
   std::optional<LinkTarget> read_definition(const blocks::NodeReader& nodes, PyObject* node);
 
   blocks::PendingNodes pending_;
-  blocks::NodeText text_;  // what the targets at hand point into
+  blocks::NodeText text_;  // the current targets point into this
   InlineTargets run_;
   std::int64_t first_line_ = 0;  // of the run
 };

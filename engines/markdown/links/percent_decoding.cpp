@@ -21,12 +21,12 @@ std::optional<char> escaped_byte(std::string_view text, std::size_t pos) noexcep
 std::string_view unquote(std::string_view text, std::string& decoded) {
   if (text.find('%') == std::string_view::npos) return text;
   decoded.clear();
-  std::string bytes;  // of the stretch of ASCII characters at hand
+  std::string bytes;  // of the current stretch of ASCII characters
   for (std::size_t pos = 0; pos < text.size();) {
     if (!text::is_ascii(text[pos])) {
       text::append_replaced(decoded, bytes);
       bytes.clear();
-      // Not decoded again: what is outside ASCII is taken over as it is, and never completes a sequence.
+      // A character outside ASCII is copied as it is. It never completes a sequence of decoded bytes.
       for (; pos < text.size() && !text::is_ascii(text[pos]); ++pos) decoded.push_back(text[pos]);
       continue;
     }

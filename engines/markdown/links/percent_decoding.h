@@ -8,9 +8,9 @@
 
 namespace markdown::links {
 
-// Each "%" and two hexadecimal digits become the byte they stand for; the bytes of each stretch of ASCII characters are
-// then decoded as UTF-8, U+FFFD for what is ill-formed. Everything else stays. The view is the text itself when it
-// holds no "%", otherwise it points into `decoded`.
+// Replaces each "%" and its two hexadecimal digits by the byte that they stand for. The bytes of each stretch of ASCII
+// characters are then decoded as UTF-8, with U+FFFD for ill-formed bytes. Everything else stays. The view is the text
+// itself when it has no "%"; otherwise it points into `decoded`.
 std::string_view unquote(std::string_view text, std::string& decoded);
 
 }  // namespace markdown::links

@@ -8,7 +8,7 @@ namespace {
 using python::ModuleState;
 using python::Ref;
 
-// A line number of the host's; one beyond what a row can be is behind, or before, every line.
+// A line number of the host's records. One that no 64-bit integer can hold is after, or before, every line.
 std::int64_t read_line(PyObject* section, PyObject* name) {
   const Ref value = Ref::steal(PyObject_GetAttr(section, name));
   const Ref number = Ref::steal(PyNumber_Index(value.get()));
@@ -21,7 +21,7 @@ std::int64_t read_line(PyObject* section, PyObject* name) {
 
 }  // namespace
 
-// Reads the start of the section behind the table unless that is known; false when there is no such section.
+// Reads the start of the section after the table unless it is known. Returns false when there is no such section.
 bool SectionLookup::read_start(const ModuleState& state) {
   if (next_.record) return true;
   const auto index = static_cast<Py_ssize_t>(table_.size());
@@ -40,28 +40,28 @@ PyObject* SectionLookup::fqn_of(const ModuleState& state, Section& section) {
   return section.fqn.get();
 }
 
-Ref SectionLookup::holder_of(const ModuleState& state, std::int64_t line) {
+Ref SectionLookup::enclosing_section(const ModuleState& state, std::int64_t line) {
   if (line < last_line_) return scan_table(state, line);
   last_line_ = line;
   while (read_start(state) && next_.start <= line) {
     next_.end = read_line(next_.record.get(), state.names.end_line);
     table_.push_back(std::exchange(next_, Section()));
     if (table_.back().end < line) continue;
-    holders_.push_back(table_.size() - 1);
+    enclosing_.push_back(table_.size() - 1);
     fqn_of(state, table_.back());
   }
-  while (!holders_.empty() && table_[holders_.back()].end < line) holders_.pop_back();
-  return holders_.empty() ? python::none() : Ref::share(fqn_of(state, table_[holders_.back()]));
+  while (!enclosing_.empty() && table_[enclosing_.back()].end < line) enclosing_.pop_back();
+  return enclosing_.empty() ? python::none() : Ref::share(fqn_of(state, table_[enclosing_.back()]));
 }
 
-// The table reaches at least to the first section that starts behind `line`, since it did so for a later line.
+// A later line has been looked up before, so the table has every section that starts up to `line`.
 Ref SectionLookup::scan_table(const ModuleState& state, std::int64_t line) {
-  Ref holder = python::none();
+  Ref innermost = python::none();
   for (Section& section : table_) {
     if (section.start > line) break;
-    if (section.end >= line) holder = Ref::share(fqn_of(state, section));
+    if (section.end >= line) innermost = Ref::share(fqn_of(state, section));
   }
-  return holder;
+  return innermost;
 }
 
 }  // namespace markdown::links

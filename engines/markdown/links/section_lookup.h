@@ -10,23 +10,24 @@
 
 namespace markdown::links {
 
-// Reads the records of the host as a scan for each line from the first record would, each field once, in order and no
-// further than a line needs, into a table.
-// Linear: lines that do not go backwards, as those of a document do, need each record once: a section that ended before
-// one line holds no later one. A line that does go backwards scans the table.
+// Gives the answers that a scan from the first record would give for each line, but reads each field of the host's
+// records once, in order, and no further than the lines so far need.
+// Linear: the lines of a document never decrease, and a section that ended before one line encloses no later line. So
+// the stack of enclosing sections takes each record once and drops it once. For a line that does decrease, the records
+// read so far are scanned.
 class SectionLookup {
  public:
   explicit SectionLookup(PyObject* sections) : sections_(sections) {}
 
-  // The FQN of the last section that holds `line` among those up to the first that starts behind it; None when none
-  // does. Sections and lines are numbered alike, both ends of a section are inclusive.
-  python::Ref holder_of(const python::ModuleState& state, std::int64_t line);
+  // The FQN of the last section that encloses `line`, among the sections up to the first that starts after it; None
+  // when there is none. Sections and lines are numbered alike, and both ends of a section are inclusive.
+  python::Ref enclosing_section(const python::ModuleState& state, std::int64_t line);
 
  private:
   struct Section {
     std::int64_t start = 0;
     std::int64_t end = 0;
-    python::Ref record;  // fetched once; held until its FQN, which is read when the section first holds a line
+    python::Ref record;  // kept until its FQN is read, which is when the section first encloses a line
     python::Ref fqn;
   };
 
@@ -36,9 +37,9 @@ class SectionLookup {
 
   PyObject* sections_;
   std::vector<Section> table_;
-  Section next_;  // the one behind the table, of which the start has been read, or without a record
+  Section next_;  // the section after the table once its start has been read; else without a record
   std::int64_t last_line_ = INT64_MIN;
-  std::vector<std::size_t> holders_;  // sections that held the line at which they were read, in order
+  std::vector<std::size_t> enclosing_;  // indexes of sections that enclosed the line at which they were read
 };
 
 }  // namespace markdown::links

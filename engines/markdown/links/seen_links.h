@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "links/inline_targets.h"
@@ -27,7 +28,7 @@ struct LinkKey {
 class SeenLinks {
  public:
   enum class Lines { kForward, kAnyOrder };
-  explicit SeenLinks(Lines lines) noexcept : lines_(lines) {}
+  explicit SeenLinks(Lines lines) : lines_(lines) {}
 
   bool goes_backwards(std::int64_t line) const noexcept { return lines_ == Lines::kForward && line < line_; }
 
@@ -36,23 +37,21 @@ class SeenLinks {
   bool add(const LinkKey& key);
 
  private:
-  // The hash of a key and where it stands among the keys, packed; 0 for a free slot.
-  using Slot = std::uint64_t;
+  // The interpreter's hash, which is keyed: the author of a document cannot foresee which keys collide.
+  struct KeyedHash {
+    std::size_t operator()(const std::string& key) const;
+  };
+  using KeySet = std::unordered_set<std::string, KeyedHash>;
 
-  std::string_view append(const LinkKey& key);
-  bool is_among_few(std::string_view key) const noexcept;
-  bool is_in_table(std::string_view key);
-  void insert(Slot slot) noexcept;
-  void grow();
-  Slot slot_of(std::string_view key) const;
+  void write_key(const LinkKey& key);
+  void forget();
 
   Lines lines_;
   std::int64_t line_ = INT64_MIN;
-  std::string keys_;  // one after the other, each with an end that stands in no other place
-  std::size_t count_ = 0;
-  // A few keys are compared one by one. More than that are found through a table, a power of two of slots, by the
-  // interpreter's hashes, which an author of documents cannot foresee.
-  std::vector<Slot> slots_;
+  std::string key_;  // of the link at hand
+  // The first few keys are compared one by one, which is cheaper than a hash: most lines have no more links.
+  std::vector<std::string> few_;
+  KeySet others_;
 };
 
 }  // namespace markdown::links

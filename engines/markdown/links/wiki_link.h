@@ -20,8 +20,8 @@ struct WikiLink {
   text::Span anchor;  // empty also when the link has no "#"
 };
 
-// Equal: each part ends at the first character that it may not hold, and that character tells which part is next.
-// Linear: an attempt reads no bracket behind its own two but the one that ends it.
+// Equal: each part ends at the first character that it cannot hold, and that character decides which part is next.
+// Linear: an attempt ends at the first bracket after its opening two.
 class WikiLinkSearch {
  public:
   WikiLinkSearch() = default;
@@ -35,8 +35,8 @@ class WikiLinkSearch {
   std::size_t pos_ = 0;
 };
 
-// The target that a page and an anchor name together, both trimmed; empty when they name nothing. The view points into
-// the page or into `joined`, which is written when there is an anchor.
+// The target that a page and an anchor, both trimmed, name together; empty when both are. The view points into `page`,
+// or into `joined` when there is an anchor.
 std::string_view wiki_target(std::string_view page, std::string_view anchor, std::string& joined);
 
 }  // namespace markdown::links

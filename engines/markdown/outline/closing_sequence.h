@@ -12,9 +12,11 @@ namespace markdown::outline {
 
 inline constexpr std::string_view kClosingSequence = R"((?:^|[ \t]+)#+[ \t]*$)";
 
-// Equal: "$" holds at the end and before a line feed that ends the text, but no match reaches over that line feed, so
-// one end remains and is read backwards: spaces, the maximal run of #s, and in front of it the start of the text or all
-// the spaces and tabs there are. A text holds one match at most. Linear: one backward pass over what matches.
+// In "Use ##  ", the match is " ##  ".
+// Equal: "$" matches at the end of the text and before a newline that ends it. No match includes that newline, so there
+// is one possible end. Read backwards from it: blanks, the maximal run of #s, then all blanks before it or the start of
+// the text. A text has at most one match.
+// Linear: one backward pass over what matches.
 std::optional<text::Span> search_closing_sequence(std::string_view text) noexcept;
 
 }  // namespace markdown::outline

@@ -33,7 +33,7 @@ std::string heading_path(std::span<const PathName> names) {
     append_joined(path, names);
     return path;
   }
-  // Every name kept behind the ellipsis makes the path longer, so the most that fit are found from the last one.
+  // Each name makes the path longer, so the largest number of names that fits is found by adding from the last one.
   std::size_t start = names.size();
   std::size_t chars = kEllipsisChars;
   while (start > 1 && chars + kSeparatorChars + names[start - 1].chars <= kMaxPathLength) {

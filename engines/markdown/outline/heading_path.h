@@ -1,4 +1,4 @@
-// The heading path, a section's signature: the names of the sections that hold it and its own, from the outermost.
+// The heading path, a section's signature: the names of its enclosing sections, from the outermost, and its own name.
 //
 // Tested by tests/test_outline.py.
 #pragma once
@@ -19,11 +19,12 @@ struct PathName {
   std::size_t chars = 0;
 };
 
-// Whether the names, at least one, fit into a path as they are. Stops at the first that goes too far.
+// Whether a path of all the names is at most kMaxPathLength characters long. Needs at least one name. Stops counting at
+// the first name that is too much.
 bool fits(std::span<const PathName> names) noexcept;
 
-// At most kMaxPathLength characters: as many names as fit, counted from the last; an ellipsis stands for those dropped
-// in front; a last name that does not fit is cut. Empty for no names.
+// A path of at most kMaxPathLength characters. It keeps as many names as fit, counted from the last one; an ellipsis
+// stands for the names before them. A last name that does not fit is cut. Empty for no names.
 std::string heading_path(std::span<const PathName> names);
 
 }  // namespace markdown::outline

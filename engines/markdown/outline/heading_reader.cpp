@@ -11,7 +11,7 @@ using blocks::Kind;
 using inlines::PlainText;
 using python::Ref;
 
-// Four bytes are the most that a character takes, so the text behind these is never read.
+// A character takes at most four bytes, so no text after these is ever read.
 constexpr std::size_t kMaxInlineBytes = 4 * inlines::kMaxInlineLength;
 
 struct HeadingParts {
@@ -19,7 +19,7 @@ struct HeadingParts {
   Ref content;  // the first child that holds the heading's text
 };
 
-// One pass over the children, each classified once, ends as soon as both parts are found.
+// One pass over the children. Each is classified once, and the pass ends when both parts are found.
 HeadingParts read_parts(const blocks::NodeReader& nodes, const Block& heading) {
   const Kind content_kind = heading.kind == Kind::kAtxHeading ? Kind::kInline : Kind::kParagraph;
   const Ref children = nodes.children(heading.node.get());

@@ -10,7 +10,7 @@
 
 namespace markdown::outline {
 
-// `node` is a heading block, `following` the block after it. A block without a node stands for none.
+// `node` is a heading block and `following` the block after it; a block without a node means that there is none.
 Heading read_heading(const blocks::NodeReader& nodes, inlines::PlainText& plain_text, const blocks::Block& node,
                      const blocks::Block& following);
 

@@ -65,25 +65,19 @@ std::vector<Heading> read_headings(const blocks::NodeReader& nodes, inlines::Pla
   return headings;
 }
 
-void apply_front_matter(const blocks::NodeReader& nodes, inlines::PlainText& plain_text, const DocumentBlocks& blocks,
-                        PyObject* prefix, std::vector<Heading>& headings) {
-  frontmatter::FrontMatter front = frontmatter::read_front_matter(nodes, plain_text, blocks.front_matter, prefix);
-  const TitlePlan plan = plan_title(headings, front.title.has_value(), front.description.has_value());
-  if (plan.change == TitleChange::kDescribe) {
-    headings[plan.index].summary = std::move(front.description);
-  } else if (plan.change == TitleChange::kAdd && front.title) {
-    Heading section;
-    section.name = std::move(*front.title);
-    section.summary =
-        front.description ? std::move(front.description) : read_summary(nodes, plain_text, blocks.after_front_matter);
-    headings.insert(headings.begin(), std::move(section));
-  }
-}
+struct HeadingList {
+  std::vector<Heading>& headings;
+
+  std::size_t size() const { return headings.size(); }
+  std::int64_t level(std::size_t i) const { return headings[i].level; }
+  void describe(std::size_t i, std::string summary) { headings[i].summary = std::move(summary); }
+  void put_first(Heading heading) { headings.insert(headings.begin(), std::move(heading)); }
+};
 
 template <class Unit>
 std::vector<Row> ends_in(std::span<const Heading> headings, PyObject* source) {
-  TextRows<Unit> rows(
-      {static_cast<const Unit*>(PyUnicode_DATA(source)), static_cast<std::size_t>(PyUnicode_GET_LENGTH(source))});
+  const auto* units = static_cast<const Unit*>(PyUnicode_DATA(source));
+  TextRows rows{SourceText<Unit>({units, static_cast<std::size_t>(PyUnicode_GET_LENGTH(source))})};
   return section_ends(headings, rows);
 }
 
@@ -172,7 +166,11 @@ Ref extract_sections(const ModuleState& state, const SectionRequest& request) {
   inlines::PlainText plain_text;
   const DocumentBlocks blocks = collect_blocks(nodes, request.root);
   std::vector<Heading> headings = read_headings(nodes, plain_text, blocks.headings);
-  if (blocks.front_matter.node) apply_front_matter(nodes, plain_text, blocks, request.prefix, headings);
+  if (blocks.front_matter.node) {
+    HeadingList list{headings};
+    apply_front_matter(list, frontmatter::read_front_matter(nodes, plain_text, blocks.front_matter, request.prefix),
+                       [&] { return read_summary(nodes, plain_text, blocks.after_front_matter); });
+  }
   const std::vector<Row> ends = ends_of(headings, request.source);
   SymbolBuilder symbols(state, request);
   for (std::size_t i = 0; i < headings.size(); ++i) symbols.add(headings[i], ends[i]);

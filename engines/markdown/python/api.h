@@ -1,7 +1,7 @@
-// The interpreter's C API, and the three things that make it safe in C++: owned references, one exception, one way
-// back.
+// The interpreter's C API, with what makes it safe in C++: `Ref` owns a reference, `PythonError` is the one exception,
+// and `guarded` is the one place where C++ returns to Python.
 //
-// Every file that needs the interpreter includes this header first; none includes Python.h itself.
+// Every file that needs the interpreter includes this header first. No other file includes Python.h.
 #pragma once
 
 #define PY_SSIZE_T_CLEAN
@@ -13,15 +13,15 @@
 
 namespace markdown::python {
 
-// The interpreter's error indicator is set. Carries nothing: the indicator says what went wrong.
+// Thrown when the interpreter's error indicator is set. It carries nothing, because the indicator says what went wrong.
 class PythonError {};
 
 // One strong reference, or nothing.
 class Ref {
  public:
   Ref() noexcept = default;
-  // A new reference, or NULL with the error indicator set. Inline always, as every call into the interpreter ends here.
-  [[gnu::always_inline]] static Ref steal(PyObject* p) { return p ? Ref(p) : throw PythonError(); }
+  // A new reference, or NULL with the error indicator set.
+  static Ref steal(PyObject* p) { return p ? Ref(p) : throw PythonError(); }
   static Ref share(PyObject* p) noexcept { return Ref(Py_NewRef(p)); }  // a borrowed reference
   static Ref steal_or_empty(PyObject* p) noexcept { return Ref(p); }    // NULL is no error here
   Ref(const Ref&) = delete;
@@ -30,7 +30,7 @@ class Ref {
     std::swap(p_, other.p_);
     return *this;
   }
-  [[gnu::always_inline]] ~Ref() { Py_XDECREF(p_); }
+  ~Ref() { Py_XDECREF(p_); }
 
   PyObject* get() const noexcept { return p_; }
   PyObject* release() noexcept { return std::exchange(p_, nullptr); }
@@ -43,7 +43,7 @@ class Ref {
 
 inline Ref none() noexcept { return Ref::share(Py_None); }
 
-// For calls that answer with a negative number when they have set the error indicator.
+// For calls that return a negative number when they have set the error indicator.
 template <class Number>
 Number checked(Number answer) {
   if (answer < 0) throw PythonError();
@@ -55,19 +55,20 @@ Number checked(Number answer) {
   throw PythonError();
 }
 
-// Throws on unless the error that is set is an Exception other than MemoryError, which alone may be handled: an
-// interrupt and a lack of memory are no fault of what was read.
+// Rethrows unless the error that is set may be handled: an Exception other than MemoryError. Interrupts and a lack of
+// memory are not caused by the text that was read, so they reach the caller.
 inline void require_ordinary_error() {
   if (!PyErr_ExceptionMatches(PyExc_Exception) || PyErr_ExceptionMatches(PyExc_MemoryError)) throw PythonError();
 }
 
-// Where C++ returns to Python: an empty Ref comes out as NULL, which ends an iterator when no error is set.
+// Wraps every function that Python calls. An empty Ref is returned as NULL; without an error set, that ends an
+// iterator.
 template <class Body>
 PyObject* guarded(Body&& body) noexcept {
   try {
     return body().release();
-  } catch (const PythonError&) {  // indicator already set, traceback and all
-    // Some interpreters' own calls fail without setting it when memory runs out.
+  } catch (const PythonError&) {  // the indicator is set, with its traceback
+    // Except that some calls of the interpreter fail without setting it when memory runs out.
     if (!PyErr_Occurred()) PyErr_NoMemory();
   } catch (const std::bad_alloc&) {
     PyErr_NoMemory();
@@ -77,7 +78,7 @@ PyObject* guarded(Body&& body) noexcept {
   return nullptr;
 }
 
-// The same for functions that answer 0, or -1 with the error indicator set.
+// The same for functions that return 0, or -1 with the error indicator set.
 template <class Body>
 int guarded_status(Body&& body) noexcept {
   const auto answer_true = [&] {

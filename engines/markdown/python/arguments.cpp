@@ -21,7 +21,7 @@ void bind_arguments(const char* function, const char* const* parameters, std::si
   const Py_ssize_t named = keywords ? PyTuple_GET_SIZE(keywords) : 0;
   for (Py_ssize_t k = 0; k < named; ++k) {
     PyObject* keyword = PyTuple_GET_ITEM(keywords, k);
-    // Most callers keep the order of the parameters, so the search begins at the one that is next.
+    // Most callers keep the order of the parameters, so the search begins at the next parameter.
     std::size_t tried = 0;
     std::size_t i = 0;
     do {

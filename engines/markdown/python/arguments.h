@@ -1,4 +1,4 @@
-// Arguments of a call, bound to the parameters of a function whose every parameter is required.
+// Binding the arguments of a call to a function's parameters, all of which are required.
 #pragma once
 
 #include "python/api.h"
@@ -8,8 +8,8 @@
 
 namespace markdown::python {
 
-// Binds positional and keyword arguments as a Python function with these parameters would, the first `positional` of
-// them by position or keyword, the rest by keyword only; TypeError, in the interpreter's words, when they do not fit.
+// Binds arguments as a Python function would. The first `positional` parameters take arguments by position or keyword,
+// the others by keyword only. Raises TypeError with the interpreter's messages when the arguments do not fit.
 void bind_arguments(const char* function, const char* const* parameters, std::size_t count, std::size_t positional,
                     PyObject* const* args, Py_ssize_t nargs, PyObject* keywords, PyObject** bound);
 

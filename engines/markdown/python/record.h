@@ -10,10 +10,10 @@
 
 namespace markdown::python {
 
-// `slots` holds the values behind one free place, which the call uses.
+// `slots` has one free element, which the call uses, and then the values.
 Ref call_record_type(const ModuleState& state, PyObject* type, PyObject** slots, PyObject* keywords);
 
-// The same as `type(**dict(zip(keywords, values)))`, values borrowed.
+// The same as `type(**dict(zip(keywords, values)))`. The values are borrowed references.
 template <class... Values>
 Ref make_record(const ModuleState& state, PyObject* type, PyObject* keywords, Values... values) {
   std::array<PyObject*, 1 + sizeof...(values)> slots = {nullptr, values...};

@@ -1,4 +1,4 @@
-// Reading any sequence of the host's: lists, tuples, and whatever else answers to length and index.
+// Reading a sequence of the host's: a list, a tuple, or any object with a length and an index.
 #pragma once
 
 #include "python/api.h"
@@ -8,9 +8,8 @@
 
 namespace markdown::python {
 
-// Calls `visit(Ref item)` for every item, or up to the first for which it answers false. An item is held while it is
-// visited, and the length is asked again before each, so a sequence that changes while it is read ends early and is
-// never read past its end.
+// Calls `visit(Ref item)` for every item, or until it returns false. An item is owned while it is visited. The length
+// is asked again before each item, so a sequence that becomes shorter meanwhile is never read past its end.
 template <class Visit>
 void for_each_item(PyObject* sequence, Visit&& visit_item) {
   const auto visit = [&visit_item](Ref item) {

@@ -1,6 +1,6 @@
-// What a module object holds: interned names, the host's records and rules of use, the libraries that calls need.
+// The state of a module object: interned names, the host's record types, and what is imported from libraries.
 //
-// Filled once when the module is executed, never changed afterwards, one for each module object.
+// Each module object has its own. It is filled when the module is executed and does not change afterwards.
 #pragma once
 
 #include "python/api.h"
@@ -16,8 +16,6 @@ namespace markdown::python {
   X(level)                \
   X(first_row)            \
   X(name)                 \
-  X(title)                \
-  X(description)          \
   X(start_line)           \
   X(end_line)             \
   X(fqn)                  \

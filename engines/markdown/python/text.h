@@ -1,6 +1,6 @@
-// Between Python strings and UTF-8.
+// Conversion between Python strings and UTF-8.
 //
-// Lone surrogates pass both ways as their three bytes, so nothing is lost and nothing raises.
+// A lone surrogate is converted to its three bytes and back, so nothing is lost and nothing raises.
 #pragma once
 
 #include "python/api.h"
@@ -11,8 +11,8 @@ namespace markdown::python {
 
 Ref to_str(std::string_view utf8);
 
-// The UTF-8 of a str, which must outlive it. Nothing is cached on the string: an ASCII string is read in place, any
-// other is encoded into an object of this one's own.
+// The UTF-8 of a str, which must outlive this object. An ASCII string is read in place. Any other is encoded into an
+// object of its own, not into the cache that the interpreter keeps on a string: the string may be megabytes long.
 class Utf8 {
  public:
   explicit Utf8(PyObject* str);  // TypeError when it is no str
@@ -25,12 +25,12 @@ class Utf8 {
 
 [[noreturn]] void reject_non_str(PyObject* object, const char* what);
 
-// Throws TypeError, naming what it should have been, unless `object` is a str.
+// Raises TypeError unless `object` is a str. `what` names the object in the message.
 inline void require_str(PyObject* object, const char* what) {
   if (!PyUnicode_Check(object)) reject_non_str(object, what);
 }
 
-// Two strings, each ready, with an ASCII separator between them.
+// Two strings with an ASCII separator between them. Both must be ready in the sense of PyUnicode_READY.
 Ref join(PyObject* left, std::string_view separator, PyObject* right);
 
 }  // namespace markdown::python

@@ -1,4 +1,4 @@
-// The interpreter's own tables decide what a word character is, so that it is one exactly where `\w` of `re` takes it.
+// The interpreter's own tables decide what a word character is, so that the answer is always that of `\w` in `re`.
 #include "python/api.h"
 // After the interpreter's header.
 #include "text/word.h"

@@ -47,7 +47,7 @@ PyObject* block_after(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObje
   static constexpr Parameters<2> kParameters = {"_block_after", {"blocks", "index"}};
   return python::guarded([&] {
     const auto [blocks, index] = kParameters.bind(args, nargs, keywords);
-    const Py_ssize_t position = PyNumber_AsSsize_t(index, nullptr);  // beyond its range, the nearest that is in it
+    const Py_ssize_t position = PyNumber_AsSsize_t(index, nullptr);  // clipped to what Py_ssize_t can hold
     if (position == -1 && PyErr_Occurred()) throw python::PythonError();
     if (position >= python::checked(PySequence_Size(blocks)) - 1) return python::none();
     return Ref::steal(PySequence_GetItem(blocks, position + 1));

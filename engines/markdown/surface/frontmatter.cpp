@@ -1,11 +1,11 @@
 #include "python/arguments.h"
-#include "python/sequence.h"
 #include "python/text.h"
 // After the interpreter's header.
+#include <algorithm>
+
 #include "frontmatter/reader.h"
 #include "frontmatter/toml_fields.h"
 #include "frontmatter/yaml_loader.h"
-#include "frontmatter/yaml_recogniser.h"
 #include "outline/heading_reader.h"
 #include "outline/title_section.h"
 #include "surface/functions.h"
@@ -14,7 +14,6 @@
 namespace markdown::surface {
 namespace {
 
-using frontmatter::YamlValue;
 using python::checked;
 using python::ModuleState;
 using python::Parameters;
@@ -30,10 +29,13 @@ PyObject* front_matter(PyObject* module, PyObject* const* args, Py_ssize_t nargs
     const blocks::NodeReader nodes(state);
     const blocks::Block block{Ref::share(node), nodes.kind(node)};
     const auto front = frontmatter::read_front_matter(nodes, plain_text, block, prefix);
-    const Ref title = to_str_or_none(front.title);
-    const Ref description = to_str_or_none(front.description);
-    PyObject* values[] = {title.get(), description.get()};
-    return Ref::steal(PyObject_Vectorcall(state.front_matter_type, values, 2, nullptr));
+    frontmatter::Fields<Ref> texts;
+    frontmatter::Fields<PyObject*> values;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      texts[i] = to_str_or_none(front[i]);
+      values[i] = texts[i].get();
+    }
+    return Ref::steal(PyObject_Vectorcall(state.front_matter_type, values.data(), values.size(), nullptr));
   });
 }
 
@@ -45,8 +47,8 @@ A front matter block as a _FrontMatter.
 node: a `minus_metadata` node, read as YAML; one of any other type is read as TOML.
 prefix: the file's FQN prefix, for log records only.
 
-Returns a new _FrontMatter: title and description as one-line plain text, None where the
-front matter does not give them as text or cannot be read. A lone surrogate from an escape
+Returns a new _FrontMatter: each field as one-line plain text, None where the front matter
+does not give it as text or cannot be read. A lone surrogate from an escape
 of a TOML string stays in the text as it is.)";
 
 PyObject* field(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
@@ -69,32 +71,11 @@ key: a str.
 
 Returns a str, or None when the field is absent, empty, or no str, int or float.)";
 
-// The value as the loader gives it; nothing when only the loader can make it.
-Ref to_object(const YamlValue& value) {
-  switch (value.kind) {
-    case YamlValue::Kind::kAbsent:
-    case YamlValue::Kind::kNull:
-      return python::none();
-    case YamlValue::Kind::kFalse:
-      return Ref::share(Py_False);
-    case YamlValue::Kind::kTrue:
-      return Ref::share(Py_True);
-    case YamlValue::Kind::kInteger:
-      return Ref::steal(PyLong_FromString(value.text.c_str(), nullptr, 10));
-    case YamlValue::Kind::kFloat:
-      return Ref::steal(PyFloat_FromDouble(value.number));
-    case YamlValue::Kind::kText:
-      return python::to_str(value.text);
-    case YamlValue::Kind::kOther:
-      break;
-  }
-  return {};
-}
-
-Ref fields_of(PyObject* title, PyObject* description) {
+Ref to_dict(const frontmatter::Fields<Ref>& values) {
   Ref fields = Ref::steal(PyDict_New());
-  checked(PyDict_SetItem(fields.get(), python::to_str(frontmatter::kTitle).get(), title));
-  checked(PyDict_SetItem(fields.get(), python::to_str(frontmatter::kDescription).get(), description));
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    checked(PyDict_SetItemString(fields.get(), frontmatter::kKeys[i], values[i].get()));
+  }
   return fields;
 }
 
@@ -104,14 +85,15 @@ PyObject* yaml_fields(PyObject* module, PyObject* const* args, Py_ssize_t nargs,
     const auto [body, prefix] = kParameters.bind(args, nargs, keywords);
     const ModuleState& state = state_of(module);
     const python::Utf8 utf8(body);
-    if (const auto fields = frontmatter::read_natively(state, utf8.view())) {
-      if (!fields->is_mapping) return Ref::steal(PyDict_New());
-      const Ref title = to_object(fields->title);
-      const Ref description = to_object(fields->description);
-      if (title && description) return fields_of(title.get(), description.get());
+    if (const auto read = frontmatter::read_natively(state, utf8.view())) {
+      if (!read->is_mapping) return Ref::steal(PyDict_New());
+      frontmatter::Fields<Ref> values;
+      std::transform(read->values.begin(), read->values.end(), values.begin(), frontmatter::to_object);
+      if (std::all_of(values.begin(), values.end(), [](const Ref& value) { return bool(value); }))
+        return to_dict(values);
     }
     const auto loaded = frontmatter::load_fields(state, utf8.view(), prefix);
-    return loaded ? fields_of(loaded->title.get(), loaded->description.get()) : Ref::steal(PyDict_New());
+    return loaded ? to_dict(*loaded) : Ref::steal(PyDict_New());
   });
 }
 
@@ -123,8 +105,8 @@ The fields of YAML front matter, as yaml.safe_load reads them.
 body: a str, the lines between the delimiters.
 prefix: the file's FQN prefix, for log records only.
 
-Returns a new dict: "title" and "description" with their values or None, or nothing at all
-when the body is no mapping or cannot be read; the latter makes a debug record.)";
+Returns a new dict: each field's key with its value or None, or nothing at all when the body
+is no mapping or cannot be read; the latter makes a debug record.)";
 
 PyObject* toml_fields(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<1> kParameters = {"_toml_fields", {"body"}};
@@ -133,9 +115,8 @@ PyObject* toml_fields(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObje
     const python::Utf8 utf8(body);
     Ref fields = Ref::steal(PyDict_New());
     frontmatter::for_each_toml_field(utf8.view(), [&](const frontmatter::TomlField& found) {
-      const Ref key = python::to_str(found.key);
       const Ref value = python::to_str(frontmatter::toml_string(found.literal));
-      checked(PyDict_SetItem(fields.get(), key.get(), value.get()));
+      checked(PyDict_SetItemString(fields.get(), frontmatter::kKeys[found.field], value.get()));
     });
     return fields;
   });
@@ -148,7 +129,7 @@ The fields of TOML front matter: strings on one line in its top table.
 
 body: a str, the lines between the delimiters.
 
-Returns a new dict with those of "title" and "description" that a line gives, as str.)";
+Returns a new dict with those fields that a line gives, as str.)";
 
 PyObject* toml_string(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<1> kParameters = {"_toml_string", {"literal"}};
@@ -169,36 +150,45 @@ literal: a str, a basic or literal string with its quotes.
 Returns a str: JSON's escapes of a basic string decoded, or what stands between the quotes
 when one does not decode. An escape of a lone surrogate gives that surrogate.)";
 
+// A list of _Heading. One that gains a heading becomes a new list.
+struct RecordList {
+  const ModuleState& state;
+  Ref records;
+
+  std::size_t size() const { return static_cast<std::size_t>(checked(PySequence_Size(records.get()))); }
+  Ref at(std::size_t i) const { return Ref::steal(PySequence_GetItem(records.get(), static_cast<Py_ssize_t>(i))); }
+  std::int64_t level(std::size_t i) const {
+    return blocks::to_row(Ref::steal(PyObject_GetAttr(at(i).get(), state.names.level)).get());
+  }
+  void describe(std::size_t i, const std::string& summary) {
+    const Ref described = with_summary(state, at(i).get(), python::to_str(summary).get());
+    checked(PySequence_SetItem(records.get(), static_cast<Py_ssize_t>(i), described.get()));
+  }
+  void put_first(const outline::Heading& heading) {
+    Ref list = Ref::steal(PySequence_List(records.get()));
+    checked(PyList_Insert(list.get(), 0, to_record(state, heading).get()));
+    records = std::move(list);
+  }
+};
+
 PyObject* with_front_matter(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<3> kParameters = {"_with_front_matter", {"headings", "front", "following"}};
   return python::guarded([&] {
     const auto [headings, front, following] = kParameters.bind(args, nargs, keywords);
     const ModuleState& state = state_of(module);
-    const auto given = [&](const Ref& text) { return checked(PyObject_IsTrue(text.get())) == 1; };
-    const Ref title = Ref::steal(PyObject_GetAttr(front, state.names.title));
-    const Ref description = Ref::steal(PyObject_GetAttr(front, state.names.description));
-    const auto plan = outline::plan_title(read_places(state, headings), given(title), given(description));
-    if (plan.change == outline::TitleChange::kNone) return Ref::share(headings);
-    if (plan.change == outline::TitleChange::kDescribe) {
-      const auto index = static_cast<Py_ssize_t>(plan.index);
-      const Ref heading = Ref::steal(PySequence_GetItem(headings, index));
-      checked(PySequence_SetItem(headings, index, with_summary(state, heading.get(), description.get()).get()));
-      return Ref::share(headings);
+    frontmatter::FrontMatter fields;
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      const Ref text = Ref::steal(PyObject_GetAttrString(front, frontmatter::kKeys[i]));
+      if (checked(PyObject_IsTrue(text.get())) == 1) fields[i] = python::Utf8(text.get()).view();
     }
-    outline::Heading section;
-    const python::Utf8 name(title.get());
-    section.name = name.view();
-    if (given(description)) {
-      section.summary = python::Utf8(description.get()).view();
-    } else if (following != Py_None) {
+    RecordList list{state, Ref::share(headings)};
+    outline::apply_front_matter(list, std::move(fields), [&, after = following]() -> std::optional<std::string> {
+      if (after == Py_None) return std::nullopt;
       const blocks::NodeReader nodes(state);
       inlines::PlainText plain_text;
-      section.summary = outline::read_summary(nodes, plain_text, {Ref::share(following), nodes.kind(following)});
-    }
-    Ref list = Ref::steal(PyList_New(0));
-    checked(PyList_Append(list.get(), to_record(state, section).get()));
-    python::for_each_item(headings, [&](const Ref& heading) { checked(PyList_Append(list.get(), heading.get())); });
-    return list;
+      return outline::read_summary(nodes, plain_text, {Ref::share(after), nodes.kind(after)});
+    });
+    return std::move(list.records);
   });
 }
 

@@ -1,7 +1,9 @@
-// The published functions: Python calls in, Python objects out. Each array ends with an empty entry.
+// The module's functions as Python calls them. Each array ends with an empty entry.
 //
-// Every rule of the engine can be called by itself under its published name; the road of a document through the two
-// public functions does not pass these wrappers.
+// Only two of them are for hosts. The others, whose names begin with an underscore, make each rule of the engine
+// callable by itself. That is how the tests compare one rule with its pattern on millions of short texts, how a report
+// about one heading or one link is narrowed down without a document, and how the fuzzers find out which rule is at
+// fault. A document on its way through the two public functions passes none of these wrappers.
 #pragma once
 
 #include "python/api.h"

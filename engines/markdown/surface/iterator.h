@@ -1,4 +1,4 @@
-// Iterator types over lazy sequences: a Python object that owns a C++ source of items.
+// Python iterators over C++ sources of items, which are read one at a time.
 #pragma once
 
 #include "python/state.h"
@@ -8,8 +8,8 @@
 
 namespace markdown::surface {
 
-// `Source` has `Ref next(const ModuleState&)`, empty at the end; `int traverse(visitproc, void*) const` and
-// `void clear() noexcept` over the references it holds.
+// `Source` has `Ref next(const ModuleState&)`, which returns an empty Ref at the end, and for the references that it
+// owns `int traverse(visitproc, void*) const` and `void clear() noexcept`.
 template <class Source>
 class Iterator {
  public:
@@ -45,7 +45,7 @@ class Iterator {
 
   static PyObject* next(PyObject* self) {
     Object* object = object_of(self);
-    // Reading a node may run code that asks this very iterator for its next item, or lets another thread do so.
+    // Reading a node may run code that asks this same iterator for its next item, and may let another thread do so.
     if (object->running) {
       PyErr_SetString(PyExc_ValueError, "iterator already executing");
       return nullptr;
@@ -57,7 +57,7 @@ class Iterator {
       return object->source.next(python::state_of(module));
     });
     object->running = false;
-    if (!item) object->source.clear();  // as a generator ends with what it raises, and at its end
+    if (!item) object->source.clear();  // like a generator, the iterator ends when it raises
     return item;
   }
 
@@ -73,7 +73,7 @@ class Iterator {
 
   static void dealloc(PyObject* self) {
     PyObject_GC_UnTrack(self);
-    Py_TRASHCAN_BEGIN(self, dealloc)  // an iterator may hold another as its root, and that one another
+    Py_TRASHCAN_BEGIN(self, dealloc)  // the root of an iterator may be another iterator, to any depth
         PyTypeObject* type = Py_TYPE(self);
     object_of(self)->source.~Source();
     type->tp_free(self);

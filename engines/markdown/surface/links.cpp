@@ -45,7 +45,8 @@ class InlineTargetSource {
   InlineTargetSource(PyObject* markdown, blocks::Row first_line)
       : markdown_(Ref::steal(PyUnicode_FromObject(markdown))), first_line_(first_line) {}
   Ref next(const ModuleState& state) {
-    // Not before the first item is asked for: until then the source may be moved, and the run points into its buffers.
+    // The run points into buffers of this object, so it starts when the first item is asked for: until then the object
+    // may still be moved.
     if (markdown_) {
       text_.emplace(markdown_.get());
       if (links::may_hold_link(text_->view())) targets_.start(text_->view(), first_line_);
@@ -103,8 +104,8 @@ The link targets of one run of inline Markdown, in the order in which the links 
 markdown: a str, the run.
 first_line: the number of its first line.
 
-Returns an iterator over triples as _link_targets does. The line feeds of code spans are
-not counted.)";
+Returns an iterator over triples as _link_targets does. The newlines in code spans are not
+counted.)";
 
 PyObject* destination(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<1> kParameters = {"_destination", {"written"}};
@@ -177,17 +178,17 @@ PyObject* section_at(PyObject* module, PyObject* const* args, Py_ssize_t nargs, 
   static constexpr Parameters<2> kParameters = {"_section_at", {"sections", "line"}};
   return python::guarded([&] {
     const auto [sections, line] = kParameters.bind(args, nargs, keywords);
-    return links::SectionLookup(sections).holder_of(state_of(module), blocks::to_row(line));
+    return links::SectionLookup(sections).enclosing_section(state_of(module), blocks::to_row(line));
   });
 }
 
 constexpr char kSectionAt[] = R"(_section_at($module, /, sections, line)
 --
 
-The innermost section that holds a line.
+The innermost section that encloses a line.
 
-sections: a sequence of records with `start_line`, `end_line` and `fqn`, in document order;
-    none behind the first that starts after the line is read.
+sections: a sequence of records with `start_line`, `end_line` and `fqn`, in document order.
+    Records after the first that starts after the line are not read.
 line: a 1-based line; both ends of a section are inclusive.
 
 Returns the section's fqn, or None.)";

@@ -2,6 +2,8 @@
 #include "python/sequence.h"
 #include "python/text.h"
 // After the interpreter's header.
+#include <algorithm>
+
 #include "outline/heading_path.h"
 #include "outline/heading_reader.h"
 #include "outline/section_ranges.h"
@@ -65,24 +67,32 @@ block: a block-tree node, or None.
 
 Returns a str, or None for no block, any other block, and a paragraph without text.)";
 
-// The lines of a text as the host holds them: a sequence of str.
-class HostLines {
+// A text as the lines that a host split it into: a sequence of str.
+class LineSequence {
  public:
-  explicit HostLines(PyObject* lines) : lines_(lines), count_(checked(PySequence_Size(lines))) {}
+  explicit LineSequence(PyObject* lines) : lines_(lines), count_(checked(PySequence_Size(lines))) {}
+
+  struct Place {
+    Row row;
+  };
 
   Row count() const noexcept { return count_; }
 
-  // Rows outside the lines hold no text.
-  Row last_text_row(Row floor, Row row) const {
-    if (row > floor && row >= count_) row = std::max<Row>(floor, count_ - 1);
-    if (row > floor && row < 0) row = floor;
-    while (row > floor && !holds_text(row)) --row;
-    return row;
+  Place end_of(Row row) const noexcept { return {count_ == 0 ? outline::kNoRow : std::min<Row>(row, count_ - 1)}; }
+
+  bool skip_blank_row(Place& at) const {
+    if (holds_text(at.row)) return false;
+    at.row = at.row > 0 ? at.row - 1 : outline::kNoRow;
+    return true;
+  }
+
+  template <class Visit>
+  void for_each_row(Visit visit) const {
+    for (Row row = 0; row < count_; ++row) visit(holds_text(row));
   }
 
  private:
   bool holds_text(Row row) const {
-    if (row < 0) return false;
     const Ref line = Ref::steal(PySequence_GetItem(lines_, static_cast<Py_ssize_t>(row)));
     python::require_str(line.get(), "a line");
     checked(PyUnicode_READY(line.get()));
@@ -101,7 +111,7 @@ PyObject* section_ends(PyObject* module, PyObject* const* args, Py_ssize_t nargs
   return python::guarded([&] {
     const auto [headings, lines] = kParameters.bind(args, nargs, keywords);
     const std::vector<outline::Heading> places = read_places(state_of(module), headings);
-    const HostLines rows(lines);
+    outline::TextRows rows{LineSequence(lines)};
     const std::vector<Row> ends = outline::section_ends(std::span<const outline::Heading>(places), rows);
     Ref list = Ref::steal(PyList_New(0));
     for (const Row end : ends) {
@@ -127,7 +137,8 @@ PyObject* last_text_row(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyOb
     const auto [lines, floor, row] = kParameters.bind(args, nargs, keywords);
     const Row floor_row = blocks::to_row(floor);
     const Row from_row = blocks::to_row(row);
-    return Ref::steal(PyLong_FromLongLong(HostLines(lines).last_text_row(floor_row, from_row)));
+    outline::TextRows rows{LineSequence(lines)};
+    return Ref::steal(PyLong_FromLongLong(rows.last_text_row(floor_row, from_row)));
   });
 }
 

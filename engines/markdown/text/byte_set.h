@@ -25,8 +25,9 @@ class ByteSet {
   std::array<bool, 256> has_{};
 };
 
-// The first place at or behind `pos` where a byte of the set stands, the end of the text when there is none. One look
-// into a table a byte: the sets are small but their bytes are frequent, and a library's search starts anew for each.
+// The offset of the first byte of the set at or after `pos`; the end of the text when there is none. Each byte costs
+// one look into a table. The library's search has a higher cost per call, and the bytes of these sets are so frequent
+// that calls are short.
 inline std::size_t find_any(std::string_view text, std::size_t pos, const ByteSet& bytes) noexcept {
   while (pos < text.size() && !bytes.has(text[pos])) ++pos;
   return pos;

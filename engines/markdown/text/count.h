@@ -12,8 +12,8 @@
 
 namespace markdown::text {
 
-// How many units answer true. Counted in units for blocks that cannot overflow one and divide evenly, which the
-// compiler turns into many at a time.
+// The number of units for which the predicate is true. The count of a block is kept in an integer as wide as a unit,
+// and a block is so short that this cannot overflow. The compiler then counts many units with each instruction.
 template <class Unit, class Predicate>
 std::size_t count_units(std::span<const Unit> units, Predicate is_counted) noexcept {
   using Count = std::make_unsigned_t<Unit>;
@@ -34,6 +34,8 @@ std::size_t count_feeds(std::span<const Unit> units) noexcept {
   return count_units(units, [](Unit unit) { return unit == Unit{'\n'}; });
 }
 
-inline std::size_t count_feeds(std::string_view text) noexcept { return count_feeds(std::span(text)); }
+inline std::size_t count_feeds(std::string_view text) noexcept {
+  return count_feeds(std::span(text.data(), text.size()));
+}
 
 }  // namespace markdown::text

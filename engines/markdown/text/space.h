@@ -18,7 +18,8 @@ constexpr bool is_space(char32_t c) noexcept {
          c == 0x202F || c == 0x205F || c == 0x3000;
 }
 
-// What a byte says of white space at its place: none, a whole ASCII space, or a lead byte that may begin a wide one.
+// What one byte tells about white space at its offset: there is none, the byte is an ASCII space, or the byte is a lead
+// byte that begins some space outside ASCII and other characters too.
 enum class SpaceClass : std::uint8_t { kNone, kSpace, kLead };
 inline constexpr auto kSpaceClass = [] {
   std::array<SpaceClass, 256> table{};
@@ -28,7 +29,7 @@ inline constexpr auto kSpaceClass = [] {
 }();
 constexpr SpaceClass space_class(char byte) noexcept { return kSpaceClass[static_cast<unsigned char>(byte)]; }
 
-// The bytes of the white-space character at `pos`, 0 when none stands there or the text ends.
+// The width in bytes of the white-space character at `pos`; 0 when another character stands there or the text ends.
 inline std::size_t space_width(std::string_view text, std::size_t pos) noexcept {
   if (pos >= text.size()) return 0;
   switch (space_class(text[pos])) {

@@ -26,7 +26,8 @@ constexpr unsigned byte_at(std::string_view bytes, std::size_t pos) noexcept {
 }
 
 // One step of strict decoding: how many bytes belong together, and whether they are a character. An ill-formed step is
-// a maximal subpart: the longest start of some well-formed character, or one byte.
+// what Unicode calls a maximal subpart. For example, "\xE2\x82(" begins with a step of two bytes, which could have
+// begun a character; "\xFF(" begins with a step of one byte, which could not.
 struct Step {
   std::size_t length;
   bool valid;
@@ -58,14 +59,14 @@ char32_t decode_at(std::string_view text, std::size_t pos) noexcept {
 }
 
 std::size_t count_chars(std::string_view text) noexcept {
-  // Every byte that is no continuation starts a character.
-  return count_units(std::span(text), [](char byte) { return !is_continuation(byte); });
+  // Each byte that is not a continuation byte starts a character.
+  return count_units(std::span(text.data(), text.size()), [](char byte) { return !is_continuation(byte); });
 }
 
 std::string_view first_chars(std::string_view text, std::size_t chars) noexcept {
   if (text.size() <= chars) return text;  // a character has at least one byte
   std::size_t pos = 0;
-  // A block of no more bytes than characters are left cannot hold too many.
+  // A block has at most as many characters as bytes, so it fits while at least that many characters are left.
   for (constexpr std::size_t kBlock = 128; chars >= kBlock && pos + kBlock <= text.size(); pos += kBlock) {
     chars -= count_chars(text.substr(pos, kBlock));
   }
@@ -100,7 +101,7 @@ std::size_t valid_prefix(std::string_view bytes) noexcept {
   while (pos < bytes.size()) {
     while (pos + 32 <= bytes.size() && is_ascii32(bytes.data() + pos)) pos += 32;
     while (pos + 8 <= bytes.size() && (load8(bytes.data() + pos) & kHighBits) == 0) pos += 8;
-    // The last bytes of a text are looked at together with some before them.
+    // Fewer than eight bytes are left. They are read together with bytes before them that are known to be valid.
     if (pos + 8 > bytes.size() && bytes.size() >= 8 && (load8(bytes.data() + bytes.size() - 8) & kHighBits) == 0) {
       return bytes.size();
     }

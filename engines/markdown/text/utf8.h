@@ -1,9 +1,8 @@
 // UTF-8 as the scanners meet it: stepping, counting and cutting by characters, and mending ill-formed bytes once.
 //
-// A "character" is a Unicode code point. Views are well-formed UTF-8, except that a code point of the surrogate range
-// may stand in them as its three bytes (text that came from a Python string may hold one); only `is_valid`,
-// `valid_prefix` and `append_replaced` accept arbitrary bytes. Offsets are bytes unless a name says `chars`.
-// Tested by tests/test_blocks.py and tests/test_inline.py.
+// A "character" is a Unicode code point. Views hold well-formed UTF-8 with one exception: a Python string may hold a
+// lone surrogate, and its three bytes then stand in the view. `is_valid`, `valid_prefix` and `append_replaced` accept
+// any bytes. Offsets are bytes unless a name says `chars`. Tested by tests/test_blocks.py and tests/test_inline.py.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +16,7 @@ inline constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 constexpr bool is_ascii(char byte) noexcept { return static_cast<unsigned char>(byte) < 0x80; }
 constexpr bool is_continuation(char byte) noexcept { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
-// The bytes of the character that the lead byte `byte` starts.
+// The width in bytes of the character that the lead byte `byte` starts.
 constexpr std::size_t width_of(char byte) noexcept {
   const auto lead = static_cast<unsigned char>(byte);
   return lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;

@@ -10,8 +10,8 @@
 
 namespace markdown::text {
 
-// Whether `re` counts a character outside ASCII as a word character. Declared here and defined at the edge, by the
-// interpreter's own tables: which characters these are changes with its version of Unicode.
+// Whether `re` takes a character outside ASCII for a word character. The interpreter's own tables decide, because the
+// answer changes with its version of Unicode; so the definition is in python/word.cpp.
 bool is_wide_word(char32_t c) noexcept;
 
 inline bool is_word(char32_t c) noexcept {
