@@ -8,6 +8,7 @@ import pickle
 import re
 import subprocess
 import sys
+import types
 from pathlib import Path
 
 import pytest
@@ -137,14 +138,23 @@ def test_loading_fails_with_the_imports_own_error(missing):
     assert done.stdout == "ModuleNotFoundError True\n", done.stderr
 
 
+FOREIGN = {"type": types.FunctionType.__dict__["__code__"]}  # a getter that reads another type's memory
+
+
 @pytest.mark.parametrize(
-    "node_type", [None, type("Bare", (), {}), type("Slots", (), {"__slots__": ("children", "text", "type")})]
+    "node_type",
+    [
+        None,
+        type("Bare", (), {}),
+        type("Slots", (), {"__slots__": ("children", "type")}),
+        type("Foreign", (), FOREIGN),
+    ],
 )
 def test_anything_may_stand_for_the_bindings_node_type(node_type, monkeypatch):
     monkeypatch.setattr(tree_sitter, "Node", node_type)
     module, exact = load_module(), node_type() if node_type else None
     assert [link.name for link in module.extract_links(document(inline("[a](b)")), [])] == ["b"]
-    with pytest.raises(AttributeError):
+    with pytest.raises((AttributeError, TypeError)):
         module.extract_links(exact, [])
 
 
