@@ -76,8 +76,8 @@ mutants: $(STAMPS)/test $(STAMPS)/docmap  ## COUNT=40 SEED=1: change one token a
 lint: $(STAMPS)/checks  ## check layout, lint and include directions
 	@PATH="$(abspath $(BIN)):$$PATH" scripts/lint
 
-format: $(STAMPS)/checks  ## lay out all sources
-	@$(BIN)/clang-format -i $$(git ls-files '*.cpp' '*.h') && $(BIN)/ruff check --fix . && $(BIN)/ruff format .
+format: $(STAMPS)/checks  ## lay out all sources, then lint
+	@PATH="$(abspath $(BIN)):$$PATH" scripts/lint --fix
 
 hooks: $(STAMPS)/checks  ## let git check layout, lint and include directions before each commit
 	@git config core.hooksPath scripts/hooks && echo "git now runs scripts/hooks/pre-commit before each commit"

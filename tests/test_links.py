@@ -1,5 +1,6 @@
 """Link targets: tables, equality with the published patterns, and percent-decoding."""
 
+import itertools
 import random
 import urllib.parse
 from collections import UserList
@@ -148,6 +149,8 @@ def test_wiki_target_takes_any_match():
 def test_unquote_equals_the_interpreters():
     for text in by_re.every_string("%4cé", 6):
         assert markdown.unquote(text) == urllib.parse.unquote(text), text
+    for high, low in itertools.product(map(chr, range(0x80)), repeat=2):
+        assert markdown.unquote(f"%{high}{low}") == urllib.parse.unquote(f"%{high}{low}"), (high, low)
     rng = random.Random(5)
     bytes_ = [f"%{byte:02x}" for byte in range(0x80, 0x100)] + [
         "%E2%82%AC",

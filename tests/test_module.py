@@ -8,12 +8,13 @@ import pickle
 import re
 import subprocess
 import sys
+import types
 from pathlib import Path
 
 import pytest
 import quarnel.engines
 import tree_sitter
-from nodes import document, inline, load_module
+from nodes import Node, document, inline, load_module
 from quarnel.engines import markdown
 
 ORDER = ["re", "yaml", "Symbol", "ReferenceInfo", "REF_DOC_LINK", "REF_WIKI_LINK", "logger", "_LEVEL_MARKERS", "_ATX_HEADING", "_SETEXT_HEADING", "_CONTAINERS", "_YAML_FRONT_MATTER", "_TOML_FRONT_MATTER", "_TITLE", "_DESCRIPTION", "MAX_FRONT_MATTER_LENGTH", "PATH_SEPARATOR", "MAX_PATH_LENGTH", "ELLIPSIS", "MAX_INLINE_LENGTH", "_CLOSING_SEQUENCE", "_CODE_SPAN", "_DESTINATION", "_IMAGE", "_LINK", "_AUTOLINK", "_HTML", "_EMPHASES", "_ESCAPE", "_TOML_FIELD", "_TOML_TABLE", "_INLINE_NODES", "_LINK_CONTAINERS", "_REFERENCE_DEFINITION", "_DESTINATION_NODE", "_INLINE_LINK", "_WIKI_LINK", "_EXTERNAL", "_Heading", "_FrontMatter", "extract_sections"]  # fmt: skip
@@ -49,6 +50,25 @@ def test_constants():
     assert markdown.logger is logging.getLogger("quarnel.engines.markdown")
     with pytest.raises(TypeError):
         markdown._LEVEL_MARKERS["inline"] = 1
+
+
+def test_a_type_that_is_a_character_off_is_no_type_of_ours():
+    definition, link = "link_reference_definition", Node("link_destination", text=b"a")
+    names = {
+        *markdown._LEVEL_MARKERS,
+        *markdown._LINK_CONTAINERS,
+        *markdown._INLINE_NODES,
+        definition,
+        link.type,
+    }
+    for name in names:
+        for other in {name[:i] + c + name[i + 1 :] for i in range(len(name)) for c in "07x"} - names:
+            node = Node(other, inline("[a](b)"), link, text=b"[a](b)")
+            targets = [node, Node(definition, Node(other, text=b"a"))]
+            assert list(markdown._blocks(node)) == [node] and not any(
+                map(list, map(markdown._link_targets, targets))
+            )
+            assert markdown._heading(Node("atx_heading", Node(other)), None).level == 1, other
 
 
 def test_patterns():
@@ -118,14 +138,23 @@ def test_loading_fails_with_the_imports_own_error(missing):
     assert done.stdout == "ModuleNotFoundError True\n", done.stderr
 
 
+FOREIGN = {"type": types.FunctionType.__dict__["__code__"]}  # a getter that reads another type's memory
+
+
 @pytest.mark.parametrize(
-    "node_type", [None, type("Bare", (), {}), type("Slots", (), {"__slots__": ("children", "text", "type")})]
+    "node_type",
+    [
+        None,
+        type("Bare", (), {}),
+        type("Slots", (), {"__slots__": ("children", "type")}),
+        type("Foreign", (), FOREIGN),
+    ],
 )
 def test_anything_may_stand_for_the_bindings_node_type(node_type, monkeypatch):
     monkeypatch.setattr(tree_sitter, "Node", node_type)
     module, exact = load_module(), node_type() if node_type else None
     assert [link.name for link in module.extract_links(document(inline("[a](b)")), [])] == ["b"]
-    with pytest.raises(AttributeError):
+    with pytest.raises((AttributeError, TypeError)):
         module.extract_links(exact, [])
 
 

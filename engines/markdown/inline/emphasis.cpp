@@ -47,7 +47,6 @@ std::optional<Match> EmphasisSearch<kDelimiter>::next() noexcept {
     }
     no_closer_[length] = true;
   }
-  pos_ = text_.size();
   return std::nullopt;
 }
 
@@ -63,7 +62,6 @@ std::optional<Match> StrikethroughSearch::next() noexcept {
     pos_ = close + 2;
     return Match{{open, pos_}, {open + 2, close}};
   }
-  pos_ = text_.size();
   return std::nullopt;
 }
 

@@ -16,7 +16,6 @@ std::optional<Match> EscapeSearch::next() noexcept {
     pos_ = at + 2;
     return Match{{at, pos_}, {at + 1, pos_}};
   }
-  pos_ = text_.size();
   return std::nullopt;
 }
 

@@ -32,7 +32,6 @@ std::optional<InlineLink> InlineLinkSearch::next() noexcept {
     }
     if (open >= failed_until_) failed_until_ = end.at;
   }
-  pos_ = text_.size();
   return std::nullopt;
 }
 

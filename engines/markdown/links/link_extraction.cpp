@@ -49,8 +49,7 @@ SeenLinks remember_all(const blocks::NodeReader& nodes, PyObject* root, std::siz
   for (; count > 0; --count) {
     const auto target = scan.next(nodes);
     if (!target) break;
-    const LinkKey key = reader.read(*target);
-    if (!names_nothing(key)) seen.add(key);
+    seen.add(reader.read(*target));
   }
   return seen;
 }

@@ -13,9 +13,8 @@ std::int64_t read_line(PyObject* section, PyObject* name) {
   const Ref value = Ref::steal(PyObject_GetAttr(section, name));
   const Ref number = Ref::steal(PyNumber_Index(value.get()));
   int overflow = 0;
-  const long long line = PyLong_AsLongLongAndOverflow(number.get(), &overflow);
+  const long long line = PyLong_AsLongLongAndOverflow(number.get(), &overflow);  // of an int: cannot fail
   if (overflow != 0) return overflow > 0 ? INT64_MAX : INT64_MIN;
-  if (line == -1 && PyErr_Occurred()) throw python::PythonError();
   return line;
 }
 

@@ -21,7 +21,6 @@ std::optional<WikiLink> WikiLinkSearch::next() noexcept {
       return link;
     }
   }
-  pos_ = text_.size();
   return std::nullopt;
 }
 

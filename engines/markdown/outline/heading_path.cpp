@@ -33,10 +33,11 @@ std::string heading_path(std::span<const PathName> names) {
     append_joined(path, names);
     return path;
   }
-  // Each name makes the path longer, so the largest number of names that fits is found by adding from the last one.
+  // Each name makes the path longer, so the largest number of names that fits is found by adding from the last one. All
+  // of them do not fit, so this ends before the first.
   std::size_t start = names.size();
   std::size_t chars = kEllipsisChars;
-  while (start > 1 && chars + kSeparatorChars + names[start - 1].chars <= kMaxPathLength) {
+  while (chars + kSeparatorChars + names[start - 1].chars <= kMaxPathLength) {
     chars += kSeparatorChars + names[--start].chars;
   }
   if (start < names.size()) {
