@@ -208,6 +208,7 @@ def test_control_characters_do_not_reach_the_terminal():
     )
 
 
+@pytest.mark.long
 def test_several_processes_print_what_one_prints(tmp_path):
     write_tree(tmp_path, {f"{n % 7}/{n:03}.md": f"# T{n}\n\n[a](x{n}.md)\n" for n in range(100)})
     for command in (["outline", "--json"], ["check"]):

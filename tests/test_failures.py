@@ -123,6 +123,7 @@ def fail_at_every_use(call):
             return k - 1
 
 
+@pytest.mark.long
 @pytest.mark.parametrize("name", CALLS)
 def test_what_fails_at_any_use_comes_out_and_nothing_is_lost(name):
     call = CALLS[name]

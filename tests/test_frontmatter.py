@@ -133,6 +133,7 @@ ALLOWED = [
 ]  # fmt: skip
 
 
+@pytest.mark.long
 @pytest.mark.parametrize("body", ALLOWED, ids=[body[:14] for body in ALLOWED])
 def test_what_stays_within_the_limits_is_loaded(body, records):
     assert difference(f"title: t\n{body}") is None
@@ -289,6 +290,7 @@ def test_yaml_is_read_as_the_loader_reads_it(seed, records):
     assert natives > 150  # or nothing was compared
 
 
+@pytest.mark.long
 @pytest.mark.parametrize(
     "letters", [yaml_bodies.SYNTAX_LETTERS, yaml_bodies.NUMBER_LETTERS, yaml_bodies.WORD_LETTERS]
 )

@@ -272,6 +272,7 @@ def test_lists_of_the_bindings_nodes_that_change_between_items(change, blocks, t
     assert [target for _, target, _ in rest(markdown._link_targets)] == targets
 
 
+@pytest.mark.long
 @pytest.mark.parametrize("change", [change for change, _, _ in CHANGES.values()], ids=CHANGES)
 def test_lists_of_the_bindings_nodes_that_change_during_a_call(change):
     """At every read of a stand-in that stands among them, and at every call of the host."""

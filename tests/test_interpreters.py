@@ -24,6 +24,7 @@ def answer(root, source):
     return symbols, markdown.extract_links(root, symbols)
 
 
+@pytest.mark.long
 @pytest.mark.parametrize("shared", [True, False], ids=["shared trees", "own trees"])
 def test_eight_threads_find_what_one_finds(shared):
     trees = [parse(source) for source in SOURCES]

@@ -25,9 +25,9 @@ constexpr unsigned byte_at(std::string_view bytes, std::size_t pos) noexcept {
   return static_cast<unsigned char>(bytes[pos]);
 }
 
-// One step of strict decoding: how many bytes belong together, and whether they are a character. An ill-formed step is
-// what Unicode calls a maximal subpart. For example, "\xE2\x82(" begins with a step of two bytes, which could have
-// begun a character; "\xFF(" begins with a step of one byte, which could not.
+// One step of strict decoding outside ASCII: how many bytes belong together, and whether they are a character. An
+// ill-formed step is what Unicode calls a maximal subpart. For example, "\xE2\x82(" begins with a step of two bytes,
+// which could have begun a character; "\xFF(" begins with a step of one byte, which could not.
 struct Step {
   std::size_t length;
   bool valid;
@@ -35,7 +35,6 @@ struct Step {
 
 Step step_at(std::string_view bytes, std::size_t pos) noexcept {
   const unsigned lead = byte_at(bytes, pos);
-  if (lead < 0x80) return {1, true};
   if (lead < 0xC2 || lead > 0xF4) return {1, false};
   const std::size_t width = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
   // The second byte alone rules out overlong forms, surrogates and what lies beyond U+10FFFF.
