@@ -35,8 +35,18 @@ _I386_HEADERS = ("libpython3.11-dev",)
 # What the engine's tests import, directly or not; all others of the requirements belong to docmap or to building.
 _TESTED_WITH = (
     *("PyYAML", "tree-sitter", "tree-sitter-markdown", "exceptiongroup", "tomli", "typing_extensions"),
-    *("hypothesis", "sortedcontainers", "attrs", "pytest", "iniconfig", "packaging", "pluggy", "Pygments"),
+    *("pytest", "iniconfig", "packaging", "pluggy", "Pygments"),
 )
+_CRC32 = """
+unsigned long crc32(unsigned long crc, const unsigned char *bytes, unsigned count) {
+  if (!bytes) return 0;
+  for (crc = ~crc & 0xffffffff; count; --count) {
+    crc ^= *bytes++;
+    for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1 ? 0xedb88320 : 0);
+  }
+  return ~crc & 0xffffffff;
+}
+"""
 
 
 def run(*command: str | Path, **environment: str) -> None:
@@ -50,14 +60,23 @@ def requirements() -> list[str]:
     return [line for line in text.splitlines() if line.partition("==")[0] in _TESTED_WITH]
 
 
-def unpack_debian(folder: Path, packages: list[str]) -> None:
-    """Download packages, each `name:architecture`, and unpack them below `folder`."""
+def unpack_debian(folder: Path, packages: list[str], suite: str = "") -> None:
+    """Download packages, each `name:architecture`, of this machine's release or of `suite`, and unpack them."""
     apt = folder / "apt"
     (apt / "lists" / "partial").mkdir(parents=True)
     (apt / "cache" / "archives" / "partial").mkdir(parents=True)
     architectures = {package.partition(":")[2] for package in packages} | {"amd64"}
     options = [f"APT::Architectures::={name}" for name in sorted(architectures)]
     options += [f"Dir::State::lists={apt}/lists", f"Dir::Cache={apt}/cache", "APT::Sandbox::User=root"]
+    if suite:
+        configured = "".join(
+            path.read_text() for path in Path("/etc/apt").rglob("*") if path.suffix in (".sources", ".list")
+        )
+        mirror = re.search(r"https?://\S+/debian/?(?=\s)", configured)
+        if mirror is None:
+            raise SystemExit("no source of Debian's packages is configured")
+        (apt / "sources.list").write_text(f"deb {mirror[0]} {suite} main\n")
+        options += [f"Dir::Etc::sourcelist={apt}/sources.list", "Dir::Etc::sourceparts=/dev/null"]
     command = ["apt-get", "-qq", *(word for option in options for word in ("-o", option))]
     # A source that has nothing for these architectures is no failure: what is missing shows in the next line.
     subprocess.run([*command, "update"], check=False, stderr=subprocess.DEVNULL)
@@ -97,7 +116,7 @@ def make_musl(folder: Path, version: str) -> Path:
     The packages for freezing carry an interpreter without the part of the standard library that is Python: that comes
     from this machine's interpreter of the same version.
     """
-    unpack_debian(folder, ["musl:amd64"])
+    unpack_debian(folder, ["musl:amd64"], suite="trixie")  # the first whose musl is new enough for it
     carrier = "cx_Freeze==7.2.10" if version == "3.10" else "freeze-core==0.8.1"
     pip_install(folder / "carrier", "x86_64", version, [carrier], "musllinux_1_2")
     program = next((folder / "carrier").rglob("bases/console-cpython-*"))
@@ -115,15 +134,17 @@ def make_musl(folder: Path, version: str) -> Path:
     shutil.copytree(extensions, binary / "lib", dirs_exist_ok=True)
     shutil.copy(HERE / "musl_startup.py", binary / "lib" / "__startup__.py")
     shutil.copy(program, binary / "frozen")
-    # Debian's musl is older than the one that the interpreter was built with, by two functions that no test calls.
-    (folder / "newer.c").write_text("int preadv2(void) { return -1; }\nint pwritev2(void) { return -1; }\n")
-    compiler = (zig(), "cc", "--target=x86_64-linux-musl", "-O2", "-fno-builtin", "-shared")
-    run(*compiler, folder / "newer.c", "-o", folder / "newer.so")
-    libraries = ":".join({str(path.parent) for path in (folder / "carrier").rglob("libintl-*")})
+    # The one library that its modules expect of the system, with all that they need of it.
+    (folder / "libz.c").write_text(_CRC32)
+    compiler = (zig(), "cc", "--target=x86_64-linux-musl", "-O2", "-shared")
+    run(*compiler, folder / "libz.c", "-o", binary / "libz.so.1")
+    libraries = ":".join(
+        {str(binary), *(str(path.parent) for path in (folder / "carrier").rglob("libintl-*"))}
+    )
     write_program(
         binary / "python",
-        f"#!/bin/sh\nexec {next(folder.rglob('ld-musl-*.so.1'))} --library-path {libraries}"
-        f' --preload {folder}/newer.so --argv0 {binary}/frozen {binary}/frozen "$@"\n',
+        f"#!/bin/sh\nexec {next(folder.rglob('x86_64-linux-musl/libc.so'))} --library-path {libraries}"
+        f' --argv0 {binary}/frozen {binary}/frozen "$@"\n',
     )
     return binary / "lib" / "site-packages"
 
