@@ -172,7 +172,9 @@ def pip_install(site: Path, processor: str, version: str, packages: list[str], l
 
 def build_i386(folder: Path, site: Path) -> None:
     """Build what has no wheel for i386 with Zig, run by the interpreter that will load it."""
-    environment = {"CC": f"{HERE}/zig-cc --target=x86-linux-gnu.2.31", "ZIG": zig()}
+    include = folder / "root" / "usr" / "include"
+    headers = f"-isystem {include}/python{_DEBIAN_PYTHON} -isystem {include}"
+    environment = {"CC": f"{HERE}/zig-cc --target=x86-linux-gnu.2.31 {headers}", "ZIG": zig()}
     compiled = [line for line in requirements() if re.match("tree-sitter|PyYAML", line)]
     plain = [line for line in requirements() if line not in compiled]
     pip_install(site, "i686", _DEBIAN_PYTHON, plain, "manylinux")
