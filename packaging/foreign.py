@@ -174,7 +174,9 @@ def build_i386(folder: Path, site: Path) -> None:
     """Build what has no wheel for i386 with Zig, run by the interpreter that will load it."""
     include = folder / "root" / "usr" / "include"
     headers = f"-isystem {include}/python{_DEBIAN_PYTHON} -isystem {include}"
-    environment = {"CC": f"{HERE}/zig-cc --target=x86-linux-gnu.2.31 {headers}", "ZIG": zig()}
+    compiler = f"{HERE}/zig-cc --target=x86-linux-gnu.2.31 {headers}"
+    # LDSHARED too: Debian's own has an option that Zig does not know.
+    environment = {"CC": compiler, "LDSHARED": f"{compiler} -shared", "ZIG": zig()}
     compiled = [line for line in requirements() if re.match("tree-sitter|PyYAML", line)]
     plain = [line for line in requirements() if line not in compiled]
     pip_install(site, "i686", _DEBIAN_PYTHON, plain, "manylinux")
