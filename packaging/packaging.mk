@@ -4,8 +4,8 @@ $(STAMPS)/packaging: requirements/packaging.txt | $(STAMPS)/run
 	@$(PIP) install -r $< && touch $@
 
 $(STAMPS)/llvm-tools: | $(STAMPS)/venv
-	@command -v llvm-objcopy >/dev/null && command -v llvm-objdump >/dev/null || \
-	  { apt-get update -qq && apt-get install -y -qq llvm >/dev/null; }
+	@command -v llvm-objcopy >/dev/null && command -v llvm-objdump >/dev/null && command -v ld64.lld-19 >/dev/null || \
+	  { apt-get update -qq && apt-get install -y -qq llvm lld-19 >/dev/null; }
 	@touch $@
 
 in_venv := PATH="$(abspath $(BIN)):$$PATH"

@@ -46,8 +46,8 @@ def compile_module(target: Target, version: str, python: dict[str, str]) -> Path
     compiler = str(ROOT / "packaging" / "zig-c++")
     make_headers(headers, Path(python["include"]), target, [compiler, f"--target={target.triple}"])
     linux = target.system == "Linux"
-    flags = _FLAGS + (" -flto" if linux else "")  # Zig's linker for Mach-O has none
-    link = "-Wl,--gc-sections" if linux else "-Wl,-dead_strip,-S,-x"
+    flags = _FLAGS + (" -flto" if linux else "")  # what links for macOS is older than this Clang
+    link = "-Wl,--gc-sections" if linux else ""
     run(
         *("cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release"),
         *(f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_CXX_COMPILER_TARGET={target.triple}"),
