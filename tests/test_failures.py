@@ -166,6 +166,8 @@ def test_every_allocation_of_the_core_may_fail(tmp_path):
     compiler = shutil.which(os.environ.get("CXX", "c++"))
     if not compiler or not sys.platform.startswith("linux"):
         pytest.skip("needs a C++ compiler and LD_PRELOAD")
+    if b"_Znw" not in Path(markdown.__file__).read_bytes():
+        pytest.skip("operator new lies inside the module, where none can take its place")
     library = tmp_path / "failing_new.so"
     subprocess.run(
         [compiler, "-std=c++20", "-O1", "-shared", "-fPIC", FUZZ / "failing_new.cpp", "-o", library],

@@ -2,6 +2,7 @@
 
 from pkgutil import extend_path
 
-# The engine's wheel puts its module into `quarnel/engines` of site-packages. When this package is
-# installed editable it lies elsewhere, and without this line the engine would not be found.
-__path__ = extend_path(__path__, __name__)
+# The engine's wheel puts its module into `quarnel/engines` of site-packages, and this package lies elsewhere. What is
+# found there comes first: this package is asked for what nobody else has.
+_found: list[str] = list(extend_path([], __name__))
+__path__ = [path for path in _found if path not in __path__] + __path__

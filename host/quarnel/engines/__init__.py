@@ -2,4 +2,5 @@
 
 from pkgutil import extend_path
 
-__path__ = extend_path(__path__, __name__)
+_found: list[str] = list(extend_path([], __name__))
+__path__ = [path for path in _found if path not in __path__] + __path__

@@ -1,0 +1,234 @@
+"""Makes an interpreter of another kind of machine, with what the tests need, in a folder of its own.
+
+    foreign.py aarch64 FOLDER             Debian's arm64 CPython, under QEMU
+    foreign.py i386 FOLDER                Debian's i386 CPython, which runs on x86-64 as it is
+    foreign.py musl-x86_64-3.13 FOLDER    the CPython, linked with musl, that freezes programs in freeze-core
+
+The packages are unpacked in the folder and not installed. FOLDER/bin/python is then like the interpreter of a virtual
+environment; the programs that its tests start run in the same way, as it is also what `sys.executable` names.
+"""
+
+from __future__ import annotations
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+HERE = Path(__file__).resolve().parent
+_DEBIAN_PYTHON = "3.11"
+_DEBIAN_PACKAGES = (
+    *(
+        "python3.11-minimal",
+        "libpython3.11-minimal",
+        "libpython3.11-stdlib",
+        "python3.11",
+        "libc6",
+        "libgcc-s1",
+    ),
+    *("zlib1g", "libexpat1", "libssl3", "libffi8", "libbz2-1.0", "liblzma5", "libuuid1", "libcrypt1"),
+)
+_I386_HEADERS = ("libpython3.11-dev",)
+# What the engine's tests import, directly or not; all others of the requirements belong to docmap or to building.
+_TESTED_WITH = (
+    *("PyYAML", "tree-sitter", "tree-sitter-markdown", "exceptiongroup", "tomli", "typing_extensions"),
+    *("pytest", "iniconfig", "packaging", "pluggy", "Pygments"),
+)
+_CRC32 = """
+unsigned long crc32(unsigned long crc, const unsigned char *bytes, unsigned count) {
+  if (!bytes) return 0;
+  for (crc = ~crc & 0xffffffff; count; --count) {
+    crc ^= *bytes++;
+    for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1 ? 0xedb88320 : 0);
+  }
+  return ~crc & 0xffffffff;
+}
+"""
+
+
+def run(*command: str | Path, **environment: str) -> None:
+    """Run a command that must succeed."""
+    subprocess.run(command, check=True, env=os.environ | environment)
+
+
+def requirements() -> list[str]:
+    """Return the pinned requirements of the engine's tests."""
+    text = (ROOT / "requirements" / "run.txt").read_text() + (ROOT / "requirements" / "test.txt").read_text()
+    return [line for line in text.splitlines() if line.partition("==")[0] in _TESTED_WITH]
+
+
+def unpack_debian(folder: Path, packages: list[str], suite: str = "") -> None:
+    """Download packages, each `name:architecture`, of this machine's release or of `suite`, and unpack them."""
+    apt = folder / "apt"
+    (apt / "lists" / "partial").mkdir(parents=True)
+    (apt / "cache" / "archives" / "partial").mkdir(parents=True)
+    architectures = {package.partition(":")[2] for package in packages} | {"amd64"}
+    options = [f"APT::Architectures::={name}" for name in sorted(architectures)]
+    options += [f"Dir::State::lists={apt}/lists", f"Dir::Cache={apt}/cache", "APT::Sandbox::User=root"]
+    if suite:
+        configured = "".join(
+            path.read_text() for path in Path("/etc/apt").rglob("*") if path.suffix in (".sources", ".list")
+        )
+        mirror = re.search(r"https?://\S+/debian/?(?=\s)", configured)
+        if mirror is None:
+            raise SystemExit("no source of Debian's packages is configured")
+        (apt / "sources.list").write_text(f"deb {mirror[0]} {suite} main\n")
+        options += [f"Dir::Etc::sourcelist={apt}/sources.list", "Dir::Etc::sourceparts=/dev/null"]
+    command = ["apt-get", "-qq", *(word for option in options for word in ("-o", option))]
+    # A source that has nothing for these architectures is no failure: what is missing shows in the next line.
+    subprocess.run([*command, "update"], check=False, stderr=subprocess.DEVNULL)
+    subprocess.run([*command, "download", *packages], check=True, cwd=apt)
+    for package in apt.glob("*.deb"):
+        run("dpkg", "-x", package, folder / "root")
+    shutil.rmtree(apt)
+
+
+def write_program(path: Path, text: str) -> None:
+    """Write a program that can be started."""
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text(text)
+    path.chmod(0o755)
+
+
+def make_debian(folder: Path, architecture: str) -> Path:
+    """Make Debian's interpreter and return the folder for its packages."""
+    packages = [f"{name}:{architecture}" for name in _DEBIAN_PACKAGES]
+    root = folder / "root"
+    python = f"{root}/usr/bin/python{_DEBIAN_PYTHON}"
+    if architecture == "arm64":
+        unpack_debian(folder, [*packages, "qemu-user-static:amd64"])
+        start = f'{root}/usr/bin/qemu-aarch64-static -L {root} -0 "$0" {python}'
+    else:
+        unpack_debian(folder, [*packages, *(f"{name}:{architecture}" for name in _I386_HEADERS)])
+        libraries = f"{root}/lib/i386-linux-gnu:{root}/usr/lib/i386-linux-gnu"
+        start = f'{root}/lib/ld-linux.so.2 --library-path {libraries} --argv0 "$0" {python}'
+    write_program(folder / "bin" / "python", f'#!/bin/sh\nexec {start} "$@"\n')
+    (folder / "pyvenv.cfg").write_text(f"home = {root}/usr/bin\ninclude-system-site-packages = false\n")
+    return folder / "lib" / f"python{_DEBIAN_PYTHON}" / "site-packages"
+
+
+def make_musl(folder: Path, version: str) -> Path:
+    """Make the interpreter that is linked with musl and return the folder for its packages.
+
+    The packages for freezing carry an interpreter without the part of the standard library that is Python: that comes
+    from this machine's interpreter of the same version.
+    """
+    unpack_debian(folder, ["musl:amd64"], suite="trixie")  # the first whose musl is new enough for it
+    carrier = "cx_Freeze==7.2.10" if version == "3.10" else "freeze-core==0.8.1"
+    pip_install(folder / "carrier", "x86_64", version, [carrier], "musllinux_1_2")
+    program = next((folder / "carrier").rglob("bases/console-cpython-*"))
+    extensions = next((folder / "carrier").rglob("unicodedata.cpython-*.so")).parent
+    library = next(
+        (Path(path) for path in native_pythons().get(version, ()) if Path(path).name == f"python{version}"),
+        None,
+    )
+    if library is None:
+        raise SystemExit(f"no CPython {version} is found here")
+    binary = folder / "bin"
+    shutil.copytree(
+        library, binary / "lib", ignore=shutil.ignore_patterns("lib-dynload", "site-packages", "test")
+    )
+    shutil.copytree(extensions, binary / "lib", dirs_exist_ok=True)
+    shutil.copy(HERE / "musl_startup.py", binary / "lib" / "__startup__.py")
+    shutil.copy(program, binary / "frozen")
+    # The one library that its modules expect of the system, with all that they need of it.
+    (folder / "libz.c").write_text(_CRC32)
+    compiler = (zig(), "cc", "--target=x86_64-linux-musl", "-O2", "-shared")
+    run(*compiler, folder / "libz.c", "-o", binary / "libz.so.1")
+    libraries = ":".join(
+        {str(binary), *(str(path.parent) for path in (folder / "carrier").rglob("libintl-*"))}
+    )
+    write_program(
+        binary / "python",
+        f"#!/bin/sh\nexec {next(folder.rglob('x86_64-linux-musl/libc.so'))} --library-path {libraries}"
+        f' --argv0 {binary}/frozen {binary}/frozen "$@"\n',
+    )
+    return binary / "lib" / "site-packages"
+
+
+def native_pythons() -> dict[str, list[str]]:
+    """Return the paths of the standard library for each version of CPython that this machine has."""
+    newer = subprocess.check_output([ROOT / "scripts" / "find-newer-pythons"], text=True).split()
+    program = "import sys, sysconfig; print('%d.%d' % sys.version_info[:2], sysconfig.get_path('stdlib'))"
+    found: dict[str, list[str]] = {}
+    for python in (sys.executable, *newer):
+        version, path = subprocess.check_output([python, "-c", program], text=True).split()
+        found.setdefault(version, []).append(path)
+    return found
+
+
+def pip_install(site: Path, processor: str, version: str, packages: list[str], libc: str) -> None:
+    """Install wheels of another kind of machine into `site`; `libc` is `musllinux_1_2`, or `manylinux` for any."""
+    names = [libc] if libc != "manylinux" else ["manylinux2014", "manylinux_2_17", "manylinux_2_28"]
+    platforms = [word for name in names for word in ("--platform", f"{name}_{processor}")]
+    run(
+        *(sys.executable, "-m", "pip", "--disable-pip-version-check", "-qq", "install", "--no-deps"),
+        *("--target", site, *platforms, "--python-version", version, "--only-binary", ":all:", *packages),
+    )
+
+
+def build_i386(folder: Path, site: Path) -> None:
+    """Build what has no wheel for i386 with Zig, run by the interpreter that will load it."""
+    include = folder / "root" / "usr" / "include"
+    headers = f"-isystem {include}/python{_DEBIAN_PYTHON} -isystem {include}"
+    compiler = f"{HERE}/zig-cc --target=x86-linux-gnu.2.31 {headers}"
+    # LDSHARED too: Debian's own has an option that Zig does not know.
+    environment = {"CC": compiler, "LDSHARED": f"{compiler} -shared", "ZIG": zig()}
+    compiled = [line for line in requirements() if re.match("tree-sitter|PyYAML", line)]
+    plain = [line for line in requirements() if line not in compiled]
+    pip_install(site, "i686", _DEBIAN_PYTHON, plain, "manylinux")
+    pip = (
+        sys.executable,
+        "-m",
+        "pip",
+        "--python",
+        folder / "bin" / "python",
+        "--disable-pip-version-check",
+        "-q",
+    )
+    run(*pip, "install", "--no-deps", *compiled, **environment)
+
+
+def zig() -> str:
+    """Return the path of Zig's program."""
+    import ziglang
+
+    return str(Path(ziglang.__file__).parent / "zig")
+
+
+def main() -> None:
+    """Make what the command line names."""
+    name, folder = sys.argv[1], Path(sys.argv[2]).resolve()
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    if name == "aarch64":
+        site = make_debian(folder, "arm64")
+        pip_install(site, "aarch64", _DEBIAN_PYTHON, requirements(), "manylinux")
+    elif name == "i386":
+        site = make_debian(folder, "i386")
+        build_i386(folder, site)
+    elif found := re.fullmatch(r"musl-(x86_64)-(3\.\d+)", name):
+        site = make_musl(folder, found[2])
+        pip_install(site, found[1], found[2], requirements(), "musllinux_1_2")
+    else:
+        raise SystemExit(__doc__)
+    run(
+        sys.executable,
+        "-m",
+        "pip",
+        "-q",
+        "install",
+        "--no-deps",
+        "--no-build-isolation",
+        "--target",
+        site,
+        ROOT / "host",
+    )
+    print(site)
+
+
+if __name__ == "__main__":
+    main()

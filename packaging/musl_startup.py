@@ -1,0 +1,35 @@
+"""Makes an interpreter that was made to start one frozen program take a command line, as far as tests need it."""
+
+import runpy
+import sys
+
+_NO_MEANING_HERE = {"-I", "-E", "-s", "-S", "-B", "-q", "-u", "-P"}
+
+
+def init():
+    """Put the packages on the path, and name the program that starts this one with its libraries."""
+    sys.executable = sys.executable.removesuffix("frozen") + "python"
+    sys.path.append(f"{sys.path[-1]}/site-packages")
+    import site
+
+    site.addsitedir(sys.path[-1])
+
+
+def run(*_):
+    """Run what the command line names: -c program, -m module or a file."""
+    words = sys.argv[1:]
+    while words and words[0] in _NO_MEANING_HERE:
+        words.pop(0)
+    while words and words[0] in ("-X", "-W"):
+        del words[:2]
+    if words and words[0] == "-c":
+        sys.argv = ["-c", *words[2:]]
+        sys.path.insert(0, "")
+        exec(compile(words[1], "<string>", "exec"), sys.modules["__main__"].__dict__)
+    elif words and words[0] == "-m":
+        sys.argv = words[1:]
+        sys.path.insert(0, "")
+        runpy.run_module(words[1], run_name="__main__", alter_sys=True)
+    else:
+        sys.argv = words
+        runpy.run_path(words[0], run_name="__main__")
