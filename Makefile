@@ -22,7 +22,7 @@ help:  ## list the targets
 
 # --- What a newcomer types ---------------------------------------------------------------------------------------
 
-.PHONY: outline test check-links
+.PHONY: outline test check-links page
 outline: ready  ## DOCS=path: print the outline of Markdown files and folders (OPTIONS="--links" adds links)
 	@test -n "$(DOCS)" || { echo "Say which files or folders: make outline DOCS=path" >&2; exit 2; }
 	@$(BIN)/docmap outline $(OPTIONS) $(DOCS)
@@ -30,6 +30,10 @@ outline: ready  ## DOCS=path: print the outline of Markdown files and folders (O
 check-links: ready  ## DOCS=path: report links whose file or anchor does not exist
 	@test -n "$(DOCS)" || { echo "Say which folder: make check-links DOCS=path" >&2; exit 2; }
 	@$(BIN)/docmap check $(OPTIONS) $(DOCS)
+
+page: ready $(STAMPS)/page  ## DOCS=folder: write docmap.html, a page that shows what is in the folder (OPTIONS="--open")
+	@test -n "$(DOCS)" || { echo "Say which folder: make page DOCS=path" >&2; exit 2; }
+	@$(BIN)/docmap page $(OPTIONS) $(DOCS)
 
 test: ready $(STAMPS)/test  ## run the tests (TESTS="tests/test_links.py -k title" for some of them)
 	@$(BIN)/python -m pytest $(TESTS)
@@ -57,7 +61,7 @@ $(STAMPS)/test: requirements/test.txt | $(STAMPS)/run
 	@$(PIP) install -r $< && touch $@
 
 $(STAMPS)/page: requirements/page.txt | $(STAMPS)/run
-	@$(PIP) install -r $< && touch $@
+	@$(PIP) install --no-deps -r $< && touch $@
 
 $(STAMPS)/examples: requirements/examples.txt | $(STAMPS)/run
 	@$(PIP) install -r $< && touch $@

@@ -10,6 +10,7 @@ from collections.abc import Iterator
 from contextlib import closing, contextmanager
 from pathlib import Path
 from typing import Annotated, Optional
+from urllib.parse import quote
 
 import typer
 from rich.console import Console
@@ -18,11 +19,11 @@ from rich.text import Text
 from docmap import __version__
 from docmap.checking import Checker, Finding, Page, read_page
 from docmap.documents import STANDARD_INPUT, find_files
-from docmap.folder_map import folder_map
+from docmap.folder_map import described, folder_map
 from docmap.jobs import WorkerLostError, default_jobs, map_in_order, track
 from docmap.json_lines import document_lines, finding_line
 from docmap.outline import print_outline, printable
-from docmap.page import LibraryMissingError, render
+from docmap.page import LibraryMissingError, how_to_install, render
 from docmap.reading import Document, Unreadable, read_document
 from docmap.targets import Folder
 
@@ -208,24 +209,44 @@ def check(
 
 @app.command()
 def page(
-    path: Annotated[str, typer.Argument(metavar="PATH", help="A folder.")],
+    path: Annotated[str, typer.Argument(metavar="FOLDER", help="A folder; by default the current one.")] = ".",
     output: Annotated[
         str, typer.Option("--output", "-o", metavar="FILE", help='The page to write; "-" is standard output.')
-    ],
+    ] = "docmap.html",
+    title: Annotated[
+        Optional[str],  # noqa: UP045 (typer reads the annotation at run time)
+        typer.Option("--title", help="What the folder is called; by default as its index or README says."),
+    ] = None,
+    link: Annotated[
+        Optional[str],  # noqa: UP045
+        typer.Option(
+            "--link",
+            metavar="TEMPLATE",
+            help="Address of a line of a file: https://host/blob/main/docs/{path}#L{line} or "
+            "vscode://file/{path}:{line}; by default the file itself, relative to the page.",
+        ),
+    ] = None,
+    open_page: Annotated[bool, typer.Option("--open", help="Open the page in a browser.")] = False,
     jobs: Jobs = None,
 ) -> None:
-    """Write one HTML page to explore a folder with: outline, search, graph of links, broken links."""
+    """Write one HTML page that shows what is in a folder: documents, search, picture of links, broken links."""
     started = time.monotonic()
     if not os.path.isdir(path):
-        raise typer.BadParameter(f"{path} is not a folder", param_hint="PATH")
+        raise typer.BadParameter(f"{path} is not a folder", param_hint="FOLDER")
+    if link is not None and ("{path}" not in link or link.lower().startswith(("javascript:", "data:"))):
+        raise typer.BadParameter("an address with {path} in it, and perhaps {line}", param_hint="--link")
     errors = _Errors()
     with _ending_cleanly():
         pages, _ = _read_pages(path, path, jobs, errors)
         root = os.path.abspath(path)
         # Seen from standard output the documents have no address.
         base = None if output == STANDARD_INPUT else _address(root, os.path.dirname(os.path.abspath(output)))
+        if base is None and link is None and output != STANDARD_INPUT:
+            _note("the page lies so far from the folder that it has no links into the files; see --link and -o")
         checker = Checker(Folder(path), pages, all_files=False)
-        folder = folder_map(os.path.basename(root) or root, base, pages, checker)
+        # The first step keeps a name such as "javascript:x.md" from being read as a scheme.
+        template = link if link is not None or base is None else f"./{quote(base)}/{{path}}#L{{line}}"
+        folder = folder_map(path, described(pages, checker), title=title, link=template, base=base and quote(base))
         try:
             text = render(folder)
             if output == STANDARD_INPUT:
@@ -233,7 +254,7 @@ def page(
             else:
                 Path(output).write_text(text, "utf-8", newline="\n")
         except LibraryMissingError:
-            _note('the page needs a drawing library; pip install "docmap[page]" brings it')
+            _note(f"the page needs a drawing library; this installs it: {how_to_install()}")
             raise typer.Exit(1) from None
         except OSError as error:
             if isinstance(error, BrokenPipeError):
@@ -242,14 +263,19 @@ def page(
             raise typer.Exit(1) from None
     sections = sum(len(entry["sections"]) for entry in folder["documents"])
     broken = sum(len(entry["broken"]) for entry in folder["documents"])
-    counts = _count(len(pages), "file"), _count(sections, "section"), _count(folder["links"], "link")
-    size = f"{len(text) / 1e6:.1f} MB"
-    _summary(f"{', '.join(counts)}, {broken} broken; {size}", started)
+    name = "" if output == STANDARD_INPUT else f"{output}: "
+    counts = f"{_count(len(pages), 'file')}, {_count(sections, 'section')}, {broken} broken"
+    _summary(f"{name}{counts}; {len(text) / 1e6:.1f} MB", started)
+    if open_page and output != STANDARD_INPUT:
+        typer.launch(Path(output).absolute().as_uri())
     raise typer.Exit(1 if errors.count else 0)
 
 
 def _address(folder: str, origin: str) -> str | None:
+    """The address of a folder seen from another; None where that would have to name the way from the root."""
     try:
+        if os.path.commonpath([folder, origin]) == os.path.abspath(os.sep) != folder:
+            return None
         return os.path.relpath(folder, origin).replace(os.sep, "/")
     except ValueError:  # on another drive
         return None
