@@ -254,6 +254,32 @@ class Site:
             return path
         return path[len(folder) + 1 :] if path.startswith(folder + "/") else None
 
+    # --- Partials ---
+
+    @cached_property
+    def includers(self) -> dict[str, list[str]]:
+        """The pages that a file is included in, by file."""
+        pages: dict[str, list[str]] = {}
+        for page, addresses in self.addresses.items():
+            seen = {page}
+            waiting = [page] if addresses else []
+            while waiting:
+                source = waiting.pop()
+                facts = self.repository.facts(source)
+                for construct in facts.constructs if facts is not None else ():
+                    effect = self.effect_of(construct)
+                    included = effect.includes(self, construct, source) if effect.includes is not None else None
+                    if included is not None and included not in seen:
+                        seen.add(included)
+                        waiting.append(included)
+                        pages.setdefault(included, []).append(page)
+        return pages
+
+    def sources_of(self, path: str) -> tuple[str, ...]:
+        """The pages in which a reader meets the text of a document: its own, or those that include it; () for a
+        document that the site shows nowhere."""
+        return (path,) if self.addresses.get(path) else tuple(self.includers.get(path, ()))
+
     # --- Links ---
 
     def resolve(self, link: Link, source: str) -> Resolution:
