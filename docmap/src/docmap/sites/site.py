@@ -40,6 +40,8 @@ class Resolution:
     outcome: str
     pages: tuple[str, ...] = ()
     why: str | None = None
+    # The anchor that a template's target holds; the link itself then has none.
+    anchor: str | None = None
 
 
 NOTHING_TO_JUDGE: Final = Resolution(FOUND)
@@ -81,12 +83,13 @@ class Effect:
     `includes`: the file that its arguments name becomes part of the page; a function that takes the site, the
     construct and the page and returns the file's path, or None for what cannot be told.
     `makes`: ids that it makes, from its arguments. `anchors`: why the page may have anchors that no text shows
-    (`{form}`, `{name}` and `{line}` are filled in).
+    (`{form}`, `{name}` and `{line}` are filled in). `unknown`: the same, where the site or the construct decides.
     """
 
     includes: Callable[[Site, Construct, str], str | None] | None = None
     makes: Callable[[Construct], Iterable[str]] | None = None
     anchors: str | None = None
+    unknown: Callable[[Site, Construct, str], str | None] | None = None
 
 
 NO_EFFECT: Final = Effect()
@@ -160,6 +163,7 @@ class Rules:
     # Found at the end of a heading's text: group 1 is its id, and all of the match no text of the heading.
     custom_id: str | None = None
     compare: Callable[[str], str] = as_it_is  # anchors are equal when these are
+    case_doubt: str | None = None  # why an anchor that is equal, but for letter case, is doubtful, if so
     heading_levels: range = range(1, 7)
     html_headings: bool = False  # <h2>Text</h2> gets an anchor of its text
     nested_headings: bool = True  # headings in quotes and list items get anchors
@@ -253,6 +257,14 @@ class Site:
         if not folder:
             return path
         return path[len(folder) + 1 :] if path.startswith(folder + "/") else None
+
+    @cached_property
+    def files_by_name(self) -> dict[str, list[str]]:
+        """The repository's files by the first part of their names: "a/Tabs.test.tsx" by "Tabs"."""
+        files: dict[str, list[str]] = {}
+        for path in self.repository.files:
+            files.setdefault(posixpath.basename(path).partition(".")[0], []).append(path)
+        return files
 
     # --- Partials ---
 
@@ -357,10 +369,13 @@ class Site:
                 if included is not None and included not in seen and self.repository.facts(included) is not None:
                     seen.add(included)
                     why = self._collect(included, names, given, seen) or why
-                elif included not in seen:
+                elif included is None or (included not in seen and included not in self.repository.files):
+                    # A file that is there and no document (program text, data) has no anchors.
                     why = why or (effect.anchors and effect.anchors.format(**event._asdict()))
             elif effect.anchors is not None:
                 why = why or effect.anchors.format(**event._asdict())
+            if effect.unknown is not None:
+                why = why or effect.unknown(self, event, page)
         if rules.ids:
             names.extend(named.name for named in facts.ids)
         for kind in rules.named:

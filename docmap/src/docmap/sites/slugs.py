@@ -96,8 +96,8 @@ def mdbook(text: str) -> str:
 
 
 def without_marks(text: str) -> str:
-    """`text` in lower case without combining marks: equal for all ways of treating vowel signs."""
-    return "".join(char for char in text.lower() if unicodedata.category(char)[0] != "M")
+    """`text` without combining marks: equal for all ways of treating vowel signs."""
+    return "".join(char for char in text if unicodedata.category(char)[0] != "M")
 
 
 def zola(text: str) -> str:
