@@ -6,7 +6,8 @@ somewhere, and which anchor a heading makes, is for the site to say (`docmap.sit
 
 from __future__ import annotations
 
-from dataclasses import dataclass, field
+from collections.abc import Collection
+from dataclasses import dataclass, field, replace
 from typing import Any, Final, NamedTuple
 
 # --- Forms of links ----------------------------------------------------------------------------------------
@@ -19,6 +20,7 @@ HREF: Final = "href"  # <a href="path#anchor">
 SRC: Final = "src"  # <img src="path">, and of other elements
 TEMPLATE: Final = "template"  # [text]({{< ref "x" >}}): a destination that a template or program fills in
 WWW: Final = "www"  # [text](www.example.org): a web address without its scheme
+SCHEME: Final = "scheme"  # [text](project:path#anchor), <path:file>: schemes of a generator; `path` has it
 LABEL: Final = "label"  # [text][label] or [label][] without a definition of the label
 FOOTNOTE: Final = "footnote"  # [^label] without a definition
 
@@ -101,6 +103,19 @@ class Section(NamedTuple):
     docstring: str | None
 
 
+class Body(NamedTuple):
+    """Text that is a document of its own to some sites and code to others.
+
+    `kind` "fence": the body of ```{name}; "admonition": what is indented below `!!!`, `???` or `===`. Line n of
+    `facts` is line `first` + n - 1 of the document.
+    """
+
+    first: int
+    kind: str
+    name: str
+    facts: Facts
+
+
 @dataclass
 class Facts:
     """All that is known of one file, each list in document order."""
@@ -123,6 +138,7 @@ class Facts:
     labels: list[str] = field(default_factory=list)
     constructs: list[Construct] = field(default_factory=list)
     spans: list[Span] = field(default_factory=list)
+    bodies: list[Body] = field(default_factory=list)
     # Front matter: its text, and its fields where it is readable YAML or TOML (values as JSON can hold them).
     front_matter: str | None = None
     fields: dict[str, Any] = field(default_factory=dict)
@@ -130,6 +146,28 @@ class Facts:
     fields_unread: bool = False
     # Whether bytes were not UTF-8 and read as U+FFFD.
     replaced: bool = False
+
+    def with_bodies(self, kinds: Collection[str]) -> Facts:
+        """These facts and those of the bodies of these kinds, as one document: "admonition", "fence" for all
+        directives, "fence:name" for one."""
+        merged = replace(self, **{name: list(getattr(self, name)) for name in _BY_LINE}, bodies=[])
+        for body in self.bodies:
+            if body.kind not in kinds and f"{body.kind}:{body.name}" not in kinds:
+                continue
+            inner = body.facts.with_bodies(kinds)
+            for name in _BY_LINE:
+                rows = getattr(merged, name)
+                for row in getattr(inner, name):
+                    moved = (
+                        row._replace(first=row.first + body.first - 1, last=row.last + body.first - 1)
+                        if name == "spans"
+                        else row._replace(line=row.line + body.first - 1)
+                    )
+                    if moved not in rows:
+                        rows.append(moved)
+            merged.labels = [*merged.labels, *inner.labels]
+        merged.links.sort(key=lambda link: link.line)
+        return merged
 
     @property
     def title(self) -> str | None:
@@ -139,3 +177,17 @@ class Facts:
             return title.strip()
         first = [heading for heading in self.headings if heading.level == 1 and not heading.nested]
         return first[0].text if len(first) == 1 else None
+
+
+_BY_LINE = (
+    "links",
+    "headings",
+    "ids",
+    "attribute_ids",
+    "block_ids",
+    "targets",
+    "terms",
+    "footnotes",
+    "constructs",
+    "spans",
+)

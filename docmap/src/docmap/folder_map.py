@@ -3,12 +3,11 @@
 from __future__ import annotations
 
 from collections import Counter
-from collections.abc import Iterable, Iterator, Sequence
+from collections.abc import Iterable, Iterator
 from typing import TypedDict
 
-from quarnel.models import Symbol
-
-from docmap.checking import Checker, Page
+from docmap.checking import Checked
+from docmap.facts import Section
 
 
 class DocumentEntry(TypedDict):
@@ -33,29 +32,34 @@ class FolderMap(TypedDict):
     links: int
 
 
-def folder_map(name: str, base: str | None, pages: Sequence[Page], checker: Checker) -> FolderMap:
-    """Return the map of the folder that these pages make up."""
-    numbers = {checker.path_of(page): number for number, page in enumerate(pages)}
-    documents = [_entry(page, checker, numbers) for page in pages]
-    links = sum(len(page.document.links) for page in pages)
-    return FolderMap(name=name, base=base, documents=documents, links=links)
+def folder_map(name: str, base: str | None, checked: Checked, folder: str) -> FolderMap:
+    """Return the map of the documents that were checked, paths relative to `folder` of their repository."""
+    paths = [path for path in checked.documents if checked.repository.facts(path) is not None]
+    numbers = {path: number for number, path in enumerate(paths)}
+    documents = [_entry(path, path[len(folder) + 1 :] if folder else path, checked, numbers) for path in paths]
+    return FolderMap(name=name, base=base, documents=documents, links=checked.count_links())
 
 
-def _entry(page: Page, checker: Checker, numbers: dict[str, int]) -> DocumentEntry:
-    path = checker.path_of(page)
-    led_to = (checker.leads_to(link, path) for link in page.document.links)
+def _entry(path: str, shown: str, checked: Checked, numbers: dict[str, int]) -> DocumentEntry:
+    facts = checked.repository.facts(path)
+    assert facts is not None
+    led_to = (judgement.page for judgement in checked.judge.judged(path))
     # A link within the document is no line of the graph.
-    counts = Counter(numbers[target] for target in led_to if target is not None and target != path)
+    counts = Counter(numbers[target] for target in led_to if target in numbers and target != path)
     return DocumentEntry(
-        path=path,
-        title=page.document.title or path.rsplit("/", 1)[-1],
-        sections=list(_nested(page.document.sections)),
+        path=shown,
+        title=facts.title or shown.rsplit("/", 1)[-1],
+        sections=list(_nested(checked.sections(path))),
         links=list(counts.items()),
-        broken=[(f.line, f.target, f.message, f.suggestion) for f in checker.findings(page)],
+        broken=[
+            (f.line, f.target, f.message, f.suggestion)
+            for f in checked.findings(path)
+            if f.degree == "broken"
+        ],
     )
 
 
-def _nested(sections: Iterable[Symbol]) -> Iterator[tuple[int, str, int, int]]:
+def _nested(sections: Iterable[Section]) -> Iterator[tuple[int, str, int, int]]:
     # Line ranges nest as the sections do, so they alone say which section holds which.
     ends: list[int] = []
     for section in sections:

@@ -29,18 +29,27 @@ def module_of(kind: str) -> ModuleType | None:
     return next((module for module in modules if module.KIND == kind), None)
 
 
-def find_sites(repository: Repository, settled: Mapping[str, str] = {}) -> list[Site]:  # noqa: B006
-    """All sites of a repository, the code host last; `settled` are kinds of sites by root, as settings name them."""
+def kinds() -> list[str]:
+    """The kinds of sites that there are."""
+    return [import_module(f"docmap.sites.{name}").KIND for name in (*MODULES, CODE_HOST)]
+
+
+def find_sites(repository: Repository, settled: Mapping[str, tuple[str, str]] | None = None) -> list[Site]:
+    """All sites of a repository, the code host last. `settled`: by folder, the kind of the site whose pages are
+    there and the folder that its configuration is in, as settings have it."""
+    settled = settled or {}
     found: dict[str, Site] = {}
-    for root, kind in settled.items():
+    for folder, (kind, root) in settled.items():
         module = module_of(kind)
-        site = module.make(repository, root) if module is not None else None
+        site: Site | None = module.make(repository, root) if module is not None else None
         if site is not None:
+            if folder != root:
+                site.content = folder
             found[site.content] = site
     for name in MODULES:
         module = import_module(f"docmap.sites.{name}")
         for root in module.find(repository):
-            if root in settled:
+            if any(root == its_root for _, its_root in settled.values()):
                 continue
             site = module.make(repository, root)
             if site is not None:
@@ -58,12 +67,12 @@ def _share_out(documents: Iterable[str], by_content: Mapping[str, Site], host: S
 
 
 def owner_of(path: str, by_content: Mapping[str, Site], host: Site) -> Site:
-    """The site that a file belongs to."""
+    """The site that a file belongs to: the innermost around it that takes it."""
     folder = path
     while folder:
         folder = folder.rpartition("/")[0]
         site = by_content.get(folder)
         if site is not None and path.lower().endswith(site.rules.page_suffixes):
-            takes = site.rules.takes
-            return site if takes is None or takes(site, path) else host
+            if site.rules.takes is None or site.rules.takes(site, path):
+                return site
     return host

@@ -118,6 +118,11 @@ def as_it_is(text: str) -> str:
     return text
 
 
+def last_of_path(anchor: str) -> str:
+    """The heading that an anchor of a wiki link names last: B of "A#B"."""
+    return anchor.rpartition("#")[2]
+
+
 @dataclass(frozen=True)
 class Rules:
     """What holds for all sites of one kind, or, by `replace`, for one site whose configuration says otherwise."""
@@ -175,6 +180,12 @@ class Rules:
     # Effects of constructs: "form:name", else "form" -> effect. A form that is missing has no effect.
     effects: Mapping[str, Effect] = field(default_factory=dict)
     any_anchor: str | None = None  # why every page may have anchors that no text shows (a plugin), if so
+    # Why an anchor that differs from a known one in letter case alone may do all the same; None: it does not.
+    case_doubt: str | None = None
+    # What the grammar calls code and the site Markdown: kinds of `Body`, "fence:name" for one directive.
+    bodies: tuple[str, ...] = ()
+    # The part of a wiki link's anchor that names the heading or block: the last of "A#B" unless said otherwise.
+    wiki_anchor: Callable[[str], str] = last_of_path
     # Kinds of spans in which links are none and headings no headings.
     literal: frozenset[str] = frozenset({"comment"})
 
@@ -199,6 +210,16 @@ class Site:
         # The site's documents; set once all sites are known, since a file belongs to the innermost.
         self.pages: list[str] = []
         self._anchors: dict[str, Anchors] = {}
+        self._facts: dict[str, Facts] = {}
+
+    def facts(self, path: str) -> Facts | None:
+        """What a document holds, with what is Markdown to this site though the grammar calls it code."""
+        facts = self.repository.facts(path)
+        if facts is None or not facts.bodies or not self.rules.bodies:
+            return facts
+        if path not in self._facts:
+            self._facts[path] = facts.with_bodies(self.rules.bodies)
+        return self._facts[path]
 
     # --- Addresses ---
 
@@ -208,7 +229,7 @@ class Site:
         return {page: self._addresses_of(page) for page in self.pages}
 
     def _addresses_of(self, page: str) -> list[str]:
-        facts = self.repository.facts(page)
+        facts = self.facts(page)
         if self.rules.addresses is not None and facts is not None:
             own = self.rules.addresses(self, page, facts)
             if own is not None:
@@ -277,7 +298,7 @@ class Site:
             waiting = [page] if addresses else []
             while waiting:
                 source = waiting.pop()
-                facts = self.repository.facts(source)
+                facts = self.facts(source)
                 for construct in facts.constructs if facts is not None else ():
                     effect = self.effect_of(construct)
                     included = effect.includes(self, construct, source) if effect.includes is not None else None
@@ -342,7 +363,7 @@ class Site:
 
     def _collect(self, page: str, names: list[str], given: dict[str, int], seen: set[str]) -> str | None:
         """Add the anchors of a document and of those it includes; returns why there may be others."""
-        rules, facts = self.rules, self.repository.facts(page)
+        rules, facts = self.rules, self.facts(page)
         if facts is None:
             return f"{page} cannot be read"
         why = None
@@ -379,7 +400,9 @@ class Site:
         if rules.ids:
             names.extend(named.name for named in facts.ids)
         for kind in rules.named:
-            names.extend(named.name for named in getattr(facts, kind))
+            # A link names a block with the sign that marks it, so that no heading is taken for one.
+            sign = "^" if kind == "block_ids" else ""
+            names.extend(sign + named.name for named in getattr(facts, kind))
         if rules.more_anchors is not None:
             names.extend(rules.more_anchors(self, page, facts))
         return why
