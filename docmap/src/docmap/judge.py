@@ -59,7 +59,7 @@ class Judge:
         self._host = self.sites[-1]
         self._owners = {page: site for site in self.sites for page in site.pages}
         self._spelling = Spelling()
-        self._names: dict[str, list[str]] | None = None
+        self._names: dict[str | None, dict[str, list[str]]] = {}
 
     def site_of(self, path: str) -> Site:
         """The site that a document belongs to."""
@@ -214,25 +214,24 @@ class Judge:
             if (self._repository.facts(path) is not None) == wants_page or posixpath.basename(path) == name:
                 yield path
         folder = posixpath.dirname(place)
-        beside = {
-            _stem(posixpath.basename(path)).casefold(): path
-            for paths in names.values()
-            for path in paths
-            if posixpath.dirname(path) == folder
-        } if len(self._repository.files) < 50_000 else {}
-        close = self._spelling.closest(stem.casefold(), beside, 0.75, of=folder)
+        beside = self._names_of_files(folder)
+        close = self._spelling.closest(stem.casefold(), beside, 0.75, of=("beside", folder))
         if close is not None:
-            yield beside[close]
-        close = self._spelling.closest(stem.casefold(), names, 0.85, of="")
+            yield beside[close][0]
+        close = self._spelling.closest(stem.casefold(), names, 0.85, of="anywhere")
         if close is not None:
             yield min(names[close], key=lambda path: _distance(path, source))
 
-    def _names_of_files(self) -> Mapping[str, list[str]]:
-        if self._names is None:
-            self._names = {}
+    def _names_of_files(self, folder: str | None = None) -> Mapping[str, list[str]]:
+        """Files by name, without suffix and letter case: those of a folder, or all."""
+        if not self._names:
+            everywhere = self._names[None] = {}
             for path in self._repository.files:
-                self._names.setdefault(_stem(posixpath.basename(path)).casefold(), []).append(path)
-        return self._names
+                above, name = posixpath.split(path)
+                key = _stem(name).casefold()
+                everywhere.setdefault(key, []).append(path)
+                self._names.setdefault(above, {}).setdefault(key, []).append(path)
+        return self._names.get(folder, {})
 
     @staticmethod
     def _spelled(site: Site, link: Link, source: str, path: str) -> str | None:
