@@ -20,21 +20,32 @@ from docmap.facts import (
     Construct,
 )
 
-# What a document without constructs has none of; looking for these is much faster than for the patterns.
-_SIGNS = (b"{{", b"{%", b"--8<--", b":::", b"include", b"INCLUDE", b"import ")
-_CONSTRUCT = re.compile(
-    rb"""\{\{[<%]-?\s*(?P<shortcode>/?\s*[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
-      | \{%-?\s*(?P<liquid>\w+)(?P<liquid_rest>[^{}%]{0,2000})%\}
-      | (?<![{\\])\{\{\#(?P<hash>\w+)(?P<hash_rest>[^{}\n]{0,2000})\}\}
-      | (?<!\{)\{\{(?![{<%#])\s*(?P<expression>[^\s{}|(]{0,200})(?P<expression_rest>[^{}]{0,2000})\}\}
-      | ^[ \t]*(?P<snippet>;*)-+8<-+(?P<snippet_rest>[^\n]*)
-      | <!--[ \t]*@?(?P<include>include)(?P<include_rest>[^\n]{0,2000}?)-->
-      | ^[ \t]*@(?P<at>include)\b(?P<at_rest>[^\n]*)
+# Each pattern is tried only where a sign of it is in the document; looking for these is much faster.
+_BRACES = re.compile(
+    rb"""\{(?:
+        \{[<%]-?\s*(?P<shortcode>/?\s*[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
+      | %-?\s*(?P<liquid>\w+)(?P<liquid_rest>[^{}%]{0,2000})%\}
+      | (?<![{\\]\{)\{\#(?P<hash>\w+)(?P<hash_rest>[^{}\n]{0,2000})\}\}
+      | (?<!\{\{)\{(?![{<%\#])\s*(?P<expression>[^\s{}|(]{0,200})(?P<expression_rest>[^{}]{0,2000})\}\}
+    )""",
+    re.VERBOSE,
+)
+_SNIPPET = re.compile(rb"(?P<snippet>;*)-+8<-+(?P<snippet_rest>[^\n]*)")
+_INCLUDE = re.compile(
+    rb"""<!--[ \t]*@?(?P<include>include)(?P<include_rest>[^\n]{0,2000}?)-->
+      | (?<![^\s])@(?P<at>include)\b(?P<at_rest>[^\n]*)
       | \[!(?P<docfx>INCLUDE)[ \t]*\[[^\[\]\n]*\]\((?P<docfx_rest>[^()\n]*)\)
-      | ^(?P<import>import)[ \t]+(?P<import_rest>[^\n]+)
-      | ^[ \t]*:::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)
     """,
-    re.VERBOSE | re.MULTILINE,
+    re.VERBOSE,
+)
+_IMPORT_LINE = re.compile(rb"^(?P<import>import)[ \t]+(?P<import_rest>[^\n]+)", re.MULTILINE)
+_FENCE_LINE = re.compile(rb":::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)")
+_PATTERNS = (
+    ((b"{{", b"{%"), _BRACES),
+    ((b"8<-",), _SNIPPET),
+    ((b"include", b"INCLUDE"), _INCLUDE),
+    ((b"import ", b"import\t"), _IMPORT_LINE),
+    ((b":::",), _FENCE_LINE),
 )
 _FORMS = {
     "shortcode_rest": SHORTCODE,
@@ -53,25 +64,26 @@ _IMPORT = re.compile(rb"(?:(?P<names>[^'\"]+?)\s+from\s+)?['\"](?P<path>[^'\"]+)
 _LITERAL = re.compile(rb"\{[{%][<%-]?\s*(?P<close>/|end)?\s*(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b")
 
 
-def may_hold_constructs(data: bytes) -> bool:
-    """Whether it is worth looking for constructs."""
-    return any(sign in data for sign in _SIGNS)
-
-
 def find_constructs(data: bytes) -> Iterator[tuple[int, Construct]]:
     """The constructs of a document and where they stand; their lines are left at 0."""
-    for match in _CONSTRUCT.finditer(data):
-        last = match.lastgroup or ""
-        if last == "import_rest":
-            imported = _IMPORT.match(match["import_rest"])
-            if imported is not None:
-                for name in re.findall(rb"[\w$]+", imported["names"] or b"") or [b""]:
-                    yield match.start(), Construct(0, IMPORT, _text(name), _text(imported["path"]))
-            continue
-        name = _text(match[last.removesuffix("_rest")]).strip("{} \t\n")
-        # The closing tag says nothing that the opening one did not.
-        if not name.startswith("/"):
-            yield match.start(), Construct(0, _FORMS[last], name, _text(match[last]).strip())
+    for signs, pattern in _PATTERNS:
+        if any(sign in data for sign in signs):
+            for match in pattern.finditer(data):
+                yield from _constructs_of(match)
+
+
+def _constructs_of(match: re.Match[bytes]) -> Iterator[tuple[int, Construct]]:
+    last = match.lastgroup or ""
+    if last == "import_rest":
+        imported = _IMPORT.match(match["import_rest"])
+        if imported is not None:
+            for name in re.findall(rb"[\w$]+", imported["names"] or b"") or [b""]:
+                yield match.start(), Construct(0, IMPORT, _text(name), _text(imported["path"]))
+        return
+    name = _text(match[last.removesuffix("_rest")]).strip("{} \t\n")
+    # The closing tag says nothing that the opening one did not.
+    if not name.startswith("/"):
+        yield match.start(), Construct(0, _FORMS[last], name, _text(match[last]).strip())
 
 
 def _text(data: bytes) -> str:

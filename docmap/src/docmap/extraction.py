@@ -14,7 +14,7 @@ from quarnel.engines.references import REF_WIKI_LINK
 from quarnel.models import Symbol
 from tree_sitter import Language, Node, Query, QueryCursor
 
-from docmap.constructs import find_constructs, literal_spans, may_hold_constructs
+from docmap.constructs import find_constructs, literal_spans
 from docmap.documents import normalise
 from docmap.facts import (
     COMPONENT,
@@ -54,10 +54,10 @@ _DEFINES = re.compile(rb"^[ >\t]*\[((?:[^\[\]\\]|\\.){1,999})\]:", re.MULTILINE)
 # Here and below, what follows a repeated set begins with none of the set: else a document made for it would
 # be read in the square of its length.
 _ID_IN_BRACES = re.compile(rb"(?<!\{)\{[^{}\n#]*#([^\s{}#]+)(?:(?:[^\S\n]|#)[^{}\n]*)?\}")
-_BLOCK_ID = re.compile(rb"(?:^|(?<=[ \t]))\^([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
+_BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
 _TARGET = re.compile(rb"^[ >\t]*\(([^()\n]+)\)=[ \t]*$", re.MULTILINE)
-# A term of a definition list: the line above one that opens with a colon.
-_TERM = re.compile(rb"^([^\s:|>#-][^\n]*)\n(?:[ \t]*\n)?[ ]{0,3}[:~][ \t]", re.MULTILINE)
+# What stands below a term of a definition list.
+_DEFINITION = re.compile(rb"\n[ ]{0,3}[:~][ \t]")
 _FENCE_INFO = re.compile(rb"[ \t>]*[`~]{3,}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
 _HTML_HEADING = re.compile(rb"<h([1-6])(?=[\s>])([^<>]{0,1000})>", re.IGNORECASE)
 _HTML_HEADINGS = frozenset({"h1", "h2", "h3", "h4", "h5", "h6"})
@@ -294,10 +294,9 @@ class _Reader:
 
     def _read_constructs(self, fences: Iterable[Node]) -> None:
         found = self._facts.constructs
-        if may_hold_constructs(self._data):
-            for position, construct in find_constructs(self._data):
-                if not self._is_code(position):
-                    found.append(construct._replace(line=self._line_of(position)))
+        for position, construct in find_constructs(self._data):
+            if not self._is_code(position):
+                found.append(construct._replace(line=self._line_of(position)))
         for node in fences:
             info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
             if info is not None:
@@ -316,8 +315,13 @@ class _Reader:
             facts.block_ids.extend(self._named(_BLOCK_ID))
         if b")=" in data:
             facts.targets.extend(self._named(_TARGET))
-        if b"\n:" in data or b"\n ~" in data or b"\n~" in data or b"\n   :" in data:
-            facts.terms.extend(self._named(_TERM))
+        for match in _DEFINITION.finditer(data):
+            # One empty line may stand between.
+            end = match.start() if data[match.start() - 1 : match.start()] != b"\n" else match.start() - 1
+            begin = data.rfind(b"\n", 0, max(end, 0)) + 1
+            term = data[begin:end].decode("utf-8", "replace").strip()
+            if term and term[0] not in ":|>#-~" and not self._is_code(begin):
+                facts.terms.append(Named(self._line_of(begin), term))
 
     def _named(self, pattern: re.Pattern[bytes]) -> Iterator[Named]:
         for match in pattern.finditer(self._data):
