@@ -19,14 +19,16 @@ from docmap.repository import Repository
 from docmap.sites.site import Site
 
 # Modules of this package, the more telling first: of two that find a site at one place, the first has it.
-MODULES = ("mdbook",)
+MODULES = (
+    "mdbook", "mkdocs", "vitepress", "docusaurus", "starlight", "zola", "hugo", "sphinx", "jekyll", "vault",
+)  # fmt: skip
 CODE_HOST = "code_host"
 
 
 def module_of(kind: str) -> ModuleType | None:
     """The module of this kind of site, None when there is none of this name."""
     modules = (import_module(f"docmap.sites.{name}") for name in (*MODULES, CODE_HOST))
-    return next((module for module in modules if module.KIND == kind), None)
+    return next((module for module in modules if kind == module.KIND), None)
 
 
 def kinds() -> list[str]:

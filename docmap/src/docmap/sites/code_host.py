@@ -5,26 +5,43 @@ from __future__ import annotations
 import re
 from collections.abc import Iterator
 
-from docmap.facts import EMBED, WIKI
+from docmap.facts import EMBED, WIKI, Link
 from docmap.repository import Repository
-from docmap.sites.site import Rules, Site, file_beside, file_from_root, itself
+from docmap.sites import slugs
+from docmap.sites.site import Resolution, Rules, Site, file_beside, file_from_root, found, itself
 
 KIND = "code-host"
 
-_DROPPED = re.compile(r"[^\w\- ]")
+# What a host shows beside a repository's files: ../../issues leads there from a file of the root folder.
+_BESIDE = re.compile(
+    r"\.\./\.\./(?:-|actions|archive|blame|blob|branches|commits?|compare|deployments|discussions|edit|fork|forks|graphs"
+    r"|issues|labels|merge_requests|milestones?|network|new|packages|pipelines|projects?|pulls?|pulse|raw|releases"
+    r"|security|settings|stargazers|subscription|tags|tree|watchers|wiki)(?:/.*)?"
+)
 
 
-def slug(text: str) -> str:
-    """The anchor of a heading: lower case, punctuation dropped, each space a hyphen."""
-    return _DROPPED.sub("", text.strip().lower()).replace(" ", "-")
+def _beside_files(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path that leaves the files, for the host's own pages or for another repository."""
+    place = site.place(link.path, source)
+    if link.path.startswith("/") or not place.startswith(".."):
+        return None
+    return found() if _BESIDE.fullmatch(place) or place == "../.." or place.startswith("../../..") else None
+
+
+def _as_compared(anchor: str) -> str:
+    """Ids carry a prefix on the host, which its script adds to what a link asks for, whatever the letter case."""
+    return anchor.removeprefix("user-content-")
 
 
 RULES = Rules(
     kind=KIND,
-    ways={"link": (itself, file_beside, file_from_root), WIKI: (), EMBED: ()},
-    slug=slug,
+    ways={"link": (itself, file_beside, file_from_root, _beside_files), WIKI: (), EMBED: ()},
+    slug=slugs.github,
     html_headings=True,
-    compare=str.lower,
+    compare=_as_compared,
+    case_doubt="GitHub's script finds it in any letter case; other hosts do not",
+    # Lines of the source, and what the host itself marks.
+    always=r"|top|:~:.*|L\d+(?:C\d+)?(?:-L?\d+(?:C\d+)?)?|readme|readme-ov-file|(?:user-content-)?fn(?:ref)?-.*",
 )
 
 

@@ -53,7 +53,7 @@ def yaml(text: str | None) -> dict[str, Any]:
     Loader.add_multi_constructor("!", tagged)
     Loader.add_multi_constructor("tag:yaml.org,2002:python/", tagged)
     try:
-        loaded = pyyaml.load(text or "", Loader)  # noqa: S506
+        loaded = pyyaml.load(text or "", Loader)
     except Exception:  # PyYAML raises more than YAMLError on odd values
         return {}
     return loaded if isinstance(loaded, dict) else {}

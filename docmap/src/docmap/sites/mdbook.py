@@ -5,39 +5,71 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterable, Iterator, Sequence
+from functools import partial
 
-from docmap.facts import HASH, LINK, Construct, Facts, Link
+from docmap.facts import HASH, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import Effect, Resolution, Rules, Site, at_address, file_beside, found, itself, page_at_address
-from docmap.sites.ways import by_web_server, folders_of, is_elsewhere, nothing_because, outside_base, redirects_of
+from docmap.sites.site import (
+    Effect,
+    Resolution,
+    Rules,
+    Site,
+    at_address,
+    file_beside,
+    found,
+    itself,
+    page_at_address,
+)
+from docmap.sites.ways import (
+    by_web_server,
+    folders_of,
+    is_elsewhere,
+    nothing_because,
+    outside_base,
+    redirects_of,
+)
 
 KIND = "mdbook"
 
 # Preprocessors that make neither pages nor links nor anchors of headings.
 _HARMLESS = frozenset(
-    "alerts admonish catppuccin emojicodes footnote gettext graphviz hide index katex last-changed links mermaid"
-    " open-on-gh pagetoc pikchr plantuml quiz svgbob tabs toc".split()
+    [
+        "alerts",
+        "admonish",
+        "catppuccin",
+        "emojicodes",
+        "footnote",
+        "gettext",
+        "graphviz",
+        "hide",
+        "index",
+        "katex",
+        "last-changed",
+        "links",
+        "mermaid",
+        "open-on-gh",
+        "pagetoc",
+        "pikchr",
+        "plantuml",
+        "quiz",
+        "svgbob",
+        "tabs",
+        "toc",
+    ]
 )
 
 
-def _addresses(site: Site, page: str, facts: Facts) -> Sequence[str]:
+def _addresses(chapters: frozenset[str], site: Site, page: str, facts: Facts) -> Sequence[str]:
     """Chapters alone are pages, and README.md is the index of its folder."""
     place = site.within(page, site.content)
-    if place is None or (page not in _chapters(site) and place != "SUMMARY.md"):
+    if place is None or (page not in chapters and place != "SUMMARY.md"):
         return ()
     folder, name = posixpath.split(place)
     stem = posixpath.splitext(name)[0]
     if stem.lower() not in {"readme", "index"}:
         return (f"/{posixpath.join(folder, stem)}.html",)
     return (f"/{posixpath.join(folder, 'index')}.html", posixpath.join("/", folder, ""))
-
-
-def _chapters(site: Site) -> frozenset[str]:
-    summary = posixpath.join(site.content, "SUMMARY.md")
-    facts = site.repository.facts(summary)
-    links = facts.links if facts is not None else ()
-    return frozenset(site.place(link.path, summary) for link in links if link.form == LINK)
 
 
 def _chapter(site: Site, link: Link, source: str) -> Resolution | None:
@@ -48,12 +80,16 @@ def _chapter(site: Site, link: Link, source: str) -> Resolution | None:
     page = at_address(site, site.address_of(stem + ".html", source))
     if page is not None:
         return page
-    place = site.place(link.path.lstrip("/"), posixpath.join(site.content, "x") if link.path[0] == "/" else source)
+    place = site.place(
+        link.path.lstrip("/"), posixpath.join(site.content, "x") if link.path[0] == "/" else source
+    )
     if posixpath.basename(source) == "SUMMARY.md" and place in site.repository.files:
         # A chapter that Git ignores, or that is listed under another suffix.
         return found()
     if place in site.repository.files:
-        return nothing_because(site, link, source, f"SUMMARY.md does not list {place}, so the book has no page of it")
+        return nothing_because(
+            site, link, source, f"SUMMARY.md does not list {place}, so the book has no page of it"
+        )
     return None
 
 
@@ -78,9 +114,10 @@ def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
 RULES = Rules(
     kind=KIND,
     ways={"link": (itself, _listed, _chapter, page_at_address, outside_base, by_web_server)},
-    addresses=_addresses,
     not_copied=(".md",),
-    made={r"/(?:index\.html)?|/(?:print|toc|404)\.html|/searchindex.*|/(?:css|fonts|FontAwesome)/.*|/favicon.*": None},
+    made={
+        r"/(?:index\.html)?|/(?:print|toc|404)\.html|/searchindex.*|/(?:css|fonts|FontAwesome)/.*|/favicon.*": None
+    },
     slug=slugs.mdbook,
     compare=slugs.without_marks,
     custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
@@ -112,4 +149,10 @@ def make(repository: Repository, root: str) -> Site | None:
             rules = rules.changed(any_target=why, any_anchor=why, any_label=why)
     source = literals.get(book, "book", "src")
     content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else "src"))
-    return Site(rules, repository, root, "" if content == "." else content, path)
+    content = "" if content == "." else content
+    summary = posixpath.join(content, "SUMMARY.md")
+    facts = repository.facts(summary)
+    chapters = (Site.place(link.path, summary) for link in (facts.links if facts is not None else ()))
+    return Site(
+        rules.changed(addresses=partial(_addresses, frozenset(chapters))), repository, root, content, path
+    )

@@ -13,7 +13,9 @@ _LETTER = frozenset({"Lu", "Ll", "Lt", "Lm", "Lo"})
 
 def _kept(text: str, keeps: Callable[[str], bool], spaces: str = " ") -> str:
     """`text` with "-" for spaces, and without the characters that are neither kept nor "-"."""
-    return "".join("-" if char in spaces else char for char in text if char in spaces or char == "-" or keeps(char))
+    return "".join(
+        "-" if char in spaces else char for char in text if char in spaces or char == "-" or keeps(char)
+    )
 
 
 def github(text: str) -> str:
@@ -29,7 +31,9 @@ def gitlab(text: str) -> str:
 
 def hugo(text: str) -> str:
     """Hugo's `github`: letters, digits and "_"; so vowel signs, which are marks, are lost."""
-    kept = _kept(text.strip(), lambda char: char == "_" or unicodedata.category(char) in {*_LETTER, "Nd"}, " \t")
+    kept = _kept(
+        text.strip(), lambda char: char == "_" or unicodedata.category(char) in {*_LETTER, "Nd"}, " \t"
+    )
     return kept.lower() or "heading"
 
 
@@ -90,7 +94,9 @@ def mdbook(text: str) -> str:
     """mdBook's: letters and digits of all scripts, "_"; every white space becomes one "-"."""
     # What counts as a letter there takes most marks, but not viramas; `without_marks` makes the two equal.
     slug = _kept(
-        text.strip().lower(), lambda char: unicodedata.category(char)[0] in "LNM" or char == "_", " \t\n\r\u00a0"
+        text.strip().lower(),
+        lambda char: unicodedata.category(char)[0] in "LNM" or char == "_",
+        " \t\n\r\u00a0",
     )
     return slug or "section"
 

@@ -8,7 +8,7 @@ from collections.abc import Iterator
 
 from docmap.facts import Link
 from docmap.repository import Repository
-from docmap.sites.site import MISSING, Resolution, Site, at_address, doubtful, found, missing
+from docmap.sites.site import MISSING, Resolution, Site, at_address, doubtful, missing
 
 _SCHEME = re.compile(r"[a-zA-Z][a-zA-Z0-9+.-]*:|//")
 
@@ -65,14 +65,8 @@ def redirects_of(pairs: object) -> dict[str, str]:
     for old, new in pairs.items() if isinstance(pairs, dict) else ():
         if isinstance(old, str) and isinstance(new, str):
             old = "/" + old.lstrip("/")
-            new = new if is_elsewhere(new) else posixpath.normpath(posixpath.join(posixpath.dirname(old), new))
+            new = (
+                new if is_elsewhere(new) else posixpath.normpath(posixpath.join(posixpath.dirname(old), new))
+            )
             redirects[old] = new
     return redirects
-
-
-def existing(site: Site, *places: str) -> Resolution | None:
-    """The first of these paths of the repository at which a file lies."""
-    for place in map(posixpath.normpath, places):
-        if place in site.repository.files:
-            return found(place) if place in site.pages else found()
-    return None
