@@ -13,7 +13,10 @@ from urllib.parse import quote_from_bytes
 
 from quarnel.models import Symbol
 
-from docmap.checking import Checker, Page
+from docmap.checking import Checked
+from docmap.facts import Facts, Section
+from docmap.judge import BROKEN
+from docmap.reading import parse, sections_of
 
 INDEXES = "index", "_index", "readme"
 # All paragraphs of a folder together: of more than that, each is cut shorter, so that the page stays small.
@@ -23,6 +26,9 @@ _CUTS = 600, 300, 200, 140, 100, 70, 40
 _ATTRIBUTES = re.compile(r"(?<!\s)\s*\{:?\s*[#.][^{}]*\}\s*$")
 # A link whose text holds code stands in a paragraph as it was written.
 _LINK = re.compile(r"!?\[([^\[\]]*)\]\([^()\s]*\)")
+_MARKUP = re.compile(r"[\\`*_\[\]<&~{]")
+# The first paragraph of a document is looked for in so many characters.
+_FAR_ENOUGH = 4000
 # Names that say nothing of what a folder is about.
 _NO_TITLES = frozenset({"", "docs", "documentation", "home", "index", "introduction", "overview", "readme", "welcome"})
 _NO_NAMES = _NO_TITLES | {"book", "content", "doc", "en", "guide", "pages", "site", "source", "src", "website", "wiki"}
@@ -54,7 +60,9 @@ class Described(NamedTuple):
     path: str
     # What names the document: front matter or its only heading of level 1; None for neither.
     title: str | None
-    sections: Sequence[Symbol]
+    # The first paragraph, "" for none.
+    text: str
+    sections: Sequence[Section]
     # The line of each link that leads to another document, and that document's path.
     links: Sequence[tuple[int, str]]
     problems: Sequence[Problem]
@@ -90,19 +98,55 @@ class FolderMap(TypedDict):
     documents: list[DocumentEntry]
 
 
-def described(pages: Sequence[Page], checker: Checker) -> list[Described]:
-    """Return what a checked folder's documents say and where their links lead."""
+def described(checked: Checked, folder: str) -> list[Described]:
+    """Return what the checked documents say and where their links lead; `folder`: theirs, in the repository."""
+    below = len(folder) + 1 if folder else 0
     result = []
-    for page in pages:
-        path = checker.path_of(page)
-        links = []
-        for link in page.document.links:
-            target = checker.leads_to(link, path)
-            if target is not None and target != path:
-                links.append((link.line, target))
-        problems = [Problem(f.line, f.target, f.message, f.suggestion) for f in checker.findings(page)]
-        result.append(Described(path, page.document.title, page.document.sections, links, problems))
+    for path in checked.documents:
+        facts = checked.repository.facts(path)
+        if facts is None:
+            continue
+        judged = ((each.link.line, each.page) for each in checked.judge.judged(path) if each.page is not None)
+        links = [(line, page[below:]) for line, page in judged if page != path and page.startswith(folder)]
+        problems = [
+            Problem(
+                f.line,
+                f.target,
+                f.message.replace(f" in {folder}/", " in ") if folder else f.message,
+                f.suggestion,
+                None if f.degree == BROKEN else f.decided_by,
+            )
+            for f in checked.findings(path)
+        ]
+        sections = checked.sections(path)
+        text = next((section.docstring for section in sections[:1] if section.docstring), None)
+        if text is None and not any(section.docstring for section in sections):
+            text = _first_paragraph(checked.repository.text(path) or "", facts)
+        # The text of a heading is plain; front matter may hold markup.
+        title = facts.title if "title" not in facts.fields else _plain(facts.title)
+        result.append(Described(path[below:], title, text or "", sections, links, problems))
     return result
+
+
+def _plain(title: str | None) -> str | None:
+    """A title of front matter as a reader sees it."""
+    if title is None or _MARKUP.search(title) is None:
+        return title
+    sections = _outlined(f"# {' '.join(title.split())}\n")
+    return sections[0].name if sections else title
+
+
+def _first_paragraph(text: str, facts: Facts) -> str | None:
+    """The first paragraph of a document that has none below a heading."""
+    if facts.front_matter is not None:
+        text = text[text.find(facts.front_matter) + len(facts.front_matter) :].partition("\n")[2]
+    # The engine gives the paragraph below a heading, so it gets a heading above.
+    sections = _outlined(f"# Title\n\n{text[:_FAR_ENOUGH]}\n")
+    return sections[0].docstring if sections else None
+
+
+def _outlined(text: str) -> list[Symbol]:
+    return sections_of(parse(text), text, "")
 
 
 def folder_map(
@@ -157,8 +201,7 @@ def _entry(document: Described, numbers: dict[str, int], longest: int) -> Docume
     # Every folder may have an index; the name of the folder tells them apart.
     entry["title"] = title or (folder if folder and stem.casefold() in INDEXES else stem)
     sections = list(_sections(document.sections, longest))
-    # The section that is the document itself; its paragraph is the document's.
-    entry["text"] = _cut(document.sections[0].docstring or "", longest) if document.sections else ""
+    entry["text"] = _cut(document.text, longest)
     entry["sections"] = sections
     targets: dict[str, list[int]] = {}
     for line, target in document.links:
@@ -172,7 +215,7 @@ def _entry(document: Described, numbers: dict[str, int], longest: int) -> Docume
     return entry
 
 
-def _sections(sections: Iterable[Symbol], longest: int) -> Iterator[list[int | str]]:
+def _sections(sections: Iterable[Section], longest: int) -> Iterator[list[int | str]]:
     # Line ranges nest as the sections do, so they alone say which section holds which.
     ends: list[int] = []
     for number, section in enumerate(sections):
