@@ -424,7 +424,7 @@ HOSTILE = '</script><!--<script></noscript><img src=x onerror="window.struck=1">
 def test_documents_start_nothing_and_show_as_written(opened):
     name = '<img src=x onerror="window.struck=1">&lt;b&gt;.md'
     link = "<img src=x onerror=window.struck=1>.md"
-    quoted = lambda text: text.replace("<", "%3C").replace(">", "%3E").replace(" ", "%20")  # noqa: E731
+    quoted = lambda text: text.replace("<", "%3C").replace(">", "%3E").replace(" ", "%20").replace("&", "%26")  # noqa: E731
     # In code the name of a heading keeps its tags.
     browser = opened({
         name: f"# `{HOSTILE}`\n\n[a](<{quoted(link)}>)\n\n## ${{policy}} $$\n",

@@ -42,7 +42,8 @@ for (const each of documents) {
 }
 
 const isBelow = (folder, above) => above === "" || folder === above || folder.startsWith(`${above}/`);
-const isIsolated = (each) => each.into.size === 0 && each.out.size === 0;
+// What is in no link is listed, not drawn; a broken link is one.
+const isIsolated = (each) => each.into.size === 0 && each.out.size === 0 && each.broken.length === 0;
 // Many links lead to what is central; among equals, the document that says more.
 const byImportance = (one, other) => other.into.size - one.into.size || other.out.size - one.out.size;
 const sum = (list, value) => list.reduce((total, each) => total + value(each), 0);

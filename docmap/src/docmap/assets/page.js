@@ -58,13 +58,13 @@ function drawPicture({ each, folder, map: isMap }) {
   find("near").disabled = !each;
   if (isMap) {
     const { linked, drawn, isolated } = picture.showMap(each ? "" : folder, each);
-    const some = drawn < linked ? `The ${drawn.toLocaleString()} most linked of ${plural(linked, "linked document")}` : plural(linked, "linked document");
+    const some = drawn < linked ? `The ${drawn.toLocaleString()} most linked of ${plural(linked, "document")} with links` : `${plural(linked, "document")} with links`;
     const rest = isolated ? `; ${isolated.toLocaleString()} without links ${isolated === 1 ? "is" : "are"} listed, not drawn` : "";
     const lines = drawn > CROWD ? " Thick lines sum up links between folders; point at a mark for all of its own." : "";
     say(drawn ? `${some}${rest}.${lines}` : `Nothing to draw: no document links to another.`);
   } else {
     picture.showNear(each);
-    say(isIsolated(each) ? "No document links here, and this one links to none." : "Arrows show which document links to which.");
+    say(each.into.size + each.out.size === 0 ? "No document links here, and this one links to none." : "Arrows show which document links to which.");
   }
   const shapesShown = new Set(picture.nodes.map(({ shape, kind }) => (kind === "folder" ? "region" : shape)));
   if (each) shapesShown.add("chosen");
