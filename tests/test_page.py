@@ -1,6 +1,5 @@
 """`docmap page`: what the page holds, how it reads and works in a real browser, and that documents cannot start anything."""
 
-import html
 import importlib.util
 import json
 import re
@@ -139,7 +138,7 @@ def luminance(colour):
     return 0.2126 * linear[0] + 0.7152 * linear[1] + 0.0722 * linear[2]
 
 
-BACKGROUNDS = "back raised chosen region".split()
+BACKGROUNDS = ["back", "raised", "chosen", "region"]
 
 
 @pytest.mark.parametrize(
@@ -152,7 +151,10 @@ BACKGROUNDS = "back raised chosen region".split()
 )  # fmt: skip
 def test_contrast(colour, others, least):
     style = (resources.files("docmap") / "assets" / "page.css").read_text()
-    themes = [dict(re.findall(r"--(\w+): (#\w{6})", block)) for block in re.findall(r"\{([^{}]*--back:[^{}]*)\}", style)]
+    themes = [
+        dict(re.findall(r"--(\w+): (#\w{6})", block))
+        for block in re.findall(r"\{([^{}]*--back:[^{}]*)\}", style)
+    ]
     assert len(themes) == 3 and themes[1] == themes[2]
     for theme in themes:
         for other in others:
@@ -204,7 +206,9 @@ def reading(browser):
 
 
 def focused(browser):
-    return browser.switch_to.active_element.get_attribute("aria-label") or browser.switch_to.active_element.text
+    return (
+        browser.switch_to.active_element.get_attribute("aria-label") or browser.switch_to.active_element.text
+    )
 
 
 def press(browser, *keys):
@@ -217,7 +221,14 @@ def test_a_folder_and_a_document_are_described(opened):
     browser = opened(FOLDER)
     assert browser.title == "Handbook – map of 5 documents" and texts(browser, "h1") == ["Handbook"]
     text = reading(browser)
-    for said in ("All that we know", "1 broken link in 1 document", "Start", "linked from 2", "Not linked", "lone"):
+    for said in (
+        "All that we know",
+        "1 broken link in 1 document",
+        "Start",
+        "linked from 2",
+        "Not linked",
+        "lone",
+    ):
         assert said in text
     browser.find_element(By.LINK_TEXT, "Start").click()
     assert browser.title == "Start – Handbook" and focused(browser) == "Start"
@@ -250,9 +261,16 @@ def test_every_line_is_a_link_by_the_template(opened, tmp_path, template, addres
 @in_browser
 def test_the_picture_shows_the_folder_then_the_neighbours(opened):
     browser = opened(FOLDER)
-    assert len(texts(browser, "#graph .node.document:not(.broken)")) == 3 and len(texts(browser, "#graph .node.broken")) == 1
+    assert (
+        len(texts(browser, "#graph .node.document:not(.broken)")) == 3
+        and len(texts(browser, "#graph .node.broken")) == 1
+    )
     assert "1 without links is listed" in texts(browser, "#shown")[0]
-    assert texts(browser, "#legend li") == ["document; larger: more documents link to it", "document with broken links", "folder"]
+    assert texts(browser, "#legend li") == [
+        "document; larger: more documents link to it",
+        "document with broken links",
+        "folder",
+    ]
     node = browser.find_element(By.CSS_SELECTOR, 'svg .node[aria-label^="Props"]')
     webdriver.ActionChains(browser).move_to_element(node).perform()
     faded = "return [...document.querySelectorAll('#graph .node.document')].filter((n) => getComputedStyle(n).opacity < 1).length"
@@ -261,7 +279,9 @@ def test_the_picture_shows_the_folder_then_the_neighbours(opened):
     assert sorted(texts(browser, "#graph text:not(.caption)")) == ["Handbook", "Start", "gone.md"]
     assert len(texts(browser, "#graph .node.missing")) == 1 and focused(browser).startswith("Handbook")
     browser.find_element(By.ID, "whole").click()
-    assert len(texts(browser, "#graph .node.document")) == 4 and len(texts(browser, "#graph .node.chosen")) == 1
+    assert (
+        len(texts(browser, "#graph .node.document")) == 4 and len(texts(browser, "#graph .node.chosen")) == 1
+    )
 
 
 def many(count, folder="part{}"):
@@ -356,7 +376,9 @@ def test_a_narrow_screen_scrolls_freely_and_choosing_shows_the_details(opened):
     browser.find_element(By.ID, "to-picture").click()
     mark = browser.find_element(By.CSS_SELECTOR, "#graph .node.document")
     browser.execute_script("arguments[0].dispatchEvent(new MouseEvent('click', {bubbles: true}))", mark)
-    top = browser.execute_async_script("setTimeout(() => arguments[0](document.querySelector('h2').getBoundingClientRect().top), 100)")
+    top = browser.execute_async_script(
+        "setTimeout(() => arguments[0](document.querySelector('h2').getBoundingClientRect().top), 100)"
+    )
     assert 0 <= top < 450 and browser.execute_script(wide) == 320
     browser.get(browser.current_url.split("#")[0] + "#document=index.md")
     assert len(texts(browser, "h2")[0]) < 200
@@ -388,9 +410,13 @@ def test_without_scripts_the_outline_is_there(opened, browser):
         tree = browser.execute_cdp_cmd("Accessibility.getFullAXTree", {})["nodes"]
     finally:
         browser.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": False})
-    names = {(node["role"]["value"], node.get("name", {}).get("value")) for node in tree if not node["ignored"]}
+    names = {
+        (node["role"]["value"], node.get("name", {}).get("value")) for node in tree if not node["ignored"]
+    }
     assert ("DisclosureTriangle", "Handbook/ (2)") in names and ("DisclosureTriangle", "Handbook") in names
-    outline = re.search(r"<noscript>(.*?)</noscript>", (Path(browser.current_url[7:])).read_text(), re.DOTALL)[1]
+    outline = re.search(
+        r"<noscript>(.*?)</noscript>", (Path(browser.current_url[7:])).read_text(), re.DOTALL
+    )[1]
     for tag in ("details", "summary", "ul", "li", "a", "p"):
         assert len(re.findall(rf"<{tag}\b", outline)) == outline.count(f"</{tag}>") > 0
     assert '<a href="./docs/guide/start.md#L9">Linux</a>' in outline and "With two" not in outline

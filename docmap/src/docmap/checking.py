@@ -4,12 +4,12 @@ from __future__ import annotations
 
 import os
 from collections.abc import Callable, Generator, Iterator, Sequence
-from dataclasses import dataclass
+from dataclasses import replace
 
 from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
 from docmap.facts import Facts, Section
-from docmap.judge import Finding, Judge
+from docmap.judge import Finding, Judge, Judgement
 from docmap.repository import Repository
 from docmap.sites import find_sites, kinds
 from docmap.sites.site import Site
@@ -137,17 +137,25 @@ class Checked:
 
     # --- Results ---
 
-    def findings(self, path: str) -> Iterator[Finding]:
-        """What is wrong with the links of one document and is neither ignored by a setting nor in the text."""
+    def judged(self, path: str) -> Iterator[Judgement]:
+        """What becomes of each link of one document; without findings that a setting or the text ignores."""
         facts = self.judge.site_of(path).facts(path)
         if facts is None:
             return
         ignored = [span for span in facts.spans if span.kind == "ignore"]
-        for finding in self.judge.findings(path):
-            if any(span.first <= finding.line <= span.last for span in ignored):
-                continue
-            if not self.config.ignores((finding.target,)):
-                yield finding
+        for judgement in self.judge.judged(path):
+            finding = judgement.finding
+            if finding is not None:
+                in_text = any(span.first <= finding.line <= span.last for span in ignored)
+                if in_text or self.config.ignores((finding.target,)):
+                    judgement = replace(judgement, finding=None)
+            yield judgement
+
+    def findings(self, path: str) -> Iterator[Finding]:
+        """What is wrong with the links of one document and is not ignored."""
+        for judgement in self.judged(path):
+            if judgement.finding is not None:
+                yield judgement.finding
 
     def sections(self, path: str) -> list[Section]:
         """The sections of a document that was read; without `with_sections` there are none."""

@@ -243,7 +243,7 @@ def page(
     open_page: Annotated[bool, typer.Option("--open", help="Open the page in a browser.")] = False,
     jobs: Jobs = None,
 ) -> None:
-    """Write one HTML page that shows what is in a folder: documents, search, picture of links, broken links."""
+    """Write one HTML page that shows what is in a folder: documents, search, a picture of links, faults."""
     from docmap.folder_map import described, folder_map
     from docmap.page import LibraryMissingError, how_to_install, render
 

@@ -19,9 +19,10 @@ from docmap.judge import BROKEN
 from docmap.reading import parse, sections_of
 
 INDEXES = "index", "_index", "readme"
-# All paragraphs of a folder together: of more than that, each is cut shorter, so that the page stays small.
-MOST_TEXT = 1_200_000
-_CUTS = 600, 300, 200, 140, 100, 70, 40
+# The page stays small: first paragraphs are cut to the first of these lengths by which all, those of
+# documents and those of sections apart, have no more characters than this.
+MOST_TEXT = 700_000
+_CUTS = 600, 400, 300, 200, 140, 100, 60, 0
 # An attribute list at the end of a heading: `{#id}`, `{: .class}`.
 _ATTRIBUTES = re.compile(r"(?<!\s)\s*\{:?\s*[#.][^{}]*\}\s*$")
 # A link whose text holds code stands in a paragraph as it was written.
@@ -30,8 +31,23 @@ _MARKUP = re.compile(r"[\\`*_\[\]<&~{]")
 # The first paragraph of a document is looked for in so many characters.
 _FAR_ENOUGH = 4000
 # Names that say nothing of what a folder is about.
-_NO_TITLES = frozenset({"", "docs", "documentation", "home", "index", "introduction", "overview", "readme", "welcome"})
-_NO_NAMES = _NO_TITLES | {"book", "content", "doc", "en", "guide", "pages", "site", "source", "src", "website", "wiki"}
+_NO_TITLES = frozenset(
+    {"", "about", "docs", "documentation", "getting started", "home", "index", "install", "installation",
+     "introduction", "overview", "readme", "welcome"}
+)  # fmt: skip
+_NO_NAMES = _NO_TITLES | {
+    "book",
+    "content",
+    "doc",
+    "en",
+    "guide",
+    "pages",
+    "site",
+    "source",
+    "src",
+    "website",
+    "wiki",
+}
 # Where site generators are told the name of a site.
 _SITE_NAMES = {
     "mkdocs.yml": r"^site_name:\s*(.+?)\s*$",
@@ -86,7 +102,7 @@ class DocumentEntry(TypedDict, total=False):
 
 
 class FolderMap(TypedDict):
-    """A folder: its title, the index of the document that introduces it, how files are addressed, all documents."""
+    """A folder: its title, the index of the document that introduces it, and all documents."""
 
     title: str
     home: int | None
@@ -99,32 +115,30 @@ class FolderMap(TypedDict):
 
 
 def described(checked: Checked, folder: str) -> list[Described]:
-    """Return what the checked documents say and where their links lead; `folder`: theirs, in the repository."""
+    """Return what the checked documents say and link to; `folder`: theirs in the repository."""
     below = len(folder) + 1 if folder else 0
     result = []
     for path in checked.documents:
         facts = checked.repository.facts(path)
         if facts is None:
             continue
-        judged = ((each.link.line, each.page) for each in checked.judge.judged(path) if each.page is not None)
-        links = [(line, page[below:]) for line, page in judged if page != path and page.startswith(folder)]
-        problems = [
-            Problem(
-                f.line,
-                f.target,
-                f.message.replace(f" in {folder}/", " in ") if folder else f.message,
-                f.suggestion,
-                None if f.degree == BROKEN else f.decided_by,
-            )
-            for f in checked.findings(path)
-        ]
+        links = []
+        problems = []
+        for judgement in checked.judged(path):
+            page, finding = judgement.page, judgement.finding
+            if page is not None and page != path and page.startswith(folder):
+                links.append((judgement.link.line, page[below:]))
+            if finding is not None:
+                message = finding.message.replace(f" in {folder}/", " in ") if folder else finding.message
+                doubt = None if finding.degree == BROKEN else finding.decided_by
+                problems.append(Problem(finding.line, finding.target, message, finding.suggestion, doubt))
         sections = checked.sections(path)
-        text = next((section.docstring for section in sections[:1] if section.docstring), None)
-        if text is None and not any(section.docstring for section in sections):
-            text = _first_paragraph(checked.repository.text(path) or "", facts)
+        text = (sections[0].docstring if sections else None) or _first_paragraph(
+            checked.repository.text(path) or "", facts
+        )
         # The text of a heading is plain; front matter may hold markup.
         title = facts.title if "title" not in facts.fields else _plain(facts.title)
-        result.append(Described(path[below:], title, text or "", sections, links, problems))
+        result.append(Described(path[below:], title, text, sections, links, problems))
     return result
 
 
@@ -136,13 +150,27 @@ def _plain(title: str | None) -> str | None:
     return sections[0].name if sections else title
 
 
-def _first_paragraph(text: str, facts: Facts) -> str | None:
-    """The first paragraph of a document that has none below a heading."""
+def _first_paragraph(text: str, facts: Facts) -> str:
+    """The first paragraph of a document that has none below its first heading: the first anywhere."""
     if facts.front_matter is not None:
         text = text[text.find(facts.front_matter) + len(facts.front_matter) :].partition("\n")[2]
-    # The engine gives the paragraph below a heading, so it gets a heading above.
-    sections = _outlined(f"# Title\n\n{text[:_FAR_ENOUGH]}\n")
-    return sections[0].docstring if sections else None
+    nodes = [parse(text[:_FAR_ENOUGH] + "\n")]
+    tries = 6
+    while nodes and tries:
+        node = nodes.pop()
+        if node.type != "paragraph":
+            if node.type != "html_block":
+                nodes.extend(reversed(node.children))
+            continue
+        tries -= 1
+        lines = (node.text or b"").decode("utf-8", "replace").split("\n")
+        # The engine gives the paragraph below a heading, so it gets a heading above.
+        sections = _outlined("# Title\n\n" + "\n".join(line.lstrip("> \t") for line in lines) + "\n")
+        found = sections[0].docstring if len(sections) == 1 else None
+        # A badge or an image leaves a word or two.
+        if found and (len(found) > 30 or found.endswith((".", "!", "?", ":"))):
+            return found
+    return ""
 
 
 def _outlined(text: str) -> list[Symbol]:
@@ -154,8 +182,9 @@ def folder_map(
 ) -> FolderMap:
     """Return the data of the page of the folder `root`; `title`, `link`, `base`: see `FolderMap`."""
     numbers = {document.path: number for number, document in enumerate(documents)}
-    longest = _cut_for(documents)
-    entries = [_entry(document, numbers, longest) for document in documents]
+    of_documents = _cut_for([document.text for document in documents])
+    of_sections = _cut_for([s.docstring for document in documents for s in document.sections if s.docstring])
+    entries = [_entry(document, numbers, of_documents, of_sections) for document in documents]
     home = _home(documents)
     own = None if home is None else documents[home].title
     whole = link is not None and not re.match(r"https?:|[^:]*$", link.partition("{")[0])
@@ -170,7 +199,7 @@ def folder_map(
 
 
 def shown(text: str) -> str:
-    """Return `text` with signs for what would be obeyed instead of shown: control and direction characters."""
+    """Return `text` with signs for what would be obeyed, not shown: control and direction characters."""
     return text if text.isascii() and text.isprintable() else "".join(map(_sign, text))
 
 
@@ -181,7 +210,7 @@ def _sign(character: str) -> str:
     kind = unicodedata.category(character)
     if kind == "Cs":
         return "\ufffd"
-    # Joiners are letters of some scripts and of emoji; other characters of form direct what stands beside them.
+    # Joiners are letters of some scripts and of emoji; other format characters direct the text beside.
     if kind == "Cc" or (kind == "Cf" and character not in "\u200c\u200d\u00ad"):
         return f"[U+{code:04X}]"
     return character
@@ -191,18 +220,20 @@ def _name(text: str) -> str:
     return shown(_ATTRIBUTES.sub("", text).strip())
 
 
-def _entry(document: Described, numbers: dict[str, int], longest: int) -> DocumentEntry:
+def _entry(document: Described, numbers: dict[str, int], of_document: int, of_section: int) -> DocumentEntry:
     path = shown(document.path)
     entry = DocumentEntry(path=path)
     if path != document.path:
         entry["href"] = quote_from_bytes(os.fsencode(document.path))
-    stem, folder = posixpath.splitext(posixpath.basename(path))[0], posixpath.basename(posixpath.dirname(path))
+    stem, folder = (
+        posixpath.splitext(posixpath.basename(path))[0],
+        posixpath.basename(posixpath.dirname(path)),
+    )
     title = _name(document.title or "")
     # Every folder may have an index; the name of the folder tells them apart.
     entry["title"] = title or (folder if folder and stem.casefold() in INDEXES else stem)
-    sections = list(_sections(document.sections, longest))
-    entry["text"] = _cut(document.text, longest)
-    entry["sections"] = sections
+    entry["text"] = _cut(document.text, of_document)
+    entry["sections"] = list(_sections(document.sections, of_section))
     targets: dict[str, list[int]] = {}
     for line, target in document.links:
         if target in numbers:
@@ -222,7 +253,7 @@ def _sections(sections: Iterable[Section], longest: int) -> Iterator[list[int | 
         while ends and ends[-1] < section.start_line:
             ends.pop()
         row: list[int | str] = [len(ends), _name(section.name), section.start_line, section.end_line]
-        if section.docstring and number:
+        if section.docstring and number and longest:
             row.append(_cut(section.docstring, longest))
         yield row
         ends.append(section.end_line)
@@ -231,18 +262,20 @@ def _sections(sections: Iterable[Section], longest: int) -> Iterator[list[int | 
 def _cut(text: str, longest: int) -> str:
     if "](" in text:
         text = _LINK.sub(r"\1", text)
-    return shown(text if len(text) <= longest else text[: longest - 1].rstrip() + "…")
+    return shown(text if len(text) <= longest else text[: longest - 1].rstrip() + "…") if longest else ""
 
 
-def _cut_for(documents: Sequence[Described]) -> int:
-    lengths = [len(s.docstring) for document in documents for s in document.sections if s.docstring]
-    fitting = (cut for cut in _CUTS if sum(min(cut, length) for length in lengths) <= MOST_TEXT)
-    return next(fitting, _CUTS[-1])
+def _cut_for(texts: Sequence[str]) -> int:
+    return next(cut for cut in _CUTS if sum(min(cut, len(text)) for text in texts) <= MOST_TEXT)
 
 
 def _home(documents: Sequence[Described]) -> int | None:
     """The index or README of the outermost folder that has one above all documents."""
-    above = posixpath.commonpath([posixpath.dirname(document.path) for document in documents]) if documents else ""
+    above = (
+        posixpath.commonpath([posixpath.dirname(document.path) for document in documents])
+        if documents
+        else ""
+    )
     folders = [above]
     while folders[-1]:
         folders.append(posixpath.dirname(folders[-1]))

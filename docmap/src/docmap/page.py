@@ -27,8 +27,10 @@ _LOADER = """const require = { defined: () => false };
 const define = (name, needs, make) => make(window.d3 = {});
 """
 _SCRIPTS = "model.js", "search.js", "tree.js", "picture.js", "reading.js", "page.js"
-# Without scripts, no more than this many sections in all are listed below their documents.
-_MOST_OUTLINED = 20_000
+# Without scripts: no more sections than this are listed, the outermost; first paragraphs, where no more documents
+# than this are there.
+_MOST_OUTLINED = 6_000
+_MOST_WITH_TEXT = 1_500
 
 
 class LibraryMissingError(Exception):
@@ -37,7 +39,11 @@ class LibraryMissingError(Exception):
 
 def how_to_install() -> str:
     """The command that installs the drawing library for the interpreter that runs this."""
-    wanted = [need.partition(";")[0].strip() for need in metadata.requires("docmap") or () if need.startswith(_CARRIER)]
+    wanted = [
+        need.partition(";")[0].strip()
+        for need in metadata.requires("docmap") or ()
+        if need.startswith(_CARRIER)
+    ]
     installer = [sys.executable, "-m", "pip"] if find_spec("pip") else ["uv", "pip"]
     more = [] if find_spec("pip") else ["--python", sys.executable]
     return shlex.join([*installer, "install", *more, *(wanted or [_CARRIER])])
@@ -102,11 +108,13 @@ def _outline(folder: FolderMap) -> Iterator[str]:
     for entry in folder["documents"]:
         by_folder.setdefault(posixpath.dirname(entry["path"]), []).append(entry)
     for path, entries in by_folder.items():
-        # Only the way into the folder is open at first.
-        yield f"<details{'' if path else ' open'}><summary>{html.escape(path or folder['title'])}/ ({len(entries)})</summary>"
+        # Only the folder itself is open at first.
+        state, name = ("", path) if path else (" open", folder["title"])
+        yield f"<details{state}><summary>{html.escape(name)}/ ({len(entries)})</summary>"
         for entry in entries:
-            yield f"<details><summary>{html.escape(entry['title'][:300])}</summary>{_linked(folder, entry, 1, entry['path'])}"
-            if entry["text"]:
+            yield f"<details><summary>{html.escape(entry['title'][:300])}</summary>"
+            yield _linked(folder, entry, 1, entry["path"])
+            if entry["text"] and len(folder["documents"]) <= _MOST_WITH_TEXT:
                 yield f"<p>{html.escape(entry['text'])}</p>"
             yield from _section_list(folder, entry, deepest)
             yield "</details>"
