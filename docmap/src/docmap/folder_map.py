@@ -25,8 +25,14 @@ MOST_TEXT = 700_000
 _CUTS = 600, 400, 300, 200, 140, 100, 60, 0
 # An attribute list at the end of a heading: `{#id}`, `{: .class}`.
 _ATTRIBUTES = re.compile(r"(?<!\s)\s*\{:?\s*[#.][^{}]*\}\s*$")
-# A link whose text holds code stands in a paragraph as it was written.
-_LINK = re.compile(r"!?\[([^\[\]]*)\]\([^()\s]*\)")
+# What the engine leaves in a paragraph: links whose text holds code, images by reference, references.
+_IMAGE = re.compile(r"!\[[^\[\]]*\](?:\([^()]*\)|\[[^\[\]]*\])")
+_LINK = re.compile(r"\[([^\[\]]*)\](?:\([^()\s]*\)|\[[^\[\]]*\])")
+_LABEL = re.compile(r"\[([^\[\]]+)\]")
+# Directives of site generators are paragraphs to the grammar.
+_DIRECTIVE = re.compile(r":::|!!!|\{[%{<]|\{\w+\}")
+# Outside ASCII other signs end a sentence.
+_SENTENCE_END = re.compile(r"[.!?:\u0080-\U0010ffff]['\")\]]*$")
 _MARKUP = re.compile(r"[\\`*_\[\]<&~{]")
 # The first paragraph of a document is looked for in so many characters.
 _FAR_ENOUGH = 4000
@@ -132,10 +138,15 @@ def described(checked: Checked, folder: str) -> list[Described]:
                 message = finding.message.replace(f" in {folder}/", " in ") if folder else finding.message
                 doubt = None if finding.degree == BROKEN else finding.decided_by
                 problems.append(Problem(finding.line, finding.target, message, finding.suggestion, doubt))
-        sections = checked.sections(path)
-        text = (sections[0].docstring if sections else None) or _first_paragraph(
-            checked.repository.text(path) or "", facts
-        )
+        labels = frozenset(facts.labels)
+        sections = [
+            section._replace(docstring=_prose(section.docstring, labels)) if section.docstring else section
+            for section in checked.sections(path)
+        ]
+        text = (sections[0].docstring if sections else None) or ""
+        # What is no sentence may be badges, and the first paragraph comes after.
+        if _SENTENCE_END.search(text) is None:
+            text = _first_paragraph(checked.repository.text(path) or "", facts, labels) or text
         # The text of a heading is plain; front matter may hold markup.
         title = facts.title if "title" not in facts.fields else _plain(facts.title)
         result.append(Described(path[below:], title, text, sections, links, problems))
@@ -150,8 +161,8 @@ def _plain(title: str | None) -> str | None:
     return sections[0].name if sections else title
 
 
-def _first_paragraph(text: str, facts: Facts) -> str:
-    """The first paragraph of a document that has none below its first heading: the first anywhere."""
+def _first_paragraph(text: str, facts: Facts, labels: frozenset[str]) -> str:
+    """The first paragraph that is a sentence, wherever it stands."""
     if facts.front_matter is not None:
         text = text[text.find(facts.front_matter) + len(facts.front_matter) :].partition("\n")[2]
     nodes = [parse(text[:_FAR_ENOUGH] + "\n")]
@@ -164,13 +175,23 @@ def _first_paragraph(text: str, facts: Facts) -> str:
             continue
         tries -= 1
         lines = (node.text or b"").decode("utf-8", "replace").split("\n")
+        raw = _IMAGE.sub("", "\n".join(line.lstrip("> \t") for line in lines))
         # The engine gives the paragraph below a heading, so it gets a heading above.
-        sections = _outlined("# Title\n\n" + "\n".join(line.lstrip("> \t") for line in lines) + "\n")
-        found = sections[0].docstring if len(sections) == 1 else None
-        # A badge or an image leaves a word or two.
-        if found and (len(found) > 30 or found.endswith((".", "!", "?", ":"))):
+        sections = _outlined(f"# Title\n\n{raw}\n")
+        found = _prose(sections[0].docstring or "", labels) if len(sections) == 1 else ""
+        if len(found) > 25 or _SENTENCE_END.search(found) is not None:
             return found
     return ""
+
+
+def _prose(text: str, labels: frozenset[str]) -> str:
+    """A paragraph as a reader sees it, without the brackets of links that the engine leaves in it."""
+    if _DIRECTIVE.match(text):
+        return ""
+    if "[" in text:
+        text = _LINK.sub(r"\1", _IMAGE.sub("", text))
+        text = _LABEL.sub(lambda link: link[1] if link[1].casefold() in labels else link[0], text)
+    return text.strip()
 
 
 def _outlined(text: str) -> list[Symbol]:
@@ -260,8 +281,6 @@ def _sections(sections: Iterable[Section], longest: int) -> Iterator[list[int | 
 
 
 def _cut(text: str, longest: int) -> str:
-    if "](" in text:
-        text = _LINK.sub(r"\1", text)
     return shown(text if len(text) <= longest else text[: longest - 1].rstrip() + "…") if longest else ""
 
 

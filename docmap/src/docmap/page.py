@@ -27,8 +27,8 @@ _LOADER = """const require = { defined: () => false };
 const define = (name, needs, make) => make(window.d3 = {});
 """
 _SCRIPTS = "model.js", "search.js", "tree.js", "picture.js", "reading.js", "page.js"
-# Without scripts: no more sections than this are listed, the outermost; first paragraphs, where no more documents
-# than this are there.
+# Without scripts no more sections than this are listed, the outermost; first paragraphs only where there are
+# no more documents than this.
 _MOST_OUTLINED = 6_000
 _MOST_WITH_TEXT = 1_500
 
@@ -92,7 +92,7 @@ def _inert(data: str) -> str:
     return data.replace("<", "\\u003c").replace(">", "\\u003e").replace("&", "\\u0026")
 
 
-# --- Without scripts -----------------------------------------------------------------------------------------
+# --- Without scripts --------------------------------------------------------------------------------
 
 
 def _outline(folder: FolderMap) -> Iterator[str]:

@@ -68,7 +68,7 @@ function sectionAt(each, line) {
 
 // The first paragraph of a document that says something: a few words alone are a badge or a caption.
 function firstParagraph(each) {
-  const texts = [each.text, ...each.sections.slice(0, 8).map(([, , , , text]) => text)].filter(Boolean);
+  const texts = [each.text, ...each.sections.slice(0, 3).map(([, , , , text]) => text)].filter(Boolean);
   return texts.find((text) => text.length > 30 || /[.!?:…]$/.test(text) || !/^[\x00-\x7f]*$/.test(text)) ?? texts[0] ?? "";
 }
 

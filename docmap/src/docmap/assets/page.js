@@ -187,8 +187,8 @@ find("whole").onclick = () => {
 };
 find("near").onclick = () => go({ document: placeInAddress().each.path });
 find("to-picture").onclick = () => {
+  find("whole").focus({ preventScroll: true });
   find("picture").scrollIntoView({ block: "start" });
-  picture.focusStop();
 };
 find("nearer").onclick = () => picture.zoomBy(1.4);
 find("farther").onclick = () => picture.zoomBy(1 / 1.4);
@@ -205,5 +205,5 @@ find("contents").onclick = () => showContents(find("tree").hidden);
 system.addEventListener("change", () => showTheme(stored.read()));
 closeContents();
 showTheme(stored.read());
-tree.openSome(28);
+tree.openSome(40, documents.length / 5);
 arrive();

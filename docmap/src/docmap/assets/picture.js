@@ -130,7 +130,7 @@ class Picture {
         const both = other.out.has(source.each);
         if (both && other.number < source.each.number) return;
         const regions = [source.region, node.get(other).region];
-        const crosses = regions[0] !== regions[1] && regions.every(({ label }) => label !== null);
+        const crosses = regions[0] !== regions[1];
         edges.push({ source, target: node.get(other), both, count: length, extra: nodes.length > CROWD && (index >= 1 || crosses) });
       });
     }
@@ -230,7 +230,10 @@ class Picture {
     const leftRoom = narrow ? Math.max(1, rows - 2 - Math.min(outs.length + missing.length, rightRoom + missing.length)) : rows;
     const centre = Object.assign(this.documentNode(chosen), { chosen: true, centre: true });
     centre.radius = Math.max(11, centre.radius);
-    const make = (side) => ([each, lines]) => Object.assign(this.documentNode(each), { side, count: lines.length });
+    const make = (side) => ([each, lines]) => {
+      const node = this.documentNode(each);
+      return Object.assign(node, { side, count: lines.length, radius: Math.min(9, node.radius) });
+    };
     const left = ins.slice(0, leftRoom).map(make("left"));
     const right = outs.slice(0, Math.max(1, rightRoom)).map(make("right"));
     const gone = missing.map(([target, same]) => ({
@@ -378,7 +381,7 @@ class Picture {
     const { width, height } = this.size();
     const { transform } = this;
     const at = (node) => transform.apply([node.x, node.y]);
-    const taken = this.nodes.filter(({ kind }) => kind !== "folder").map((node) => {
+    const taken = this.nodes.filter((node) => node.kind !== "folder" && (this.lit?.has(node) ?? true)).map((node) => {
       const [x, y] = at(node);
       return { node, box: [x - node.radius, y - node.radius, x + node.radius, y + node.radius] };
     });

@@ -146,13 +146,13 @@ class Tree {
     moves[event.key]();
   }
 
-  // Opens folders, the largest first, while no more than so many rows are seen.
-  openSome(most) {
+  // Opens folders of at least `least` documents, the largest first, while no more than `most` rows are seen.
+  openSome(most, least) {
     let seen = this.list.children.length;
     const closed = new Set(this.list.querySelectorAll("li.folder"));
     for (;;) {
       const [item] = [...closed].sort((one, other) => this.entries.get(other).size - this.entries.get(one).size);
-      if (!item) return;
+      if (!item || this.entries.get(item).size < least) return;
       closed.delete(item);
       const { length } = this.entries.get(item).children();
       if (seen + length > most) continue;
