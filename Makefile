@@ -38,9 +38,12 @@ page: ready $(STAMPS)/page  ## DOCS=folder: write docmap.html, a page that shows
 test: ready $(STAMPS)/test  ## run the tests (TESTS="tests/test_links.py -k title" for some of them)
 	@$(BIN)/python -m pytest $(TESTS)
 
-.PHONY: test-page test-examples
+.PHONY: test-page test-examples pictures
 test-page: ready $(STAMPS)/test $(STAMPS)/page  ## test the HTML page (browser tests need chromium and chromedriver)
 	@$(BIN)/python -m pytest -rs tests/test_page.py
+
+pictures: ready $(STAMPS)/page  ## make the pictures of README.md again (needs chromium and chromedriver)
+	@$(BIN)/python scripts/make-pictures
 
 test-examples: ready $(STAMPS)/test $(STAMPS)/examples  ## run the examples, one with Dask on two workers
 	@$(BIN)/python -m pytest -rs tests/test_examples.py

@@ -87,6 +87,22 @@ def test_titles(tmp_path, path, text, title):
 
 
 @pytest.mark.parametrize(
+    ("text", "first"),
+    [
+        ("---\ntitle: T\n---\n\nWith [`a`](b.md) and [c].\n\n# H\n\n[c]: d.md\n", "With a and c."),
+        (
+            "# H\n\n[![Badge](b.svg)](c) ![Other][o]\n\n> What it is about.\n\n[o]: p.svg\n",
+            "What it is about.",
+        ),
+        ("# H\n\n:::{grid} 1\n:::\n\n- A list.\n", "A list."),
+        ("No heading here.\n", "No heading here."),
+    ],
+)
+def test_first_paragraphs(tmp_path, text, first):
+    assert data_of(write_page(tmp_path, {"a.md": text}))[1]["a.md"]["text"] == first
+
+
+@pytest.mark.parametrize(
     ("files", "options", "title"),
     [
         pytest.param({"index.md": "# A book\n", "README.md": "# Not this\n"}, (), "A book", id="index"),
@@ -371,9 +387,15 @@ def test_a_narrow_screen_scrolls_freely_and_choosing_shows_the_details(opened):
     browser = opened(many(40) | {"index.md": f"# {'W' * 3_000}\n\n{'w' * 400}\n"}, width=320)
     wide = "return document.documentElement.scrollWidth"
     assert browser.execute_script(wide) == 320
-    touch = browser.execute_script("return getComputedStyle(document.querySelector('#graph')).touchAction")
-    assert touch == "pan-x pan-y"
     browser.find_element(By.ID, "to-picture").click()
+    before = browser.execute_script("return scrollY")
+    browser.execute_cdp_cmd("Emulation.setTouchEmulationEnabled", {"enabled": True})
+    for kind, at in (("Start", 300), ("Move", 350), ("Move", 400), ("Move", 450)):
+        touch = {"type": f"touch{kind}", "touchPoints": [{"x": 160, "y": at}]}
+        browser.execute_cdp_cmd("Input.dispatchTouchEvent", touch)
+    browser.execute_cdp_cmd("Input.dispatchTouchEvent", {"type": "touchEnd", "touchPoints": []})
+    browser.execute_cdp_cmd("Emulation.setTouchEmulationEnabled", {"enabled": False})
+    assert browser.execute_script("return scrollY") < before
     mark = browser.find_element(By.CSS_SELECTOR, "#graph .node.document")
     browser.execute_script("arguments[0].dispatchEvent(new MouseEvent('click', {bubbles: true}))", mark)
     top = browser.execute_async_script(

@@ -140,7 +140,7 @@ class Picture {
   // Regions find places beside those that they are linked with; then the documents, each inside its region.
   arrange(regions, nodes, width, height) {
     const total = Math.max(6, nodes.length);
-    const area = (0.42 * width * height) / total;
+    const area = Math.min(11000, (0.42 * width * height) / total);
     for (const region of regions) region.size = Math.sqrt((region.nodes.length * area) / Math.PI) + (regions.length > 1 ? 6 : 0);
     const between = new Map();
     for (const edge of this.edges) {

@@ -2,6 +2,7 @@
 
 const MOST_ROWS = 60;
 const LONG_TITLE = 140;
+const FEW_DOCUMENTS = 12;
 
 // A heading that may be too long to be shown whole.
 function title(text) {
@@ -135,11 +136,13 @@ class Reading {
     }
     const index = indexOf(folder);
     const name = folder === "" ? map.title : index?.title ?? lastName(folder);
-    const areas = areasOf(inside, folder, Infinity);
+    // A few documents are a list by themselves.
+    const few = inside.length <= FEW_DOCUMENTS;
+    const areas = few ? [] : areasOf(inside, folder, Infinity);
     const folders = areas.filter(({ label }) => label !== null);
-    const own = areas.find(({ label }) => label === null)?.members ?? [];
+    const own = few ? [...inside].sort(byImportance) : areas.find(({ label }) => label === null)?.members ?? [];
     const sections = sum(inside, (each) => each.sections.length);
-    const central = inside.filter((each) => each.into.size > 0 && each !== index).sort(byImportance).slice(0, 5);
+    const central = inside.filter((each) => !few && each.into.size > 1 && each !== index).sort(byImportance).slice(0, 5);
     const alone = inside.filter(isIsolated);
     const wrong = inside.filter((each) => each.broken.length).sort((one, other) => other.broken.length - one.broken.length);
     const links = sum(inside, (each) => sum([...each.out.values()], (lines) => lines.length));
@@ -152,15 +155,13 @@ class Reading {
         element("span", { className: "faint", textContent: facts.join(" · ") })),
       index && firstParagraph(index) ? element("p", { className: "lead", textContent: firstParagraph(index) }) : [],
       element("p", { className: "verdict" }, broken ? this.jump(`▲ ${plural(broken, "broken link")} in ${plural(wrong.length, "document")}`, "broken") : "✓ No broken links"),
-      list("Most linked documents", central, (each) => [this.toDocument(each),
-        element("span", { className: "line", textContent: ` linked from ${each.into.size.toLocaleString()}` }),
-        this.lead(each)], { note: "Start with these: most other documents link to them." }),
+      list("Most linked documents", central, (each) => this.described(each), { note: "Start with these: many documents link to them." }),
       list("Folders", folders, (part) => this.folderRow(part, folder), { most: 24 }),
       list("Documents with broken links", wrong, (each) => [this.toDocument(each),
         element("ul", {}, each.broken.slice(0, 3).map(({ line, message, suggestion }) => element("li", { className: "finding" },
           fileLink(each, line, `line ${line}`), `: ${message}`, suggestion ? `; did you mean ${suggestion}?` : "")),
         each.broken.length > 3 ? element("li", { className: "faint", textContent: `and ${each.broken.length - 3} more` }) : null)], { className: "broken", most: 10 }),
-      list(folders.length ? "Documents beside the folders" : "Documents", own.filter((each) => each !== index), (each) => [this.toDocument(each), this.lead(each)], { most: 30 }),
+      list(folders.length ? "Documents beside the folders" : "Documents", own.filter((each) => each !== index), (each) => this.described(each), { most: 30 }),
       list("Not linked", alone, (each) => [this.toDocument(each), element("span", { className: "line", textContent: ` ${each.path}` })],
         { note: "No document links to these, and they link to none.", folded: alone.length > 5 }),
     );
@@ -178,9 +179,13 @@ class Reading {
     return made;
   }
 
-  lead(each) {
+  described(each) {
     const text = firstParagraph(each);
-    return text ? element("p", { className: "faint", textContent: cut(text, 110) }) : null;
+    return [
+      this.toDocument(each),
+      each.into.size ? element("span", { className: "line", textContent: ` linked from ${each.into.size.toLocaleString()}` }) : null,
+      text ? element("p", { className: "faint", textContent: cut(text, 110) }) : null,
+    ];
   }
 
   folderRow({ folder, members }, above) {
