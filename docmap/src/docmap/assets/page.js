@@ -10,13 +10,13 @@ function hrefOf(place) {
   return `#${new URLSearchParams(Object.entries(place).filter(([, value]) => value))}`;
 }
 
-// What gets the focus when the page has arrived: "reading", "picture", or null to leave it where it is.
-let focusNext = null;
+// What is shown; the browser tells of a new address later, when it may have been shown already.
+let shownHash = null;
 
+// Goes to a place, given as such or as its address; then `focus` ("reading" or "picture") gets the focus.
 function go(place, focus = null) {
-  focusNext = focus;
-  if (location.hash === hrefOf(place) || (location.hash === "" && hrefOf(place) === "#")) arrive();
-  else location.hash = hrefOf(place);
+  location.hash = typeof place === "string" ? place : hrefOf(place);
+  arrive(focus);
 }
 
 function placeInAddress() {
@@ -25,7 +25,8 @@ function placeInAddress() {
   return { each, folder: each ? each.folder : given.get("folder") ?? "", line: Number(given.get("line")), map: !each || given.get("view") === "map" };
 }
 
-function arrive() {
+function arrive(focus = null) {
+  shownHash = location.hash;
   const place = placeInAddress();
   const { each, folder, line } = place;
   const name = each ? each.title : folder === "" ? null : indexOf(folder)?.title ?? lastName(folder);
@@ -36,10 +37,9 @@ function arrive() {
   tree.reveal(treeIds(each, folder, line));
   drawPicture(place);
   const lost = hadFocus && hadFocus !== document.body && !hadFocus.isConnected;
-  if (focusNext === "picture") picture.focusStop();
-  else if (focusNext === "reading" || lost) reading.focus();
+  if (focus === "picture") picture.focusStop();
+  else if (focus === "reading" || lost) reading.focus();
   else if (line) reading.pane.querySelector(".here")?.scrollIntoView({ block: "center" });
-  focusNext = null;
 }
 
 // --- the picture -------------------------------------------------------------------------------------------------
@@ -176,11 +176,15 @@ find("counts").append(
   element("span", { className: brokenCount ? "bad" : "", textContent: brokenCount ? `${plural(brokenCount, "broken link")}` : "no broken links" }));
 
 find("skip").addEventListener("click", (event) => { event.preventDefault(); reading.focus(); });
-// A link of the reading is followed as the address says; what it shows is then read from its beginning.
-find("reading").addEventListener("click", (event) => {
-  if (event.target.closest("a")?.getAttribute("href").startsWith("#")) focusNext = "reading";
-});
-find("home").addEventListener("click", () => { focusNext = "reading"; });
+// What a link within the page leads to is then read from its beginning.
+for (const part of [find("reading"), find("home")]) {
+  part.addEventListener("click", (event) => {
+    const href = event.target.closest("a")?.getAttribute("href");
+    if (!href?.startsWith("#") || event.ctrlKey || event.metaKey || event.shiftKey) return;
+    event.preventDefault();
+    go(href, "reading");
+  });
+}
 find("whole").onclick = () => {
   const { each } = placeInAddress();
   go(each ? { document: each.path, view: "map" } : {});
@@ -199,7 +203,7 @@ addEventListener("keydown", (event) => {
     find("search").focus();
   }
 });
-addEventListener("hashchange", arrive);
+addEventListener("hashchange", () => { if (location.hash !== shownHash) arrive(); });
 medium.addEventListener("change", closeContents);
 find("contents").onclick = () => showContents(find("tree").hidden);
 system.addEventListener("change", () => showTheme(stored.read()));
