@@ -95,7 +95,7 @@ def test_titles(tmp_path, path, text, title):
             "What it is about.",
         ),
         ("# H\n\n:::{grid} 1\n:::\n\n- A list.\n", "A list."),
-        ("No heading here.\n", "No heading here."),
+        ("import A from 'a'\n\nNo heading here.\n", "No heading here."),
     ],
 )
 def test_first_paragraphs(tmp_path, text, first):

@@ -30,7 +30,7 @@ _IMAGE = re.compile(r"!\[[^\[\]]*\](?:\([^()]*\)|\[[^\[\]]*\])")
 _LINK = re.compile(r"\[([^\[\]]*)\](?:\([^()\s]*\)|\[[^\[\]]*\])")
 _LABEL = re.compile(r"\[([^\[\]]+)\]")
 # Directives of site generators are paragraphs to the grammar.
-_DIRECTIVE = re.compile(r":::|!!!|\{[%{<]|\{\w+\}")
+_DIRECTIVE = re.compile(r":::|!!!|\{[%{<]|\{\w+\}|(?:import|export)\s.*['\"{]")
 # Outside ASCII other signs end a sentence.
 _SENTENCE_END = re.compile(r"[.!?:\u0080-\U0010ffff]['\")\]]*$")
 _MARKUP = re.compile(r"[\\`*_\[\]<&~{]")
@@ -144,8 +144,8 @@ def described(checked: Checked, folder: str) -> list[Described]:
             for section in checked.sections(path)
         ]
         text = (sections[0].docstring if sections else None) or ""
-        # What is no sentence may be badges, and the first paragraph comes after.
-        if _SENTENCE_END.search(text) is None:
+        # What is no sentence may be badges, and the first paragraph comes after; a description is what it is.
+        if _SENTENCE_END.search(text) is None and "description" not in facts.fields:
             text = _first_paragraph(checked.repository.text(path) or "", facts, labels) or text
         # The text of a heading is plain; front matter may hold markup.
         title = facts.title if "title" not in facts.fields else _plain(facts.title)
