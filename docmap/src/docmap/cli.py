@@ -28,6 +28,8 @@ app = typer.Typer(
     name="docmap",
     no_args_is_help=True,
     pretty_exceptions_enable=False,
+    # Plain help and errors: no line is broken inside a word, and nothing waits for a layout.
+    rich_markup_mode=None,
     context_settings={"help_option_names": ["-h", "--help"]},
 )
 
@@ -150,7 +152,7 @@ def check(
     paths: Annotated[
         Optional[list[str]],  # noqa: UP045
         typer.Argument(
-            metavar="[PATH]...", help="Files and folders whose links are judged; the current folder by default."
+            metavar="PATH", help="Files and folders whose links are judged; the current folder by default."
         ),
     ] = None,
     strict: Annotated[
@@ -233,7 +235,6 @@ def page(
     from docmap.page import LibraryMissingError, render
 
     started = time.monotonic()
-    _must_exist([path])
     if not os.path.isdir(path):
         raise typer.BadParameter(f"{path} is not a folder", param_hint="PATH")
     errors = _Errors()

@@ -8,7 +8,7 @@ from __future__ import annotations
 
 import os
 import posixpath
-from collections.abc import Callable, Iterable, Mapping
+from collections.abc import Callable, Iterable
 
 from docmap.documents import PAGE_SUFFIXES, GitIgnore
 from docmap.facts import Facts
@@ -89,13 +89,15 @@ class Repository:
         try:
             is_folder = entry.is_dir()
         except OSError:  # a link to itself
-            return
+            is_folder = False
         if is_folder:
             self.folders[path] = None
             self._links[path] = target
         elif os.path.exists(entry.path):
             self.files[path] = None
             self._links[path] = target
+            if path.lower().endswith(PAGE_SUFFIXES) and os.path.isfile(entry.path):
+                self.documents.append(path)
         elif path.lower().endswith(PAGE_SUFFIXES):
             # Reading it says what is wrong with it.
             self.documents.append(path)
@@ -150,14 +152,3 @@ class Repository:
             return "Git ignores it, so it may be made by a build"
         return None
 
-
-def in_folders(paths: Iterable[str], folders: Mapping[str, object]) -> list[str]:
-    """Those of the paths that lie in one of the folders, or are one of them."""
-    if "" in folders:
-        return list(paths)
-    return [path for path in paths if any(part in folders for part in (path, *_above(path)))]
-
-
-def _above(path: str) -> Iterable[str]:
-    while path := posixpath.dirname(path):
-        yield path

@@ -182,6 +182,7 @@ RULES = Rules(
     url_style="bare",
     not_copied=None,
     made={r"/404(?:\.html)?|/search/?|/sitemap\.xml|/assets/.*|/.*(?:rss|atom)\.xml|/.*feed\.json": None},
+    partials_keep_paths=True,
     slug=slugs.github,
     custom_id=r"\s*\{(?:/\*\s*)?#((?:(?!\{#|\}|\s*\*/).)+)(?:\s*\*/)?\}$",
     always=r"|top|:~:.*|__docusaurus.*|user-content-fn.*|fn(?:ref)?-.*",

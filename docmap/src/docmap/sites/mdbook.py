@@ -103,8 +103,7 @@ def _included(site: Site, construct: Construct, page: str) -> str | None:
 
 
 def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
-    """Terms of definition lists, and old anchors that the configuration redirects."""
-    yield from (slugs.mdbook(term.name) for term in facts.terms)
+    """Old anchors that the configuration redirects."""
     for old in site.rules.redirects:
         address, _, anchor = old.partition("#")
         if anchor and address in site.addresses.get(page, ()):
@@ -121,6 +120,7 @@ RULES = Rules(
     slug=slugs.mdbook,
     compare=slugs.without_marks,
     custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    terms=True,
     more_anchors=_more_anchors,
     always=r"|top|:~:.*|(?:footnote|fn|fr)-.*",
     effects={f"{HASH}:include": Effect(includes=_included, anchors="included in line {line}?")},

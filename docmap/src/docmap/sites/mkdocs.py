@@ -113,6 +113,8 @@ _MADE_BY = {
 _FILE_EVENT = re.compile(r"^def on_(?:config|files|nav|pre_build|post_build|env)\b", re.MULTILINE)
 _PAGE_EVENT = re.compile(r"^def on_(?:page_\w+|post_page)\b", re.MULTILINE)
 
+# What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
+_ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
 _TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)
 _EMOJI = re.compile(r":[\w+-]+:")
 
@@ -214,6 +216,7 @@ RULES = Rules(
     slug=slugs.python_markdown,
     repeats=numbered(join="_"),
     always=r"|top|:~:.*|fn(?:ref)?\d*:.*|tag:.*|__\w.*",
+    bodies=("admonition",),
 )
 
 
@@ -243,7 +246,7 @@ def make(repository: Repository, root: str) -> Site | None:
         redirects=_redirects(plugins.get("redirects")),
         static=_theme_folders(root, config),
     )
-    rules = _with_extensions(rules, root, extensions)
+    rules = _with_extensions(rules, repository, root, extensions)
     rules = _with_plugins(rules, path, plugins)
     rules = _with_hooks(rules, repository, root, literals.texts(config.get("hooks")))
     ways = dict(rules.ways)
@@ -321,7 +324,9 @@ def _slug_function(setting: object) -> Callable[[str], str] | None:
     return slugs.python_markdown if name.endswith("toc.slugify") else None
 
 
-def _with_extensions(rules: Rules, root: str, extensions: dict[str, dict[str, Any]]) -> Rules:
+def _with_extensions(
+    rules: Rules, repository: Repository, root: str, extensions: dict[str, dict[str, Any]]
+) -> Rules:
     effects = dict(rules.effects)
     slug = _slug_function(literals.get(extensions.get("toc"), "slugify"))
     if slug is None:
@@ -329,7 +334,7 @@ def _with_extensions(rules: Rules, root: str, extensions: dict[str, dict[str, An
     elif "toc" in extensions:
         rules = rules.changed(slug=slug)
     if {"attr_list", "extra", "markdown.extensions.attr_list"} & extensions.keys():
-        rules = rules.changed(custom_id=r"\{:?[^{}]*?#([^\s{}]+)[^{}]*\}\s*$", named=("attribute_ids",))
+        rules = rules.changed(custom_id=_ATTRIBUTES, named=("attribute_ids",))
     if "pymdownx.emoji" in extensions:
         rules = rules.changed(heading_text=_text_without_emoji)
     tabbed = extensions.get("pymdownx.tabbed", {})
@@ -346,8 +351,14 @@ def _with_extensions(rules: Rules, root: str, extensions: dict[str, dict[str, An
         effects[SNIPPET] = Effect(
             includes=partial(_snippet, bases or (root,)), anchors="included in line {line}?"
         )
-        if snippets.get("auto_append"):
-            rules = rules.changed(any_label="defined by a file that pymdownx.snippets appends?")
+        labels: set[str] = set()
+        for name in literals.texts(snippets.get("auto_append")):
+            places = (posixpath.normpath(posixpath.join(base, name)) for base in bases or (root,))
+            appended = next(filter(None, map(repository.facts, places)), None)
+            labels.update(appended.labels if appended is not None else ())
+            if appended is None:
+                rules = rules.changed(any_label=f"defined by {name}, which pymdownx.snippets appends?")
+        rules = rules.changed(more_labels=frozenset(labels))
     return rules.changed(effects=effects)
 
 
@@ -373,8 +384,8 @@ def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -
 def _with_hooks(rules: Rules, repository: Repository, root: str, hooks: list[str]) -> Rules:
     for hook in hooks:
         text, why = repository.text(posixpath.join(root, hook)), f"made by the hook {hook}?"
-        if text is None or _FILE_EVENT.search(text):
+        if not text or _FILE_EVENT.search(text):
             rules = rules.changed(any_target=why)
-        if text is None or _PAGE_EVENT.search(text):
+        if not text or _PAGE_EVENT.search(text):
             rules = rules.changed(any_anchor=why, any_label=why)
     return rules

@@ -15,9 +15,10 @@ import re
 from collections.abc import Callable, Iterable, Mapping, Sequence
 from dataclasses import dataclass, field, replace
 from functools import cached_property
+from importlib import import_module
 from typing import Final
 
-from docmap.facts import Construct, Facts, Heading, Link
+from docmap.facts import WIKI, Construct, Facts, Heading, Link, Named
 from docmap.repository import Repository
 
 # --- Answers -----------------------------------------------------------------------------------------------
@@ -94,6 +95,9 @@ class Effect:
 
 NO_EFFECT: Final = Effect()
 
+# Fewer than these may be found by chance: [[1]] and [[x]] are text in many documents.
+_FEWEST_WIKI_LINKS: Final = 3
+
 
 def numbered(first: int = 1, join: str = "-") -> Callable[[str, dict[str, int]], str]:
     """How repeats are told apart: the second `x` becomes x-1 (or x-2, x_1, ...), as long as that is free."""
@@ -156,6 +160,10 @@ class Rules:
     # Undefined labels: whether they are told; or why an undefined one may be defined after all.
     labels: bool = True
     any_label: str | None = None
+    # Labels that every page has, since the site adds their definitions; in the form of `Facts.labels`.
+    more_labels: frozenset[str] = frozenset()
+    # Whether the links of a file that is part of a page start from that file (as modules do), too.
+    partials_keep_paths: bool = False
     # Form of the link -> None when it is not followed, else as the link says.
     unchecked_forms: frozenset[str] = frozenset()
     # Targets, as written, of which nothing can be said: pattern found in them -> why.
@@ -175,7 +183,10 @@ class Rules:
     ids: bool = True  # ids of HTML elements are anchors
     # Lists of `Facts` whose names are anchors, too: "attribute_ids", "block_ids", "targets", "terms".
     named: tuple[str, ...] = ()
+    terms: bool = False  # terms of definition lists get anchors as headings do, numbered together with these
     more_anchors: Callable[[Site, str, Facts], Iterable[str]] | None = None
+    # Why a page may have anchors that cannot be worked out from its text, if so.
+    unread_anchors: Callable[[Site, str, Facts], str | None] | None = None
     always: str = r"|top|:~:.*"  # pattern of whole anchors that every page has
     # Effects of constructs: "form:name", else "form" -> effect. A form that is missing has no effect.
     effects: Mapping[str, Effect] = field(default_factory=dict)
@@ -311,7 +322,23 @@ class Site:
     def sources_of(self, path: str) -> tuple[str, ...]:
         """The pages in which a reader meets the text of a document: its own, or those that include it; () for a
         document that the site shows nowhere."""
-        return (path,) if self.addresses.get(path) else tuple(self.includers.get(path, ()))
+        if self.addresses.get(path):
+            return (path,)
+        pages = tuple(self.includers.get(path, ()))
+        return (*pages, path) if pages and self.rules.partials_keep_paths else pages
+
+    @cached_property
+    def notes(self) -> Site | None:
+        """The site by whose rules wiki links are followed: this one; a vault of its pages, when most wiki links in
+        these find a page by name; else None, and [[text]] is text."""
+        if self.rules.wiki_links:
+            return self
+        vault: Site = import_module("docmap.sites.vault").make(self.repository, self.content)
+        vault.pages = self.pages
+        texts = ((page, facts) for page in self.pages if (facts := self.facts(page)) is not None)
+        links = [(link, page) for page, facts in texts for link in facts.links if link.form == WIKI and link.path]
+        finds = sum(vault.resolve(link, page).outcome == FOUND for link, page in links)
+        return vault if finds >= _FEWEST_WIKI_LINKS and 2 * finds > len(links) else None
 
     # --- Links ---
 
@@ -369,9 +396,10 @@ class Site:
         why = None
         hidden = [span for span in facts.spans if span.kind in rules.literal]
         # In document order, since repeats are numbered in it, across what is included.
-        events: list[tuple[int, Heading | Construct]] = [
+        events: list[tuple[int, Heading | Construct | Named]] = [
             *((heading.line, heading) for heading in facts.headings),
             *((construct.line, construct) for construct in facts.constructs),
+            *((term.line, term) for term in (facts.terms if rules.terms else ())),
         ]
         events.sort(key=lambda event: event[0])
         for line, event in events:
@@ -381,6 +409,9 @@ class Site:
                 anchor = self.anchor_of(event, given)
                 if anchor:
                     names.append(anchor)
+                continue
+            if isinstance(event, Named):
+                names.append(rules.repeats(rules.slug(event.name), given))
                 continue
             effect = self.effect_of(event)
             if effect.makes is not None:
@@ -405,6 +436,8 @@ class Site:
             names.extend(sign + named.name for named in getattr(facts, kind))
         if rules.more_anchors is not None:
             names.extend(rules.more_anchors(self, page, facts))
+        if rules.unread_anchors is not None:
+            why = why or rules.unread_anchors(self, page, facts)
         return why
 
     def anchor_of(self, heading: Heading, given: dict[str, int]) -> str | None:

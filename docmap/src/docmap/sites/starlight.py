@@ -110,6 +110,7 @@ RULES = Rules(
     made={
         r"/404(?:\.html)?/?|/sitemap-[\w-]+\.xml|/sitemap\.xml|/pagefind/.*|/_astro/.*|/llms[\w-]*\.txt": None
     },
+    partials_keep_paths=True,
     slug=slugs.github,
     always=r"|top|:~:.*|_top|starlight__.*|user-content-fn.*",
 )

@@ -101,6 +101,7 @@ RULES = Rules(
     # Of the content root, only what is imported is there.
     not_copied=None,
     made={r"/(?:404\.html|assets/.*|hashmap\.json|sitemap\.xml)": None},
+    partials_keep_paths=True,
     slug=slugs.mdit,
     # VitePress turns the anchors of links into slugs, too.
     compare=slugs.mdit,
