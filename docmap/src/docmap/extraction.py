@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import html
 import re
 from bisect import bisect_right
 from collections.abc import Iterable, Iterator
@@ -51,9 +52,8 @@ _BLOCKS = Query(
 # Where a run of inline Markdown holds what the engine does not report.
 _INLINE_SIGN = re.compile(rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)")
 _DEFINES = re.compile(rb"^[ >\t]*\[((?:[^\[\]\\]|\\.){1,999})\]:", re.MULTILINE)
-# Here and below, what follows a repeated set begins with none of the set: else a document made for it would
-# be read in the square of its length.
-_ID_IN_BRACES = re.compile(rb"(?<!\{)\{[^{}\n#]*#([^\s{}#]+)(?:(?:[^\S\n]|#)[^{}\n]*)?\}")
+_BRACES = re.compile(rb"(?<!\{)\{:?([^{}\n]{1,1000})\}")
+_ID_IN_BRACES = re.compile(rb"""(?:^|[ \t])(?:#([^\s#=]+)|id=(?:"([^"]*)"|'([^']*)'|([^\s"']+)))(?![^ \t])""")
 _BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
 _TARGET = re.compile(rb"^[ >\t]*\(([^()\n]+)\)=[ \t]*$", re.MULTILINE)
 # What stands below a term of a definition list.
@@ -125,11 +125,18 @@ class _Reader:
         at = bisect_right(self._literal_begins, position) - 1
         return at >= 0 and position < self._literal[at][1]
 
+    def _is_inside_code(self, position: int) -> bool:
+        """Whether a position is in code below the line that opens it."""
+        if not self._is_code(position):
+            return False
+        begin = self._literal[bisect_right(self._literal_begins, position) - 1][0]
+        return b"\n" in self._data[begin:position] or self._data[begin : begin + 1] not in {b"`", b"~"}
+
     def _read_front_matter(self, nodes: Iterable[Node]) -> None:
         for node in nodes:
             if node.start_byte:
                 continue
-            body = self._data[node.start_byte : node.end_byte].decode("utf-8", "replace")
+            body = _text(self._data[node.start_byte : node.end_byte])
             body = body.partition("\n")[2].rstrip().rpartition("\n")[0]
             self._facts.front_matter = body
             fields = read_fields(body, toml=node.type == "plus_metadata")
@@ -147,24 +154,25 @@ class _Reader:
             if section is None:
                 nested.append(node)
             else:
-                self._facts.headings.append(Heading(line, _level(node), section.name, self._raw(node)))
+                text = html.unescape(section.name)
+                self._facts.headings.append(Heading(line, _level(node), text, self._raw(node)))
         if nested:
             names = {section.start_line: section.name for section in _as_outline(nested, self._text)}
             for node in nested:
                 line = node.start_point[0] + 1
-                text = names.get(line, "")
+                text = html.unescape(names.get(line, ""))
                 self._facts.headings.append(Heading(line, _level(node), text, self._raw(node), nested=True))
 
     def _raw(self, node: Node) -> str:
         for child in node.children:
             if child.type in {"inline", "paragraph"}:
-                return self._data[child.start_byte : child.end_byte].decode("utf-8", "replace").strip()
+                return _text(self._data[child.start_byte : child.end_byte]).strip()
         return ""
 
     def _read_labels(self, definitions: Iterable[Node]) -> None:
         labels: dict[str, None] = {}
         for match in _DEFINES.finditer(self._data) if b"]:" in self._data else ():
-            label = match[1].decode("utf-8", "replace")
+            label = _text(match[1])
             if label.startswith("^"):
                 self._facts.footnotes.append(Named(self._line_of(match.start(1)), label[1:]))
             else:
@@ -192,12 +200,12 @@ class _Reader:
                 closed = self._data.find(b"</", closed + 2, min(end, opened.end() + _LONGEST_HTML_HEADING))
             if closed < 0:
                 continue
-            raw = self._data[opened.end() : closed].decode("utf-8", "replace").strip()
+            raw = _text(self._data[opened.end() : closed]).strip()
             element = next(elements_of(self._data, opened.start(), opened.end()), None)
             heading = Heading(
                 self._line_of(opened.start()),
                 int(opened[1]),
-                " ".join(re.sub(r"<[^<>]*>", "", raw).split()),
+                " ".join(html.unescape(re.sub(r"<[^<>]*>", "", raw)).split()),
                 raw,
                 html=True,
                 own_id=element.attributes.get("id") if element else None,
@@ -277,7 +285,7 @@ class _Reader:
             if self._data[node.start_byte : node.start_byte + 40].lstrip(b" >").startswith(b"[^")
         }
         hidden = [
-            (self._line_of(begin), self._line_of(end - 1), self._data[begin:end].decode("utf-8", "replace"))
+            (self._line_of(begin), self._line_of(end - 1), _text(self._data[begin:end]))
             for begin, end in comments
         ]
         for reference in extract_links(root, sections):
@@ -300,17 +308,20 @@ class _Reader:
         for node in fences:
             info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
             if info is not None:
-                name, rest = (group.decode("utf-8", "replace").strip() for group in info.groups())
+                name, rest = (_text(group).strip() for group in info.groups())
                 found.append(Construct(node.start_point[0] + 1, FENCE, name, rest))
         found.sort(key=lambda construct: construct.line)
 
     def _read_names(self) -> None:
         facts, data = self._facts, self._data
-        if b"#" in data and b"{" in data:
+        if b"{" in data:
             heading_lines = {heading.line for heading in facts.headings}
-            for named in self._named(_ID_IN_BRACES):
-                if named.line not in heading_lines:
-                    facts.attribute_ids.append(named)
+            for match in _BRACES.finditer(data):
+                own = _ID_IN_BRACES.search(match[1])
+                if own is not None and not self._is_inside_code(match.start()):
+                    line = self._line_of(match.start())
+                    if line not in heading_lines:
+                        facts.attribute_ids.append(Named(line, _text(own[own.lastindex or 1])))
         if b"^" in data:
             facts.block_ids.extend(self._named(_BLOCK_ID))
         if b")=" in data:
@@ -319,14 +330,14 @@ class _Reader:
             # One empty line may stand between.
             end = match.start() if data[match.start() - 1 : match.start()] != b"\n" else match.start() - 1
             begin = data.rfind(b"\n", 0, max(end, 0)) + 1
-            term = data[begin:end].decode("utf-8", "replace").strip()
+            term = _text(data[begin:end]).strip()
             if term and term[0] not in ":|>#-~" and not self._is_code(begin):
                 facts.terms.append(Named(self._line_of(begin), term))
 
     def _named(self, pattern: re.Pattern[bytes]) -> Iterator[Named]:
         for match in pattern.finditer(self._data):
             if not self._is_code(match.start(1)):
-                yield Named(self._line_of(match.start(1)), match[1].decode("utf-8", "replace").strip())
+                yield Named(self._line_of(match.start(1)), _text(match[1]).strip())
 
     def _read_bodies(self, blocks: dict[str, list[Node]]) -> None:
         """Read what is Markdown to some sites though the grammar calls it code: bodies of directives."""
@@ -336,7 +347,7 @@ class _Reader:
             info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
             if info is None:
                 continue
-            name = info[1].decode("utf-8", "replace")
+            name = _text(info[1])
             if name in _CODE_DIRECTIVES:
                 continue
             for child in node.children:
@@ -365,7 +376,7 @@ class _Reader:
         return end
 
     def _add_body(self, kind: str, name: str, begin: int, end: int) -> None:
-        lines = self._data[begin:end].decode("utf-8", "replace").split("\n")
+        lines = _text(self._data[begin:end]).split("\n")
         indents = [len(line) - len(line.lstrip(" ")) for line in lines if line.strip()]
         if not indents:
             return
@@ -373,6 +384,10 @@ class _Reader:
         text = dedented if dedented.endswith("\n") else dedented + "\n"
         facts, _ = _Reader(text, self._depth + 1).read()
         self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
+
+
+def _text(data: bytes) -> str:
+    return data.decode("utf-8", "replace")
 
 
 def _link(line: int, path: str, anchor: str | None, wiki: bool) -> Link | None:

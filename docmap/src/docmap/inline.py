@@ -219,7 +219,7 @@ class _Scanner:
                 return destination.end()
         elif following == b"[" and not self._is_text(opened):
             label = _LABEL.match(self._data, after, self._end)
-            if label is not None:
+            if label is not None and not label[1].startswith(b"^"):
                 written = label[1] if label[1].strip() else self._data[opened + 1 + is_image : start]
                 self._add_label(opened, LABEL, written, self._labels)
                 return label.end()

@@ -12,6 +12,7 @@ from dataclasses import dataclass
 from typing import Final
 
 from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.inline import same_label
 from docmap.repository import Repository
 from docmap.sites.site import DOUBTFUL, FOUND, Resolution, Site
 from docmap.spelling import Spelling
@@ -83,7 +84,7 @@ class Judge:
                 continue
             if link.form in site.rules.unchecked_forms:
                 continue
-            if link.form in {WIKI, EMBED} and not site.rules.wiki_links:
+            if link.form in {WIKI, EMBED} and not site.wiki_links:
                 continue
             yield self._judge(site, link, path, sources, facts)
 
@@ -161,6 +162,8 @@ class Judge:
         if link.form == LABEL:
             # One character or a number in brackets is an index, in prose about programs.
             if not site.rules.labels or len(link.path) < 2 or link.path.isdigit():
+                return None
+            if same_label(link.path) in site.rules.more_labels:
                 return None
             close = self._spelling.closest(link.path.casefold(), facts.labels, _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'
