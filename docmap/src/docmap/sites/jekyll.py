@@ -256,29 +256,20 @@ def _served_file(site: Site, link: Link, source: str) -> Resolution | None:
     for name in (f"{place}.html", posixpath.join(place, "index.html"), re.sub(r"\.css$", ".scss", place)):
         if name.removeprefix("./") in files:
             return found()
-    permalinks = _html_permalinks(site)
+    permalinks = site.once(_html_permalinks)
     return found() if f"/{path}" in permalinks or f"/{path}/" in permalinks else None
 
 
 def _html_permalinks(site: Site) -> frozenset[str]:
     """The permalinks of pages that are no Markdown."""
-    cached: frozenset[str] | None = site.__dict__.get("_html_permalinks")
-    if cached is None:
-        texts = (
-            site.repository.text(path) or ""
-            for path in site.repository.files
-            if path.endswith((".html", ".xml", ".json", ".txt"))
-            and site.within(path, site.content) is not None
-            and not set(path.split("/")) & _PARTS
-        )
-        fields = (
-            literals.yaml(match[1])
-            for text in texts
-            if (match := re.match(r"---\n(.*?)\n---", text, re.DOTALL))
-        )
-        cached = frozenset(str(entry["permalink"]) for entry in fields if "permalink" in entry)
-        site.__dict__["_html_permalinks"] = cached
-    return cached
+    permalinks = set()
+    for path in site.repository.files:
+        inside = site.within(path, site.content) is not None and not set(path.split("/")) & _PARTS
+        if inside and path.endswith((".html", ".xml", ".json", ".txt")):
+            front = re.match(r"---\n(.*?)\n---", site.repository.text(path) or "", re.DOTALL)
+            fields = literals.yaml(front[1]) if front is not None else {}
+            permalinks.update(literals.texts(fields.get("permalink")))
+    return frozenset(permalinks)
 
 
 def _template(site: Site, link: Link, source: str) -> Resolution | None:

@@ -16,10 +16,12 @@ from collections.abc import Callable, Iterable, Mapping, Sequence
 from dataclasses import dataclass, field, replace
 from functools import cached_property
 from importlib import import_module
-from typing import Final
+from typing import Final, TypeVar, cast
 
 from docmap.facts import WIKI, Construct, Facts, Heading, Link, Named
 from docmap.repository import Repository
+
+_T = TypeVar("_T")
 
 # --- Answers -----------------------------------------------------------------------------------------------
 
@@ -222,6 +224,13 @@ class Site:
         self.pages: list[str] = []
         self._anchors: dict[str, Anchors] = {}
         self._facts: dict[str, Facts] = {}
+        self._once: dict[object, object] = {}
+
+    def once(self, work: Callable[[Site], _T]) -> _T:
+        """What `work` finds of this site; it is asked once."""
+        if work not in self._once:
+            self._once[work] = work(self)
+        return cast(_T, self._once[work])
 
     def facts(self, path: str) -> Facts | None:
         """What a document holds, with what is Markdown to this site though the grammar calls it code."""

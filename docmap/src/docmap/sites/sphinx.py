@@ -205,7 +205,7 @@ def _target(site: Site, link: Link, source: str) -> Resolution | None:
     """A name without a suffix is that of a target, which may stand in any document."""
     if "." in posixpath.basename(link.path) or link.path.startswith((".", "/")):
         return None
-    pages = _targets(site).get(_normal(link.path))
+    pages = site.once(_targets).get(_normal(link.path))
     return found(*pages) if pages else None
 
 
@@ -217,7 +217,7 @@ def _within_project(inventories: str | None, site: Site, link: Link, source: str
     compare = site.rules.compare
     if compare(link.anchor) in anchors.known:
         return found(source)
-    pages = _targets(site).get(_normal(link.anchor))
+    pages = site.once(_targets).get(_normal(link.anchor))
     if pages:
         return Resolution("found", tuple(pages), anchor=None)
     if inventories is not None and anchors.unknown_because is None:
@@ -242,22 +242,17 @@ def _project(inventories: str | None, site: Site, link: Link, source: str) -> Re
 
 def _targets(site: Site) -> dict[str, list[str]]:
     """The documents that each target stands in."""
-    cached: dict[str, list[str]] | None = site.__dict__.get("_targets")
-    if cached is None:
-        cached = {}
-        for page in site.pages:
-            facts = site.facts(page)
-            for name in _names(facts) if facts is not None else ():
-                cached.setdefault(_normal(name), []).append(page)
-        for path in site.repository.files:
-            if path.endswith(".rst") and site.within(path, site.content) is not None:
-                for name in re.findall(
-                    r"^\.\. _`?([^`:\n]+)`?:\s*$", site.repository.text(path) or "", re.MULTILINE
-                ):
-                    cached.setdefault(_normal(name), [])
-                    cached[_normal(name)].append(path)
-        site.__dict__["_targets"] = cached
-    return cached
+    targets: dict[str, list[str]] = {}
+    for page in site.pages:
+        facts = site.facts(page)
+        for name in _names(facts) if facts is not None else ():
+            targets.setdefault(_normal(name), []).append(page)
+    for path in site.repository.files:
+        if path.endswith(".rst") and site.within(path, site.content) is not None:
+            text = site.repository.text(path) or ""
+            for name in re.findall(r"^\.\. _`?([^`:\n]+)`?:\s*$", text, re.MULTILINE):
+                targets.setdefault(_normal(name), []).append(path)
+    return targets
 
 
 def _names(facts: Facts) -> Iterable[str]:
@@ -320,6 +315,7 @@ RULES = Rules(
     named=("targets", "attribute_ids", "terms"),
     more_anchors=_more_anchors,
     always=r"|top|:~:.*|id\d+|f?n?-?footnote-.*|module-.*|index-\d+|equation-.*",
+    bodies=("fence",),
     effects={
         f"{FENCE}:include": Effect(includes=_included, anchors="included in line {line}?"),
         FENCE: Effect(makes=_named, unknown=_directive),

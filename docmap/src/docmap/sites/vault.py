@@ -27,7 +27,7 @@ def _by_name(site: Site, link: Link, source: str) -> Resolution | None:
     if not name or name.startswith((".", "..")):
         return None
     steps = _steps(name)
-    notes = [page for page in _notes(site).get(steps[-1], ()) if _ends(page, steps)]
+    notes = [page for page in site.once(_notes).get(steps[-1], ()) if _ends(page, steps)]
     if notes:
         return found(*sorted(notes, key=lambda page: _distance(page, source)))
     # Other files are named with their suffix, and shared by all languages.
@@ -71,13 +71,11 @@ def _ends(page: str, steps: list[str]) -> bool:
 
 
 def _notes(site: Site) -> dict[str, list[str]]:
-    cached: dict[str, list[str]] | None = site.__dict__.get("_notes")
-    if cached is None:
-        cached = {}
-        for page in site.pages:
-            cached.setdefault(_steps(page)[-1], []).append(page)
-        site.__dict__["_notes"] = cached
-    return cached
+    """The notes by the last step of their paths."""
+    notes: dict[str, list[str]] = {}
+    for page in site.pages:
+        notes.setdefault(_steps(page)[-1], []).append(page)
+    return notes
 
 
 def _distance(page: str, source: str) -> tuple[int, str]:

@@ -147,13 +147,21 @@ def make(repository: Repository, root: str) -> Site | None:
         static=tuple(posixpath.join(root, folder) for folder in static),
         slug=_SLUGS.get(anchors, slugs.zola),
         made={**RULES.made, **_taxonomies(literals.texts(taxonomies))},
-        more_anchors=partial(_transliterated, anchors),
+        unread_anchors=_transliterated if anchors == "on" else None,
     )
     return Site(rules, repository, root, posixpath.join(root, "content"), path)
 
 
-def _transliterated(anchors: str, site: Site, page: str, facts: Facts) -> Sequence[str]:
-    return ()
+def _transliterated(site: Site, page: str, facts: Facts) -> str | None:
+    """Zola writes headings of other scripts in Latin letters; which ones, only its tables say."""
+    return next(
+        (
+            f"transliterated from the heading in line {heading.line}?"
+            for heading in facts.headings
+            if any(char.isalpha() and not slugs.zola(char) for char in heading.text)
+        ),
+        None,
+    )
 
 
 def _taxonomies(names: Sequence[str]) -> Mapping[str, str | None]:
