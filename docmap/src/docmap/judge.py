@@ -14,7 +14,7 @@ from typing import Final
 from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, SRC, TEMPLATE, WIKI, WWW, Facts, Link
 from docmap.inline import same_label
 from docmap.repository import Repository
-from docmap.sites.site import DOUBTFUL, FOUND, Resolution, Site
+from docmap.sites.site import DOUBTFUL, FOUND, Site
 from docmap.spelling import Spelling
 
 BROKEN: Final = "broken"
@@ -68,25 +68,31 @@ class Judge:
 
     def judged(self, path: str) -> Iterator[Judgement]:
         """What becomes of each link of a document, in document order."""
-        site = self.site_of(path)
-        sources: tuple[str, ...] = (path,)
-        if site is not self._host:
-            sources = site.sources_of(path)
-            if not sources:
-                # The site shows it nowhere; it is still read where the repository is.
-                site, sources = self._host, (path,)
+        shown = self._shown_in(path)
+        site = shown[0][0]
         facts = site.facts(path)
         if facts is None:
             return
-        hidden = [span for span in facts.spans if span.kind in site.rules.literal]
+        hidden = [span for span in facts.spans if span.kind in site.rules.literal and span.kind != "comment"]
         for link in facts.links:
-            if any(span.first <= link.line <= span.last for span in hidden if span.kind != "comment"):
+            if any(span.first <= link.line <= span.last for span in hidden):
                 continue
             if link.form in site.rules.unchecked_forms:
                 continue
-            if link.form in {WIKI, EMBED} and not site.wiki_links:
+            if link.form in {WIKI, EMBED} and site.notes is None:
                 continue
-            yield self._judge(site, link, path, sources, facts)
+            yield self._judge(shown, link, path, facts)
+
+    def _shown_in(self, path: str) -> list[tuple[Site, str]]:
+        """Where a reader meets the text of a document: the sites and the pages in them, its own site first."""
+        own = self.site_of(path)
+        shown = [(own, source) for source in own.sources_of(path)] if own is not self._host else []
+        # What its site shows nowhere is still read where the repository is, and so is what no site owns.
+        shown = shown or [(self._host, path)]
+        for site in self.sites:
+            if site is not own and site is not self._host:
+                shown += [(site, page) for page in site.includers.get(path, ())]
+        return shown
 
     def findings(self, path: str) -> Iterator[Finding]:
         """What is wrong with the links of a document, in document order."""
@@ -94,28 +100,33 @@ class Judge:
             if judgement.finding is not None:
                 yield judgement.finding
 
-    def _judge(self, site: Site, link: Link, path: str, sources: tuple[str, ...], facts: Facts) -> Judgement:
+    def _judge(self, shown: list[tuple[Site, str]], link: Link, path: str, facts: Facts) -> Judgement:
+        """The judgement on a link of a document; a text that several pages show is wrong where it is so in all."""
+        worst: Judgement | None = None
+        for site, source in shown:
+            judgement = self._judge_in(site, link, path, source, facts)
+            if judgement.finding is None:
+                return judgement
+            if worst is None or (judgement.finding.degree == IN_DOUBT and worst.finding is not None and worst.finding.degree == BROKEN):
+                worst = judgement
+        assert worst is not None
+        return worst
+
+    def _judge_in(self, site: Site, link: Link, path: str, source: str, facts: Facts) -> Judgement:
+        if link.form in {WIKI, EMBED}:
+            site = site.notes or site
         if link.form in {LABEL, FOOTNOTE}:
             return Judgement(link, None, self._judge_label(site, link, path, facts))
         for pattern, why in site.rules.filled_in.items():
             if re.search(pattern, link.written):
                 return Judgement(link, None, _finding(link, path, f'"{link.written}" is filled in', None, why))
-        # A text that several pages show is wrong only where it is wrong in all of them.
-        worst: Judgement | None = None
-        for source in sources:
-            judgement = self._judge_from(site, link, path, source)
-            if judgement.finding is None:
-                return judgement
-            if worst is None or judgement.finding.degree == IN_DOUBT:
-                worst = judgement
-        assert worst is not None
-        return worst
+        return self._judge_from(site, link, path, source)
 
     def _judge_from(self, site: Site, link: Link, path: str, source: str) -> Judgement:
         if link.form == TEMPLATE and TEMPLATE not in site.rules.ways:
             why = "a template fills it in"
             return Judgement(link, None, _finding(link, path, f'"{link.written}" is not known', None, why))
-        resolution = Resolution(FOUND, (source,)) if not link.path else site.resolve(link, source)
+        resolution = site.resolve(link, source)
         if resolution.outcome == FOUND:
             return self._judge_anchor(site, link, path, source, resolution.pages)
         if link.form == WWW:
