@@ -32,25 +32,11 @@ from docmap.sites.ways import as_host_serves, nothing_because, outside_base
 KIND = "docusaurus"
 
 _CONFIG = re.compile(r"(?:(.*)/)?docusaurus\.config\.[cm]?[jt]s")
-_KNOWN = frozenset(
-    [
-        "Tabs",
-        "TabItem",
-        "Admonition",
-        "CodeBlock",
-        "Details",
-        "TOCInline",
-        "Link",
-        "Head",
-        "BrowserOnly",
-        "Translate",
-        "Redirect",
-        "Highlight",
-        "ThemedImage",
-        "DocCardList",
-        "DocCard",
-        "BrowserWindow",
-    ]
+_KNOWN = literals.words(
+    """
+    Tabs TabItem Admonition CodeBlock Details TOCInline Link Head BrowserOnly Translate Redirect
+    Highlight ThemedImage DocCardList DocCard BrowserWindow
+    """
 )
 _DATED = re.compile(r"^(\d{4}[-/]\d{1,2}[-/]\d{1,2})[-/]?(.*?)(?:/index)?$")
 _DATE_OR_VERSION = re.compile(r"(?:\d{2}|\d{4})[-_.]\d{2}(?:[-_.](?:\d{2}|\d{4}))?|\d+[-_.]\d+")

@@ -25,23 +25,10 @@ _NAMES = tuple(
 _IN_FOLDER = tuple(f"config/_default/{name}" for name in _NAMES)
 _SUFFIXES = (".md", ".markdown", ".mdown")
 # Shortcodes of Hugo's own that make no anchors.
-_KNOWN = frozenset(
-    [
-        "details",
-        "figure",
-        "gist",
-        "highlight",
-        "instagram",
-        "param",
-        "qr",
-        "ref",
-        "relref",
-        "tweet",
-        "twitter",
-        "vimeo",
-        "x",
-        "youtube",
-    ]
+_KNOWN = literals.words(
+    """
+    details figure gist highlight instagram param qr ref relref tweet twitter vimeo x youtube
+    """
 )
 _BRINGS_TEXT = re.compile(r"readFile|RenderShortcodes|\.Content\b|\.RawContent")
 # Templates make Markdown as well: headings, and terms with ": " below.

@@ -52,38 +52,15 @@ _KNOWN = re.compile(
     r"|seo|feed_meta|break|continue|liquid|cycle"
 )
 # Plugins that bring no pages of their own.
-_HARMLESS = frozenset(
-    [
-        "jekyll-seo-tag",
-        "jekyll-sitemap",
-        "jekyll-feed",
-        "jekyll-relative-links",
-        "jekyll-optional-front-matter",
-        "jekyll-readme-index",
-        "jekyll-titles-from-headings",
-        "jekyll-default-layout",
-        "jekyll-github-metadata",
-        "jekyll-mentions",
-        "jekyll-coffeescript",
-        "jekyll-gist",
-        "jekyll-include-cache",
-        "jekyll-remote-theme",
-        "jekyll-redirect-from",
-        "jekyll-paginate",
-        "jemoji",
-        "jekyll-toc",
-        "jekyll-sass-converter",
-        "jekyll-last-modified-at",
-        "jekyll-commonmark-ghpages",
-        "jekyll-avatar",
-        "jekyll-spaceship",
-        "kramdown-parser-gfm",
-        "webrick",
-        "jekyll-timeago",
-        "jekyll-tidy",
-        "jekyll-minifier",
-        "jekyll-target-blank",
-    ]
+_HARMLESS = literals.words(
+    """
+    jekyll-seo-tag jekyll-sitemap jekyll-feed jekyll-relative-links jekyll-optional-front-matter
+    jekyll-readme-index jekyll-titles-from-headings jekyll-default-layout jekyll-github-metadata
+    jekyll-mentions jekyll-coffeescript jekyll-gist jekyll-include-cache jekyll-remote-theme
+    jekyll-redirect-from jekyll-paginate jemoji jekyll-toc jekyll-sass-converter jekyll-last-modified-at
+    jekyll-commonmark-ghpages jekyll-avatar jekyll-spaceship kramdown-parser-gfm webrick jekyll-timeago
+    jekyll-tidy jekyll-minifier jekyll-target-blank
+    """
 )
 # Where Jekyll looks for what is no page.
 _PARTS = frozenset({"_includes", "_layouts", "_sass", "_data", "_plugins", "_site"})

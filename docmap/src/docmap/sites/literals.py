@@ -59,6 +59,11 @@ def yaml(text: str | None) -> dict[str, Any]:
     return loaded if isinstance(loaded, dict) else {}
 
 
+def words(text: str) -> frozenset[str]:
+    """The words of a text, as a set of names."""
+    return frozenset(text.split())
+
+
 def get(value: object, *keys: str | int) -> Any:
     """The value below `keys`; None when a step is missing, UNREAD when one cannot be read."""
     for key in keys:

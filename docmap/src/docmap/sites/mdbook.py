@@ -16,6 +16,7 @@ from docmap.sites.site import (
     Rules,
     Site,
     at_address,
+    doubtful,
     file_beside,
     found,
     itself,
@@ -33,30 +34,11 @@ from docmap.sites.ways import (
 KIND = "mdbook"
 
 # Preprocessors that make neither pages nor links nor anchors of headings.
-_HARMLESS = frozenset(
-    [
-        "alerts",
-        "admonish",
-        "catppuccin",
-        "emojicodes",
-        "footnote",
-        "gettext",
-        "graphviz",
-        "hide",
-        "index",
-        "katex",
-        "last-changed",
-        "links",
-        "mermaid",
-        "open-on-gh",
-        "pagetoc",
-        "pikchr",
-        "plantuml",
-        "quiz",
-        "svgbob",
-        "tabs",
-        "toc",
-    ]
+_HARMLESS = literals.words(
+    """
+    alerts admonish catppuccin emojicodes footnote gettext graphviz hide index katex last-changed links
+    mermaid open-on-gh pagetoc pikchr plantuml quiz svgbob tabs toc
+    """
 )
 
 
@@ -72,7 +54,9 @@ def _addresses(chapters: frozenset[str], site: Site, page: str, facts: Facts) ->
     return (f"/{posixpath.join(folder, 'index')}.html", posixpath.join("/", folder, ""))
 
 
-def _chapter(site: Site, link: Link, source: str) -> Resolution | None:
+def _chapter(
+    chapters: frozenset[str], creates: bool, site: Site, link: Link, source: str
+) -> Resolution | None:
     """The target ends in .md: its page ends in .html, and there is one when SUMMARY.md lists the file."""
     if not link.path.endswith(".md"):
         return None
@@ -83,9 +67,11 @@ def _chapter(site: Site, link: Link, source: str) -> Resolution | None:
     place = site.place(
         link.path.lstrip("/"), posixpath.join(site.content, "x") if link.path[0] == "/" else source
     )
-    if posixpath.basename(source) == "SUMMARY.md" and place in site.repository.files:
-        # A chapter that Git ignores, or that is listed under another suffix.
+    if place in chapters and place in site.repository.files:
+        # A chapter that Git ignores.
         return found()
+    if place in chapters and creates:
+        return doubtful(f"an empty chapter that mdBook makes, since SUMMARY.md lists {place}?")
     if place in site.repository.files:
         return nothing_because(
             site, link, source, f"SUMMARY.md does not list {place}, so the book has no page of it"
@@ -112,7 +98,7 @@ def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
 
 RULES = Rules(
     kind=KIND,
-    ways={"link": (itself, _listed, _chapter, page_at_address, outside_base, by_web_server)},
+    ways={},
     not_copied=(".md",),
     made={
         r"/(?:index\.html)?|/(?:print|toc|404)\.html|/searchindex.*|/(?:css|fonts|FontAwesome)/.*|/favicon.*": None
@@ -152,7 +138,11 @@ def make(repository: Repository, root: str) -> Site | None:
     content = "" if content == "." else content
     summary = posixpath.join(content, "SUMMARY.md")
     facts = repository.facts(summary)
-    chapters = (Site.place(link.path, summary) for link in (facts.links if facts is not None else ()))
-    return Site(
-        rules.changed(addresses=partial(_addresses, frozenset(chapters))), repository, root, content, path
+    links = facts.links if facts is not None else ()
+    chapters = frozenset(Site.place(link.path, summary) for link in links)
+    chapter = partial(_chapter, chapters, literals.get(book, "build", "create-missing") is not False)
+    rules = rules.changed(
+        ways={"link": (itself, _listed, chapter, page_at_address, outside_base, by_web_server)},
+        addresses=partial(_addresses, chapters),
     )
+    return Site(rules, repository, root, content, path)

@@ -31,77 +31,18 @@ from docmap.sites.ways import by_web_server, folders_of, is_elsewhere, nothing_b
 KIND = "mkdocs"
 
 # Plugins that make neither pages nor links nor anchors, or only those that the rules know.
-_HARMLESS = frozenset(
-    [
-        "search",
-        "minify",
-        "social",
-        "privacy",
-        "offline",
-        "optimize",
-        "meta",
-        "info",
-        "typeset",
-        "group",
-        "blog",
-        "tags",
-        "redirects",
-        "autorefs",
-        "section-index",
-        "awesome-pages",
-        "awesome-nav",
-        "exclude",
-        "glightbox",
-        "git-revision-date",
-        "git-revision-date-localized",
-        "git-authors",
-        "git-committers",
-        "git-committers-2",
-        "table-reader",
-        "mermaid2",
-        "htmlproofer",
-        "open-in-new-tab",
-        "codeinclude",
-        "include-markdown",
-        "mkdocstrings",
-        "macros",
-        "literate-nav",
-        "encryptcontent",
-        "charts",
-        "callouts",
-        "rss",
-        "pdf-export",
-        "with-pdf",
-        "swagger-ui-tag",
-        "tooltips",
-        "panzoom",
-        "markdownextradata",
-        "section-number",
-        "add-number",
-        "enumerate-headings",
-        "caption",
-        "img2fig",
-        "drawio",
-        "kroki",
-        "plantuml",
-        "build_plantuml",
-        "same-dir",
-        "toggle-sidebar",
-        "video",
-        "spellcheck",
-        "linkcheck",
-        "navlinks",
-        "exclude-search",
-        "termynal",
-        "mike",
-        "i18n",
-        "material-relative-language-selector",
-        "ezglossary",
-        "unused_files",
-        "no-sitemap",
-        "markdown-filter",
-        "custom-attributes",
-    ]
+_HARMLESS = literals.words(
+    """
+    search minify social privacy offline optimize meta info typeset group blog tags redirects autorefs
+    section-index awesome-pages awesome-nav exclude glightbox git-revision-date
+    git-revision-date-localized git-authors git-committers git-committers-2 table-reader mermaid2
+    htmlproofer open-in-new-tab codeinclude include-markdown mkdocstrings macros literate-nav
+    encryptcontent charts callouts rss pdf-export with-pdf swagger-ui-tag tooltips panzoom
+    markdownextradata section-number add-number enumerate-headings caption img2fig drawio kroki plantuml
+    build_plantuml same-dir toggle-sidebar video spellcheck linkcheck navlinks exclude-search termynal
+    mike i18n material-relative-language-selector ezglossary unused_files no-sitemap markdown-filter
+    custom-attributes
+    """
 )
 # What plugins make, and where: name -> pattern of addresses.
 _MADE_BY = {

@@ -34,97 +34,18 @@ _PARSERS = frozenset(
     {"myst_parser", "myst_nb", "recommonmark", "m2r", "m2r2", "jupyter_book", "sphinx_mdinclude"}
 )
 _SOURCES = (".md", ".rst", ".ipynb", ".txt", ".markdown", ".myst", ".myst.md")
-_KNOWN = frozenset(
-    [
-        "admonition",
-        "attention",
-        "bibliography",
-        "card",
-        "card-carousel",
-        "carousel",
-        "caution",
-        "centered",
-        "code",
-        "code-block",
-        "code-cell",
-        "codeauthor",
-        "collapse",
-        "contents",
-        "danger",
-        "deprecated",
-        "details",
-        "dropdown",
-        "epigraph",
-        "error",
-        "figure",
-        "grid",
-        "grid-item",
-        "grid-item-card",
-        "highlight",
-        "highlights",
-        "hint",
-        "hlist",
-        "html",
-        "iframe",
-        "image",
-        "important",
-        "include",
-        "index",
-        "interactive-output",
-        "list-table",
-        "literalinclude",
-        "margin",
-        "math",
-        "mermaid",
-        "meta",
-        "note",
-        "only",
-        "parsed-literal",
-        "plot",
-        "pull-quote",
-        "raw",
-        "rubric",
-        "sectionauthor",
-        "seealso",
-        "sidebar",
-        "subfigure",
-        "tab-item",
-        "tab-set",
-        "tab-set-code",
-        "table",
-        "tabs",
-        "tab",
-        "tableofcontents",
-        "tip",
-        "toctree",
-        "todo",
-        "todolist",
-        "togglebutton",
-        "topic",
-        "versionadded",
-        "versionchanged",
-        "versionremoved",
-        "warning",
-        "graphviz",
-        "inheritance-diagram",
-        "csv-table",
-        "container",
-        "compound",
-        "class",
-        "default-role",
-        "tags",
-        "video",
-        "youtube",
-        "glossary",
-        "productionlist",
-        "option",
-        "eval-rst-none",
-        "mystnb",
-        "button-link",
-        "button-ref",
-        "article-info",
-        "design-tabs",
-    ]
+_KNOWN = literals.words(
+    """
+    admonition attention bibliography card card-carousel carousel caution centered code code-block
+    code-cell codeauthor collapse contents danger deprecated details dropdown epigraph error figure grid
+    grid-item grid-item-card highlight highlights hint hlist html iframe image important include index
+    interactive-output list-table literalinclude margin math mermaid meta note only parsed-literal plot
+    pull-quote raw rubric sectionauthor seealso sidebar subfigure tab-item tab-set tab-set-code table
+    tabs tab tableofcontents tip toctree todo todolist togglebutton topic versionadded versionchanged
+    versionremoved warning graphviz inheritance-diagram csv-table container compound class default-role
+    tags video youtube glossary productionlist option eval-rst-none mystnb button-link button-ref
+    article-info design-tabs
+    """
 )
 
 

@@ -18,29 +18,11 @@ from docmap.sites.ways import as_host_serves, nothing_because, outside_base
 KIND = "starlight"
 
 _CONFIG = re.compile(r"(?:(.*)/)?astro\.config\.[cm]?[jt]s")
-_KNOWN = frozenset(
-    [
-        "Aside",
-        "Badge",
-        "Card",
-        "CardGrid",
-        "Code",
-        "FileTree",
-        "Icon",
-        "LinkButton",
-        "LinkCard",
-        "Steps",
-        "Tabs",
-        "TabItem",
-        "Fragment",
-        "Image",
-        "Picture",
-        "PackageManagers",
-        "YouTube",
-        "Tweet",
-        "Vimeo",
-        "Kbd",
-    ]
+_KNOWN = literals.words(
+    """
+    Aside Badge Card CardGrid Code FileTree Icon LinkButton LinkCard Steps Tabs TabItem Fragment Image
+    Picture PackageManagers YouTube Tweet Vimeo Kbd
+    """
 )
 # Packages of plugins and integrations that bring no pages: by the end of their names.
 _HARMLESS = re.compile(

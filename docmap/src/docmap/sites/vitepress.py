@@ -30,29 +30,12 @@ from docmap.sites.ways import by_web_server, outside_base
 KIND = "vitepress"
 
 _CONFIG = re.compile(r"(?:(.*)/)?\.vitepress/config(?:/index)?\.(?:[cm]?[jt]s|json)")
-_KNOWN = frozenset(
-    [
-        "Badge",
-        "Content",
-        "ClientOnly",
-        "Transition",
-        "TransitionGroup",
-        "KeepAlive",
-        "Suspense",
-        "Teleport",
-        "VPButton",
-        "VPTeamMembers",
-        "VPTeamPage",
-        "VPTeamPageTitle",
-        "VPTeamPageSection",
-        "VPHomeHero",
-        "VPHomeFeatures",
-        "VPImage",
-        "VPBadge",
-        "PluginTabs",
-        "PluginTabsTab",
-        "Icon",
-    ]
+_KNOWN = literals.words(
+    """
+    Badge Content ClientOnly Transition TransitionGroup KeepAlive Suspense Teleport VPButton
+    VPTeamMembers VPTeamPage VPTeamPageTitle VPTeamPageSection VPHomeHero VPHomeFeatures VPImage VPBadge
+    PluginTabs PluginTabsTab Icon
+    """
 )
 _USED = re.compile(r"\.use\(\s*([\w$.]+)")
 
