@@ -56,6 +56,8 @@ _BRACES = re.compile(rb"(?<!\{)\{:?([^{}\n]{1,1000})\}")
 _ID_IN_BRACES = re.compile(rb"""(?:^|[ \t])(?:#([^\s#=]+)|id=(?:"([^"]*)"|'([^']*)'|([^\s"']+)))(?![^ \t])""")
 _BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
 _TARGET = re.compile(rb"^[ >\t]*\(([^()\n]+)\)=[ \t]*$", re.MULTILINE)
+# The name that an option gives what a directive makes; and a target in reStructuredText, which directives can hold.
+_DIRECTIVE_NAME = re.compile(rb"^[ \t>]*(?::name:[ \t]+([^\n]+)|\.\. _([^:\n]+):)", re.MULTILINE)
 # What stands below a term of a definition list.
 _DEFINITION = re.compile(rb"\n[ ]{0,3}[:~][ \t]")
 _FENCE_INFO = re.compile(rb"[ \t>]*[`~]{3,}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
@@ -97,6 +99,9 @@ class _Reader:
         root = parse(self._text)
         sections = sections_of(root, self._text, "")
         blocks = QueryCursor(_BLOCKS).captures(root)
+        for nodes in blocks.values():
+            # They come in no order.
+            nodes.sort(key=_begin)
         self._literal = sorted(
             (node.start_byte, node.end_byte) for kind in ("fence", "code") for node in blocks.get(kind, ())
         )
@@ -326,6 +331,9 @@ class _Reader:
             facts.block_ids.extend(self._named(_BLOCK_ID))
         if b")=" in data:
             facts.targets.extend(self._named(_TARGET))
+        if b":name:" in data or b"\n.. _" in data:
+            for match in _DIRECTIVE_NAME.finditer(data):
+                facts.targets.append(Named(self._line_of(match.start()), _text(match[1] or match[2]).strip()))
         for match in _DEFINITION.finditer(data):
             # One empty line may stand between.
             end = match.start() if data[match.start() - 1 : match.start()] != b"\n" else match.start() - 1
@@ -384,6 +392,10 @@ class _Reader:
         text = dedented if dedented.endswith("\n") else dedented + "\n"
         facts, _ = _Reader(text, self._depth + 1).read()
         self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
+
+
+def _begin(node: Node) -> int:
+    return node.start_byte
 
 
 def _text(data: bytes) -> str:

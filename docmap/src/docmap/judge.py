@@ -128,9 +128,13 @@ class Judge:
             return Judgement(link, None, _finding(link, path, f'"{link.written}" is not known', None, why))
         resolution = site.resolve(link, source)
         if resolution.outcome == FOUND:
+            if resolution.anchor is not None:
+                link = link._replace(anchor=resolution.anchor)
             return self._judge_anchor(site, link, path, source, resolution.pages)
         if link.form == WWW:
             message, suggestion = f'"{link.path}" is read as a file: no scheme', f"https://{link.written}"
+        elif not link.path:
+            message, suggestion = f'no heading "#{link.anchor}"', None
         elif link.form in {WIKI, EMBED}:
             message, suggestion = f'no page "{link.path}"', self._closest_page(site, link, source)
         else:

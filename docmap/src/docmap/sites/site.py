@@ -358,7 +358,7 @@ class Site:
             resolution = way(self, link, source)
             if resolution is not None:
                 return resolution
-        return self.nothing_at(link.path, source)
+        return self.nothing_at(link.path, source) if link.path else found(source)
 
     def nothing_at(self, path: str, source: str) -> Resolution:
         """The answer when no way led anywhere: made by the site, doubtful, or missing."""
@@ -368,6 +368,8 @@ class Site:
                 return found() if why is None else doubtful(why)
         if self.rules.any_target is not None:
             return doubtful(self.rules.any_target)
+        if self._climbs_out(path, source) and not path.lower().endswith(self.rules.page_suffixes):
+            return doubtful("it leads out of the site; is another served beside it?")
         places = [self.place(path, source)]
         if path.startswith("/"):
             places = [posixpath.join(folder, path.lstrip("/")) for folder in (self.content, *self.rules.static)]
@@ -376,6 +378,18 @@ class Site:
             if why is not None:
                 return doubtful(why)
         return missing()
+
+    def _climbs_out(self, path: str, source: str) -> bool:
+        """Whether a relative path leads above the site's own address, where other sites of its host may be."""
+        start = next(iter(self.addresses.get(source, ())), None)
+        if start is None or path.startswith("/"):
+            return False
+        depth = start.count("/") - 1
+        for part in path.split("/"):
+            depth += -1 if part == ".." else part not in {"", "."}
+            if depth < 0:
+                return True
+        return False
 
     @staticmethod
     def place(path: str, source: str) -> str:
