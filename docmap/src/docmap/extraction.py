@@ -51,7 +51,7 @@ _BLOCKS = Query(
 
 # Where a run of inline Markdown holds what the engine does not report.
 _INLINE_SIGN = re.compile(rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)")
-_DEFINES = re.compile(rb"^[ >\t]*\[((?:[^\[\]\\]|\\.){1,999})\]:", re.MULTILINE)
+_DEFINES = re.compile(rb"^[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:", re.MULTILINE)
 _BRACES = re.compile(rb"(?<!\{)\{:?([^{}\n]{1,1000})\}")
 _ID_IN_BRACES = re.compile(rb"""(?:^|[ \t])(?:#([^\s#=]+)|id=(?:"([^"]*)"|'([^']*)'|([^\s"']+)))(?![^ \t])""")
 _BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
@@ -80,7 +80,7 @@ _DEEPEST_BODY = 6
 def read_facts(data: bytes) -> tuple[Facts, list[Section]]:
     """What the bytes of a document say, and the sections of its outline."""
     text, replaced = normalise(data)
-    facts, sections = _Reader(text, 0).read()
+    facts, sections = _Reader(text, 0, frozenset(), frozenset()).read()
     facts.replaced = replaced
     return facts, [
         Section(s.name, s.fqn.removeprefix("."), s.start_line, s.end_line, s.signature, s.docstring)
@@ -89,8 +89,10 @@ def read_facts(data: bytes) -> tuple[Facts, list[Section]]:
 
 
 class _Reader:
-    def __init__(self, text: str, depth: int) -> None:
+    def __init__(self, text: str, depth: int, labels: frozenset[str], notes: frozenset[str]) -> None:
+        """`labels` and `notes` are those that the document around this text defines."""
         self._text, self._depth = text, depth
+        self._labels, self._notes = labels, notes
         self._data = text.encode("utf-8")
         self._starts: list[int] | None = None
         self._facts = Facts()
@@ -183,6 +185,8 @@ class _Reader:
             else:
                 labels[same_label(label)] = None
         self._facts.labels = list(labels)
+        self._labels |= labels.keys()
+        self._notes |= {same_label(note.name) for note in self._facts.footnotes}
 
     def _read_html(self, nodes: Iterable[Node]) -> list[tuple[int, int]]:
         """Read elements and headings of HTML blocks; returns where comments are."""
@@ -229,8 +233,6 @@ class _Reader:
     def _read_runs(self, nodes: Iterable[Node]) -> list[tuple[int, int]]:
         """Read the runs of inline Markdown that hold more than the engine reports; returns comments."""
         comments: list[tuple[int, int]] = []
-        labels = frozenset(self._facts.labels)
-        notes = frozenset(same_label(note.name) for note in self._facts.footnotes)
         signs = _INLINE_SIGN.finditer(self._data)
         sign = next(signs, None)
         for node in nodes:
@@ -241,7 +243,7 @@ class _Reader:
                 break
             if sign.start() >= end:
                 continue
-            found = read_inline(self._data, begin, end, self._line_of, labels, notes)
+            found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes)
             self._facts.links.extend(link for _, link in found.links)
             for element in found.elements:
                 self._add_element(element)
@@ -390,7 +392,7 @@ class _Reader:
             return
         dedented = "\n".join(line[min(indents) :] for line in lines)
         text = dedented if dedented.endswith("\n") else dedented + "\n"
-        facts, _ = _Reader(text, self._depth + 1).read()
+        facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
         self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
 
 

@@ -137,7 +137,9 @@ def links_of_element(element: Element, line: int) -> Iterator[Link]:
         if target and not (attribute == "to" and element.name != "Link"):
             link = link_of(form, line, target)
             if link is not None:
-                yield link
+                # What these lead to is loaded into the page.
+                loaded = form == HREF and element.name.lower() in {"use", "image", "link"}
+                yield link._replace(form=SRC) if loaded else link
 
 
 def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels) -> Found:

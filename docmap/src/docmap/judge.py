@@ -11,7 +11,7 @@ from collections.abc import Iterable, Iterator, Mapping
 from dataclasses import dataclass
 from typing import Final
 
-from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
 from docmap.inline import same_label
 from docmap.repository import Repository
 from docmap.sites.site import DOUBTFUL, FOUND, Site
@@ -79,7 +79,9 @@ class Judge:
                 continue
             if link.form in site.rules.unchecked_forms:
                 continue
-            if link.form in {WIKI, EMBED} and site.notes is None:
+            if (link.form in {WIKI, EMBED} and site.notes is None) or (
+                link.form == SCHEME and SCHEME not in site.rules.ways
+            ):
                 continue
             yield self._judge(shown, link, path, facts)
 
