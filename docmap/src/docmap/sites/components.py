@@ -69,10 +69,13 @@ def component_effects(known: frozenset[str], aliases: dict[str, str]) -> dict[st
         ]
         if any(path is not None and path.lower().endswith((".md", ".mdx")) for path in brought):
             return None
-        sources = [path for path in site.files_by_name.get(name, ()) if path.endswith(_SOURCES)]
+        # <my-tabs> stands for MyTabs.
+        pascal = "".join(part[:1].upper() + part[1:] for part in name.split("-"))
+        named = {*site.files_by_name.get(name, ()), *site.files_by_name.get(pascal, ())}
+        sources = [path for path in named if path.endswith(_SOURCES)]
         sources += [path for path in brought if path in site.repository.files]
         texts = [site.repository.text(path) for path in sources]
-        if texts and not any(text is None or may_make_anchors(text) for text in texts):
+        if texts and all(text and not may_make_anchors(text) for text in texts):
             return None
         return f"made by the component <{construct.name}> in line {construct.line}?"
 

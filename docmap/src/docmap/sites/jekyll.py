@@ -229,24 +229,27 @@ def _served_file(site: Site, link: Link, source: str) -> Resolution | None:
     place = posixpath.normpath(posixpath.join(site.content, path)) if path else site.content
     if set(path.split("/")) & _PARTS:
         return None
-    files = site.repository.files
-    for name in (f"{place}.html", posixpath.join(place, "index.html"), re.sub(r"\.css$", ".scss", place)):
-        if name.removeprefix("./") in files:
-            return found()
-    permalinks = site.once(_html_permalinks)
-    return found() if f"/{path}" in permalinks or f"/{path}/" in permalinks else None
+    if re.sub(r"\.css$", ".scss", place) in site.repository.files:
+        return found()
+    return found() if f"/{path}" in site.once(_other_pages) else None
 
 
-def _html_permalinks(site: Site) -> frozenset[str]:
-    """The permalinks of pages that are no Markdown."""
-    permalinks = set()
+def _other_pages(site: Site) -> frozenset[str]:
+    """The addresses of pages that are no Markdown, without a slash at the end."""
+    addresses = set()
     for path in site.repository.files:
-        inside = site.within(path, site.content) is not None and not set(path.split("/")) & _PARTS
-        if inside and path.endswith((".html", ".xml", ".json", ".txt")):
-            front = re.match(r"---\n(.*?)\n---", site.repository.text(path) or "", re.DOTALL)
-            fields = literals.yaml(front[1]) if front is not None else {}
-            permalinks.update(literals.texts(fields.get("permalink")))
-    return frozenset(permalinks)
+        place = site.within(path, site.content)
+        if (
+            place is None
+            or set(place.split("/")) & _PARTS
+            or not place.endswith((".html", ".xml", ".json", ".txt"))
+        ):
+            continue
+        front = re.match(r"---\n(.*?)\n?---", site.repository.text(path) or "", re.DOTALL)
+        permalink = literals.yaml(front[1]).get("permalink") if front is not None else None
+        by_path = re.sub(r"(?:(?:^|(?<=/))index)?\.html$", "", place)
+        addresses.add(permalink if isinstance(permalink, str) else by_path)
+    return frozenset("/" + address.strip("/") for address in addresses)
 
 
 def _template(site: Site, link: Link, source: str) -> Resolution | None:
@@ -372,7 +375,8 @@ def make(repository: Repository, root: str) -> Site | None:
     made = dict(rules.made)
     theme = config.get("theme") or config.get("remote_theme")
     if theme or on_host:
-        made[r"/assets/.*"] = "a file of the theme?"
+        # The host has a theme of its own for sites that name none; it brings style sheets and scripts.
+        made[r"/assets/.*" if theme else r"/assets/.*\.(?:css|js)"] = "a file of the theme?"
     if "jekyll-archives" in plugins:
         made[r"/(?:tags?|categor(?:y|ies)|\d{4})/.*"] = "made by the plugin `jekyll-archives`?"
     unknown = sorted(plugins - _HARMLESS - {"jekyll-archives"})

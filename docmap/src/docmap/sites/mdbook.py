@@ -60,6 +60,10 @@ def _chapter(
     """The target ends in .md: its page ends in .html, and there is one when SUMMARY.md lists the file."""
     if not link.path.endswith(".md"):
         return None
+    if not link.path.startswith("/") and site.within(site.place(link.path, source), site.content) is None:
+        return nothing_because(
+            site, link, source, f"it leads out of {site.content}/, so the book does not have it"
+        )
     stem = re.sub(r"(^|/)README$", r"\1index", link.path[: -len(".md")])
     page = at_address(site, site.address_of(stem + ".html", source))
     if page is not None:

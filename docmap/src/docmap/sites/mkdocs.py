@@ -50,6 +50,8 @@ _MADE_BY = {
     "rss": r"/feed_\w+\.(?:xml|json)",
     "social": r"/assets/images/social/.*",
 }
+# Plugins that bring documents, to go by their names.
+_MAKES_SOURCES = re.compile(r"gen|auto|api|repo|import|jupyter|notebook|gallery|merge|projects|doxy|simple")
 # Events by which a hook can bring files or pages; those for pages can bring anchors.
 _FILE_EVENT = re.compile(r"^def on_(?:config|files|nav|pre_build|post_build|env)\b", re.MULTILINE)
 _PAGE_EVENT = re.compile(r"^def on_(?:page_\w+|post_page)\b", re.MULTILINE)
@@ -319,6 +321,8 @@ def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -
     for name in sorted(plugins.keys() - _HARMLESS):
         why = f"made by the plugin `{name}` of {path}?"
         rules = rules.changed(any_target=why, any_anchor=why)
+        if _MAKES_SOURCES.search(name):
+            rules = rules.changed(any_source=why)
     return rules.changed(effects=effects, made=made)
 
 
@@ -327,6 +331,8 @@ def _with_hooks(rules: Rules, repository: Repository, root: str, hooks: list[str
         text, why = repository.text(posixpath.join(root, hook)), f"made by the hook {hook}?"
         if not text or _FILE_EVENT.search(text):
             rules = rules.changed(any_target=why)
+        if text and _FILE_EVENT.search(text):
+            rules = rules.changed(any_source=why)
         if not text or _PAGE_EVENT.search(text):
             rules = rules.changed(any_anchor=why, any_label=why)
     return rules

@@ -18,7 +18,7 @@ from functools import cached_property
 from importlib import import_module
 from typing import Final, TypeVar, cast
 
-from docmap.facts import WIKI, Construct, Facts, Heading, Link, Named
+from docmap.facts import INCLUDE, WIKI, Construct, Facts, Heading, Link, Named
 from docmap.repository import Repository
 
 _T = TypeVar("_T")
@@ -157,6 +157,8 @@ class Rules:
     made: Mapping[str, str | None] = field(default_factory=dict)
     # Why any address may be made without a file (a preprocessor, a plugin), if so.
     any_target: str | None = None
+    # The same for links to source files: only what makes those before links are followed can do so.
+    any_source: str | None = None
     # Wiki links: whether these are links here; else they are text.
     wiki_links: bool = False
     # Undefined labels: whether they are told; or why an undefined one may be defined after all.
@@ -193,8 +195,6 @@ class Rules:
     # Effects of constructs: "form:name", else "form" -> effect. A form that is missing has no effect.
     effects: Mapping[str, Effect] = field(default_factory=dict)
     any_anchor: str | None = None  # why every page may have anchors that no text shows (a plugin), if so
-    # Why an anchor that differs from a known one in letter case alone may do all the same; None: it does not.
-    case_doubt: str | None = None
     # What the grammar calls code and the site Markdown: kinds of `Body`, "fence:name" for one directive.
     bodies: tuple[str, ...] = ()
     # The part of a wiki link's anchor that names the heading or block: the last of "A#B" unless said otherwise.
@@ -366,8 +366,11 @@ class Site:
         for pattern, why in self.rules.made.items():
             if re.fullmatch(pattern, address):
                 return found() if why is None else doubtful(why)
-        if self.rules.any_target is not None:
-            return doubtful(self.rules.any_target)
+        # Most programs make addresses; a link to a source file is followed before they could.
+        is_source = path.lower().endswith(self.rules.page_suffixes)
+        why = self.rules.any_source if is_source else self.rules.any_target
+        if why is not None:
+            return doubtful(why)
         if self._climbs_out(path, source) and not path.lower().endswith(self.rules.page_suffixes):
             return doubtful("it leads out of the site; is another served beside it?")
         places = [self.place(path, source)]
@@ -426,7 +429,8 @@ class Site:
         ]
         events.sort(key=lambda event: event[0])
         for line, event in events:
-            if any(span.first <= line <= span.last for span in hidden):
+            in_comment = isinstance(event, Construct) and event.form == INCLUDE
+            if not in_comment and any(span.first <= line <= span.last for span in hidden):
                 continue
             if isinstance(event, Heading):
                 anchor = self.anchor_of(event, given)

@@ -39,7 +39,7 @@ def hugo(text: str) -> str:
 
 def hugo_ascii(text: str) -> str:
     """Hugo's `github-ascii`: accents go, then everything else beyond ASCII."""
-    return hugo(_ascii(text))
+    return _ascii(hugo(unicodedata.normalize("NFD", text)))
 
 
 def blackfriday(text: str) -> str:

@@ -33,6 +33,7 @@ KIND = "sphinx"
 _PARSERS = frozenset(
     {"myst_parser", "myst_nb", "recommonmark", "m2r", "m2r2", "jupyter_book", "sphinx_mdinclude"}
 )
+_RST_TARGET = re.compile(r"^\.\. _`?([^`:\n]+)`?:\s*$", re.MULTILINE)
 _SOURCES = (".md", ".rst", ".ipynb", ".txt", ".markdown", ".myst", ".myst.md")
 _KNOWN = literals.words(
     """
@@ -127,7 +128,7 @@ def _target(site: Site, link: Link, source: str) -> Resolution | None:
     if "." in posixpath.basename(link.path) or link.path.startswith((".", "/")):
         return None
     pages = site.once(_targets).get(_normal(link.path))
-    return found(*pages) if pages else None
+    return found(*pages) if pages is not None else None
 
 
 def _within_project(inventories: str | None, site: Site, link: Link, source: str) -> Resolution | None:
@@ -139,8 +140,8 @@ def _within_project(inventories: str | None, site: Site, link: Link, source: str
     if compare(link.anchor) in anchors.known:
         return found(source)
     pages = site.once(_targets).get(_normal(link.anchor))
-    if pages:
-        return Resolution("found", tuple(pages), anchor=None)
+    if pages is not None:
+        return found(*pages)
     if inventories is not None and anchors.unknown_because is None:
         return doubtful(inventories)
     return None
@@ -171,8 +172,9 @@ def _targets(site: Site) -> dict[str, list[str]]:
     for path in site.repository.files:
         if path.endswith(".rst") and site.within(path, site.content) is not None:
             text = site.repository.text(path) or ""
-            for name in re.findall(r"^\.\. _`?([^`:\n]+)`?:\s*$", text, re.MULTILINE):
-                targets.setdefault(_normal(name), []).append(path)
+            for name in _RST_TARGET.findall(text):
+                # No document as far as facts go, so that nothing is asked of its anchors.
+                targets.setdefault(_normal(name), [])
     return targets
 
 

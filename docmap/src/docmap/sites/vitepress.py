@@ -70,7 +70,7 @@ def _alias(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _included(site: Site, construct: Construct, page: str) -> str | None:
-    path = re.sub(r"\{[^}]*\}$|#[\w-]+(?:\{[^}]*\})?$", "", construct.arguments.strip())
+    path = re.sub(r"\{[^}]*\}$|#[\w-]+(?:\{[^}]*\})?$", "", construct.arguments.strip(": "))
     return posixpath.join(site.content, path[2:]) if path.startswith("@/") else site.place(path, page)
 
 
