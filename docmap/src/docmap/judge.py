@@ -15,7 +15,7 @@ from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, SCHEME, SRC, TEMPL
 from docmap.inline import same_label
 from docmap.repository import Repository
 from docmap.sites.site import DOUBTFUL, FOUND, Site
-from docmap.spelling import Spelling
+from docmap.spelling import Spelling, is_slip
 
 BROKEN: Final = "broken"
 IN_DOUBT: Final = "doubtful"
@@ -142,7 +142,9 @@ class Judge:
         else:
             message, suggestion = f'no file "{link.path}"', self._closest_page(site, link, source)
         if resolution.outcome == DOUBTFUL:
-            return Judgement(link, None, _finding(link, path, message, suggestion, resolution.why))
+            is_slip = resolution.is_made and suggestion is not None and _is_slip_in_path(link.path, suggestion)
+            doubt = None if is_slip else resolution.why
+            return Judgement(link, None, _finding(link, path, message, suggestion, doubt, site))
         if resolution.why is not None:
             message = f"{message}: {resolution.why}"
         return Judgement(link, None, _finding(link, path, message, suggestion, None, site))
@@ -161,15 +163,19 @@ class Judge:
         others: list[str] = []
         for page in pages:
             anchors = site.anchors(page)
-            if rules.compare(wanted) in anchors.known:
+            name = anchors.known.get(rules.compare(wanted))
+            if name is not None and (rules.case_doubt is None or not _differ_in_case(name, wanted)):
                 return Judgement(link, page)
             doubt = doubt or anchors.unknown_because
             others += anchors.known.values()
         same = next((name for name in others if name.casefold() == wanted.casefold()), None)
-        if same is not None:
-            doubt = doubt or rules.case_doubt
         where = "" if target == source else f" in {target}"
         closest = same or self._closest_anchor(wanted, others, target)
+        if same is not None:
+            doubt = rules.case_doubt
+        elif closest is not None and is_slip(wanted, closest):
+            # Whatever else makes anchors here, it makes none that is one slip away from another.
+            doubt = None
         suggestion = None if closest is None else self._with_anchor(link, closest)
         kind = "block" if wanted.startswith("^") else "heading"
         message = f'no {kind} "#{wanted}"{where}'
@@ -282,6 +288,19 @@ class Judge:
             relative = posixpath.relpath(address.rstrip("/") or "/", posixpath.dirname(start[0] + "x"))
             return relative + "/" if link.path.endswith("/") else relative
         return _stem(written)
+
+
+def _is_slip_in_path(written: str, meant: str) -> bool:
+    """Whether one part of a path is misspelt, and the others are as they should be."""
+    ours, theirs = (posixpath.normpath(path).strip("/").split("/") for path in (written, meant))
+    if len(ours) != len(theirs):
+        return False
+    wrong = [pair for pair in zip(ours, theirs, strict=True) if pair[0] != pair[1]]
+    return len(wrong) == 1 and is_slip(*wrong[0])
+
+
+def _differ_in_case(name: str, other: str) -> bool:
+    return name != other and name.casefold() == other.casefold()
 
 
 def _stem(path: str) -> str:

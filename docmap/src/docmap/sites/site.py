@@ -43,6 +43,8 @@ class Resolution:
     outcome: str
     pages: tuple[str, ...] = ()
     why: str | None = None
+    # Doubtful because something may make what is asked for; nobody makes what is one slip away from a name that is there.
+    is_made: bool = False
     # The anchor that a template's target holds; the link itself then has none.
     anchor: str | None = None
 
@@ -58,6 +60,11 @@ def found(*pages: str) -> Resolution:
 def missing(why: str | None = None) -> Resolution:
     """Nothing is there."""
     return Resolution(MISSING, why=why)
+
+
+def made_perhaps(why: str) -> Resolution:
+    """Something that cannot be read may make it: doubtful, unless it is a slip for a name that is there."""
+    return Resolution(DOUBTFUL, why=why, is_made=True)
 
 
 def doubtful(why: str) -> Resolution:
@@ -157,6 +164,8 @@ class Rules:
     made: Mapping[str, str | None] = field(default_factory=dict)
     # Why any address may be made without a file (a preprocessor, a plugin), if so.
     any_target: str | None = None
+    # The same for addresses alone, targets that name no file: a preprocessor that does not write files.
+    any_address: str | None = None
     # The same for links to source files: only what makes those before links are followed can do so.
     any_source: str | None = None
     # Wiki links: whether these are links here; else they are text.
@@ -365,7 +374,7 @@ class Site:
         address = self.address_of(path, source)
         for pattern, why in self.rules.made.items():
             if re.fullmatch(pattern, address):
-                return found() if why is None else doubtful(why)
+                return found() if why is None else made_perhaps(why)
         # Most programs make addresses; a link to a source file is followed before they could.
         is_source = path.lower().endswith(self.rules.page_suffixes)
         why = self.rules.any_source if is_source else self.rules.any_target
