@@ -93,7 +93,7 @@ ZOLA = {
     "static/x.png": "",
 }
 JEKYLL = {
-    "_config.yml": "baseurl: /base\npermalink: pretty\ncollections: {guides: {output: true}, hidden: {}}\n",
+    "_config.yml": "baseurl: /base\nrepository: https://x.org/y\npermalink: pretty\ncollections: {guides: {output: true}, hidden: {}}\n",
     "index.md": "---\n---\n# Home\n",
     "a.md": "---\n---\n# A\n\n## It's `x`\n\n## Own {#own}\n\n## Below\n{: #below}\n",
     "about.html": "---\npermalink: /about-us/\n---\n",
@@ -197,7 +197,7 @@ SITES = [
         "![x](../img/x.png)": OK, "[x](a.md#its-x)": OK, "[x](a.md#own)": OK, "[x](a.md#below)": OK, "[x](a.md#a-1)": BROKEN,
         "[x]({% link a.md %})": OK, "[x]({% link a.md %}#nope)": BROKEN, "[x]({% link b.md %})": BROKEN,
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
-        "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL,
+        "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
     }, "---\n---\n"),
     site("sphinx", SPHINX, "docs/sub/page.md", {
         "[x](../a.md)": OK, "[x](../a)": OK, "[x](/a.md)": OK, "[x](../b.rst)": OK, "[x](../out.md)": BROKEN,

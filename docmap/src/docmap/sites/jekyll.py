@@ -5,11 +5,12 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterator, Mapping, Sequence
+from functools import partial
 from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import HREF, IMAGE, LIQUID, SRC, TEMPLATE, Construct, Facts, Link
+from docmap.facts import HREF, IMAGE, LINK, LIQUID, SRC, TEMPLATE, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
@@ -25,7 +26,7 @@ from docmap.sites.site import (
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import as_host_serves, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, is_elsewhere, nothing_because, outside_base
 
 KIND = "jekyll"
 
@@ -40,12 +41,9 @@ _STYLES = {
 _POST = re.compile(r"(?:.*/)?_posts/(?:.*/)?(\d{4})-(\d{1,2})-(\d{1,2})-([^/]+)")
 _TAG = re.compile(r"\{%-?\s*(link|post_url)\s+(.*?)\s*-?%\}(.*)", re.DOTALL)
 _URL = re.compile(
-    r"""\{\{-?\s*["']([^"']*)["']\s*\|\s*(?:relative_url|absolute_url|prepend:\s*site\.baseurl)\s*-?\}\}(.*)""",
-    re.DOTALL,
+    r"""\{\{-?\s*["']([^"']*)["']\s*\|\s*(?:relative_url|absolute_url|prepend:\s*site\.baseurl)\s*-?\}\}"""
 )
-_BASE = re.compile(
-    r"\{\{-?\s*site\.(?:baseurl|url)\s*-?\}\}\s*(?:\{\{-?\s*site\.baseurl\s*-?\}\})?(.*)", re.DOTALL
-)
+_VARIABLE = re.compile(r"\{\{-?\s*(site|page)\.(\w+)\s*-?\}\}")
 # Tags that make no anchors; with these, also those that end a block.
 _KNOWN = re.compile(
     r"end\w*|raw|comment|highlight|if|elsif|else|unless|case|when|assign|capture|increment|decrement|link|post_url|gist"
@@ -252,7 +250,7 @@ def _other_pages(site: Site) -> frozenset[str]:
     return frozenset("/" + address.strip("/") for address in addresses)
 
 
-def _template(site: Site, link: Link, source: str) -> Resolution | None:
+def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) -> Resolution | None:
     """{% link path %}, {% post_url name %}, {{ "/path" | relative_url }} and {{ site.baseurl }}/path."""
     tag = _TAG.search(link.path)
     if tag is not None:
@@ -274,17 +272,29 @@ def _template(site: Site, link: Link, source: str) -> Resolution | None:
         if resolution is None:
             return nothing_because(site, link._replace(path=f"/{name}"), source, f"no file {place}")
         return Resolution(resolution.outcome, resolution.pages, anchor=anchor)
-    target = _URL.search(link.path) or _BASE.search(link.path)
-    if target is None:
-        return doubtful("filled in by a template")
-    path, _, anchor = "".join(target.groups()).partition("#")
+    target = _URL.sub(lambda match: "/" + match[1].lstrip("/"), link.path)
+    target = _VARIABLE.sub(lambda match: _value(config, site, source, match), target)
+    path, _, anchor = target.partition("#")
+    if is_elsewhere(path):
+        return found()
     if "{{" in path or "{%" in path or (path and not path.startswith("/")):
         return doubtful("filled in by a template")
-    plain = link._replace(path=path or "/", form="link")
+    plain = link._replace(path=path or "/", form=LINK)
     resolution = at_address(site, site.normalised_address(path)) or _served_file(site, plain, source)
     if resolution is None:
         resolution = nothing_because(site, plain, source, f"no page or file at {path}")
     return Resolution(resolution.outcome, resolution.pages, resolution.why, anchor or None)
+
+
+def _value(config: Mapping[str, Any], site: Site, source: str, match: re.Match[str]) -> str:
+    """What a variable stands for; itself, where neither the configuration nor the front matter says it."""
+    if match[2] == "baseurl":
+        # Addresses are without it here.
+        return ""
+    facts = site.facts(source)
+    fields = config if match[1] == "site" else facts.fields if facts is not None else {}
+    value = fields.get(match[2], "" if match[2] == "url" else None)
+    return value if isinstance(value, str) and match[2] != "url" else "" if match[2] == "url" else match[0]
 
 
 def _included(site: Site, construct: Construct, page: str) -> str | None:
@@ -364,7 +374,7 @@ def make(repository: Repository, root: str) -> Site | None:
             IMAGE: (*links, *wrong),
             HREF: (*links, *wrong),
             SRC: (*links, *wrong),
-            TEMPLATE: (_template,),
+            TEMPLATE: (partial(_template, config),),
         },
         addresses=pages.addresses,
         base=str(config.get("baseurl") or "") or "/",

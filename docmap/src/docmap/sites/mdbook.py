@@ -118,8 +118,11 @@ RULES = Rules(
 
 
 def find(repository: Repository) -> Iterator[str]:
-    """The folders of all book.toml."""
-    return folders_of(repository, "book.toml")
+    """The folders of all book.toml, which may be missing where there is src/SUMMARY.md."""
+    yield from folders_of(repository, "book.toml")
+    for folder in folders_of(repository, "SUMMARY.md"):
+        if posixpath.basename(folder) == "src":
+            yield posixpath.dirname(folder)
 
 
 def make(repository: Repository, root: str) -> Site | None:
