@@ -69,6 +69,8 @@ class Judge:
     def judged(self, path: str) -> Iterator[Judgement]:
         """What becomes of each link of a document, in document order."""
         shown = self._shown_in(path)
+        if not shown:
+            return
         site = shown[0][0]
         facts = site.facts(path)
         if facts is None:
@@ -90,7 +92,7 @@ class Judge:
         own = self.site_of(path)
         shown = [(own, source) for source in own.sources_of(path)] if own is not self._host else []
         # What its site shows nowhere is still read where the repository is, and so is what no site owns.
-        shown = shown or [(self._host, path)]
+        shown = shown or ([] if own.is_part(path) else [(self._host, path)])
         for site in self.sites:
             if site is not own and site is not self._host:
                 shown += [(site, page) for page in site.includers.get(path, ())]

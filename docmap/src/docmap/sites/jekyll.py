@@ -302,6 +302,13 @@ def _included(site: Site, construct: Construct, page: str) -> str | None:
     return None if "{{" in path else site.place(path, page)
 
 
+def _include(site: Site, construct: Construct, page: str) -> str | None:
+    """An include that is Markdown; `_tag` says what others may make."""
+    name = construct.arguments.strip().split(" ")[0].strip("\"'")
+    path = posixpath.join(site.root, "_includes", name)
+    return path if path.endswith(_SUFFIXES) and path in site.repository.files else page
+
+
 def _tag(site: Site, construct: Construct, page: str) -> str | None:
     """A tag or include may make anchors when its source is not here, or has some."""
     if _KNOWN.fullmatch(construct.name):
@@ -309,11 +316,9 @@ def _tag(site: Site, construct: Construct, page: str) -> str | None:
     if construct.name in {"include", "include_cached"}:
         path = posixpath.join(site.root, "_includes", construct.arguments.strip().split(" ")[0].strip("\"'"))
         text = site.repository.text(path)
-        if (
-            text is not None
-            and not may_make_anchors(text)
-            and not re.search(r"^#|\{%-?\s*include", text, re.MULTILINE)
-        ):
+        if path.endswith(_SUFFIXES) and text is not None:
+            return None
+        if text and not may_make_anchors(text) and not re.search(r"^#|\{%-?\s*include", text, re.MULTILINE):
             return None
     return f"made by `{construct.name} {construct.arguments[:40]}` in line {construct.line}?"
 
@@ -328,8 +333,11 @@ RULES = Rules(
     custom_id=r"\{:?[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
     named=("attribute_ids",),
     always=r"|top|:~:.*|fn(?:ref)?:.*|markdown-toc.*",
+    parts=r"_(?:includes|layouts|data|sass|plugins)/",
     effects={
         f"{LIQUID}:include_relative": Effect(includes=_included, anchors="included in line {line}?"),
+        f"{LIQUID}:include": Effect(includes=_include, unknown=_tag),
+        f"{LIQUID}:include_cached": Effect(includes=_include, unknown=_tag),
         LIQUID: Effect(unknown=_tag),
     },
 )

@@ -177,6 +177,8 @@ class Rules:
     more_labels: frozenset[str] = frozenset()
     # Whether the links of a file that is part of a page start from that file (as modules do), too.
     partials_keep_paths: bool = False
+    # Template parts, as a pattern of paths below the content root: what no page is known to include is not judged.
+    parts: str | None = None
     # Form of the link -> None when it is not followed, else as the link says.
     unchecked_forms: frozenset[str] = frozenset()
     # Targets, as written, of which nothing can be said: pattern found in them -> why.
@@ -344,6 +346,11 @@ class Site:
             return (path,)
         pages = tuple(self.includers.get(path, ()))
         return (*pages, path) if pages and self.rules.partials_keep_paths else pages
+
+    def is_part(self, path: str) -> bool:
+        """Whether a document is a part of pages that nothing here names."""
+        place = self.within(path, self.content)
+        return self.rules.parts is not None and place is not None and bool(re.match(self.rules.parts, place))
 
     @cached_property
     def notes(self) -> Site | None:
