@@ -1,4 +1,4 @@
-"""What components do to a page, where their source can be read; and what plugins of a parser are named for."""
+"""What components do to a page, where their source can be read, and what plugins of a parser may do."""
 
 from __future__ import annotations
 
@@ -10,7 +10,7 @@ from docmap.facts import COMPONENT, IMPORT, Construct
 from docmap.sites.site import Effect, Site
 
 _SOURCES = (".vue", ".astro", ".jsx", ".tsx", ".js", ".ts", ".svelte", ".html")
-# What makes anchors: an id, a heading, or text of elsewhere (`set:html`, `v-html`, `dangerouslySetInnerHTML`).
+# What makes anchors: an id, a heading, or text of elsewhere.
 _MAKES_ANCHORS = re.compile(r"\bid\s*=|\bid:|<[Hh][1-6]\b|set:html|v-html|dangerouslySetInnerHTML|<Content\b")
 # A part of a parser that is named for one of these may change what is an anchor, or make more of them.
 _NAMED_FOR_ANCHORS = re.compile(

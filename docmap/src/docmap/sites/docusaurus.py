@@ -48,7 +48,7 @@ _TESTS = re.compile(r"\.test\.|(?:^|/)__tests__/")
 
 @dataclass(frozen=True)
 class _Part:
-    """A folder of content: what its pages are ("docs", "blog", "pages"), and the address that they stand below."""
+    """A folder of content: what its pages are ("docs", "blog", "pages"), and the address above them."""
 
     kind: str
     folder: str
@@ -353,7 +353,7 @@ def _own_pages(repository: Repository, parts: Sequence[_Part]) -> dict[str, str 
 
 
 def _lists(repository: Repository, parts: Sequence[_Part]) -> dict[str, str | None]:
-    """Lists that plugins make: of posts, of tags; and indexes of categories, whose address a setting may change."""
+    """Lists that plugins make: of posts, of tags, and of the pages of a category."""
     made: dict[str, str | None] = {}
     for part in parts:
         at = re.escape(posixpath.join("/", part.address).rstrip("/"))

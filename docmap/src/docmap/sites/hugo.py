@@ -136,7 +136,7 @@ def _filled(pattern: str, folder: str, name: str, fields: Mapping[str, Any]) -> 
 
 
 class _Lookup:
-    """Finds pages as .GetPage does: by path from the source's folder, then from the content roots, then by name."""
+    """Finds pages as .GetPage does: by path from the source's folder, from the content roots, or by name."""
 
     def __init__(self, roots: Sequence[str]) -> None:
         self.roots = roots

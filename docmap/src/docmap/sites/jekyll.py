@@ -5,6 +5,7 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterator, Mapping, Sequence
+from dataclasses import replace
 from functools import partial
 from typing import Any
 
@@ -271,7 +272,7 @@ def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) ->
         resolution = site_file(site, place) if place in site.repository.files else None
         if resolution is None:
             return nothing_because(site, link._replace(path=f"/{name}"), source, f"no file {place}")
-        return Resolution(resolution.outcome, resolution.pages, anchor=anchor)
+        return replace(resolution, anchor=anchor)
     target = _URL.sub(lambda match: "/" + match[1].lstrip("/"), link.path)
     target = _VARIABLE.sub(lambda match: _value(config, site, source, match), target)
     path, _, anchor = target.partition("#")
@@ -283,7 +284,7 @@ def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) ->
     resolution = at_address(site, site.normalised_address(path)) or _served_file(site, plain, source)
     if resolution is None:
         resolution = nothing_because(site, plain, source, f"no page or file at {path}")
-    return Resolution(resolution.outcome, resolution.pages, resolution.why, anchor or None)
+    return replace(resolution, anchor=anchor or None)
 
 
 def _value(config: Mapping[str, Any], site: Site, source: str, match: re.Match[str]) -> str:

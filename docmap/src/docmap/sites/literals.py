@@ -6,7 +6,9 @@ What a program would work out stays unread. A reader never fails: what is not to
 from __future__ import annotations
 
 import re
+import sys
 from collections.abc import Iterator
+from importlib import import_module
 from typing import Any
 
 
@@ -25,19 +27,20 @@ UNREAD = _Unread()
 
 def toml(text: str | None) -> dict[str, Any]:
     """The tables of a TOML file, {} for one that is missing or not well formed."""
+    # The standard library has it from Python 3.11 on.
+    reader = import_module("tomllib" if sys.version_info >= (3, 11) else "tomli")
     try:
-        import tomllib
-    except ImportError:  # before Python 3.11
-        import tomli as tomllib
-    try:
-        return tomllib.loads(text or "")
+        tables: dict[str, Any] = reader.loads(text or "")
     except (ValueError, RecursionError):
         return {}
+    return tables
 
 
 def yaml(text: str | None) -> dict[str, Any]:
-    """The mapping of a YAML file, {} for one that is missing or none. A value with a tag of its own is a string
-    such as "!ENV NAME" or "!!python/name:package.function", with its mapping, if any, beside it."""
+    """The mapping of a YAML file, {} for one that is missing or none.
+
+    A value with a tag keeps it: `!ENV NAME` is "!ENV NAME", and a mapping has it under the key "!".
+    """
     import yaml as pyyaml
 
     class Loader(pyyaml.SafeLoader):
@@ -48,7 +51,7 @@ def yaml(text: str | None) -> dict[str, Any]:
             return f"!{suffix} {node.value}".strip()
         if isinstance(node, pyyaml.MappingNode):
             return {"!": suffix, **loader.construct_mapping(node, deep=True)}
-        return ["!", suffix, *loader.construct_sequence(node, deep=True)]
+        return UNREAD
 
     Loader.add_multi_constructor("!", tagged)
     Loader.add_multi_constructor("tag:yaml.org,2002:python/", tagged)

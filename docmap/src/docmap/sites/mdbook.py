@@ -105,7 +105,8 @@ RULES = Rules(
     ways={},
     not_copied=(".md",),
     made={
-        r"/(?:index\.html)?|/(?:print|toc|404)\.html|/searchindex.*|/(?:css|fonts|FontAwesome)/.*|/favicon.*": None
+        r"/(?:index\.html)?|/(?:print|toc|404)\.html|/searchindex.*|/favicon.*": None,
+        r"/(?:css|fonts|FontAwesome)/.*": None,
     },
     slug=slugs.mdbook,
     compare=slugs.without_marks,

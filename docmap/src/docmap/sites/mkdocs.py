@@ -154,7 +154,8 @@ RULES = Rules(
     page_suffixes=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
     not_copied=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
     made={
-        r"/404\.html|/sitemap\.xml(?:\.gz)?|/search(?:\.html|/.*)|/assets/(?:javascripts|stylesheets)/.*": None
+        r"/404\.html|/sitemap\.xml(?:\.gz)?|/search(?:\.html|/.*)": None,
+        r"/assets/(?:javascripts|stylesheets)/.*": None,
     },
     slug=slugs.python_markdown,
     repeats=numbered(join="_"),
@@ -227,7 +228,8 @@ def _left_out(config: dict[str, Any]) -> GitIgnoreSpec:
 
 
 def _named_options(value: object) -> dict[str, dict[str, Any]]:
-    """Extensions or plugins by name, with their options: written as a list of names and mappings, or a mapping."""
+    """Extensions or plugins by name, with their options."""
+    # Written as a mapping, or as a list of names and mappings.
     named: dict[str, Any] = {}
     for entry in value if isinstance(value, list) else [value]:
         named.update(entry if isinstance(entry, dict) else {entry: {}} if isinstance(entry, str) else {})
@@ -263,7 +265,7 @@ def _slug_function(setting: object) -> Callable[[str], str] | None:
     if "pymdownx.slugs." in name:
         options = setting.get("kwds", {}) if isinstance(setting, dict) else {}
         case = options.get("case", "lower" if "uslugify" in name and "cased" not in name else "")
-        return slugs.pymdown(case, options.get("normalize", "NFC"))
+        return slugs.pymdown(case)
     return slugs.python_markdown if name.endswith("toc.slugify") else None
 
 

@@ -58,25 +58,18 @@ def _settings(text: str | None) -> dict[str, Any]:
         return {}
     settings: dict[str, Any] = {}
     for node in tree.body:
-        targets = node.targets if isinstance(node, ast.Assign) else []
-        for target in targets:
-            if isinstance(target, ast.Name):
-                settings[target.id] = _literal(node.value)
-        if isinstance(node, ast.AugAssign) and isinstance(node.target, ast.Name):
-            more, name = _literal(node.value), node.target.id
-            before = settings.get(name)
-            settings[name] = (
-                before + more if isinstance(before, list) and isinstance(more, list) else literals.UNREAD
-            )
-        if (
-            isinstance(node, ast.Expr)
-            and isinstance(node.value, ast.Call)
-            and isinstance(node.value.func, ast.Attribute)
-        ):
-            owner, value = node.value.func.value, settings.get(getattr(node.value.func.value, "id", ""))
-            if isinstance(owner, ast.Name) and isinstance(value, list) and node.value.args:
-                more = _literal(node.value.args[0])
-                value.extend(more if isinstance(more, list) else [more])
+        match node:
+            case ast.Assign(targets=targets, value=value):
+                settings |= {target.id: _literal(value) for target in targets if isinstance(target, ast.Name)}
+            case ast.AugAssign(target=ast.Name(id=name), value=value):
+                before, more = settings.get(name), _literal(value)
+                known = isinstance(before, list) and isinstance(more, list)
+                settings[name] = before + more if known else literals.UNREAD
+            case ast.Expr(value=ast.Call(func=ast.Attribute(value=ast.Name(id=name)), args=[argument])):
+                # extensions.append(name), extensions.extend([name, ...])
+                before, more = settings.get(name), _literal(argument)
+                if isinstance(before, list):
+                    before.extend(more if isinstance(more, list) else [more])
     return settings
 
 
@@ -84,22 +77,21 @@ def _literal(node: ast.expr) -> Any:
     if isinstance(node, ast.List | ast.Tuple):
         return [_literal(element) for element in node.elts]
     if isinstance(node, ast.Dict):
-        keys = [_literal(key) if key is not None else "..." for key in node.keys]
-        return {key: _literal(value) for key, value in zip(keys, node.values) if isinstance(key, str)}
+        pairs = (
+            (_literal(key) if key is not None else "...", value)
+            for key, value in zip(node.keys, node.values, strict=True)
+        )
+        return {key: _literal(value) for key, value in pairs if isinstance(key, str)}
     return node.value if isinstance(node, ast.Constant) else literals.UNREAD
 
 
-def _addresses(left_out: GitIgnoreSpec, pattern: str, site: Site, page: str, facts: Facts) -> Sequence[str]:
+def _addresses(left_out: GitIgnoreSpec, site: Site, page: str, facts: Facts) -> Sequence[str]:
     place = site.within(page, site.content) or page
     if left_out.match_file(place):
         return ()
-    stem = posixpath.splitext(place)[0]
-    if pattern == "dirhtml":
-        folder, name = posixpath.split(stem)
-        return [posixpath.join("/", folder if name == "index" else stem, "")]
-    if posixpath.basename(stem) == "index":
-        return [f"/{stem}.html", posixpath.join("/", posixpath.dirname(stem), "")]
-    return [f"/{stem}.html"]
+    folder, name = posixpath.split(posixpath.splitext(place)[0])
+    address = posixpath.join("/", folder, name + ".html")
+    return [address, posixpath.join("/", folder, "")] if name == "index" else [address]
 
 
 def _document(site: Site, link: Link, source: str) -> Resolution | None:
@@ -231,7 +223,8 @@ RULES = Rules(
     page_suffixes=(".md", ".markdown", ".myst"),
     not_copied=None,
     made={
-        r"/(?:genindex|search|py-modindex|modindex|404)(?:\.html|/)|/(?:_sources|_downloads|_images|_modules)/.*": None
+        r"/(?:genindex|search|py-modindex|modindex|404)(?:\.html|/)": None,
+        r"/(?:_sources|_downloads|_images|_modules)/.*": None,
     },
     slug=slugs.github,
     compare=_normal,
@@ -270,7 +263,7 @@ def make(repository: Repository, root: str) -> Site | None:
             "myst_heading_anchors": 6,
             **(literals.get(book, "sphinx", "config") or {}),
         }
-        settings["exclude_patterns"] = literals.texts(book.get("exclude_patterns")) + ["_build"]
+        settings["exclude_patterns"] = [*literals.texts(book.get("exclude_patterns")), "_build"]
         settings["extensions"] += literals.texts(literals.get(book, "sphinx", "extra_extensions"))
     extensions = settings.get("extensions")
     extensions = literals.texts(extensions) if isinstance(extensions, list) else []
@@ -300,9 +293,7 @@ def make(repository: Repository, root: str) -> Site | None:
             SRC: (file_beside, page_at_address),
             HREF: (itself, page_at_address, by_web_server, outside_base),
         },
-        addresses=partial(
-            _addresses, GitIgnoreSpec.from_lines(patterns), str(settings.get("html_builder") or "")
-        ),
+        addresses=partial(_addresses, GitIgnoreSpec.from_lines(patterns)),
         static=tuple(
             posixpath.normpath(posixpath.join(root, folder))
             for value in (extra, static)
@@ -323,9 +314,8 @@ def make(repository: Repository, root: str) -> Site | None:
         # Deeper headings have the ids of docutils alone; those of other levels, both.
         rules = rules.changed(heading_levels=range(1, 7))
     if generated:
-        made = {
-            r"/(?:.*/)?(?:api|apidocs|autoapi|_?autosummary|generated|auto_examples|reference)/.*": f"made by `{generated[0]}`?"
-        }
+        folders = "api|apidocs|autoapi|_?autosummary|generated|auto_examples|reference"
+        made = {rf"/(?:.*/)?(?:{folders})/.*": f"made by `{generated[0]}`?"}
         rules = rules.changed(made={**rules.made, **made})
     return Site(rules, repository, root, root, path)
 

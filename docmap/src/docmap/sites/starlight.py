@@ -35,7 +35,7 @@ _IMPORTED_PACKAGE = re.compile(r"^(?:@astrojs/|astro-|@[\w-]+/(?:astro|starlight
 
 
 def _addresses(locales: dict[str, str], default: str, site: Site, page: str, facts: Facts) -> Sequence[str]:
-    """A page answers at the slug of its path, or its own; and in each language that lacks a translation of it."""
+    """A page answers at the slug of its path, or its own, and in each language that lacks a translation."""
     place = posixpath.splitext(site.within(page, site.content) or page)[0]
     if any(part.startswith("_") for part in place.split("/")):
         return ()

@@ -1,8 +1,7 @@
-"""Sites of generators that have no rules here: what the code host's rules deny may be made by the generator."""
+"""Sites of generators that have no rules here: what the code host's rules deny, the generator may make."""
 
 from __future__ import annotations
 
-import posixpath
 import re
 from collections.abc import Iterator
 
@@ -15,15 +14,17 @@ KIND = "unknown"
 # What defines such a site: pattern of a path -> what else must stand in the file; group 1 is the folder.
 _DEFINED_BY = {
     r"(.*/)?\.vuepress/config\.[cm]?[jt]s": "",
-    r"(.*/)?(?:astro|gatsby|gridsome|rspress|eleventy|\.eleventy|nuxt|saber|griffel|vocs)[.-]config\.[cm]?[jt]s": "",
+    r"(.*/)?astro\.config\.[cm]?[jt]s": r"\A(?!(?s:.*)@astrojs/starlight)",
+    r"(.*/)?(?:gatsby|gridsome|rspress|eleventy|nuxt|vocs)[.-]config\.[cm]?[jt]s": "",
     r"(.*/)?\.eleventy\.c?js": "",
     r"(.*/)?next\.config\.[cm]?[jt]s": r"nextra|fumadocs|mdx",
-    r"(.*/)?(?:mint|docfx)\.json|(.*/)?docs\.json": r"navigation|build|mintlify",
-    r"(.*/)?(?:_quarto|_bookdown|antora|pelicanconf|\.gitbook)\.(?:yml|yaml|py)": "",
+    r"(.*/)?(?:mint|docs|docfx)\.json": r"navigation|mintlify|docfx|\"build\"",
+    r"(.*/)?(?:_quarto|_bookdown|antora|myst|\.gitbook|retype)\.ya?ml": "",
+    r"(.*/)?pelicanconf\.py": "",
+    r"(.*/)?zensical\.toml": "",
     r"(.*/)?book\.json": r"plugins|structure|gitbook",
     r"(.*/)?index\.html": r"\$docsify",
-    r"(.*/)?_config\.yml": r"(?i)# hexo|hexo-",
-    r"(.*/)?(?:docs/)?zensical\.toml|(.*/)?\.markdoc\.json|(.*/)?retype\.yml": "",
+    r"(.*/)?_config\.ya?ml": r"(?i)# hexo|hexo-",
 }
 _PATTERNS = {re.compile(pattern): re.compile(text) for pattern, text in _DEFINED_BY.items()}
 # A Markdown file of these names is read on the code host, wherever a site is made.
@@ -49,7 +50,7 @@ def _folder(repository: Repository, path: str) -> str | None:
     for pattern, text in _PATTERNS.items():
         match = pattern.fullmatch(path)
         if match is not None and text.search(repository.text(path) or ""):
-            return (next(filter(None, match.groups()), "")).rstrip("/")
+            return (match[1] or "").rstrip("/")
     return None
 
 

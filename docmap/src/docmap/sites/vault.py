@@ -41,7 +41,7 @@ def _by_name(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _alias(site: Site, link: Link, source: str) -> Resolution | None:
-    """Another name that front matter gives a note: some programs follow it, others offer it while one types."""
+    """Another name that front matter gives a note, which some programs follow."""
     pages = site.once(_aliases).get(link.path.strip().casefold())
     return doubtful(f"an alias of {pages[0]}, which not every program follows") if pages else None
 

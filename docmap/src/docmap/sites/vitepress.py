@@ -136,7 +136,7 @@ def make(repository: Repository, root: str) -> Site | None:
         made={**RULES.made, **_dynamic_routes(repository, content)},
     )
     # Names with parameters, and rewrites that a function makes, lead from pages to addresses unknown here.
-    if rewrites is literals.UNREAD or any(":" in old or new is literals.UNREAD for old, new in fixed.items()):
+    if rewrites is literals.UNREAD or any(":" in old for old in fixed):
         rules = rules.changed(any_target=f"made by the rewrites of {path}?")
     slugify = literals.get(config, "markdown", "anchor", "slugify")
     parts = anchor_parts(_USED.findall(script.text))

@@ -54,13 +54,13 @@ def as_host_serves(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def nothing_because(site: Site, link: Link, source: str, why: str) -> Resolution:
-    """Nothing is there, for this reason, unless the site makes such an address or something unread decides."""
+    """The answer when nothing is there, and why; the site may still make such an address."""
     resolution = site.nothing_at(link.path, source)
     return missing(why) if resolution.outcome == MISSING else resolution
 
 
 def redirects_of(pairs: object) -> dict[str, str]:
-    """Old address -> new one, from a mapping of addresses or pages; both begin with "/" unless they lead elsewhere."""
+    """Old address -> new one, from a mapping of addresses; both begin with "/" unless they lead elsewhere."""
     redirects = {}
     for old, new in pairs.items() if isinstance(pairs, dict) else ():
         if isinstance(old, str) and isinstance(new, str):

@@ -106,7 +106,8 @@ RULES = Rules(
     url_style="slash",
     not_copied=(".md",),
     made={
-        r"/(?:.*/)?(?:atom|rss|feed|sitemap)\.xml|/404\.html|/robots\.txt|/search_index\..*|/elasticlunr.*": None,
+        r"/(?:.*/)?(?:atom|rss|feed|sitemap)\.xml|/404\.html|/robots\.txt": None,
+        r"/search_index\..*|/elasticlunr.*": None,
         r"/(?:.*/)?page/\d+/?": None,
         r"/[\w-]+\.css": "made of sass/?",
     },
@@ -120,9 +121,9 @@ def find(repository: Repository) -> Iterator[str]:
     """The folders with a configuration of Zola's and a folder of content."""
     for path in repository.files:
         folder, _, name = path.rpartition("/")
-        if name in {"config.toml", "zola.toml"} and posixpath.join(folder, "content") in repository.folders:
-            if "base_url" in literals.toml(repository.text(path)):
-                yield folder
+        has_content = posixpath.join(folder, "content") in repository.folders
+        if name in {"config.toml", "zola.toml"} and has_content:
+            yield from [folder] if "base_url" in literals.toml(repository.text(path)) else ()
 
 
 def make(repository: Repository, root: str) -> Site | None:
