@@ -48,7 +48,9 @@ def test_a_folder_within_a_repository_keeps_the_rules_above_it_unless_they_ignor
     write_tree(tmp_path, {".git/HEAD": "", ".gitignore": "built/\nno.md\n"})
     write_tree(tmp_path, dict.fromkeys(("d/no.md", "d/a.md", "built/b.md"), "# T"))
     assert [r["file"] for r in records("outline", "--json", tmp_path / "d")] == [str(tmp_path / "d/a.md")]
-    assert [r["file"] for r in records("outline", "--json", tmp_path / "built")] == [str(tmp_path / "built/b.md")]
+    assert [r["file"] for r in records("outline", "--json", tmp_path / "built")] == [
+        str(tmp_path / "built/b.md")
+    ]
 
 
 def test_a_loop_of_links_ends_and_a_file_named_twice_is_read_once(tmp_path):

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import os
 from collections.abc import Callable, Generator, Iterator, Sequence
-from dataclasses import dataclass
 
 from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
@@ -155,4 +154,6 @@ class Checked:
 
     def count_links(self) -> int:
         """The links of the documents that are judged."""
-        return sum(len(facts.links) for path in self.documents if (facts := self.repository.facts(path)) is not None)
+        return sum(
+            len(facts.links) for path in self.documents if (facts := self.repository.facts(path)) is not None
+        )

@@ -176,10 +176,14 @@ def check(
     ] = None,
     root: Annotated[
         Optional[str],  # noqa: UP045
-        typer.Option("--root", metavar="FOLDER", help="The folder that all links stay in; by default the repository."),
+        typer.Option(
+            "--root", metavar="FOLDER", help="The folder that all links stay in; by default the repository."
+        ),
     ] = None,
     verbose: Annotated[bool, typer.Option("--verbose", "-v", help="Say which sites were found.")] = False,
-    no_cache: Annotated[bool, typer.Option("--no-cache", help="Neither use nor keep what files hold.")] = False,
+    no_cache: Annotated[
+        bool, typer.Option("--no-cache", help="Neither use nor keep what files hold.")
+    ] = False,
     jobs: Jobs = None,
 ) -> None:
     """Report links that lead nowhere; the exit status is then 1."""
@@ -192,7 +196,9 @@ def check(
         raise typer.BadParameter(f"{form} is none of {', '.join(FORMATS)}", param_hint="--format")
     paths = paths or ["."]
     if STANDARD_INPUT in paths:
-        raise typer.BadParameter("links are checked within a repository; name a file of it", param_hint="PATH")
+        raise typer.BadParameter(
+            "links are checked within a repository; name a file of it", param_hint="PATH"
+        )
     _must_exist(paths)
     errors = _Errors()
     with _ending_cleanly():
@@ -261,7 +267,11 @@ def page(
             raise typer.Exit(1) from None
     sections = sum(len(entry["sections"]) for entry in folder["documents"])
     broken = sum(len(entry["broken"]) for entry in folder["documents"])
-    counts = _count(len(folder["documents"]), "file"), _count(sections, "section"), _count(folder["links"], "link")
+    counts = (
+        _count(len(folder["documents"]), "file"),
+        _count(sections, "section"),
+        _count(folder["links"], "link"),
+    )
     size = f"{len(text) / 1e6:.1f} MB"
     _summary(f"{', '.join(counts)}, {broken} broken; {size}", started)
     raise typer.Exit(1 if errors.count else 0)

@@ -51,7 +51,9 @@ _BLOCKS = Query(
 
 # Where a run of inline Markdown holds what the engine does not report.
 _INLINE_SIGN = re.compile(rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)")
-_DEFINES = re.compile(rb"^[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:", re.MULTILINE)
+_DEFINES = re.compile(
+    rb"^[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:", re.MULTILINE
+)
 _BRACES = re.compile(rb"(?<!\{)\{:?([^{}\n]{1,1000})\}")
 _ID_IN_BRACES = re.compile(rb"""(?:^|[ \t])(?:#([^\s#=]+)|id=(?:"([^"]*)"|'([^']*)'|([^\s"']+)))(?![^ \t])""")
 _BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
@@ -71,8 +73,30 @@ _NOT_NAMES = frozenset({"section", "document"})
 _ADMONITION = re.compile(rb"^([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*\n", re.MULTILINE)
 # Directives whose body is no Markdown.
 _CODE_DIRECTIVES = frozenset(
-    "code code-block code-cell sourcecode literalinclude math mermaid graphviz raw eval-rst csv-table toctree plot "
-    "highlight include image bibliography autodoc glossary-file python r bash".split()
+    [
+        "code",
+        "code-block",
+        "code-cell",
+        "sourcecode",
+        "literalinclude",
+        "math",
+        "mermaid",
+        "graphviz",
+        "raw",
+        "eval-rst",
+        "csv-table",
+        "toctree",
+        "plot",
+        "highlight",
+        "include",
+        "image",
+        "bibliography",
+        "autodoc",
+        "glossary-file",
+        "python",
+        "r",
+        "bash",
+    ]
 )
 _DEEPEST_BODY = 6
 
@@ -300,8 +324,12 @@ class _Reader:
             if reference.line in notes:
                 continue
             wiki = reference.kind == REF_WIKI_LINK
-            target = reference.name if reference.qualifier is None else f"{reference.name}#{reference.qualifier}"
-            if any(first <= reference.line <= last and reference.name in text for first, last, text in hidden):
+            target = (
+                reference.name if reference.qualifier is None else f"{reference.name}#{reference.qualifier}"
+            )
+            if any(
+                first <= reference.line <= last and reference.name in text for first, last, text in hidden
+            ):
                 continue
             link = _link(reference.line, reference.name, reference.qualifier, wiki)
             if link is not None:

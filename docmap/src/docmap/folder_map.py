@@ -36,7 +36,9 @@ def folder_map(name: str, base: str | None, checked: Checked, folder: str) -> Fo
     """Return the map of the documents that were checked, paths relative to `folder` of their repository."""
     paths = [path for path in checked.documents if checked.repository.facts(path) is not None]
     numbers = {path: number for number, path in enumerate(paths)}
-    documents = [_entry(path, path[len(folder) + 1 :] if folder else path, checked, numbers) for path in paths]
+    documents = [
+        _entry(path, path[len(folder) + 1 :] if folder else path, checked, numbers) for path in paths
+    ]
     return FolderMap(name=name, base=base, documents=documents, links=checked.count_links())
 
 

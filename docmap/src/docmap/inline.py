@@ -91,7 +91,11 @@ def link_of(form: str, line: int, target: str) -> Link | None:
         path = unquote(path.partition("?")[0])
         anchor = unquote(anchor)
     if form == SCHEME:
-        return Link(line, SCHEME, path, anchor if has_anchor else None, target) if _OWN_SCHEME.match(path) else None
+        return (
+            Link(line, SCHEME, path, anchor if has_anchor else None, target)
+            if _OWN_SCHEME.match(path)
+            else None
+        )
     if _EXTERNAL.match(path) or not (path or has_anchor):
         return None
     if form == LINK and _WEB_NAME.match(path):
@@ -124,7 +128,9 @@ def _element(tag: re.Match[bytes]) -> Element:
         for match in _ATTRIBUTE.finditer(tag[3]):
             value = next((group for group in match.groups()[1:] if group is not None), b"")
             attributes.setdefault(match[1].decode().lower(), html.unescape(value.decode("utf-8", "replace")))
-    return Element(tag.start(), tag[2].decode("utf-8", "replace"), attributes, tag[0].decode("utf-8", "replace"))
+    return Element(
+        tag.start(), tag[2].decode("utf-8", "replace"), attributes, tag[0].decode("utf-8", "replace")
+    )
 
 
 _LEADS = {"href": HREF, "to": HREF, "src": SRC}

@@ -11,7 +11,7 @@ from collections.abc import Iterable, Iterator, Mapping
 from dataclasses import dataclass
 from typing import Final
 
-from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
 from docmap.inline import same_label
 from docmap.repository import Repository
 from docmap.sites.site import DOUBTFUL, FOUND, Site
@@ -111,7 +111,11 @@ class Judge:
             judgement = self._judge_in(site, link, path, source, facts)
             if judgement.finding is None:
                 return judgement
-            if worst is None or (judgement.finding.degree == IN_DOUBT and worst.finding is not None and worst.finding.degree == BROKEN):
+            if worst is None or (
+                judgement.finding.degree == IN_DOUBT
+                and worst.finding is not None
+                and worst.finding.degree == BROKEN
+            ):
                 worst = judgement
         assert worst is not None
         return worst
@@ -123,7 +127,9 @@ class Judge:
             return Judgement(link, None, self._judge_label(site, link, path, facts))
         for pattern, why in site.rules.filled_in.items():
             if re.search(pattern, link.written):
-                return Judgement(link, None, _finding(link, path, f'"{link.written}" is filled in', None, why))
+                return Judgement(
+                    link, None, _finding(link, path, f'"{link.written}" is filled in', None, why)
+                )
         return self._judge_from(site, link, path, source)
 
     def _judge_from(self, site: Site, link: Link, path: str, source: str) -> Judgement:
@@ -144,7 +150,9 @@ class Judge:
         else:
             message, suggestion = f'no file "{link.path}"', self._closest_page(site, link, source)
         if resolution.outcome == DOUBTFUL:
-            is_slip = resolution.is_made and suggestion is not None and _is_slip_in_path(link.path, suggestion)
+            is_slip = (
+                resolution.is_made and suggestion is not None and _is_slip_in_path(link.path, suggestion)
+            )
             doubt = None if is_slip else resolution.why
             return Judgement(link, None, _finding(link, path, message, suggestion, doubt, site))
         if resolution.why is not None:
@@ -268,7 +276,9 @@ class Judge:
         has_suffix = bool(posixpath.splitext(link.path)[1])
         if link.form in {WIKI, EMBED}:
             name = path if "/" in link.path else posixpath.basename(path)
-            return name if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes) else _stem(name)
+            return (
+                name if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes) else _stem(name)
+            )
         if link.path.startswith("/"):
             within = site.within(path, site.content)
             for folder in site.rules.static:
@@ -282,7 +292,7 @@ class Judge:
                 written = f"./{written}" if not written.startswith("../") else written
         if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
             return written
-        if path in site.addresses and site.addresses[path]:
+        if site.addresses.get(path):
             address = site.addresses[path][0]
             if link.path.startswith("/"):
                 return address if link.path.endswith("/") else address.rstrip("/") or "/"
@@ -318,4 +328,6 @@ def _finding(
     link: Link, path: str, message: str, suggestion: str | None, doubt: str | None, site: Site | None = None
 ) -> Finding:
     decided_by = doubt if doubt is not None else site.rules.kind if site is not None else ""
-    return Finding(path, link.line, link.written, message, suggestion, BROKEN if doubt is None else IN_DOUBT, decided_by)
+    return Finding(
+        path, link.line, link.written, message, suggestion, BROKEN if doubt is None else IN_DOUBT, decided_by
+    )

@@ -55,7 +55,9 @@ class TreePrinter:
         heading = (name + lines, f"{name}{styled(lines, CYAN)}" if self._styled else name + lines)
         if not item.docstring:
             return [heading]
-        docstring = _cut(printable(item.docstring), PIPE_WIDTH if self._width is None else self._width - indent)
+        docstring = _cut(
+            printable(item.docstring), PIPE_WIDTH if self._width is None else self._width - indent
+        )
         return [heading, (docstring, styled(docstring, DIM) if self._styled else docstring)]
 
     def _folded(self, first: str, rest: str, lines: Sequence[_Line]) -> Iterator[str]:

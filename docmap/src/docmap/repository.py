@@ -26,7 +26,9 @@ class Repository:
     `documents` are the Markdown files among them, outside hidden folders, sorted by folder.
     """
 
-    def __init__(self, root: str, wanted: Iterable[str] = (), on_error: Callable[[OSError], None] | None = None) -> None:
+    def __init__(
+        self, root: str, wanted: Iterable[str] = (), on_error: Callable[[OSError], None] | None = None
+    ) -> None:
         """`root`: an existing folder. `wanted`: paths below it that are read even where Git ignores them.
         `on_error` gets the error of each folder that cannot be read."""
         self.root = os.path.abspath(root)
@@ -85,7 +87,9 @@ class Repository:
         return True
 
     def _add_link(self, entry: os.DirEntry[str], path: str) -> None:
-        target = os.path.relpath(os.path.realpath(entry.path), os.path.realpath(self.root)).replace(os.sep, "/")
+        target = os.path.relpath(os.path.realpath(entry.path), os.path.realpath(self.root)).replace(
+            os.sep, "/"
+        )
         try:
             is_folder = entry.is_dir()
         except OSError:  # a link to itself
@@ -104,10 +108,17 @@ class Repository:
 
     def _add_linked(self, link: str, target: str) -> None:
         """List what is in a folder of the repository below a link to it, too."""
-        if link not in self.folders or target == "." or link.startswith(target + "/") or target.startswith(".."):
+        if (
+            link not in self.folders
+            or target == "."
+            or link.startswith(target + "/")
+            or target.startswith("..")
+        ):
             return
         for paths in (self.files, self.folders):
-            paths.update({link + path[len(target) :]: None for path in paths if path.startswith(target + "/")})
+            paths.update(
+                {link + path[len(target) :]: None for path in paths if path.startswith(target + "/")}
+            )
 
     # --- Documents ---
 
@@ -151,4 +162,3 @@ class Repository:
         if self._ignore.ignores_below(path):
             return "Git ignores it, so it may be made by a build"
         return None
-

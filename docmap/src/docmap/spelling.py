@@ -50,8 +50,9 @@ def is_slip(written: str, meant: str) -> bool:
 
 
 def _edits(one: str, other: str) -> int:
-    """How many letters to insert, drop, change, or exchange with their neighbours, to make one name of the other."""
-    before, row = [], list(range(len(other) + 1))
+    """How many letters to insert, drop, change or swap to make one name of the other."""
+    before: list[int] = []
+    row = list(range(len(other) + 1))
     for i, letter in enumerate(one, 1):
         above, before, row = before, row, [i]
         for j, wanted in enumerate(other, 1):

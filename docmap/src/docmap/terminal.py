@@ -28,5 +28,5 @@ def bold(text: str) -> str:
 
 
 def styled(text: str, style: int) -> str:
-    """The text in one of the styles above, for a terminal that `is_styled`; no colour where NO_COLOR is set."""
+    """The text in one of the styles above, for a terminal that `is_styled`; NO_COLOR takes the colours away."""
     return text if style != DIM and os.environ.get("NO_COLOR") else f"\x1b[{style}m{text}\x1b[0m"

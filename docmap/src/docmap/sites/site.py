@@ -186,7 +186,9 @@ class Rules:
 
     # Anchors.
     slug: Callable[[str], str] = as_it_is  # the anchor of a heading's text
-    heading_text: Callable[[Heading], str] | None = None  # what `slug` gets, when it is not the heading's text
+    heading_text: Callable[[Heading], str] | None = (
+        None  # what `slug` gets, when it is not the heading's text
+    )
     repeats: Callable[[str, dict[str, int]], str] = field(default_factory=numbered)
     # Found at the end of a heading's text: group 1 is its id, and all of the match no text of the heading.
     custom_id: str | None = None
@@ -222,7 +224,12 @@ class Site:
     """One site of a repository: some of its files, and the rules that these go by."""
 
     def __init__(
-        self, rules: Rules, repository: Repository, root: str, content: str | None = None, defined_by: str = ""
+        self,
+        rules: Rules,
+        repository: Repository,
+        root: str,
+        content: str | None = None,
+        defined_by: str = "",
     ) -> None:
         """`root`: the folder that the configuration stands in; `content`: that of the pages, if another;
         `defined_by`: the path of the file that defines the site, "" for none."""
@@ -332,7 +339,9 @@ class Site:
                 facts = self.facts(source)
                 for construct in facts.constructs if facts is not None else ():
                     effect = self.effect_of(construct)
-                    included = effect.includes(self, construct, source) if effect.includes is not None else None
+                    included = (
+                        effect.includes(self, construct, source) if effect.includes is not None else None
+                    )
                     if included is not None and included not in seen:
                         seen.add(included)
                         waiting.append(included)
@@ -361,7 +370,9 @@ class Site:
         vault: Site = import_module("docmap.sites.vault").make(self.repository, self.content)
         vault.pages = self.pages
         texts = ((page, facts) for page in self.pages if (facts := self.facts(page)) is not None)
-        links = [(link, page) for page, facts in texts for link in facts.links if link.form == WIKI and link.path]
+        links = [
+            (link, page) for page, facts in texts for link in facts.links if link.form == WIKI and link.path
+        ]
         finds = sum(vault.resolve(link, page).outcome == FOUND for link, page in links)
         return vault if finds >= _FEWEST_WIKI_LINKS and 2 * finds > len(links) else None
 
@@ -391,7 +402,9 @@ class Site:
             return doubtful("it leads out of the site; is another served beside it?")
         places = [self.place(path, source)]
         if path.startswith("/"):
-            places = [posixpath.join(folder, path.lstrip("/")) for folder in (self.content, *self.rules.static)]
+            places = [
+                posixpath.join(folder, path.lstrip("/")) for folder in (self.content, *self.rules.static)
+            ]
         for place in places:
             why = self.repository.doubt(posixpath.normpath(place))
             if why is not None:
@@ -461,7 +474,11 @@ class Site:
                 names.extend(effect.makes(event))
             if effect.includes is not None:
                 included = effect.includes(self, event, page)
-                if included is not None and included not in seen and self.repository.facts(included) is not None:
+                if (
+                    included is not None
+                    and included not in seen
+                    and self.repository.facts(included) is not None
+                ):
                     seen.add(included)
                     why = self._collect(included, names, given, seen) or why
                 elif included is None or (included not in seen and included not in self.repository.files):
@@ -561,7 +578,5 @@ def at_address(site: Site, address: str, hops: int = 0) -> Resolution | None:
     for folder in site.rules.static:
         if posixpath.join(folder, path) in site.repository.files:
             return found()
-    if site.rules.not_copied is not None and not path.lower().endswith(site.rules.not_copied or ("\0",)):
-        if posixpath.join(site.content, path) in site.repository.files:
-            return found()
-    return None
+    copies = site.rules.not_copied is not None and not path.lower().endswith(site.rules.not_copied or ("\0",))
+    return found() if copies and posixpath.join(site.content, path) in site.repository.files else None
