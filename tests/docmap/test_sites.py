@@ -31,7 +31,7 @@ MKDOCS = {
 }
 VITEPRESS = {
     "docs/.vitepress/config.ts": "// srcDir: 'no'\nexport default defineConfig({ cleanUrls: true, srcExclude: ['**/draft.md'],\n"
-    "  rewrites: { 'pkg/a.md': 'a.md' } })\n",
+    "  rewrites: { 'pkg/a.md': 'a.md', 'en/:rest*': ':rest*' } })\n",
     "docs/index.md": "# Home\n",
     "docs/guide/index.md": "# Guide\n\n## Über 1.2: ok\n\n## 1st\n\n## Own {#own}\n\n<!--@include: ./part.md-->\n",
     "docs/guide/part.md": "## Included\n",
@@ -39,7 +39,9 @@ VITEPRESS = {
     "docs/pkg/a.md": "# A\n\n<Thing />\n\n<Plain />\n",
     "docs/pkg/b.md": "# B\n\n<Plain />\n",
     "docs/.vitepress/theme/Plain.vue": "<template><p>text</p></template>\n",
+    "docs/en/c.md": "# C\n",
     "docs/posts/[name].md": "# Post\n",
+    "docs/public/_redirects": "/was /a 301\n/older/* /:splat\n",
     "docs/public/x.png": "",
     "docs/guide/y.png": "",
 }
@@ -153,7 +155,8 @@ SITES = [
         "docs/page.md", {"[x](a.md#made)": DOUBTFUL, "[x](b.md)": BROKEN}),
     site("vitepress", VITEPRESS, "docs/guide/page.md", {
         "[x](./)": OK, "[x](/guide/)": OK, "[x](/guide)": OK, "[x](./page.html)": OK, "[x](page.md)": OK,
-        "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](draft.md)": BROKEN, "[x](/posts/one)": DOUBTFUL,
+        "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,
+        "[x](/was)": OK, "[x](/older/x)": OK, "[x](draft.md)": BROKEN, "[x](/posts/one)": DOUBTFUL,
         "![x](y.png)": OK, "![x](/x.png)": OK, "![x](./x.png)": BROKEN, "[x](./#uber-1-2-ok)": OK, "[x](./#_1st)": OK,
         "[x](./#own)": OK, "[x](./#included)": OK, "[x](./#nope)": BROKEN, "[x](/a#nope)": DOUBTFUL,
         "[x](/pkg/b#nope)": BROKEN,
@@ -265,14 +268,13 @@ def test_slugs(slug, text, expected):
 
 
 def test_configurations_are_read_as_far_as_they_are_literals():
-    script = literals.Script(
-        """import x from 'y' // { a: 1 }
+    files = {"a.ts": """import x, { other as o } from './lib' // { a: 1 }
         const more = { 'b-c': ["d", `e`] } as const
         const title = `t ${x}`
-        export default defineConfig({ ...more, title, n: 1 + 2, deep: { on: true, f() { return { no: 1 } }, z: 'z' } })
-        """
-    )
-    value = script.exported
+        export default defineConfig({ ...more, title, x, n: 1 + 2, deep: { on: true, f() { return { no: 1 } }, z: 'z' } })
+        """, "lib.ts": "export default () => ({ from: 'lib' })"}
+    value = literals.Script("a.ts", files.get).exported
     assert value["b-c"] == ["d", "e"] and value["deep"] == {"on": True, "f": literals.UNREAD, "z": "z"}
     assert value["title"] is value["n"] is literals.UNREAD and "no" not in value
+    assert value["x"] == {"from": "lib"}
     assert literals.yaml("a: !ENV X\nb: !!python/name:p.q\nc: 1")["c"] == 1 and literals.yaml("a: [") == {}

@@ -16,22 +16,11 @@ _MAKES_ANCHORS = re.compile(r"\bid\s*=|\bid:|<[Hh][1-6]\b|set:html|v-html|danger
 _NAMED_FOR_ANCHORS = re.compile(
     r"anchor|heading|header|slug|attr|\bid|includ|transclu|deflist|gloss|wiki", re.IGNORECASE
 )
-_IMPORT = re.compile(r"""^\s*import\s+(?:type\s+)?([^"';]+?)\s+from\s+["']([^"']+)["']""", re.MULTILINE)
 
 
 def may_make_anchors(text: str) -> bool:
     """Whether the source of a component, shortcode or include makes ids or headings."""
     return _MAKES_ANCHORS.search(text) is not None
-
-
-def imports_of(text: str) -> dict[str, str]:
-    """What a script imports: name -> module, for each name."""
-    names = {}
-    for clause, module in _IMPORT.findall(text):
-        for part in re.split(r"[{},]", clause):
-            if part.strip():
-                names[part.split()[-1]] = module
-    return names
 
 
 def anchor_parts(names: Iterable[str]) -> list[str]:

@@ -27,7 +27,7 @@ from docmap.sites.site import (
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import as_host_serves, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, must_exist, nothing_because, outside_base
 
 KIND = "docusaurus"
 
@@ -189,7 +189,7 @@ def make(repository: Repository, root: str) -> Site | None:
         path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
     )
     path = next(paths, "")
-    config = literals.Script(repository.text(path)).exported
+    config = literals.Script(path, repository.text).exported
     parts: list[_Part] = []
     redirects: dict[str, str] = {}
     whys: list[str] = []
@@ -221,10 +221,10 @@ def make(repository: Repository, root: str) -> Site | None:
         as_host_serves,
         outside_base,
     )
-    images = (_as_written, partial(_asset, root), page_at_address, outside_base)
+    images = (_as_written, partial(_asset, root), page_at_address, outside_base, must_exist)
     made = {**RULES.made, **_own_pages(repository, every), **_lists(repository, every)}
     rules = RULES.changed(
-        ways={"link": links, HREF: links, IMAGE: images, SRC: images},
+        ways={"link": links, HREF: links, IMAGE: images, SRC: images[:-1]},
         takes=lambda site, page: (
             (part := _part_of(every, page)) is not None
             and (part.takes(page) or _PARTIAL.search(page[len(part.folder) :]) is not None)
@@ -240,7 +240,7 @@ def make(repository: Repository, root: str) -> Site | None:
     content = posixpath.commonpath(
         [f"/{folder}" for folder in (root, *(part.folder for part in every))]
     ).strip("/")
-    return Site(rules, repository, root, content, path)
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)
 
 
 def _plugins(config: object) -> Iterator[tuple[str, Any]]:

@@ -15,7 +15,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
 from docmap.sites.site import Effect, Resolution, Rules, Site, doubtful, found, itself, page_at_address
-from docmap.sites.ways import nothing_because, outside_base
+from docmap.sites.ways import as_hosted, nothing_because, outside_base
 
 KIND = "hugo"
 
@@ -235,6 +235,14 @@ def _unknown_hook(why: str, site: Site, link: Link, source: str) -> Resolution |
     return doubtful(why) if place in site.repository.files else None
 
 
+def _other_page(site: Site, link: Link, source: str) -> Resolution | None:
+    """Content that is no Markdown makes pages, too."""
+    path = site.address_of(link.path, source).strip("/")
+    stems = (posixpath.join(site.content, path), posixpath.join(site.content, path, "_index"))
+    names = (f"{stem}{suffix}" for stem in stems for suffix in (".html", ".adoc", ".rst", ".org", ".pandoc"))
+    return found() if any(name in site.repository.files for name in names) else None
+
+
 def _term(taxonomies: Sequence[str], site: Site, link: Link, source: str) -> Resolution | None:
     """The pages that Hugo makes of each taxonomy and of its terms."""
     steps = site.address_of(link.path, source).strip("/").split("/")
@@ -404,9 +412,9 @@ def make(repository: Repository, root: str) -> Site | None:
     rules = RULES.changed(
         ways={
             "link": links,
-            HREF: (itself, *links[-3:]),
+            HREF: (itself, *links[-4:]),
             IMAGE: images,
-            SRC: images[-3:],
+            SRC: images[-4:],
             TEMPLATE: (partial(_ref, lookup),),
         },
         addresses=pages.addresses,
@@ -415,7 +423,6 @@ def make(repository: Repository, root: str) -> Site | None:
         slug=slug or slugs.hugo,
         terms=literals.get(parser, "autodefinitiontermid") is True,
         effects={SHORTCODE: shortcode, LIQUID: shortcode},
-        redirects=_redirects(repository, root),
     )
     if literals.get(parser, "autoheadingid") is False:
         rules = rules.changed(heading_levels=range(0))
@@ -424,7 +431,7 @@ def make(repository: Repository, root: str) -> Site | None:
         rules = rules.changed(any_anchor="made by the render hook for headings?")
     if literals.get(parser, "attribute", "block") is True:
         rules = rules.changed(named=("attribute_ids",))
-    return Site(rules, repository, root, content, path)
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)
 
 
 def _permalinks(config: Mapping[str, Any]) -> dict[str, str]:
@@ -451,7 +458,7 @@ def _ways(
     lookup: _Lookup, repository: Repository, root: str, config: Mapping[str, Any], taxonomies: Sequence[str]
 ) -> tuple[Any, Any]:
     """How links and images are followed: by a render hook where there is one, then as addresses."""
-    addresses = (page_at_address, partial(_term, tuple(taxonomies)), outside_base)
+    addresses = (page_at_address, _other_page, partial(_term, tuple(taxonomies)), outside_base)
     hooks = literals.get(config, "markup", "goldmark", "renderhooks")
     languages = config.get("languages")
     theme = literals.get(config, "theme") or literals.get(config, "module", "imports")
@@ -472,20 +479,3 @@ def _ways(
         return [partial(_unknown_hook, "found by a render hook of the theme?")] if missing_theme else []
 
     return (itself, *before("link"), *addresses), (*before("image"), _bundled, *addresses)
-
-
-def _redirects(repository: Repository, root: str) -> dict[str, str]:
-    """Netlify's redirects, from static/_redirects and netlify.toml."""
-    redirects: dict[str, str] = {}
-    for line in (repository.text(posixpath.join(root, "static/_redirects")) or "").splitlines():
-        words = line.split()
-        if len(words) > 1 and words[0].startswith("/") and "*" not in words[0] and ":" not in words[0]:
-            redirects[words[0]] = words[1]
-    for entry in literals.toml(repository.text(posixpath.join(root, "netlify.toml"))).get("redirects", ()):
-        if (
-            isinstance(entry, dict)
-            and isinstance(entry.get("from"), str)
-            and isinstance(entry.get("to"), str)
-        ):
-            redirects[entry["from"]] = entry["to"]
-    return redirects

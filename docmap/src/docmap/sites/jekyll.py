@@ -27,7 +27,7 @@ from docmap.sites.site import (
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import as_host_serves, is_elsewhere, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, is_elsewhere, nothing_because, outside_base
 
 KIND = "jekyll"
 
@@ -402,4 +402,4 @@ def make(repository: Repository, root: str) -> Site | None:
     own = [path for path in repository.files if path.startswith(posixpath.join(root, "_plugins/"))]
     for name in (*(f"the plugin `{name}`" for name in unknown), *own):
         rules = rules.changed(any_target=f"made by {name}?", any_anchor=f"made by {name}?")
-    return Site(rules.changed(made=made), repository, root, content, path)
+    return Site(as_hosted(rules.changed(made=made), repository, root), repository, root, content, path)

@@ -23,6 +23,7 @@ from docmap.sites.site import (
     page_at_address,
 )
 from docmap.sites.ways import (
+    as_hosted,
     by_web_server,
     folders_of,
     is_elsewhere,
@@ -153,4 +154,4 @@ def make(repository: Repository, root: str) -> Site | None:
         ways={"link": (itself, _listed, chapter, page_at_address, outside_base, by_web_server)},
         addresses=partial(_addresses, chapters),
     )
-    return Site(rules, repository, root, content, path)
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)

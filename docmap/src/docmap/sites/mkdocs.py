@@ -26,7 +26,14 @@ from docmap.sites.site import (
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import by_web_server, folders_of, is_elsewhere, nothing_because, outside_base
+from docmap.sites.ways import (
+    as_hosted,
+    by_web_server,
+    folders_of,
+    is_elsewhere,
+    nothing_because,
+    outside_base,
+)
 
 KIND = "mkdocs"
 
@@ -206,7 +213,13 @@ def make(repository: Repository, root: str) -> Site | None:
     if {"roamlinks", "ezlinks", "obsidian-bridge", "wikilinks"} & {*plugins, *extensions}:
         ways[WIKI] = ways[EMBED] = (itself, _document, page_at_address, _named)
         rules = rules.changed(wiki_links=True)
-    return Site(rules.changed(ways=ways), repository, root, "" if content == "." else content, path)
+    return Site(
+        as_hosted(rules.changed(ways=ways), repository, root),
+        repository,
+        root,
+        "" if content == "." else content,
+        path,
+    )
 
 
 def _config(repository: Repository, path: str, depth: int = 0) -> dict[str, Any]:

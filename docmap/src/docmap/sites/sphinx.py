@@ -26,7 +26,7 @@ from docmap.sites.site import (
     itself,
     page_at_address,
 )
-from docmap.sites.ways import by_web_server, nothing_because, outside_base
+from docmap.sites.ways import as_hosted, by_web_server, nothing_because, outside_base
 
 KIND = "sphinx"
 
@@ -317,7 +317,7 @@ def make(repository: Repository, root: str) -> Site | None:
         folders = "api|apidocs|autoapi|_?autosummary|generated|auto_examples|reference"
         made = {rf"/(?:.*/)?(?:{folders})/.*": f"made by `{generated[0]}`?"}
         rules = rules.changed(made={**rules.made, **made})
-    return Site(rules, repository, root, root, path)
+    return Site(as_hosted(rules, repository, root), repository, root, root, path)
 
 
 def _redirects(settings: dict[str, Any]) -> dict[str, str]:

@@ -25,7 +25,7 @@ from docmap.sites.site import (
     itself,
     page_at_address,
 )
-from docmap.sites.ways import by_web_server, outside_base
+from docmap.sites.ways import as_hosted, by_web_server, must_exist, outside_base
 
 KIND = "vitepress"
 
@@ -41,13 +41,18 @@ _USED = re.compile(r"\.use\(\s*([\w$.]+)")
 
 
 def _addresses(
-    left_out: GitIgnoreSpec, rewrites: dict[str, str], clean: bool, site: Site, page: str, facts: Facts
+    left_out: GitIgnoreSpec,
+    rewrites: Sequence[tuple[re.Pattern[str], str]],
+    clean: bool,
+    site: Site,
+    page: str,
+    facts: Facts,
 ) -> Sequence[str]:
     """A page answers with and without its suffix, and as Markdown links name it."""
     place = site.within(page, site.content) or page
     if left_out.match_file(place):
         return ()
-    place = rewrites.get(place, place)
+    place = next((match.expand(new) for old, new in rewrites if (match := old.fullmatch(place))), place)
     stem = posixpath.splitext(place)[0]
     folder, name = posixpath.split(stem)
     if name == "index":
@@ -75,7 +80,7 @@ def _included(site: Site, construct: Construct, page: str) -> str | None:
 
 
 _LINKS = (itself, page_at_address, by_web_server, _by_router, outside_base)
-_IMAGES = (file_beside, page_at_address, file_from_content, _alias, outside_base)
+_IMAGES = (file_beside, page_at_address, file_from_content, _alias, outside_base, must_exist)
 
 RULES = Rules(
     kind=KIND,
@@ -108,7 +113,7 @@ def make(repository: Repository, root: str) -> Site | None:
         path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
     )
     path = next(paths, "")
-    script = literals.Script(repository.text(path))
+    script = literals.Script(path, repository.text)
     config = script.exported
     source = literals.get(config, "srcDir")
     content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else ""))
@@ -117,14 +122,11 @@ def make(repository: Repository, root: str) -> Site | None:
         ["node_modules", ".vitepress", *literals.texts(literals.get(config, "srcExclude"))]
     )
     rewrites = literals.get(config, "rewrites")
-    fixed = (
-        {old: new for old, new in rewrites.items() if isinstance(new, str)}
-        if isinstance(rewrites, dict)
-        else {}
-    )
     public = literals.get(config, "vite", "publicDir")
     rules = RULES.changed(
-        addresses=partial(_addresses, left_out, fixed, literals.get(config, "cleanUrls") is True),
+        addresses=partial(
+            _addresses, left_out, _rewrites(rewrites), literals.get(config, "cleanUrls") is True
+        ),
         base=literals.get(config, "base") or "/",
         static=(
             posixpath.normpath(posixpath.join(content, public if isinstance(public, str) else "public")),
@@ -135,8 +137,7 @@ def make(repository: Repository, root: str) -> Site | None:
         },
         made={**RULES.made, **_dynamic_routes(repository, content)},
     )
-    # Names with parameters, and rewrites that a function makes, lead from pages to addresses unknown here.
-    if rewrites is literals.UNREAD or any(":" in old for old in fixed):
+    if rewrites is literals.UNREAD:
         rules = rules.changed(any_target=f"made by the rewrites of {path}?")
     slugify = literals.get(config, "markdown", "anchor", "slugify")
     parts = anchor_parts(_USED.findall(script.text))
@@ -144,7 +145,18 @@ def make(repository: Repository, root: str) -> Site | None:
         rules = rules.changed(any_anchor=f"made by the slugify function of {path}?")
     elif parts:
         rules = rules.changed(any_anchor=f"made by `{parts[0]}` of {path}?")
-    return Site(rules, repository, root, content, path)
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)
+
+
+def _rewrites(rewrites: object) -> list[tuple[re.Pattern[str], str]]:
+    """Paths of sources -> paths of pages: "packages/:name/:rest*" -> ":name/:rest*", as pattern and template."""
+    found = []
+    for old, new in rewrites.items() if isinstance(rewrites, dict) else ():
+        if isinstance(new, str):
+            pattern = re.sub(r":(\w+)\*", r"(?P<\1>.*)", re.escape(old).replace(r"\*", "*"))
+            pattern = re.sub(r":(\w+)", r"(?P<\1>[^/]+)", pattern)
+            found.append((re.compile(pattern), re.sub(r":(\w+)\*?", r"\\g<\1>", new)))
+    return found
 
 
 def _dynamic_routes(repository: Repository, content: str) -> dict[str, str | None]:

@@ -13,7 +13,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
 from docmap.sites.site import Effect, Resolution, Rules, Site, as_it_is, found, itself, page_at_address
-from docmap.sites.ways import as_host_serves, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, nothing_because, outside_base
 
 KIND = "zola"
 
@@ -150,7 +150,7 @@ def make(repository: Repository, root: str) -> Site | None:
         made={**RULES.made, **_taxonomies(literals.texts(taxonomies))},
         unread_anchors=_transliterated if anchors == "on" else None,
     )
-    return Site(rules, repository, root, posixpath.join(root, "content"), path)
+    return Site(as_hosted(rules, repository, root), repository, root, posixpath.join(root, "content"), path)
 
 
 def _transliterated(site: Site, page: str, facts: Facts) -> str | None:
