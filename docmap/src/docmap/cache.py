@@ -52,7 +52,9 @@ def _version(name: str) -> str:
 
 def key_of(data: bytes, versions: str) -> bytes:
     """The key of a file's bytes."""
-    return hashlib.blake2b(data, digest_size=20, key=hashlib.blake2b(versions.encode(), digest_size=32).digest()).digest()
+    return hashlib.blake2b(
+        data, digest_size=20, key=hashlib.blake2b(versions.encode(), digest_size=32).digest()
+    ).digest()
 
 
 class Cache:
@@ -116,7 +118,9 @@ class Cache:
             return
         today = int(time.time()) // _DAY
         with suppress(sqlite3.Error):
-            self._write("INSERT OR REPLACE INTO facts VALUES (?, ?, ?)", [(key, today, kept) for key, kept in entries])
+            self._write(
+                "INSERT OR REPLACE INTO facts VALUES (?, ?, ?)", [(key, today, kept) for key, kept in entries]
+            )
             self._connection.execute("DELETE FROM facts WHERE day < ?", (today - _KEPT_DAYS,))
 
     def _write(self, statement: str, rows: list[tuple[Any, ...]]) -> None:

@@ -163,4 +163,6 @@ class Checked:
 
     def count_links(self) -> int:
         """The links of the documents that are judged."""
-        return sum(len(facts.links) for path in self.documents if (facts := self.repository.facts(path)) is not None)
+        return sum(
+            len(facts.links) for path in self.documents if (facts := self.repository.facts(path)) is not None
+        )

@@ -29,6 +29,8 @@ app = typer.Typer(
     name="docmap",
     no_args_is_help=True,
     pretty_exceptions_enable=False,
+    # Plain help and errors: no line is broken inside a word, and nothing waits for a layout.
+    rich_markup_mode=None,
     context_settings={"help_option_names": ["-h", "--help"]},
 )
 
@@ -151,7 +153,7 @@ def check(
     paths: Annotated[
         Optional[list[str]],  # noqa: UP045
         typer.Argument(
-            metavar="[PATH]...", help="Files and folders whose links are judged; the current folder by default."
+            metavar="PATH", help="Files and folders whose links are judged; the current folder by default."
         ),
     ] = None,
     strict: Annotated[
@@ -175,10 +177,14 @@ def check(
     ] = None,
     root: Annotated[
         Optional[str],  # noqa: UP045
-        typer.Option("--root", metavar="FOLDER", help="The folder that all links stay in; by default the repository."),
+        typer.Option(
+            "--root", metavar="FOLDER", help="The folder that all links stay in; by default the repository."
+        ),
     ] = None,
     verbose: Annotated[bool, typer.Option("--verbose", "-v", help="Say which sites were found.")] = False,
-    no_cache: Annotated[bool, typer.Option("--no-cache", help="Neither use nor keep what files hold.")] = False,
+    no_cache: Annotated[
+        bool, typer.Option("--no-cache", help="Neither use nor keep what files hold.")
+    ] = False,
     jobs: Jobs = None,
 ) -> None:
     """Report links that lead nowhere; the exit status is then 1."""
@@ -191,7 +197,9 @@ def check(
         raise typer.BadParameter(f"{form} is none of {', '.join(FORMATS)}", param_hint="--format")
     paths = paths or ["."]
     if STANDARD_INPUT in paths:
-        raise typer.BadParameter("links are checked within a repository; name a file of it", param_hint="PATH")
+        raise typer.BadParameter(
+            "links are checked within a repository; name a file of it", param_hint="PATH"
+        )
     _must_exist(paths)
     errors = _Errors()
     with _ending_cleanly():
@@ -223,7 +231,9 @@ def check(
 
 @app.command()
 def page(
-    path: Annotated[str, typer.Argument(metavar="FOLDER", help="A folder; by default the current one.")] = ".",
+    path: Annotated[
+        str, typer.Argument(metavar="FOLDER", help="A folder; by default the current one.")
+    ] = ".",
     output: Annotated[
         str, typer.Option("--output", "-o", metavar="FILE", help='The page to write; "-" is standard output.')
     ] = "docmap.html",
@@ -248,7 +258,6 @@ def page(
     from docmap.page import LibraryMissingError, how_to_install, render
 
     started = time.monotonic()
-    _must_exist([path])
     if not os.path.isdir(path):
         raise typer.BadParameter(f"{path} is not a folder", param_hint="FOLDER")
     if link is not None and ("{path}" not in link or link.lower().startswith(("javascript:", "data:"))):
@@ -260,7 +269,9 @@ def page(
         # Seen from standard output the documents have no address.
         base = None if output == STANDARD_INPUT else _address(root, os.path.dirname(os.path.abspath(output)))
         if base is None and link is None and output != STANDARD_INPUT:
-            _note("the page lies so far from the folder that it has no links into the files; see --link and -o")
+            _note(
+                "the page lies so far from the folder that it has no links into the files; see --link and -o"
+            )
         # The first step keeps a name such as "javascript:x.md" from being read as a scheme.
         template = link if link is not None or base is None else f"./{quote(base)}/{{path}}#L{{line}}"
         below = os.path.relpath(root, checked.repository.root).replace(os.sep, "/")

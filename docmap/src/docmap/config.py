@@ -113,7 +113,9 @@ def read_config(path: str | None, options: Mapping[str, Any] | None = None) -> C
         raise ConfigError(f"{origin}: root is a folder's path")
     if root is not None and not options.get("root") and path is not None:
         root = os.path.join(os.path.dirname(path), root)
-    site = {_folder(key): _site(_folder(key), value, origin) for key, value in _mapping(table, origin).items()}
+    site = {
+        _folder(key): _site(_folder(key), value, origin) for key, value in _mapping(table, origin).items()
+    }
     for given in options.get("site") or ():
         folder, equals, kind = given.partition("=")
         if not equals:
@@ -163,7 +165,11 @@ def _mapping(table: Mapping[str, Any], origin: str) -> dict[str, Any]:
 def _site(folder: str, value: object, origin: str) -> SiteSetting:
     if isinstance(value, str):
         return SiteSetting(value, folder)
-    if isinstance(value, dict) and isinstance(value.get("name"), str) and isinstance(value.get("root", ""), str):
+    if (
+        isinstance(value, dict)
+        and isinstance(value.get("name"), str)
+        and isinstance(value.get("root", ""), str)
+    ):
         return SiteSetting(value["name"], _folder(value.get("root", folder)))
     raise ConfigError(f'{origin}: site."{folder}" is a name, or a name and a root')
 

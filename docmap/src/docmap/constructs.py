@@ -61,7 +61,9 @@ _FORMS = {
 _IMPORT = re.compile(rb"(?:(?P<names>[^'\"]+?)\s+from\s+)?['\"](?P<path>[^'\"]+)['\"]")
 
 # What stands between these is shown as written or not at all; the grammar takes it for text.
-_LITERAL = re.compile(rb"\{[{%][<%-]?\s*(?P<close>/|end)?\s*(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b")
+_LITERAL = re.compile(
+    rb"\{[{%][<%-]?\s*(?P<close>/|end)?\s*(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b"
+)
 
 
 def find_constructs(data: bytes) -> Iterator[tuple[int, Construct]]:
@@ -103,4 +105,3 @@ def literal_spans(data: bytes) -> Iterator[tuple[int, int, str]]:
         elif opened is not None and closes and opened[1] == tag:
             yield opened[0], position, _text(tag)
             opened = None
-

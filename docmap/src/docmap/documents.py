@@ -195,7 +195,9 @@ class GitIgnore:
             folder = place.rpartition("/")[0]
             if folder not in self._rules:
                 return False
-            if self.ignores(place, is_folder=True) or (end == len(parts) and self.ignores(place, is_folder=False)):
+            if self.ignores(place, is_folder=True) or (
+                end == len(parts) and self.ignores(place, is_folder=False)
+            ):
                 return True
         return False
 

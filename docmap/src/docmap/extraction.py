@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import html
 import re
 from bisect import bisect_right
 from collections.abc import Iterable, Iterator
@@ -50,12 +51,15 @@ _BLOCKS = Query(
 
 # Where a run of inline Markdown holds what the engine does not report.
 _INLINE_SIGN = re.compile(rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)")
-_DEFINES = re.compile(rb"^[ >\t]*\[((?:[^\[\]\\]|\\.){1,999})\]:", re.MULTILINE)
-# Here and below, what follows a repeated set begins with none of the set: else a document made for it would
-# be read in the square of its length.
-_ID_IN_BRACES = re.compile(rb"(?<!\{)\{[^{}\n#]*#([^\s{}#]+)(?:(?:[^\S\n]|#)[^{}\n]*)?\}")
+_DEFINES = re.compile(
+    rb"^[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:", re.MULTILINE
+)
+_BRACES = re.compile(rb"(?<!\{)\{:?([^{}\n]{1,1000})\}")
+_ID_IN_BRACES = re.compile(rb"""(?:^|[ \t])(?:#([^\s#=]+)|id=(?:"([^"]*)"|'([^']*)'|([^\s"']+)))(?![^ \t])""")
 _BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
 _TARGET = re.compile(rb"^[ >\t]*\(([^()\n]+)\)=[ \t]*$", re.MULTILINE)
+# The name that an option gives what a directive makes; and a target in reStructuredText, which directives can hold.
+_DIRECTIVE_NAME = re.compile(rb"^[ \t>]*(?::name:[ \t]+([^\n]+)|\.\. _([^:\n]+):)", re.MULTILINE)
 # What stands below a term of a definition list.
 _DEFINITION = re.compile(rb"\n[ ]{0,3}[:~][ \t]")
 _FENCE_INFO = re.compile(rb"[ \t>]*[`~]{3,}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
@@ -69,8 +73,30 @@ _NOT_NAMES = frozenset({"section", "document"})
 _ADMONITION = re.compile(rb"^([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*\n", re.MULTILINE)
 # Directives whose body is no Markdown.
 _CODE_DIRECTIVES = frozenset(
-    "code code-block code-cell sourcecode literalinclude math mermaid graphviz raw eval-rst csv-table toctree plot "
-    "highlight include image bibliography autodoc glossary-file python r bash".split()
+    [
+        "code",
+        "code-block",
+        "code-cell",
+        "sourcecode",
+        "literalinclude",
+        "math",
+        "mermaid",
+        "graphviz",
+        "raw",
+        "eval-rst",
+        "csv-table",
+        "toctree",
+        "plot",
+        "highlight",
+        "include",
+        "image",
+        "bibliography",
+        "autodoc",
+        "glossary-file",
+        "python",
+        "r",
+        "bash",
+    ]
 )
 _DEEPEST_BODY = 6
 
@@ -78,7 +104,7 @@ _DEEPEST_BODY = 6
 def read_facts(data: bytes) -> tuple[Facts, list[Section]]:
     """What the bytes of a document say, and the sections of its outline."""
     text, replaced = normalise(data)
-    facts, sections = _Reader(text, 0).read()
+    facts, sections = _Reader(text, 0, frozenset(), frozenset()).read()
     facts.replaced = replaced
     return facts, [
         Section(s.name, s.fqn.removeprefix("."), s.start_line, s.end_line, s.signature, s.docstring)
@@ -87,8 +113,10 @@ def read_facts(data: bytes) -> tuple[Facts, list[Section]]:
 
 
 class _Reader:
-    def __init__(self, text: str, depth: int) -> None:
+    def __init__(self, text: str, depth: int, labels: frozenset[str], notes: frozenset[str]) -> None:
+        """`labels` and `notes` are those that the document around this text defines."""
         self._text, self._depth = text, depth
+        self._labels, self._notes = labels, notes
         self._data = text.encode("utf-8")
         self._starts: list[int] | None = None
         self._facts = Facts()
@@ -97,6 +125,9 @@ class _Reader:
         root = parse(self._text)
         sections = sections_of(root, self._text, "")
         blocks = QueryCursor(_BLOCKS).captures(root)
+        for nodes in blocks.values():
+            # They come in no order.
+            nodes.sort(key=_begin)
         self._literal = sorted(
             (node.start_byte, node.end_byte) for kind in ("fence", "code") for node in blocks.get(kind, ())
         )
@@ -125,11 +156,18 @@ class _Reader:
         at = bisect_right(self._literal_begins, position) - 1
         return at >= 0 and position < self._literal[at][1]
 
+    def _is_inside_code(self, position: int) -> bool:
+        """Whether a position is in code below the line that opens it."""
+        if not self._is_code(position):
+            return False
+        begin = self._literal[bisect_right(self._literal_begins, position) - 1][0]
+        return b"\n" in self._data[begin:position] or self._data[begin : begin + 1] not in {b"`", b"~"}
+
     def _read_front_matter(self, nodes: Iterable[Node]) -> None:
         for node in nodes:
             if node.start_byte:
                 continue
-            body = self._data[node.start_byte : node.end_byte].decode("utf-8", "replace")
+            body = _text(self._data[node.start_byte : node.end_byte])
             body = body.partition("\n")[2].rstrip().rpartition("\n")[0]
             self._facts.front_matter = body
             fields = read_fields(body, toml=node.type == "plus_metadata")
@@ -147,29 +185,32 @@ class _Reader:
             if section is None:
                 nested.append(node)
             else:
-                self._facts.headings.append(Heading(line, _level(node), section.name, self._raw(node)))
+                text = html.unescape(section.name)
+                self._facts.headings.append(Heading(line, _level(node), text, self._raw(node)))
         if nested:
             names = {section.start_line: section.name for section in _as_outline(nested, self._text)}
             for node in nested:
                 line = node.start_point[0] + 1
-                text = names.get(line, "")
+                text = html.unescape(names.get(line, ""))
                 self._facts.headings.append(Heading(line, _level(node), text, self._raw(node), nested=True))
 
     def _raw(self, node: Node) -> str:
         for child in node.children:
             if child.type in {"inline", "paragraph"}:
-                return self._data[child.start_byte : child.end_byte].decode("utf-8", "replace").strip()
+                return _text(self._data[child.start_byte : child.end_byte]).strip()
         return ""
 
     def _read_labels(self, definitions: Iterable[Node]) -> None:
         labels: dict[str, None] = {}
         for match in _DEFINES.finditer(self._data) if b"]:" in self._data else ():
-            label = match[1].decode("utf-8", "replace")
+            label = _text(match[1])
             if label.startswith("^"):
                 self._facts.footnotes.append(Named(self._line_of(match.start(1)), label[1:]))
             else:
                 labels[same_label(label)] = None
         self._facts.labels = list(labels)
+        self._labels |= labels.keys()
+        self._notes |= {same_label(note.name) for note in self._facts.footnotes}
 
     def _read_html(self, nodes: Iterable[Node]) -> list[tuple[int, int]]:
         """Read elements and headings of HTML blocks; returns where comments are."""
@@ -192,12 +233,12 @@ class _Reader:
                 closed = self._data.find(b"</", closed + 2, min(end, opened.end() + _LONGEST_HTML_HEADING))
             if closed < 0:
                 continue
-            raw = self._data[opened.end() : closed].decode("utf-8", "replace").strip()
+            raw = _text(self._data[opened.end() : closed]).strip()
             element = next(elements_of(self._data, opened.start(), opened.end()), None)
             heading = Heading(
                 self._line_of(opened.start()),
                 int(opened[1]),
-                " ".join(re.sub(r"<[^<>]*>", "", raw).split()),
+                " ".join(html.unescape(re.sub(r"<[^<>]*>", "", raw)).split()),
                 raw,
                 html=True,
                 own_id=element.attributes.get("id") if element else None,
@@ -216,8 +257,6 @@ class _Reader:
     def _read_runs(self, nodes: Iterable[Node]) -> list[tuple[int, int]]:
         """Read the runs of inline Markdown that hold more than the engine reports; returns comments."""
         comments: list[tuple[int, int]] = []
-        labels = frozenset(self._facts.labels)
-        notes = frozenset(same_label(note.name) for note in self._facts.footnotes)
         signs = _INLINE_SIGN.finditer(self._data)
         sign = next(signs, None)
         for node in nodes:
@@ -228,7 +267,7 @@ class _Reader:
                 break
             if sign.start() >= end:
                 continue
-            found = read_inline(self._data, begin, end, self._line_of, labels, notes)
+            found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes)
             self._facts.links.extend(link for _, link in found.links)
             for element in found.elements:
                 self._add_element(element)
@@ -277,7 +316,7 @@ class _Reader:
             if self._data[node.start_byte : node.start_byte + 40].lstrip(b" >").startswith(b"[^")
         }
         hidden = [
-            (self._line_of(begin), self._line_of(end - 1), self._data[begin:end].decode("utf-8", "replace"))
+            (self._line_of(begin), self._line_of(end - 1), _text(self._data[begin:end]))
             for begin, end in comments
         ]
         for reference in extract_links(root, sections):
@@ -285,8 +324,12 @@ class _Reader:
             if reference.line in notes:
                 continue
             wiki = reference.kind == REF_WIKI_LINK
-            target = reference.name if reference.qualifier is None else f"{reference.name}#{reference.qualifier}"
-            if any(first <= reference.line <= last and reference.name in text for first, last, text in hidden):
+            target = (
+                reference.name if reference.qualifier is None else f"{reference.name}#{reference.qualifier}"
+            )
+            if any(
+                first <= reference.line <= last and reference.name in text for first, last, text in hidden
+            ):
                 continue
             link = _link(reference.line, reference.name, reference.qualifier, wiki)
             if link is not None:
@@ -300,33 +343,39 @@ class _Reader:
         for node in fences:
             info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
             if info is not None:
-                name, rest = (group.decode("utf-8", "replace").strip() for group in info.groups())
+                name, rest = (_text(group).strip() for group in info.groups())
                 found.append(Construct(node.start_point[0] + 1, FENCE, name, rest))
         found.sort(key=lambda construct: construct.line)
 
     def _read_names(self) -> None:
         facts, data = self._facts, self._data
-        if b"#" in data and b"{" in data:
+        if b"{" in data:
             heading_lines = {heading.line for heading in facts.headings}
-            for named in self._named(_ID_IN_BRACES):
-                if named.line not in heading_lines:
-                    facts.attribute_ids.append(named)
+            for match in _BRACES.finditer(data):
+                own = _ID_IN_BRACES.search(match[1])
+                if own is not None and not self._is_inside_code(match.start()):
+                    line = self._line_of(match.start())
+                    if line not in heading_lines:
+                        facts.attribute_ids.append(Named(line, _text(own[own.lastindex or 1])))
         if b"^" in data:
             facts.block_ids.extend(self._named(_BLOCK_ID))
         if b")=" in data:
             facts.targets.extend(self._named(_TARGET))
+        if b":name:" in data or b"\n.. _" in data:
+            for match in _DIRECTIVE_NAME.finditer(data):
+                facts.targets.append(Named(self._line_of(match.start()), _text(match[1] or match[2]).strip()))
         for match in _DEFINITION.finditer(data):
             # One empty line may stand between.
             end = match.start() if data[match.start() - 1 : match.start()] != b"\n" else match.start() - 1
             begin = data.rfind(b"\n", 0, max(end, 0)) + 1
-            term = data[begin:end].decode("utf-8", "replace").strip()
+            term = _text(data[begin:end]).strip()
             if term and term[0] not in ":|>#-~" and not self._is_code(begin):
                 facts.terms.append(Named(self._line_of(begin), term))
 
     def _named(self, pattern: re.Pattern[bytes]) -> Iterator[Named]:
         for match in pattern.finditer(self._data):
             if not self._is_code(match.start(1)):
-                yield Named(self._line_of(match.start(1)), match[1].decode("utf-8", "replace").strip())
+                yield Named(self._line_of(match.start(1)), _text(match[1]).strip())
 
     def _read_bodies(self, blocks: dict[str, list[Node]]) -> None:
         """Read what is Markdown to some sites though the grammar calls it code: bodies of directives."""
@@ -336,7 +385,7 @@ class _Reader:
             info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
             if info is None:
                 continue
-            name = info[1].decode("utf-8", "replace")
+            name = _text(info[1])
             if name in _CODE_DIRECTIVES:
                 continue
             for child in node.children:
@@ -365,14 +414,22 @@ class _Reader:
         return end
 
     def _add_body(self, kind: str, name: str, begin: int, end: int) -> None:
-        lines = self._data[begin:end].decode("utf-8", "replace").split("\n")
+        lines = _text(self._data[begin:end]).split("\n")
         indents = [len(line) - len(line.lstrip(" ")) for line in lines if line.strip()]
         if not indents:
             return
         dedented = "\n".join(line[min(indents) :] for line in lines)
         text = dedented if dedented.endswith("\n") else dedented + "\n"
-        facts, _ = _Reader(text, self._depth + 1).read()
+        facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
         self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
+
+
+def _begin(node: Node) -> int:
+    return node.start_byte
+
+
+def _text(data: bytes) -> str:
+    return data.decode("utf-8", "replace")
 
 
 def _link(line: int, path: str, anchor: str | None, wiki: bool) -> Link | None:

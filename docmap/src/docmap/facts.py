@@ -150,7 +150,9 @@ class Facts:
     def with_bodies(self, kinds: Collection[str]) -> Facts:
         """These facts and those of the bodies of these kinds, as one document: "admonition", "fence" for all
         directives, "fence:name" for one."""
-        merged = replace(self, **{name: list(getattr(self, name)) for name in _BY_LINE}, bodies=[])
+        merged = replace(self, bodies=[])
+        for name in _BY_LINE:
+            setattr(merged, name, list(getattr(self, name)))
         for body in self.bodies:
             if body.kind not in kinds and f"{body.kind}:{body.name}" not in kinds:
                 continue

@@ -122,7 +122,7 @@ class FolderMap(TypedDict):
 
 def described(checked: Checked, folder: str) -> list[Described]:
     """Return what the checked documents say and link to; `folder`: theirs in the repository."""
-    below = len(folder) + 1 if folder else 0
+    above = f"{folder}/" if folder else ""
     result = []
     for path in checked.documents:
         facts = checked.repository.facts(path)
@@ -132,10 +132,10 @@ def described(checked: Checked, folder: str) -> list[Described]:
         problems = []
         for judgement in checked.judged(path):
             page, finding = judgement.page, judgement.finding
-            if page is not None and page != path and page.startswith(folder):
-                links.append((judgement.link.line, page[below:]))
+            if page is not None and page != path and page.startswith(above):
+                links.append((judgement.link.line, page[len(above) :]))
             if finding is not None:
-                message = finding.message.replace(f" in {folder}/", " in ") if folder else finding.message
+                message = finding.message.replace(f" in {above}", " in ") if above else finding.message
                 doubt = None if finding.degree == BROKEN else finding.decided_by
                 problems.append(Problem(finding.line, finding.target, message, finding.suggestion, doubt))
         labels = frozenset(facts.labels)
@@ -149,7 +149,7 @@ def described(checked: Checked, folder: str) -> list[Described]:
             text = _first_paragraph(checked.repository.text(path) or "", facts, labels) or text
         # The text of a heading is plain; front matter may hold markup.
         title = facts.title if "title" not in facts.fields else _plain(facts.title)
-        result.append(Described(path[below:], title, text, sections, links, problems))
+        result.append(Described(path[len(above) :], title, text, sections, links, problems))
     return result
 
 

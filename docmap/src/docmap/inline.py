@@ -91,7 +91,11 @@ def link_of(form: str, line: int, target: str) -> Link | None:
         path = unquote(path.partition("?")[0])
         anchor = unquote(anchor)
     if form == SCHEME:
-        return Link(line, SCHEME, path, anchor if has_anchor else None, target) if _OWN_SCHEME.match(path) else None
+        return (
+            Link(line, SCHEME, path, anchor if has_anchor else None, target)
+            if _OWN_SCHEME.match(path)
+            else None
+        )
     if _EXTERNAL.match(path) or not (path or has_anchor):
         return None
     if form == LINK and _WEB_NAME.match(path):
@@ -124,7 +128,9 @@ def _element(tag: re.Match[bytes]) -> Element:
         for match in _ATTRIBUTE.finditer(tag[3]):
             value = next((group for group in match.groups()[1:] if group is not None), b"")
             attributes.setdefault(match[1].decode().lower(), html.unescape(value.decode("utf-8", "replace")))
-    return Element(tag.start(), tag[2].decode("utf-8", "replace"), attributes, tag[0].decode("utf-8", "replace"))
+    return Element(
+        tag.start(), tag[2].decode("utf-8", "replace"), attributes, tag[0].decode("utf-8", "replace")
+    )
 
 
 _LEADS = {"href": HREF, "to": HREF, "src": SRC}
@@ -137,7 +143,9 @@ def links_of_element(element: Element, line: int) -> Iterator[Link]:
         if target and not (attribute == "to" and element.name != "Link"):
             link = link_of(form, line, target)
             if link is not None:
-                yield link
+                # What these lead to is loaded into the page.
+                loaded = form == HREF and element.name.lower() in {"use", "image", "link"}
+                yield link._replace(form=SRC) if loaded else link
 
 
 def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels) -> Found:
@@ -219,7 +227,7 @@ class _Scanner:
                 return destination.end()
         elif following == b"[" and not self._is_text(opened):
             label = _LABEL.match(self._data, after, self._end)
-            if label is not None:
+            if label is not None and not label[1].startswith(b"^"):
                 written = label[1] if label[1].strip() else self._data[opened + 1 + is_image : start]
                 self._add_label(opened, LABEL, written, self._labels)
                 return label.end()

@@ -11,10 +11,11 @@ from collections.abc import Iterable, Iterator, Mapping
 from dataclasses import dataclass
 from typing import Final
 
-from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.inline import same_label
 from docmap.repository import Repository
-from docmap.sites.site import DOUBTFUL, FOUND, Resolution, Site
-from docmap.spelling import Spelling
+from docmap.sites.site import DOUBTFUL, FOUND, Site
+from docmap.spelling import Spelling, is_slip
 
 BROKEN: Final = "broken"
 IN_DOUBT: Final = "doubtful"
@@ -67,25 +68,35 @@ class Judge:
 
     def judged(self, path: str) -> Iterator[Judgement]:
         """What becomes of each link of a document, in document order."""
-        site = self.site_of(path)
-        sources: tuple[str, ...] = (path,)
-        if site is not self._host:
-            sources = site.sources_of(path)
-            if not sources:
-                # The site shows it nowhere; it is still read where the repository is.
-                site, sources = self._host, (path,)
+        shown = self._shown_in(path)
+        if not shown:
+            return
+        site = shown[0][0]
         facts = site.facts(path)
         if facts is None:
             return
-        hidden = [span for span in facts.spans if span.kind in site.rules.literal]
+        hidden = [span for span in facts.spans if span.kind in site.rules.literal and span.kind != "comment"]
         for link in facts.links:
-            if any(span.first <= link.line <= span.last for span in hidden if span.kind != "comment"):
+            if any(span.first <= link.line <= span.last for span in hidden):
                 continue
             if link.form in site.rules.unchecked_forms:
                 continue
-            if link.form in {WIKI, EMBED} and not site.rules.wiki_links:
+            if (link.form in {WIKI, EMBED} and site.notes is None) or (
+                link.form == SCHEME and SCHEME not in site.rules.ways
+            ):
                 continue
-            yield self._judge(site, link, path, sources, facts)
+            yield self._judge(shown, link, path, facts)
+
+    def _shown_in(self, path: str) -> list[tuple[Site, str]]:
+        """Where a reader meets the text of a document: the sites and the pages in them, its own site first."""
+        own = self.site_of(path)
+        shown = [(own, source) for source in own.sources_of(path)] if own is not self._host else []
+        # What its site shows nowhere is still read where the repository is, and so is what no site owns.
+        shown = shown or ([] if own.is_part(path) else [(self._host, path)])
+        for site in self.sites:
+            if site is not own and site is not self._host:
+                shown += [(site, page) for page in site.includers.get(path, ())]
+        return shown
 
     def findings(self, path: str) -> Iterator[Finding]:
         """What is wrong with the links of a document, in document order."""
@@ -93,38 +104,57 @@ class Judge:
             if judgement.finding is not None:
                 yield judgement.finding
 
-    def _judge(self, site: Site, link: Link, path: str, sources: tuple[str, ...], facts: Facts) -> Judgement:
+    def _judge(self, shown: list[tuple[Site, str]], link: Link, path: str, facts: Facts) -> Judgement:
+        """The judgement on a link of a document; a text that several pages show is wrong where it is so in all."""
+        worst: Judgement | None = None
+        for site, source in shown:
+            judgement = self._judge_in(site, link, path, source, facts)
+            if judgement.finding is None:
+                return judgement
+            if worst is None or (
+                judgement.finding.degree == IN_DOUBT
+                and worst.finding is not None
+                and worst.finding.degree == BROKEN
+            ):
+                worst = judgement
+        assert worst is not None
+        return worst
+
+    def _judge_in(self, site: Site, link: Link, path: str, source: str, facts: Facts) -> Judgement:
+        if link.form in {WIKI, EMBED}:
+            site = site.notes or site
         if link.form in {LABEL, FOOTNOTE}:
             return Judgement(link, None, self._judge_label(site, link, path, facts))
         for pattern, why in site.rules.filled_in.items():
             if re.search(pattern, link.written):
-                return Judgement(link, None, _finding(link, path, f'"{link.written}" is filled in', None, why))
-        # A text that several pages show is wrong only where it is wrong in all of them.
-        worst: Judgement | None = None
-        for source in sources:
-            judgement = self._judge_from(site, link, path, source)
-            if judgement.finding is None:
-                return judgement
-            if worst is None or judgement.finding.degree == IN_DOUBT:
-                worst = judgement
-        assert worst is not None
-        return worst
+                return Judgement(
+                    link, None, _finding(link, path, f'"{link.written}" is filled in', None, why)
+                )
+        return self._judge_from(site, link, path, source)
 
     def _judge_from(self, site: Site, link: Link, path: str, source: str) -> Judgement:
         if link.form == TEMPLATE and TEMPLATE not in site.rules.ways:
             why = "a template fills it in"
             return Judgement(link, None, _finding(link, path, f'"{link.written}" is not known', None, why))
-        resolution = Resolution(FOUND, (source,)) if not link.path else site.resolve(link, source)
+        resolution = site.resolve(link, source)
         if resolution.outcome == FOUND:
+            if resolution.anchor is not None:
+                link = link._replace(anchor=resolution.anchor)
             return self._judge_anchor(site, link, path, source, resolution.pages)
         if link.form == WWW:
             message, suggestion = f'"{link.path}" is read as a file: no scheme', f"https://{link.written}"
+        elif not link.path:
+            message, suggestion = f'no heading "#{link.anchor}"', None
         elif link.form in {WIKI, EMBED}:
             message, suggestion = f'no page "{link.path}"', self._closest_page(site, link, source)
         else:
             message, suggestion = f'no file "{link.path}"', self._closest_page(site, link, source)
         if resolution.outcome == DOUBTFUL:
-            return Judgement(link, None, _finding(link, path, message, suggestion, resolution.why))
+            is_slip = (
+                resolution.is_made and suggestion is not None and _is_slip_in_path(link.path, suggestion)
+            )
+            doubt = None if is_slip else resolution.why
+            return Judgement(link, None, _finding(link, path, message, suggestion, doubt, site))
         if resolution.why is not None:
             message = f"{message}: {resolution.why}"
         return Judgement(link, None, _finding(link, path, message, suggestion, None, site))
@@ -143,15 +173,19 @@ class Judge:
         others: list[str] = []
         for page in pages:
             anchors = site.anchors(page)
-            if rules.compare(wanted) in anchors.known:
+            name = anchors.known.get(rules.compare(wanted))
+            if name is not None and (rules.case_doubt is None or not _differ_in_case(name, wanted)):
                 return Judgement(link, page)
             doubt = doubt or anchors.unknown_because
             others += anchors.known.values()
         same = next((name for name in others if name.casefold() == wanted.casefold()), None)
-        if same is not None:
-            doubt = doubt or rules.case_doubt
         where = "" if target == source else f" in {target}"
         closest = same or self._closest_anchor(wanted, others, target)
+        if same is not None:
+            doubt = rules.case_doubt
+        elif closest is not None and is_slip(wanted, closest):
+            # Whatever else makes anchors here, it makes none that is one slip away from another.
+            doubt = None
         suggestion = None if closest is None else self._with_anchor(link, closest)
         kind = "block" if wanted.startswith("^") else "heading"
         message = f'no {kind} "#{wanted}"{where}'
@@ -161,6 +195,8 @@ class Judge:
         if link.form == LABEL:
             # One character or a number in brackets is an index, in prose about programs.
             if not site.rules.labels or len(link.path) < 2 or link.path.isdigit():
+                return None
+            if same_label(link.path) in site.rules.more_labels:
                 return None
             close = self._spelling.closest(link.path.casefold(), facts.labels, _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'
@@ -240,7 +276,9 @@ class Judge:
         has_suffix = bool(posixpath.splitext(link.path)[1])
         if link.form in {WIKI, EMBED}:
             name = path if "/" in link.path else posixpath.basename(path)
-            return name if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes) else _stem(name)
+            return (
+                name if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes) else _stem(name)
+            )
         if link.path.startswith("/"):
             within = site.within(path, site.content)
             for folder in site.rules.static:
@@ -254,7 +292,7 @@ class Judge:
                 written = f"./{written}" if not written.startswith("../") else written
         if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
             return written
-        if path in site.addresses and site.addresses[path]:
+        if site.addresses.get(path):
             address = site.addresses[path][0]
             if link.path.startswith("/"):
                 return address if link.path.endswith("/") else address.rstrip("/") or "/"
@@ -262,6 +300,19 @@ class Judge:
             relative = posixpath.relpath(address.rstrip("/") or "/", posixpath.dirname(start[0] + "x"))
             return relative + "/" if link.path.endswith("/") else relative
         return _stem(written)
+
+
+def _is_slip_in_path(written: str, meant: str) -> bool:
+    """Whether one part of a path is misspelt, and the others are as they should be."""
+    ours, theirs = (posixpath.normpath(path).strip("/").split("/") for path in (written, meant))
+    if len(ours) != len(theirs):
+        return False
+    wrong = [pair for pair in zip(ours, theirs, strict=True) if pair[0] != pair[1]]
+    return len(wrong) == 1 and is_slip(*wrong[0])
+
+
+def _differ_in_case(name: str, other: str) -> bool:
+    return name != other and name.casefold() == other.casefold()
 
 
 def _stem(path: str) -> str:
@@ -277,4 +328,6 @@ def _finding(
     link: Link, path: str, message: str, suggestion: str | None, doubt: str | None, site: Site | None = None
 ) -> Finding:
     decided_by = doubt if doubt is not None else site.rules.kind if site is not None else ""
-    return Finding(path, link.line, link.written, message, suggestion, BROKEN if doubt is None else IN_DOUBT, decided_by)
+    return Finding(
+        path, link.line, link.written, message, suggestion, BROKEN if doubt is None else IN_DOUBT, decided_by
+    )

@@ -23,7 +23,7 @@ class TreePrinter:
     """Prints trees to standard output, folded at the width of a terminal."""
 
     def __init__(self) -> None:
-        self._width = shutil.get_terminal_size().columns if sys.stdout.isatty() else None
+        self._width = (shutil.get_terminal_size().columns or 80) if sys.stdout.isatty() else None
         self._styled = is_styled()
 
     def print_outline(self, document: Document, *, with_links: bool) -> None:
@@ -55,7 +55,9 @@ class TreePrinter:
         heading = (name + lines, f"{name}{styled(lines, CYAN)}" if self._styled else name + lines)
         if not item.docstring:
             return [heading]
-        docstring = _cut(printable(item.docstring), PIPE_WIDTH if self._width is None else self._width - indent)
+        docstring = _cut(
+            printable(item.docstring), PIPE_WIDTH if self._width is None else self._width - indent
+        )
         return [heading, (docstring, styled(docstring, DIM) if self._styled else docstring)]
 
     def _folded(self, first: str, rest: str, lines: Sequence[_Line]) -> Iterator[str]:
@@ -76,8 +78,12 @@ class TreePrinter:
         if cell_len(first + plain) <= self._width:
             yield f"{self._dim(first)}{written}\n"
             return
-        for part in Text(plain).wrap(Console(file=sys.stdout), max(self._width - len(first), 20), overflow="ignore"):
-            yield f"{self._dim(first)}{part.plain}\n"
+        console = Console(file=sys.stdout, width=1 << 20, highlight=False)
+        text = Text.from_ansi(written)
+        for part in text.wrap(console, max(self._width - len(first), 20), overflow="ignore"):
+            with console.capture() as captured:
+                console.print(part, end="")
+            yield f"{self._dim(first)}{captured.get()}\n"
             first = rest
 
     def _dim(self, guides: str) -> str:

@@ -8,7 +8,7 @@ from __future__ import annotations
 
 import os
 import posixpath
-from collections.abc import Callable, Iterable, Mapping
+from collections.abc import Callable, Iterable
 
 from docmap.documents import PAGE_SUFFIXES, GitIgnore
 from docmap.facts import Facts
@@ -26,7 +26,9 @@ class Repository:
     `documents` are the Markdown files among them, outside hidden folders, sorted by folder.
     """
 
-    def __init__(self, root: str, wanted: Iterable[str] = (), on_error: Callable[[OSError], None] | None = None) -> None:
+    def __init__(
+        self, root: str, wanted: Iterable[str] = (), on_error: Callable[[OSError], None] | None = None
+    ) -> None:
         """`root`: an existing folder. `wanted`: paths below it that are read even where Git ignores them.
         `on_error` gets the error of each folder that cannot be read."""
         self.root = os.path.abspath(root)
@@ -85,27 +87,38 @@ class Repository:
         return True
 
     def _add_link(self, entry: os.DirEntry[str], path: str) -> None:
-        target = os.path.relpath(os.path.realpath(entry.path), os.path.realpath(self.root)).replace(os.sep, "/")
+        target = os.path.relpath(os.path.realpath(entry.path), os.path.realpath(self.root)).replace(
+            os.sep, "/"
+        )
         try:
             is_folder = entry.is_dir()
         except OSError:  # a link to itself
-            return
+            is_folder = False
         if is_folder:
             self.folders[path] = None
             self._links[path] = target
         elif os.path.exists(entry.path):
             self.files[path] = None
             self._links[path] = target
+            if path.lower().endswith(PAGE_SUFFIXES) and os.path.isfile(entry.path):
+                self.documents.append(path)
         elif path.lower().endswith(PAGE_SUFFIXES):
             # Reading it says what is wrong with it.
             self.documents.append(path)
 
     def _add_linked(self, link: str, target: str) -> None:
         """List what is in a folder of the repository below a link to it, too."""
-        if link not in self.folders or target == "." or link.startswith(target + "/") or target.startswith(".."):
+        if (
+            link not in self.folders
+            or target == "."
+            or link.startswith(target + "/")
+            or target.startswith("..")
+        ):
             return
         for paths in (self.files, self.folders):
-            paths.update({link + path[len(target) :]: None for path in paths if path.startswith(target + "/")})
+            paths.update(
+                {link + path[len(target) :]: None for path in paths if path.startswith(target + "/")}
+            )
 
     # --- Documents ---
 
@@ -149,15 +162,3 @@ class Repository:
         if self._ignore.ignores_below(path):
             return "Git ignores it, so it may be made by a build"
         return None
-
-
-def in_folders(paths: Iterable[str], folders: Mapping[str, object]) -> list[str]:
-    """Those of the paths that lie in one of the folders, or are one of them."""
-    if "" in folders:
-        return list(paths)
-    return [path for path in paths if any(part in folders for part in (path, *_above(path)))]
-
-
-def _above(path: str) -> Iterable[str]:
-    while path := posixpath.dirname(path):
-        yield path

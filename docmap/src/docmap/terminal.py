@@ -18,8 +18,8 @@ def printable(text: str) -> str:
 
 
 def is_styled() -> bool:
-    """Whether standard output is a terminal that shows bold text and colours, and its user wants these."""
-    return sys.stdout.isatty() and not os.environ.get("NO_COLOR") and os.environ.get("TERM") != "dumb"
+    """Whether standard output is a terminal that shows bold and dim text."""
+    return sys.stdout.isatty() and os.environ.get("TERM") != "dumb"
 
 
 def bold(text: str) -> str:
@@ -28,5 +28,5 @@ def bold(text: str) -> str:
 
 
 def styled(text: str, style: int) -> str:
-    """The text in one of these styles; only for a terminal that `is_styled`."""
-    return f"\x1b[{style}m{text}\x1b[0m"
+    """The text in one of the styles above, for a terminal that `is_styled`; NO_COLOR takes the colours away."""
+    return text if style != DIM and os.environ.get("NO_COLOR") else f"\x1b[{style}m{text}\x1b[0m"

@@ -20,7 +20,8 @@ from docmap.sites.site import Site
 
 # Modules of this package, the more telling first: of two that find a site at one place, the first has it.
 MODULES = (
-    "mdbook", "mkdocs", "vitepress", "docusaurus", "starlight", "zola", "hugo", "sphinx", "jekyll", "vault",
+    "mdbook", "mkdocs", "vitepress", "docusaurus", "starlight", "zola", "hugo", "sphinx", "unknown",
+    "jekyll", "vault",
 )  # fmt: skip
 CODE_HOST = "code_host"
 

@@ -29,7 +29,7 @@ def _beside_files(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _as_compared(anchor: str) -> str:
-    """Ids carry a prefix on the host, which its script adds to what a link asks for, whatever the letter case."""
+    """Ids carry a prefix on the host, which its script adds to what a link asks for."""
     return anchor.removeprefix("user-content-")
 
 

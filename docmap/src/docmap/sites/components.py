@@ -1,4 +1,4 @@
-"""What components do to a page, where their source can be read; and what plugins of a parser are named for."""
+"""What components do to a page, where their source can be read, and what plugins of a parser may do."""
 
 from __future__ import annotations
 
@@ -10,28 +10,17 @@ from docmap.facts import COMPONENT, IMPORT, Construct
 from docmap.sites.site import Effect, Site
 
 _SOURCES = (".vue", ".astro", ".jsx", ".tsx", ".js", ".ts", ".svelte", ".html")
-# What makes anchors: an id, a heading, or text of elsewhere (`set:html`, `v-html`, `dangerouslySetInnerHTML`).
+# What makes anchors: an id, a heading, or text of elsewhere.
 _MAKES_ANCHORS = re.compile(r"\bid\s*=|\bid:|<[Hh][1-6]\b|set:html|v-html|dangerouslySetInnerHTML|<Content\b")
 # A part of a parser that is named for one of these may change what is an anchor, or make more of them.
 _NAMED_FOR_ANCHORS = re.compile(
     r"anchor|heading|header|slug|attr|\bid|includ|transclu|deflist|gloss|wiki", re.IGNORECASE
 )
-_IMPORT = re.compile(r"""^\s*import\s+(?:type\s+)?([^"';]+?)\s+from\s+["']([^"']+)["']""", re.MULTILINE)
 
 
 def may_make_anchors(text: str) -> bool:
     """Whether the source of a component, shortcode or include makes ids or headings."""
     return _MAKES_ANCHORS.search(text) is not None
-
-
-def imports_of(text: str) -> dict[str, str]:
-    """What a script imports: name -> module, for each name."""
-    names = {}
-    for clause, module in _IMPORT.findall(text):
-        for part in re.split(r"[{},]", clause):
-            if part.strip():
-                names[part.split()[-1]] = module
-    return names
 
 
 def anchor_parts(names: Iterable[str]) -> list[str]:
@@ -69,10 +58,13 @@ def component_effects(known: frozenset[str], aliases: dict[str, str]) -> dict[st
         ]
         if any(path is not None and path.lower().endswith((".md", ".mdx")) for path in brought):
             return None
-        sources = [path for path in site.files_by_name.get(name, ()) if path.endswith(_SOURCES)]
+        # <my-tabs> stands for MyTabs.
+        pascal = "".join(part[:1].upper() + part[1:] for part in name.split("-"))
+        named = {*site.files_by_name.get(name, ()), *site.files_by_name.get(pascal, ())}
+        sources = [path for path in named if path.endswith(_SOURCES)]
         sources += [path for path in brought if path in site.repository.files]
         texts = [site.repository.text(path) for path in sources]
-        if texts and not any(text is None or may_make_anchors(text) for text in texts):
+        if texts and all(text and not may_make_anchors(text) for text in texts):
             return None
         return f"made by the component <{construct.name}> in line {construct.line}?"
 

@@ -27,30 +27,16 @@ from docmap.sites.site import (
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import as_host_serves, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, must_exist, nothing_because, outside_base
 
 KIND = "docusaurus"
 
 _CONFIG = re.compile(r"(?:(.*)/)?docusaurus\.config\.[cm]?[jt]s")
-_KNOWN = frozenset(
-    [
-        "Tabs",
-        "TabItem",
-        "Admonition",
-        "CodeBlock",
-        "Details",
-        "TOCInline",
-        "Link",
-        "Head",
-        "BrowserOnly",
-        "Translate",
-        "Redirect",
-        "Highlight",
-        "ThemedImage",
-        "DocCardList",
-        "DocCard",
-        "BrowserWindow",
-    ]
+_KNOWN = literals.words(
+    """
+    Tabs TabItem Admonition CodeBlock Details TOCInline Link Head BrowserOnly Translate Redirect
+    Highlight ThemedImage DocCardList DocCard BrowserWindow
+    """
 )
 _DATED = re.compile(r"^(\d{4}[-/]\d{1,2}[-/]\d{1,2})[-/]?(.*?)(?:/index)?$")
 _DATE_OR_VERSION = re.compile(r"(?:\d{2}|\d{4})[-_.]\d{2}(?:[-_.](?:\d{2}|\d{4}))?|\d+[-_.]\d+")
@@ -62,7 +48,7 @@ _TESTS = re.compile(r"\.test\.|(?:^|/)__tests__/")
 
 @dataclass(frozen=True)
 class _Part:
-    """A folder of content: what its pages are ("docs", "blog", "pages"), and the address that they stand below."""
+    """A folder of content: what its pages are ("docs", "blog", "pages"), and the address above them."""
 
     kind: str
     folder: str
@@ -182,6 +168,7 @@ RULES = Rules(
     url_style="bare",
     not_copied=None,
     made={r"/404(?:\.html)?|/search/?|/sitemap\.xml|/assets/.*|/.*(?:rss|atom)\.xml|/.*feed\.json": None},
+    partials_keep_paths=True,
     slug=slugs.github,
     custom_id=r"\s*\{(?:/\*\s*)?#((?:(?!\{#|\}|\s*\*/).)+)(?:\s*\*/)?\}$",
     always=r"|top|:~:.*|__docusaurus.*|user-content-fn.*|fn(?:ref)?-.*",
@@ -202,7 +189,7 @@ def make(repository: Repository, root: str) -> Site | None:
         path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
     )
     path = next(paths, "")
-    config = literals.Script(repository.text(path)).exported
+    config = literals.Script(path, repository.text).exported
     parts: list[_Part] = []
     redirects: dict[str, str] = {}
     whys: list[str] = []
@@ -234,10 +221,10 @@ def make(repository: Repository, root: str) -> Site | None:
         as_host_serves,
         outside_base,
     )
-    images = (_as_written, partial(_asset, root), page_at_address, outside_base)
+    images = (_as_written, partial(_asset, root), page_at_address, outside_base, must_exist)
     made = {**RULES.made, **_own_pages(repository, every), **_lists(repository, every)}
     rules = RULES.changed(
-        ways={"link": links, HREF: links, IMAGE: images, SRC: images},
+        ways={"link": links, HREF: links, IMAGE: images, SRC: images[:-1]},
         takes=lambda site, page: (
             (part := _part_of(every, page)) is not None
             and (part.takes(page) or _PARTIAL.search(page[len(part.folder) :]) is not None)
@@ -253,7 +240,7 @@ def make(repository: Repository, root: str) -> Site | None:
     content = posixpath.commonpath(
         [f"/{folder}" for folder in (root, *(part.folder for part in every))]
     ).strip("/")
-    return Site(rules, repository, root, content, path)
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)
 
 
 def _plugins(config: object) -> Iterator[tuple[str, Any]]:
@@ -366,7 +353,7 @@ def _own_pages(repository: Repository, parts: Sequence[_Part]) -> dict[str, str 
 
 
 def _lists(repository: Repository, parts: Sequence[_Part]) -> dict[str, str | None]:
-    """Lists that plugins make: of posts, of tags; and indexes of categories, whose address a setting may change."""
+    """Lists that plugins make: of posts, of tags, and of the pages of a category."""
     made: dict[str, str | None] = {}
     for part in parts:
         at = re.escape(posixpath.join("/", part.address).rstrip("/"))

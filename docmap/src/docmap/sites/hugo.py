@@ -5,7 +5,7 @@ from __future__ import annotations
 import json
 import posixpath
 import re
-from collections.abc import Iterable, Iterator, Mapping, Sequence
+from collections.abc import Iterator, Mapping, Sequence
 from functools import partial
 from typing import Any
 from urllib.parse import urlsplit
@@ -15,7 +15,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
 from docmap.sites.site import Effect, Resolution, Rules, Site, doubtful, found, itself, page_at_address
-from docmap.sites.ways import nothing_because, outside_base
+from docmap.sites.ways import as_hosted, nothing_because, outside_base
 
 KIND = "hugo"
 
@@ -25,25 +25,14 @@ _NAMES = tuple(
 _IN_FOLDER = tuple(f"config/_default/{name}" for name in _NAMES)
 _SUFFIXES = (".md", ".markdown", ".mdown")
 # Shortcodes of Hugo's own that make no anchors.
-_KNOWN = frozenset(
-    [
-        "details",
-        "figure",
-        "gist",
-        "highlight",
-        "instagram",
-        "param",
-        "qr",
-        "ref",
-        "relref",
-        "tweet",
-        "twitter",
-        "vimeo",
-        "x",
-        "youtube",
-    ]
+_KNOWN = literals.words(
+    """
+    details figure gist highlight instagram param qr ref relref tweet twitter vimeo x youtube
+    """
 )
-_BRINGS_TEXT = re.compile(r"readFile|RenderShortcodes|\.Content\b|\.RawContent|GetPage|resources\.Get")
+_BRINGS_TEXT = re.compile(r"readFile|RenderShortcodes|\.Content\b|\.RawContent")
+# Templates make Markdown as well: headings, and terms with ": " below.
+_MAKES_HEADINGS = re.compile(r"^\s*(?:#{1,6}|:)\s", re.MULTILINE)
 _REF = re.compile(r"\{\{[<%]\s*(?:rel)?ref\s+(.*?)\s*/?[>%]\}\}(.*)", re.DOTALL)
 _WORDS = re.compile(r"""(?:(\w+)=)?(?:"([^"]*)"|'([^']*)'|`([^`]*)`|([^\s"'`]+))""")
 _SLUGS: Mapping[str, Any] = {
@@ -146,28 +135,45 @@ def _filled(pattern: str, folder: str, name: str, fields: Mapping[str, Any]) -> 
     )
 
 
-def _by_path(site: Site, path: str, source: str) -> Resolution | None:
-    """The page that .GetPage finds: by path from the source's folder, then from the content root, then by name."""
-    if not path:
-        return found(source)
-    folder = posixpath.dirname(source)
-    if posixpath.basename(source).startswith("index."):
-        starts = [folder, posixpath.dirname(folder)]
-    else:
-        starts = [folder]
-    roots = _content_roots(site)
-    places = [posixpath.join(root, path.lstrip("/")) for root in roots]
-    if not path.startswith("/"):
-        places = [posixpath.join(start, path) for start in starts] + places
-    index = _logical_paths(site)
-    for place in places:
-        pages = index.get(_logical(posixpath.normpath(place)))
-        if pages:
-            return found(*pages)
-    # A bare name finds the only page that has it, wherever that lies.
-    name = _logical(path)
-    named = [page for logical, pages in index.items() if logical.rpartition("/")[2] == name for page in pages]
-    return found(*named) if "/" not in path and len(named) == 1 else None
+class _Lookup:
+    """Finds pages as .GetPage does: by path from the source's folder, from the content roots, or by name."""
+
+    def __init__(self, roots: Sequence[str]) -> None:
+        self.roots = roots
+        self._index: dict[str, list[str]] = {}
+
+    def find(self, site: Site, path: str, source: str) -> Resolution | None:
+        if not path:
+            return found(source)
+        places = [posixpath.join(root, path.lstrip("/")) for root in self.roots]
+        if not path.startswith("/"):
+            folder = posixpath.dirname(source)
+            starts = [folder, posixpath.dirname(folder)] if _is_leaf(source) else [folder]
+            places = [posixpath.join(start, path) for start in starts] + places
+        index = self._pages(site)
+        for place in places:
+            pages = index.get(_logical(posixpath.normpath(place)))
+            if pages:
+                return found(*pages)
+        # A bare name finds the only page that has it, wherever that lies.
+        name = _logical(path)
+        named = [
+            page for logical, pages in index.items() if logical.rpartition("/")[2] == name for page in pages
+        ]
+        return found(*named) if "/" not in path and len(named) == 1 else None
+
+    def _pages(self, site: Site) -> dict[str, list[str]]:
+        if not self._index:
+            for page, addresses in site.addresses.items():
+                # A translation answers to the path of its original.
+                paths = (page, re.sub(r"\.[a-z]{2}(?:-\w+)?(?=\.\w+$)", "", page))
+                for path in dict.fromkeys(map(_logical, paths)) if addresses else ():
+                    self._index.setdefault(path, []).append(page)
+        return self._index
+
+
+def _is_leaf(page: str) -> bool:
+    return posixpath.basename(page).startswith("index.")
 
 
 def _logical(path: str) -> str:
@@ -176,24 +182,7 @@ def _logical(path: str) -> str:
     return re.sub(r"\s+", "-", path.lower())
 
 
-def _logical_paths(site: Site) -> dict[str, list[str]]:
-    cached: dict[str, list[str]] | None = site.__dict__.get("_hugo_paths")
-    if cached is None:
-        cached = {}
-        for page, addresses in site.addresses.items():
-            for path in (page, re.sub(r"\.[a-z]{2}(?:-\w+)?(?=\.\w+$)", "", page)) if addresses else ():
-                pages = cached.setdefault(_logical(path), [])
-                if page not in pages:
-                    pages.append(page)
-        site.__dict__["_hugo_paths"] = cached
-    return cached
-
-
-def _content_roots(site: Site) -> list[str]:
-    return site.__dict__.get("_hugo_roots") or [site.content]
-
-
-def _ref(site: Site, link: Link, source: str) -> Resolution | None:
+def _ref(lookup: _Lookup, site: Site, link: Link, source: str) -> Resolution | None:
     """{{< ref "page#anchor" >}} stands for the address of a page."""
     match = _REF.search(link.path)
     if match is None:
@@ -202,7 +191,7 @@ def _ref(site: Site, link: Link, source: str) -> Resolution | None:
     options = dict(words)
     target = options.get("path") or next((text for key, text in words if not key), "")
     path, _, anchor = target.partition("#")
-    resolution = _by_path(site, path, source)
+    resolution = lookup.find(site, path, source)
     if resolution is None:
         why = (
             "an output format or language of its own?" if {"lang", "outputFormat"} & options.keys() else None
@@ -212,11 +201,13 @@ def _ref(site: Site, link: Link, source: str) -> Resolution | None:
     return Resolution(resolution.outcome, resolution.pages, anchor=anchor or behind or None)
 
 
-def _hooked(special: frozenset[str], site: Site, link: Link, source: str) -> Resolution | None:
+def _hooked(
+    lookup: _Lookup, special: frozenset[str], site: Site, link: Link, source: str
+) -> Resolution | None:
     """A render hook finds pages by path, as .GetPage does, and files of the page's bundle."""
     if link.path in special:
         return found()
-    resolution = _by_path(site, link.path, source)
+    resolution = lookup.find(site, link.path, source)
     return resolution if resolution is not None else _resource(site, link, source)
 
 
@@ -244,12 +235,20 @@ def _unknown_hook(why: str, site: Site, link: Link, source: str) -> Resolution |
     return doubtful(why) if place in site.repository.files else None
 
 
+def _other_page(site: Site, link: Link, source: str) -> Resolution | None:
+    """Content that is no Markdown makes pages, too."""
+    path = site.address_of(link.path, source).strip("/")
+    stems = (posixpath.join(site.content, path), posixpath.join(site.content, path, "_index"))
+    names = (f"{stem}{suffix}" for stem in stems for suffix in (".html", ".adoc", ".rst", ".org", ".pandoc"))
+    return found() if any(name in site.repository.files for name in names) else None
+
+
 def _term(taxonomies: Sequence[str], site: Site, link: Link, source: str) -> Resolution | None:
     """The pages that Hugo makes of each taxonomy and of its terms."""
     steps = site.address_of(link.path, source).strip("/").split("/")
     if len(steps) > 2 or steps[0] not in taxonomies:
         return None
-    terms = (term for page in site.pages for term in _terms(site.repository.facts(page), steps[0]))
+    terms = (term for page in site.pages for term in _terms(site.facts(page), steps[0]))
     return found() if len(steps) == 1 or steps[1] in {_urlized(term) for term in terms} else None
 
 
@@ -262,9 +261,13 @@ def _raw_line(heading: Heading) -> str:
     return heading.raw if heading.html else heading.raw.strip().rpartition("\n")[2]
 
 
-def _shortcode(site: Site, construct: Construct, page: str) -> str | None:
+def _shortcode(roots: Sequence[str], site: Site, construct: Construct, page: str) -> str | None:
     template = _template(site, construct.name)
-    if construct.name in _KNOWN or (template is not None and not may_make_anchors(template)):
+    if construct.name in _KNOWN or _included(roots, site, construct, page) not in {None, page}:
+        return None
+    if template is not None and not any(
+        (may_make_anchors(template), _BRINGS_TEXT.search(template), _MAKES_HEADINGS.search(template))
+    ):
         return None
     return f"made by the shortcode `{construct.name}` in line {construct.line}?"
 
@@ -275,26 +278,22 @@ def _template(site: Site, name: str) -> str | None:
     return next((text for path in paths if (text := site.repository.text(path)) is not None), None)
 
 
-def _included(site: Site, construct: Construct, page: str) -> str | None:
+def _included(roots: Sequence[str], site: Site, construct: Construct, page: str) -> str | None:
     """The file that a shortcode brings in, where its template reads one and its argument names it."""
     template = _template(site, construct.name)
     if construct.name in _KNOWN or template is None or not _BRINGS_TEXT.search(template):
         return page
+    starts = (*roots, site.root, posixpath.join(site.root, "assets"), posixpath.dirname(page))
     for _, *texts in _WORDS.findall(construct.arguments):
         path = next(filter(None, texts), "").lstrip("/")
-        for root in (
-            *_content_roots(site),
-            site.root,
-            posixpath.join(site.root, "assets"),
-            posixpath.dirname(page),
-        ):
-            place = posixpath.normpath(posixpath.join(root, path))
-            if path and place in site.repository.files:
-                return place
-    return None if template is not None and "RenderShortcodes" in template else page
+        for start in starts if path else ():
+            place = posixpath.normpath(posixpath.join(start, path))
+            for name in (place, *(place + suffix for suffix in _SUFFIXES)):
+                if name in site.repository.files:
+                    return name
+    # What it brings in by another name is not known: `_shortcode` says so.
+    return page
 
-
-_SHORTCODE = Effect(includes=_included, anchors="included in line {line}?", unknown=_shortcode)
 
 RULES = Rules(
     kind=KIND,
@@ -306,7 +305,6 @@ RULES = Rules(
     heading_text=_raw_line,
     custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
     always=r"|top|:~:.*|fn(?:ref)?\d*:.*",
-    effects={SHORTCODE: _SHORTCODE, LIQUID: _SHORTCODE},
 )
 
 
@@ -401,7 +399,10 @@ def make(repository: Repository, root: str) -> Site | None:
     plurals = (
         literals.texts(list(taxonomies.values())) if isinstance(taxonomies, dict) else ["tags", "categories"]
     )
-    links, images = _ways(repository, root, config, plurals)
+    roots = [*(posixpath.normpath(posixpath.join(root, folder)) for folder in sources), *contents]
+    lookup = _Lookup(roots)
+    shortcode = Effect(includes=partial(_included, roots), unknown=partial(_shortcode, roots))
+    links, images = _ways(lookup, repository, root, config, plurals)
     static = literals.texts(config.get("staticdir")) or ["static"]
     static += [str(mount["source"]) for mount in mounts if str(mount.get("target")).split("/")[0] == "static"]
     parser = literals.get(config, "markup", "goldmark", "parser")
@@ -409,15 +410,19 @@ def make(repository: Repository, root: str) -> Site | None:
         str(literals.get(parser, "autoidtype") or literals.get(parser, "autoheadingidtype") or "github")
     )
     rules = RULES.changed(
-        ways={"link": links, HREF: (itself, *links[-3:]), IMAGE: images, SRC: images[-3:], TEMPLATE: (_ref,)},
+        ways={
+            "link": links,
+            HREF: (itself, *links[-4:]),
+            IMAGE: images,
+            SRC: images[-4:],
+            TEMPLATE: (partial(_ref, lookup),),
+        },
         addresses=pages.addresses,
         base=urlsplit(str(config.get("baseurl") or "")).path or "/",
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in static),
         slug=slug or slugs.hugo,
-        more_anchors=partial(
-            _more_anchors, slug or slugs.hugo, literals.get(parser, "autodefinitiontermid") is True
-        ),
-        redirects=_redirects(repository, root),
+        terms=literals.get(parser, "autodefinitiontermid") is True,
+        effects={SHORTCODE: shortcode, LIQUID: shortcode},
     )
     if literals.get(parser, "autoheadingid") is False:
         rules = rules.changed(heading_levels=range(0))
@@ -426,16 +431,7 @@ def make(repository: Repository, root: str) -> Site | None:
         rules = rules.changed(any_anchor="made by the render hook for headings?")
     if literals.get(parser, "attribute", "block") is True:
         rules = rules.changed(named=("attribute_ids",))
-    site = Site(rules, repository, root, content, path)
-    site.__dict__["_hugo_roots"] = [
-        posixpath.normpath(posixpath.join(root, folder)) for folder in sources
-    ] + contents
-    return site
-
-
-def _more_anchors(slug: Any, terms: bool, site: Site, page: str, facts: Facts) -> Iterable[str]:
-    """The terms of definition lists, where the configuration wants these."""
-    return (slug(term.name) for term in facts.terms) if terms else ()
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)
 
 
 def _permalinks(config: Mapping[str, Any]) -> dict[str, str]:
@@ -459,10 +455,10 @@ def _layout(repository: Repository, root: str, name: str) -> str | None:
 
 
 def _ways(
-    repository: Repository, root: str, config: Mapping[str, Any], taxonomies: Sequence[str]
+    lookup: _Lookup, repository: Repository, root: str, config: Mapping[str, Any], taxonomies: Sequence[str]
 ) -> tuple[Any, Any]:
     """How links and images are followed: by a render hook where there is one, then as addresses."""
-    addresses = (page_at_address, partial(_term, tuple(taxonomies)), outside_base)
+    addresses = (page_at_address, _other_page, partial(_term, tuple(taxonomies)), outside_base)
     hooks = literals.get(config, "markup", "goldmark", "renderhooks")
     languages = config.get("languages")
     theme = literals.get(config, "theme") or literals.get(config, "module", "imports")
@@ -477,26 +473,9 @@ def _ways(
         if text is not None:
             # A hook may mean something of its own by a certain destination: {{ if eq $destination "g" }}.
             special = re.findall(r"""\beq\s+[\w.$]+\s+"([^"]*)\"""", text)
-            return [partial(_hooked, frozenset(special))]
+            return [partial(_hooked, lookup, frozenset(special))]
         if enabled or (isinstance(languages, dict) and len(languages) > 1 and setting != "never"):
-            return [partial(_hooked, frozenset[str]())]
+            return [partial(_hooked, lookup, frozenset[str]())]
         return [partial(_unknown_hook, "found by a render hook of the theme?")] if missing_theme else []
 
     return (itself, *before("link"), *addresses), (*before("image"), _bundled, *addresses)
-
-
-def _redirects(repository: Repository, root: str) -> dict[str, str]:
-    """Netlify's redirects, from static/_redirects and netlify.toml."""
-    redirects: dict[str, str] = {}
-    for line in (repository.text(posixpath.join(root, "static/_redirects")) or "").splitlines():
-        words = line.split()
-        if len(words) > 1 and words[0].startswith("/") and "*" not in words[0] and ":" not in words[0]:
-            redirects[words[0]] = words[1]
-    for entry in literals.toml(repository.text(posixpath.join(root, "netlify.toml"))).get("redirects", ()):
-        if (
-            isinstance(entry, dict)
-            and isinstance(entry.get("from"), str)
-            and isinstance(entry.get("to"), str)
-        ):
-            redirects[entry["from"]] = entry["to"]
-    return redirects

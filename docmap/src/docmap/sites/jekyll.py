@@ -5,11 +5,13 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterator, Mapping, Sequence
+from dataclasses import replace
+from functools import partial
 from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import HREF, IMAGE, LIQUID, SRC, TEMPLATE, Construct, Facts, Link
+from docmap.facts import HREF, IMAGE, LINK, LIQUID, SRC, TEMPLATE, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
@@ -25,7 +27,7 @@ from docmap.sites.site import (
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import as_host_serves, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, is_elsewhere, nothing_because, outside_base
 
 KIND = "jekyll"
 
@@ -40,50 +42,24 @@ _STYLES = {
 _POST = re.compile(r"(?:.*/)?_posts/(?:.*/)?(\d{4})-(\d{1,2})-(\d{1,2})-([^/]+)")
 _TAG = re.compile(r"\{%-?\s*(link|post_url)\s+(.*?)\s*-?%\}(.*)", re.DOTALL)
 _URL = re.compile(
-    r"""\{\{-?\s*["']([^"']*)["']\s*\|\s*(?:relative_url|absolute_url|prepend:\s*site\.baseurl)\s*-?\}\}(.*)""",
-    re.DOTALL,
+    r"""\{\{-?\s*["']([^"']*)["']\s*\|\s*(?:relative_url|absolute_url|prepend:\s*site\.baseurl)\s*-?\}\}"""
 )
-_BASE = re.compile(
-    r"\{\{-?\s*site\.(?:baseurl|url)\s*-?\}\}\s*(?:\{\{-?\s*site\.baseurl\s*-?\}\})?(.*)", re.DOTALL
-)
+_VARIABLE = re.compile(r"\{\{-?\s*(site|page)\.(\w+)\s*-?\}\}")
 # Tags that make no anchors; with these, also those that end a block.
 _KNOWN = re.compile(
     r"end\w*|raw|comment|highlight|if|elsif|else|unless|case|when|assign|capture|increment|decrement|link|post_url|gist"
     r"|seo|feed_meta|break|continue|liquid|cycle"
 )
 # Plugins that bring no pages of their own.
-_HARMLESS = frozenset(
-    [
-        "jekyll-seo-tag",
-        "jekyll-sitemap",
-        "jekyll-feed",
-        "jekyll-relative-links",
-        "jekyll-optional-front-matter",
-        "jekyll-readme-index",
-        "jekyll-titles-from-headings",
-        "jekyll-default-layout",
-        "jekyll-github-metadata",
-        "jekyll-mentions",
-        "jekyll-coffeescript",
-        "jekyll-gist",
-        "jekyll-include-cache",
-        "jekyll-remote-theme",
-        "jekyll-redirect-from",
-        "jekyll-paginate",
-        "jemoji",
-        "jekyll-toc",
-        "jekyll-sass-converter",
-        "jekyll-last-modified-at",
-        "jekyll-commonmark-ghpages",
-        "jekyll-avatar",
-        "jekyll-spaceship",
-        "kramdown-parser-gfm",
-        "webrick",
-        "jekyll-timeago",
-        "jekyll-tidy",
-        "jekyll-minifier",
-        "jekyll-target-blank",
-    ]
+_HARMLESS = literals.words(
+    """
+    jekyll-seo-tag jekyll-sitemap jekyll-feed jekyll-relative-links jekyll-optional-front-matter
+    jekyll-readme-index jekyll-titles-from-headings jekyll-default-layout jekyll-github-metadata
+    jekyll-mentions jekyll-coffeescript jekyll-gist jekyll-include-cache jekyll-remote-theme
+    jekyll-redirect-from jekyll-paginate jemoji jekyll-toc jekyll-sass-converter jekyll-last-modified-at
+    jekyll-commonmark-ghpages jekyll-avatar jekyll-spaceship kramdown-parser-gfm webrick jekyll-timeago
+    jekyll-tidy jekyll-minifier jekyll-target-blank
+    """
 )
 # Where Jekyll looks for what is no page.
 _PARTS = frozenset({"_includes", "_layouts", "_sass", "_data", "_plugins", "_site"})
@@ -252,36 +228,30 @@ def _served_file(site: Site, link: Link, source: str) -> Resolution | None:
     place = posixpath.normpath(posixpath.join(site.content, path)) if path else site.content
     if set(path.split("/")) & _PARTS:
         return None
-    files = site.repository.files
-    for name in (f"{place}.html", posixpath.join(place, "index.html"), re.sub(r"\.css$", ".scss", place)):
-        if name.removeprefix("./") in files:
-            return found()
-    permalinks = _html_permalinks(site)
-    return found() if f"/{path}" in permalinks or f"/{path}/" in permalinks else None
+    if re.sub(r"\.css$", ".scss", place) in site.repository.files:
+        return found()
+    return found() if f"/{path}" in site.once(_other_pages) else None
 
 
-def _html_permalinks(site: Site) -> frozenset[str]:
-    """The permalinks of pages that are no Markdown."""
-    cached: frozenset[str] | None = site.__dict__.get("_html_permalinks")
-    if cached is None:
-        texts = (
-            site.repository.text(path) or ""
-            for path in site.repository.files
-            if path.endswith((".html", ".xml", ".json", ".txt"))
-            and site.within(path, site.content) is not None
-            and not set(path.split("/")) & _PARTS
-        )
-        fields = (
-            literals.yaml(match[1])
-            for text in texts
-            if (match := re.match(r"---\n(.*?)\n---", text, re.DOTALL))
-        )
-        cached = frozenset(str(entry["permalink"]) for entry in fields if "permalink" in entry)
-        site.__dict__["_html_permalinks"] = cached
-    return cached
+def _other_pages(site: Site) -> frozenset[str]:
+    """The addresses of pages that are no Markdown, without a slash at the end."""
+    addresses = set()
+    for path in site.repository.files:
+        place = site.within(path, site.content)
+        if (
+            place is None
+            or set(place.split("/")) & _PARTS
+            or not place.endswith((".html", ".xml", ".json", ".txt"))
+        ):
+            continue
+        front = re.match(r"---\n(.*?)\n?---", site.repository.text(path) or "", re.DOTALL)
+        permalink = literals.yaml(front[1]).get("permalink") if front is not None else None
+        by_path = re.sub(r"(?:(?:^|(?<=/))index)?\.html$", "", place)
+        addresses.add(permalink if isinstance(permalink, str) else by_path)
+    return frozenset("/" + address.strip("/") for address in addresses)
 
 
-def _template(site: Site, link: Link, source: str) -> Resolution | None:
+def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) -> Resolution | None:
     """{% link path %}, {% post_url name %}, {{ "/path" | relative_url }} and {{ site.baseurl }}/path."""
     tag = _TAG.search(link.path)
     if tag is not None:
@@ -302,23 +272,42 @@ def _template(site: Site, link: Link, source: str) -> Resolution | None:
         resolution = site_file(site, place) if place in site.repository.files else None
         if resolution is None:
             return nothing_because(site, link._replace(path=f"/{name}"), source, f"no file {place}")
-        return Resolution(resolution.outcome, resolution.pages, anchor=anchor)
-    target = _URL.search(link.path) or _BASE.search(link.path)
-    if target is None:
-        return doubtful("filled in by a template")
-    path, _, anchor = "".join(target.groups()).partition("#")
+        return replace(resolution, anchor=anchor)
+    target = _URL.sub(lambda match: "/" + match[1].lstrip("/"), link.path)
+    target = _VARIABLE.sub(lambda match: _value(config, site, source, match), target)
+    path, _, anchor = target.partition("#")
+    if is_elsewhere(path):
+        return found()
     if "{{" in path or "{%" in path or (path and not path.startswith("/")):
         return doubtful("filled in by a template")
-    plain = link._replace(path=path or "/", form="link")
+    plain = link._replace(path=path or "/", form=LINK)
     resolution = at_address(site, site.normalised_address(path)) or _served_file(site, plain, source)
     if resolution is None:
         resolution = nothing_because(site, plain, source, f"no page or file at {path}")
-    return Resolution(resolution.outcome, resolution.pages, resolution.why, anchor or None)
+    return replace(resolution, anchor=anchor or None)
+
+
+def _value(config: Mapping[str, Any], site: Site, source: str, match: re.Match[str]) -> str:
+    """What a variable stands for; itself, where neither the configuration nor the front matter says it."""
+    if match[2] == "baseurl":
+        # Addresses are without it here.
+        return ""
+    facts = site.facts(source)
+    fields = config if match[1] == "site" else facts.fields if facts is not None else {}
+    value = fields.get(match[2], "" if match[2] == "url" else None)
+    return value if isinstance(value, str) and match[2] != "url" else "" if match[2] == "url" else match[0]
 
 
 def _included(site: Site, construct: Construct, page: str) -> str | None:
     path = construct.arguments.strip().split(" ")[0].strip("\"'")
     return None if "{{" in path else site.place(path, page)
+
+
+def _include(site: Site, construct: Construct, page: str) -> str | None:
+    """An include that is Markdown; `_tag` says what others may make."""
+    name = construct.arguments.strip().split(" ")[0].strip("\"'")
+    path = posixpath.join(site.root, "_includes", name)
+    return path if path.endswith(_SUFFIXES) and path in site.repository.files else page
 
 
 def _tag(site: Site, construct: Construct, page: str) -> str | None:
@@ -328,11 +317,9 @@ def _tag(site: Site, construct: Construct, page: str) -> str | None:
     if construct.name in {"include", "include_cached"}:
         path = posixpath.join(site.root, "_includes", construct.arguments.strip().split(" ")[0].strip("\"'"))
         text = site.repository.text(path)
-        if (
-            text is not None
-            and not may_make_anchors(text)
-            and not re.search(r"^#|\{%-?\s*include", text, re.MULTILINE)
-        ):
+        if path.endswith(_SUFFIXES) and text is not None:
+            return None
+        if text and not may_make_anchors(text) and not re.search(r"^#|\{%-?\s*include", text, re.MULTILINE):
             return None
     return f"made by `{construct.name} {construct.arguments[:40]}` in line {construct.line}?"
 
@@ -347,8 +334,11 @@ RULES = Rules(
     custom_id=r"\{:?[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
     named=("attribute_ids",),
     always=r"|top|:~:.*|fn(?:ref)?:.*|markdown-toc.*",
+    parts=r"_(?:includes|layouts|data|sass|plugins)/",
     effects={
         f"{LIQUID}:include_relative": Effect(includes=_included, anchors="included in line {line}?"),
+        f"{LIQUID}:include": Effect(includes=_include, unknown=_tag),
+        f"{LIQUID}:include_cached": Effect(includes=_include, unknown=_tag),
         LIQUID: Effect(unknown=_tag),
     },
 )
@@ -393,7 +383,7 @@ def make(repository: Repository, root: str) -> Site | None:
             IMAGE: (*links, *wrong),
             HREF: (*links, *wrong),
             SRC: (*links, *wrong),
-            TEMPLATE: (_template,),
+            TEMPLATE: (partial(_template, config),),
         },
         addresses=pages.addresses,
         base=str(config.get("baseurl") or "") or "/",
@@ -404,11 +394,12 @@ def make(repository: Repository, root: str) -> Site | None:
     made = dict(rules.made)
     theme = config.get("theme") or config.get("remote_theme")
     if theme or on_host:
-        made[r"/assets/.*"] = "a file of the theme?"
+        # The host has a theme of its own for sites that name none; it brings style sheets and scripts.
+        made[r"/assets/.*" if theme else r"/assets/.*\.(?:css|js)"] = "a file of the theme?"
     if "jekyll-archives" in plugins:
         made[r"/(?:tags?|categor(?:y|ies)|\d{4})/.*"] = "made by the plugin `jekyll-archives`?"
     unknown = sorted(plugins - _HARMLESS - {"jekyll-archives"})
     own = [path for path in repository.files if path.startswith(posixpath.join(root, "_plugins/"))]
     for name in (*(f"the plugin `{name}`" for name in unknown), *own):
         rules = rules.changed(any_target=f"made by {name}?", any_anchor=f"made by {name}?")
-    return Site(rules.changed(made=made), repository, root, content, path)
+    return Site(as_hosted(rules.changed(made=made), repository, root), repository, root, content, path)

@@ -5,8 +5,11 @@ What a program would work out stays unread. A reader never fails: what is not to
 
 from __future__ import annotations
 
+import posixpath
 import re
-from collections.abc import Iterator
+import sys
+from collections.abc import Callable, Iterator
+from importlib import import_module
 from typing import Any
 
 
@@ -25,19 +28,20 @@ UNREAD = _Unread()
 
 def toml(text: str | None) -> dict[str, Any]:
     """The tables of a TOML file, {} for one that is missing or not well formed."""
+    # The standard library has it from Python 3.11 on.
+    reader = import_module("tomllib" if sys.version_info >= (3, 11) else "tomli")
     try:
-        import tomllib
-    except ImportError:  # before Python 3.11
-        import tomli as tomllib
-    try:
-        return tomllib.loads(text or "")
+        tables: dict[str, Any] = reader.loads(text or "")
     except (ValueError, RecursionError):
         return {}
+    return tables
 
 
 def yaml(text: str | None) -> dict[str, Any]:
-    """The mapping of a YAML file, {} for one that is missing or none. A value with a tag of its own is a string
-    such as "!ENV NAME" or "!!python/name:package.function", with its mapping, if any, beside it."""
+    """The mapping of a YAML file, {} for one that is missing or none.
+
+    A value with a tag keeps it: `!ENV NAME` is "!ENV NAME", and a mapping has it under the key "!".
+    """
     import yaml as pyyaml
 
     class Loader(pyyaml.SafeLoader):
@@ -48,7 +52,7 @@ def yaml(text: str | None) -> dict[str, Any]:
             return f"!{suffix} {node.value}".strip()
         if isinstance(node, pyyaml.MappingNode):
             return {"!": suffix, **loader.construct_mapping(node, deep=True)}
-        return ["!", suffix, *loader.construct_sequence(node, deep=True)]
+        return UNREAD
 
     Loader.add_multi_constructor("!", tagged)
     Loader.add_multi_constructor("tag:yaml.org,2002:python/", tagged)
@@ -57,6 +61,11 @@ def yaml(text: str | None) -> dict[str, Any]:
     except Exception:  # PyYAML raises more than YAMLError on odd values
         return {}
     return loaded if isinstance(loaded, dict) else {}
+
+
+def words(text: str) -> frozenset[str]:
+    """The words of a text, as a set of names."""
+    return frozenset(text.split())
 
 
 def get(value: object, *keys: str | int) -> Any:
@@ -90,22 +99,61 @@ _TOKEN = re.compile(
 _CLOSES = {"{": "}", "[": "]", "(": ")"}
 _CONSTANTS: dict[str, object] = {"true": True, "false": False, "null": None, "undefined": None}
 _DEFAULT = re.compile(r"\bexport\s+default\s+|\bmodule\.exports\s*=\s*")
+_RETURNED = re.compile(r"\breturn\s*(?=[{(])|=>\s*(?=[({])")
+_IMPORT = re.compile(r"""^\s*import\s+(?:type\s+)?([^"';]+?)\s+from\s+["']([^"']+)["']""", re.MULTILINE)
+_SCRIPTS = (".ts", ".js", ".mts", ".mjs", "/index.ts", "/index.js")
 _DEFINED = re.compile(r"\b(?:const|let|var)\s+([\w$]+)[^=\n;]*=(?![=>])")
 
 
 class Script:
-    """The top-level values of a JavaScript or TypeScript file, as far as they are literals."""
+    """The top-level values of a JavaScript or TypeScript file, as far as they are literals.
 
-    def __init__(self, text: str | None) -> None:
-        self.text = text or ""
+    `read` returns the text of the file at a path, None where there is none; with it, values come from other files
+    of the same site as well.
+    """
+
+    def __init__(self, path: str, read: Callable[[str], str | None]) -> None:
+        self.path, self._read = path, read
+        self.text = read(path) or ""
         self._positions = {match[1]: match.end() for match in _DEFINED.finditer(self.text)}
         self._depth = 0
 
     @property
     def exported(self) -> Any:
-        """The default export: a dict for an object, even as the argument of a call such as `defineConfig`."""
+        """The default export: a dict for an object, even as the argument of a call such as `defineConfig`, or as
+        what a function returns."""
         match = _DEFAULT.search(self.text)
-        return self._value_at(match.end()) if match else UNREAD
+        if match is None:
+            return UNREAD
+        value = self._value_at(match.end())
+        returned = _RETURNED.search(self.text, match.end()) if value is UNREAD else None
+        return value if returned is None else self._value_at(returned.end())
+
+    @property
+    def imports(self) -> dict[str, str]:
+        """What the script imports: name -> module, for each name."""
+        names = {}
+        for clause, module in _IMPORT.findall(self.text):
+            for part in re.split(r"[{},]", clause):
+                if part.strip():
+                    names[part.split()[-1]] = module
+        return names
+
+    def named(self, name: str) -> Any:
+        """The value of a top-level variable, also of one that comes from another file."""
+        if name in self._positions:
+            return self._value_at(self._positions[name])
+        module = self.imports.get(name, "")
+        if not module.startswith(".") or self._depth > 5:
+            return UNREAD
+        place = posixpath.normpath(posixpath.join(posixpath.dirname(self.path), module))
+        stem = re.sub(r"\.[cm]?js$", "", place)
+        for path in (place, *(stem + suffix for suffix in _SCRIPTS)):
+            if self._read(path) is not None:
+                other = Script(path, self._read)
+                other._depth = self._depth + 1
+                return other.named(name) if name in other._positions else other.exported
+        return UNREAD
 
     def arguments(self, function: str) -> Any:
         """The first argument of the first call of `function`; None where it is never called."""
@@ -156,10 +204,7 @@ class Script:
             tokens.skip_to(")")
             return value
         tokens.back()
-        position = self._positions.get(text)
-        if following not in {"(", ".", "=>", "["} and position is not None:
-            return self._value_at(position)
-        return UNREAD
+        return UNREAD if following in {"(", ".", "=>", "["} else self.named(text)
 
     def _object(self, tokens: _Tokens) -> dict[str, Any]:
         found: dict[str, Any] = {}
@@ -182,8 +227,7 @@ class Script:
                 found[str(key)] = self._value(tokens)
             elif following in {",", "}"}:
                 tokens.back()
-                position = self._positions.get(text)
-                found[str(key)] = UNREAD if position is None else self._value_at(position)
+                found[str(key)] = self.named(text)
             else:
                 # A method, a getter.
                 tokens.back()

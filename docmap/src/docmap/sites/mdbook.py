@@ -16,12 +16,14 @@ from docmap.sites.site import (
     Rules,
     Site,
     at_address,
+    doubtful,
     file_beside,
     found,
     itself,
     page_at_address,
 )
 from docmap.sites.ways import (
+    as_hosted,
     by_web_server,
     folders_of,
     is_elsewhere,
@@ -33,30 +35,11 @@ from docmap.sites.ways import (
 KIND = "mdbook"
 
 # Preprocessors that make neither pages nor links nor anchors of headings.
-_HARMLESS = frozenset(
-    [
-        "alerts",
-        "admonish",
-        "catppuccin",
-        "emojicodes",
-        "footnote",
-        "gettext",
-        "graphviz",
-        "hide",
-        "index",
-        "katex",
-        "last-changed",
-        "links",
-        "mermaid",
-        "open-on-gh",
-        "pagetoc",
-        "pikchr",
-        "plantuml",
-        "quiz",
-        "svgbob",
-        "tabs",
-        "toc",
-    ]
+_HARMLESS = literals.words(
+    """
+    alerts admonish catppuccin emojicodes footnote gettext graphviz hide index katex last-changed links
+    mermaid open-on-gh pagetoc pikchr plantuml quiz svgbob tabs toc
+    """
 )
 
 
@@ -72,10 +55,16 @@ def _addresses(chapters: frozenset[str], site: Site, page: str, facts: Facts) ->
     return (f"/{posixpath.join(folder, 'index')}.html", posixpath.join("/", folder, ""))
 
 
-def _chapter(site: Site, link: Link, source: str) -> Resolution | None:
+def _chapter(
+    chapters: frozenset[str], creates: bool, site: Site, link: Link, source: str
+) -> Resolution | None:
     """The target ends in .md: its page ends in .html, and there is one when SUMMARY.md lists the file."""
     if not link.path.endswith(".md"):
         return None
+    if not link.path.startswith("/") and site.within(site.place(link.path, source), site.content) is None:
+        return nothing_because(
+            site, link, source, f"it leads out of {site.content}/, so the book does not have it"
+        )
     stem = re.sub(r"(^|/)README$", r"\1index", link.path[: -len(".md")])
     page = at_address(site, site.address_of(stem + ".html", source))
     if page is not None:
@@ -83,9 +72,11 @@ def _chapter(site: Site, link: Link, source: str) -> Resolution | None:
     place = site.place(
         link.path.lstrip("/"), posixpath.join(site.content, "x") if link.path[0] == "/" else source
     )
-    if posixpath.basename(source) == "SUMMARY.md" and place in site.repository.files:
-        # A chapter that Git ignores, or that is listed under another suffix.
+    if place in chapters and place in site.repository.files:
+        # A chapter that Git ignores.
         return found()
+    if place in chapters and creates:
+        return doubtful(f"an empty chapter that mdBook makes, since SUMMARY.md lists {place}?")
     if place in site.repository.files:
         return nothing_because(
             site, link, source, f"SUMMARY.md does not list {place}, so the book has no page of it"
@@ -103,8 +94,7 @@ def _included(site: Site, construct: Construct, page: str) -> str | None:
 
 
 def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
-    """Terms of definition lists, and old anchors that the configuration redirects."""
-    yield from (slugs.mdbook(term.name) for term in facts.terms)
+    """Old anchors that the configuration redirects."""
     for old in site.rules.redirects:
         address, _, anchor = old.partition("#")
         if anchor and address in site.addresses.get(page, ()):
@@ -113,14 +103,16 @@ def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
 
 RULES = Rules(
     kind=KIND,
-    ways={"link": (itself, _listed, _chapter, page_at_address, outside_base, by_web_server)},
+    ways={},
     not_copied=(".md",),
     made={
-        r"/(?:index\.html)?|/(?:print|toc|404)\.html|/searchindex.*|/(?:css|fonts|FontAwesome)/.*|/favicon.*": None
+        r"/(?:index\.html)?|/(?:print|toc|404)\.html|/searchindex.*|/favicon.*": None,
+        r"/(?:css|fonts|FontAwesome)/.*": None,
     },
     slug=slugs.mdbook,
     compare=slugs.without_marks,
     custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    terms=True,
     more_anchors=_more_anchors,
     always=r"|top|:~:.*|(?:footnote|fn|fr)-.*",
     effects={f"{HASH}:include": Effect(includes=_included, anchors="included in line {line}?")},
@@ -128,8 +120,11 @@ RULES = Rules(
 
 
 def find(repository: Repository) -> Iterator[str]:
-    """The folders of all book.toml."""
-    return folders_of(repository, "book.toml")
+    """The folders of all book.toml, which may be missing where there is src/SUMMARY.md."""
+    yield from folders_of(repository, "book.toml")
+    for folder in folders_of(repository, "SUMMARY.md"):
+        if posixpath.basename(folder) == "src":
+            yield posixpath.dirname(folder)
 
 
 def make(repository: Repository, root: str) -> Site | None:
@@ -152,7 +147,11 @@ def make(repository: Repository, root: str) -> Site | None:
     content = "" if content == "." else content
     summary = posixpath.join(content, "SUMMARY.md")
     facts = repository.facts(summary)
-    chapters = (Site.place(link.path, summary) for link in (facts.links if facts is not None else ()))
-    return Site(
-        rules.changed(addresses=partial(_addresses, frozenset(chapters))), repository, root, content, path
+    links = facts.links if facts is not None else ()
+    chapters = frozenset(Site.place(link.path, summary) for link in links)
+    chapter = partial(_chapter, chapters, literals.get(book, "build", "create-missing") is not False)
+    rules = rules.changed(
+        ways={"link": (itself, _listed, chapter, page_at_address, outside_base, by_web_server)},
+        addresses=partial(_addresses, chapters),
     )
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)

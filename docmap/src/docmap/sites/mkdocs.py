@@ -26,82 +26,30 @@ from docmap.sites.site import (
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import by_web_server, folders_of, is_elsewhere, nothing_because, outside_base
+from docmap.sites.ways import (
+    as_hosted,
+    by_web_server,
+    folders_of,
+    is_elsewhere,
+    nothing_because,
+    outside_base,
+)
 
 KIND = "mkdocs"
 
 # Plugins that make neither pages nor links nor anchors, or only those that the rules know.
-_HARMLESS = frozenset(
-    [
-        "search",
-        "minify",
-        "social",
-        "privacy",
-        "offline",
-        "optimize",
-        "meta",
-        "info",
-        "typeset",
-        "group",
-        "blog",
-        "tags",
-        "redirects",
-        "autorefs",
-        "section-index",
-        "awesome-pages",
-        "awesome-nav",
-        "exclude",
-        "glightbox",
-        "git-revision-date",
-        "git-revision-date-localized",
-        "git-authors",
-        "git-committers",
-        "git-committers-2",
-        "table-reader",
-        "mermaid2",
-        "htmlproofer",
-        "open-in-new-tab",
-        "codeinclude",
-        "include-markdown",
-        "mkdocstrings",
-        "macros",
-        "literate-nav",
-        "encryptcontent",
-        "charts",
-        "callouts",
-        "rss",
-        "pdf-export",
-        "with-pdf",
-        "swagger-ui-tag",
-        "tooltips",
-        "panzoom",
-        "markdownextradata",
-        "section-number",
-        "add-number",
-        "enumerate-headings",
-        "caption",
-        "img2fig",
-        "drawio",
-        "kroki",
-        "plantuml",
-        "build_plantuml",
-        "same-dir",
-        "toggle-sidebar",
-        "video",
-        "spellcheck",
-        "linkcheck",
-        "navlinks",
-        "exclude-search",
-        "termynal",
-        "mike",
-        "i18n",
-        "material-relative-language-selector",
-        "ezglossary",
-        "unused_files",
-        "no-sitemap",
-        "markdown-filter",
-        "custom-attributes",
-    ]
+_HARMLESS = literals.words(
+    """
+    search minify social privacy offline optimize meta info typeset group blog tags redirects autorefs
+    section-index awesome-pages awesome-nav exclude glightbox git-revision-date
+    git-revision-date-localized git-authors git-committers git-committers-2 table-reader mermaid2
+    htmlproofer open-in-new-tab codeinclude include-markdown mkdocstrings macros literate-nav
+    encryptcontent charts callouts rss pdf-export with-pdf swagger-ui-tag tooltips panzoom
+    markdownextradata section-number add-number enumerate-headings caption img2fig drawio kroki plantuml
+    build_plantuml same-dir toggle-sidebar video spellcheck linkcheck navlinks exclude-search termynal
+    mike i18n material-relative-language-selector ezglossary unused_files no-sitemap markdown-filter
+    custom-attributes
+    """
 )
 # What plugins make, and where: name -> pattern of addresses.
 _MADE_BY = {
@@ -109,10 +57,14 @@ _MADE_BY = {
     "rss": r"/feed_\w+\.(?:xml|json)",
     "social": r"/assets/images/social/.*",
 }
+# Plugins that bring documents, to go by their names.
+_MAKES_SOURCES = re.compile(r"gen|auto|api|repo|import|jupyter|notebook|gallery|merge|projects|doxy|simple")
 # Events by which a hook can bring files or pages; those for pages can bring anchors.
 _FILE_EVENT = re.compile(r"^def on_(?:config|files|nav|pre_build|post_build|env)\b", re.MULTILINE)
 _PAGE_EVENT = re.compile(r"^def on_(?:page_\w+|post_page)\b", re.MULTILINE)
 
+# What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
+_ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
 _TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)
 _EMOJI = re.compile(r":[\w+-]+:")
 
@@ -209,11 +161,13 @@ RULES = Rules(
     page_suffixes=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
     not_copied=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
     made={
-        r"/404\.html|/sitemap\.xml(?:\.gz)?|/search(?:\.html|/.*)|/assets/(?:javascripts|stylesheets)/.*": None
+        r"/404\.html|/sitemap\.xml(?:\.gz)?|/search(?:\.html|/.*)": None,
+        r"/assets/(?:javascripts|stylesheets)/.*": None,
     },
     slug=slugs.python_markdown,
     repeats=numbered(join="_"),
     always=r"|top|:~:.*|fn(?:ref)?\d*:.*|tag:.*|__\w.*",
+    bodies=("admonition",),
 )
 
 
@@ -243,7 +197,7 @@ def make(repository: Repository, root: str) -> Site | None:
         redirects=_redirects(plugins.get("redirects")),
         static=_theme_folders(root, config),
     )
-    rules = _with_extensions(rules, root, extensions)
+    rules = _with_extensions(rules, repository, root, extensions)
     rules = _with_plugins(rules, path, plugins)
     rules = _with_hooks(rules, repository, root, literals.texts(config.get("hooks")))
     ways = dict(rules.ways)
@@ -259,7 +213,13 @@ def make(repository: Repository, root: str) -> Site | None:
     if {"roamlinks", "ezlinks", "obsidian-bridge", "wikilinks"} & {*plugins, *extensions}:
         ways[WIKI] = ways[EMBED] = (itself, _document, page_at_address, _named)
         rules = rules.changed(wiki_links=True)
-    return Site(rules.changed(ways=ways), repository, root, "" if content == "." else content, path)
+    return Site(
+        as_hosted(rules.changed(ways=ways), repository, root),
+        repository,
+        root,
+        "" if content == "." else content,
+        path,
+    )
 
 
 def _config(repository: Repository, path: str, depth: int = 0) -> dict[str, Any]:
@@ -281,7 +241,8 @@ def _left_out(config: dict[str, Any]) -> GitIgnoreSpec:
 
 
 def _named_options(value: object) -> dict[str, dict[str, Any]]:
-    """Extensions or plugins by name, with their options: written as a list of names and mappings, or a mapping."""
+    """Extensions or plugins by name, with their options."""
+    # Written as a mapping, or as a list of names and mappings.
     named: dict[str, Any] = {}
     for entry in value if isinstance(value, list) else [value]:
         named.update(entry if isinstance(entry, dict) else {entry: {}} if isinstance(entry, str) else {})
@@ -317,11 +278,13 @@ def _slug_function(setting: object) -> Callable[[str], str] | None:
     if "pymdownx.slugs." in name:
         options = setting.get("kwds", {}) if isinstance(setting, dict) else {}
         case = options.get("case", "lower" if "uslugify" in name and "cased" not in name else "")
-        return slugs.pymdown(case, options.get("normalize", "NFC"))
+        return slugs.pymdown(case)
     return slugs.python_markdown if name.endswith("toc.slugify") else None
 
 
-def _with_extensions(rules: Rules, root: str, extensions: dict[str, dict[str, Any]]) -> Rules:
+def _with_extensions(
+    rules: Rules, repository: Repository, root: str, extensions: dict[str, dict[str, Any]]
+) -> Rules:
     effects = dict(rules.effects)
     slug = _slug_function(literals.get(extensions.get("toc"), "slugify"))
     if slug is None:
@@ -329,7 +292,7 @@ def _with_extensions(rules: Rules, root: str, extensions: dict[str, dict[str, An
     elif "toc" in extensions:
         rules = rules.changed(slug=slug)
     if {"attr_list", "extra", "markdown.extensions.attr_list"} & extensions.keys():
-        rules = rules.changed(custom_id=r"\{:?[^{}]*?#([^\s{}]+)[^{}]*\}\s*$", named=("attribute_ids",))
+        rules = rules.changed(custom_id=_ATTRIBUTES, named=("attribute_ids",))
     if "pymdownx.emoji" in extensions:
         rules = rules.changed(heading_text=_text_without_emoji)
     tabbed = extensions.get("pymdownx.tabbed", {})
@@ -346,8 +309,14 @@ def _with_extensions(rules: Rules, root: str, extensions: dict[str, dict[str, An
         effects[SNIPPET] = Effect(
             includes=partial(_snippet, bases or (root,)), anchors="included in line {line}?"
         )
-        if snippets.get("auto_append"):
-            rules = rules.changed(any_label="defined by a file that pymdownx.snippets appends?")
+        labels: set[str] = set()
+        for name in literals.texts(snippets.get("auto_append")):
+            places = (posixpath.normpath(posixpath.join(base, name)) for base in bases or (root,))
+            appended = next(filter(None, map(repository.facts, places)), None)
+            labels.update(appended.labels if appended is not None else ())
+            if appended is None:
+                rules = rules.changed(any_label=f"defined by {name}, which pymdownx.snippets appends?")
+        rules = rules.changed(more_labels=frozenset(labels))
     return rules.changed(effects=effects)
 
 
@@ -367,14 +336,18 @@ def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -
     for name in sorted(plugins.keys() - _HARMLESS):
         why = f"made by the plugin `{name}` of {path}?"
         rules = rules.changed(any_target=why, any_anchor=why)
+        if _MAKES_SOURCES.search(name):
+            rules = rules.changed(any_source=why)
     return rules.changed(effects=effects, made=made)
 
 
 def _with_hooks(rules: Rules, repository: Repository, root: str, hooks: list[str]) -> Rules:
     for hook in hooks:
         text, why = repository.text(posixpath.join(root, hook)), f"made by the hook {hook}?"
-        if text is None or _FILE_EVENT.search(text):
+        if not text or _FILE_EVENT.search(text):
             rules = rules.changed(any_target=why)
-        if text is None or _PAGE_EVENT.search(text):
+        if text and _FILE_EVENT.search(text):
+            rules = rules.changed(any_source=why)
+        if not text or _PAGE_EVENT.search(text):
             rules = rules.changed(any_anchor=why, any_label=why)
     return rules

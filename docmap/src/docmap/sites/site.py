@@ -15,10 +15,13 @@ import re
 from collections.abc import Callable, Iterable, Mapping, Sequence
 from dataclasses import dataclass, field, replace
 from functools import cached_property
-from typing import Final
+from importlib import import_module
+from typing import Final, TypeVar, cast
 
-from docmap.facts import Construct, Facts, Heading, Link
+from docmap.facts import INCLUDE, WIKI, Construct, Facts, Heading, Link, Named
 from docmap.repository import Repository
+
+_T = TypeVar("_T")
 
 # --- Answers -----------------------------------------------------------------------------------------------
 
@@ -40,6 +43,8 @@ class Resolution:
     outcome: str
     pages: tuple[str, ...] = ()
     why: str | None = None
+    # Doubtful because something may make what is asked for; nobody makes what is one slip away from a name that is there.
+    is_made: bool = False
     # The anchor that a template's target holds; the link itself then has none.
     anchor: str | None = None
 
@@ -55,6 +60,11 @@ def found(*pages: str) -> Resolution:
 def missing(why: str | None = None) -> Resolution:
     """Nothing is there."""
     return Resolution(MISSING, why=why)
+
+
+def made_perhaps(why: str) -> Resolution:
+    """Something that cannot be read may make it: doubtful, unless it is a slip for a name that is there."""
+    return Resolution(DOUBTFUL, why=why, is_made=True)
 
 
 def doubtful(why: str) -> Resolution:
@@ -93,6 +103,9 @@ class Effect:
 
 
 NO_EFFECT: Final = Effect()
+
+# Fewer than these may be found by chance: [[1]] and [[x]] are text in many documents.
+_FEWEST_WIKI_LINKS: Final = 3
 
 
 def numbered(first: int = 1, join: str = "-") -> Callable[[str, dict[str, int]], str]:
@@ -151,11 +164,21 @@ class Rules:
     made: Mapping[str, str | None] = field(default_factory=dict)
     # Why any address may be made without a file (a preprocessor, a plugin), if so.
     any_target: str | None = None
+    # The same for addresses alone, targets that name no file: a preprocessor that does not write files.
+    any_address: str | None = None
+    # The same for links to source files: only what makes those before links are followed can do so.
+    any_source: str | None = None
     # Wiki links: whether these are links here; else they are text.
     wiki_links: bool = False
     # Undefined labels: whether they are told; or why an undefined one may be defined after all.
     labels: bool = True
     any_label: str | None = None
+    # Labels that every page has, since the site adds their definitions; in the form of `Facts.labels`.
+    more_labels: frozenset[str] = frozenset()
+    # Whether the links of a file that is part of a page start from that file (as modules do), too.
+    partials_keep_paths: bool = False
+    # Template parts, as a pattern of paths below the content root: what no page is known to include is not judged.
+    parts: str | None = None
     # Form of the link -> None when it is not followed, else as the link says.
     unchecked_forms: frozenset[str] = frozenset()
     # Targets, as written, of which nothing can be said: pattern found in them -> why.
@@ -163,7 +186,9 @@ class Rules:
 
     # Anchors.
     slug: Callable[[str], str] = as_it_is  # the anchor of a heading's text
-    heading_text: Callable[[Heading], str] | None = None  # what `slug` gets, when it is not the heading's text
+    heading_text: Callable[[Heading], str] | None = (
+        None  # what `slug` gets, when it is not the heading's text
+    )
     repeats: Callable[[str, dict[str, int]], str] = field(default_factory=numbered)
     # Found at the end of a heading's text: group 1 is its id, and all of the match no text of the heading.
     custom_id: str | None = None
@@ -175,13 +200,14 @@ class Rules:
     ids: bool = True  # ids of HTML elements are anchors
     # Lists of `Facts` whose names are anchors, too: "attribute_ids", "block_ids", "targets", "terms".
     named: tuple[str, ...] = ()
+    terms: bool = False  # terms of definition lists get anchors as headings do, numbered together with these
     more_anchors: Callable[[Site, str, Facts], Iterable[str]] | None = None
+    # Why a page may have anchors that cannot be worked out from its text, if so.
+    unread_anchors: Callable[[Site, str, Facts], str | None] | None = None
     always: str = r"|top|:~:.*"  # pattern of whole anchors that every page has
     # Effects of constructs: "form:name", else "form" -> effect. A form that is missing has no effect.
     effects: Mapping[str, Effect] = field(default_factory=dict)
     any_anchor: str | None = None  # why every page may have anchors that no text shows (a plugin), if so
-    # Why an anchor that differs from a known one in letter case alone may do all the same; None: it does not.
-    case_doubt: str | None = None
     # What the grammar calls code and the site Markdown: kinds of `Body`, "fence:name" for one directive.
     bodies: tuple[str, ...] = ()
     # The part of a wiki link's anchor that names the heading or block: the last of "A#B" unless said otherwise.
@@ -198,7 +224,12 @@ class Site:
     """One site of a repository: some of its files, and the rules that these go by."""
 
     def __init__(
-        self, rules: Rules, repository: Repository, root: str, content: str | None = None, defined_by: str = ""
+        self,
+        rules: Rules,
+        repository: Repository,
+        root: str,
+        content: str | None = None,
+        defined_by: str = "",
     ) -> None:
         """`root`: the folder that the configuration stands in; `content`: that of the pages, if another;
         `defined_by`: the path of the file that defines the site, "" for none."""
@@ -211,6 +242,13 @@ class Site:
         self.pages: list[str] = []
         self._anchors: dict[str, Anchors] = {}
         self._facts: dict[str, Facts] = {}
+        self._once: dict[object, object] = {}
+
+    def once(self, work: Callable[[Site], _T]) -> _T:
+        """What `work` finds of this site; it is asked once."""
+        if work not in self._once:
+            self._once[work] = work(self)
+        return cast(_T, self._once[work])
 
     def facts(self, path: str) -> Facts | None:
         """What a document holds, with what is Markdown to this site though the grammar calls it code."""
@@ -301,7 +339,9 @@ class Site:
                 facts = self.facts(source)
                 for construct in facts.constructs if facts is not None else ():
                     effect = self.effect_of(construct)
-                    included = effect.includes(self, construct, source) if effect.includes is not None else None
+                    included = (
+                        effect.includes(self, construct, source) if effect.includes is not None else None
+                    )
                     if included is not None and included not in seen:
                         seen.add(included)
                         waiting.append(included)
@@ -311,7 +351,30 @@ class Site:
     def sources_of(self, path: str) -> tuple[str, ...]:
         """The pages in which a reader meets the text of a document: its own, or those that include it; () for a
         document that the site shows nowhere."""
-        return (path,) if self.addresses.get(path) else tuple(self.includers.get(path, ()))
+        if self.addresses.get(path):
+            return (path,)
+        pages = tuple(self.includers.get(path, ()))
+        return (*pages, path) if pages and self.rules.partials_keep_paths else pages
+
+    def is_part(self, path: str) -> bool:
+        """Whether a document is a part of pages that nothing here names."""
+        place = self.within(path, self.content)
+        return self.rules.parts is not None and place is not None and bool(re.match(self.rules.parts, place))
+
+    @cached_property
+    def notes(self) -> Site | None:
+        """The site by whose rules wiki links are followed: this one; a vault of its pages, when most wiki links in
+        these find a page by name; else None, and [[text]] is text."""
+        if self.rules.wiki_links:
+            return self
+        vault: Site = import_module("docmap.sites.vault").make(self.repository, self.content)
+        vault.pages = self.pages
+        texts = ((page, facts) for page in self.pages if (facts := self.facts(page)) is not None)
+        links = [
+            (link, page) for page, facts in texts for link in facts.links if link.form == WIKI and link.path
+        ]
+        finds = sum(vault.resolve(link, page).outcome == FOUND for link, page in links)
+        return vault if finds >= _FEWEST_WIKI_LINKS and 2 * finds > len(links) else None
 
     # --- Links ---
 
@@ -322,24 +385,43 @@ class Site:
             resolution = way(self, link, source)
             if resolution is not None:
                 return resolution
-        return self.nothing_at(link.path, source)
+        return self.nothing_at(link.path, source) if link.path else found(source)
 
     def nothing_at(self, path: str, source: str) -> Resolution:
         """The answer when no way led anywhere: made by the site, doubtful, or missing."""
         address = self.address_of(path, source)
         for pattern, why in self.rules.made.items():
             if re.fullmatch(pattern, address):
-                return found() if why is None else doubtful(why)
-        if self.rules.any_target is not None:
-            return doubtful(self.rules.any_target)
+                return found() if why is None else made_perhaps(why)
+        # Most programs make addresses; a link to a source file is followed before they could.
+        is_source = path.lower().endswith(self.rules.page_suffixes)
+        why = self.rules.any_source if is_source else self.rules.any_target
+        if why is not None:
+            return doubtful(why)
+        if self._climbs_out(path, source) and not path.lower().endswith(self.rules.page_suffixes):
+            return doubtful("it leads out of the site; is another served beside it?")
         places = [self.place(path, source)]
         if path.startswith("/"):
-            places = [posixpath.join(folder, path.lstrip("/")) for folder in (self.content, *self.rules.static)]
+            places = [
+                posixpath.join(folder, path.lstrip("/")) for folder in (self.content, *self.rules.static)
+            ]
         for place in places:
             why = self.repository.doubt(posixpath.normpath(place))
             if why is not None:
                 return doubtful(why)
         return missing()
+
+    def _climbs_out(self, path: str, source: str) -> bool:
+        """Whether a relative path leads above the site's own address, where other sites of its host may be."""
+        start = next(iter(self.addresses.get(source, ())), None)
+        if start is None or path.startswith("/"):
+            return False
+        depth = start.count("/") - 1
+        for part in path.split("/"):
+            depth += -1 if part == ".." else part not in {"", "."}
+            if depth < 0:
+                return True
+        return False
 
     @staticmethod
     def place(path: str, source: str) -> str:
@@ -369,25 +451,34 @@ class Site:
         why = None
         hidden = [span for span in facts.spans if span.kind in rules.literal]
         # In document order, since repeats are numbered in it, across what is included.
-        events: list[tuple[int, Heading | Construct]] = [
+        events: list[tuple[int, Heading | Construct | Named]] = [
             *((heading.line, heading) for heading in facts.headings),
             *((construct.line, construct) for construct in facts.constructs),
+            *((term.line, term) for term in (facts.terms if rules.terms else ())),
         ]
         events.sort(key=lambda event: event[0])
         for line, event in events:
-            if any(span.first <= line <= span.last for span in hidden):
+            in_comment = isinstance(event, Construct) and event.form == INCLUDE
+            if not in_comment and any(span.first <= line <= span.last for span in hidden):
                 continue
             if isinstance(event, Heading):
                 anchor = self.anchor_of(event, given)
                 if anchor:
                     names.append(anchor)
                 continue
+            if isinstance(event, Named):
+                names.append(rules.repeats(rules.slug(event.name), given))
+                continue
             effect = self.effect_of(event)
             if effect.makes is not None:
                 names.extend(effect.makes(event))
             if effect.includes is not None:
                 included = effect.includes(self, event, page)
-                if included is not None and included not in seen and self.repository.facts(included) is not None:
+                if (
+                    included is not None
+                    and included not in seen
+                    and self.repository.facts(included) is not None
+                ):
                     seen.add(included)
                     why = self._collect(included, names, given, seen) or why
                 elif included is None or (included not in seen and included not in self.repository.files):
@@ -405,6 +496,8 @@ class Site:
             names.extend(sign + named.name for named in getattr(facts, kind))
         if rules.more_anchors is not None:
             names.extend(rules.more_anchors(self, page, facts))
+        if rules.unread_anchors is not None:
+            why = why or rules.unread_anchors(self, page, facts)
         return why
 
     def anchor_of(self, heading: Heading, given: dict[str, int]) -> str | None:
@@ -485,7 +578,5 @@ def at_address(site: Site, address: str, hops: int = 0) -> Resolution | None:
     for folder in site.rules.static:
         if posixpath.join(folder, path) in site.repository.files:
             return found()
-    if site.rules.not_copied is not None and not path.lower().endswith(site.rules.not_copied or ("\0",)):
-        if posixpath.join(site.content, path) in site.repository.files:
-            return found()
-    return None
+    copies = site.rules.not_copied is not None and not path.lower().endswith(site.rules.not_copied or ("\0",))
+    return found() if copies and posixpath.join(site.content, path) in site.repository.files else None

@@ -39,7 +39,7 @@ def hugo(text: str) -> str:
 
 def hugo_ascii(text: str) -> str:
     """Hugo's `github-ascii`: accents go, then everything else beyond ASCII."""
-    return hugo(_ascii(text))
+    return _ascii(hugo(unicodedata.normalize("NFD", text)))
 
 
 def blackfriday(text: str) -> str:
@@ -68,11 +68,11 @@ def _python_markdown(text: str) -> str:
     return re.sub(r"[-\s]+", "-", re.sub(r"[^\w\s-]", "", text).strip().lower())
 
 
-def pymdown(case: str = "", normalize: str = "NFC", separator: str = "-") -> Callable[[str], str]:
-    """pymdownx.slugs.slugify with these settings."""
+def pymdown(case: str = "", separator: str = "-") -> Callable[[str], str]:
+    """pymdownx.slugs.slugify with these settings, and its usual NFC."""
 
     def slug(text: str) -> str:
-        text = re.sub(r"</?[^>]*>", "", unicodedata.normalize(normalize, text)).strip()
+        text = re.sub(r"</?[^>]*>", "", unicodedata.normalize("NFC", text)).strip()
         kept = "".join(char for char in text if char in " -" or unicodedata.category(char) in _WORD)
         kept = kept.lower() if case.startswith("lower") else kept.casefold() if case == "fold" else kept
         return kept.replace(" ", separator)
@@ -80,7 +80,7 @@ def pymdown(case: str = "", normalize: str = "NFC", separator: str = "-") -> Cal
     return slug
 
 
-_MDIT_SPECIAL = re.compile(r"""[\s~`!@#$%^&*()\-_+=\[\]{}|\\;:"'“”‘’<>,.?/]+""")
+_MDIT_SPECIAL = re.compile(r"""[\s~`!@#$%^&*()\-_+=\[\]{}|\\;:"'“”\u2018\u2019<>,.?/]+""")
 
 
 def mdit(text: str) -> str:

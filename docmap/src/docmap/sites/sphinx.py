@@ -26,105 +26,27 @@ from docmap.sites.site import (
     itself,
     page_at_address,
 )
-from docmap.sites.ways import by_web_server, nothing_because, outside_base
+from docmap.sites.ways import as_hosted, by_web_server, nothing_because, outside_base
 
 KIND = "sphinx"
 
 _PARSERS = frozenset(
     {"myst_parser", "myst_nb", "recommonmark", "m2r", "m2r2", "jupyter_book", "sphinx_mdinclude"}
 )
+_RST_TARGET = re.compile(r"^\.\. _`?([^`:\n]+)`?:\s*$", re.MULTILINE)
 _SOURCES = (".md", ".rst", ".ipynb", ".txt", ".markdown", ".myst", ".myst.md")
-_KNOWN = frozenset(
-    [
-        "admonition",
-        "attention",
-        "bibliography",
-        "card",
-        "card-carousel",
-        "carousel",
-        "caution",
-        "centered",
-        "code",
-        "code-block",
-        "code-cell",
-        "codeauthor",
-        "collapse",
-        "contents",
-        "danger",
-        "deprecated",
-        "details",
-        "dropdown",
-        "epigraph",
-        "error",
-        "figure",
-        "grid",
-        "grid-item",
-        "grid-item-card",
-        "highlight",
-        "highlights",
-        "hint",
-        "hlist",
-        "html",
-        "iframe",
-        "image",
-        "important",
-        "include",
-        "index",
-        "interactive-output",
-        "list-table",
-        "literalinclude",
-        "margin",
-        "math",
-        "mermaid",
-        "meta",
-        "note",
-        "only",
-        "parsed-literal",
-        "plot",
-        "pull-quote",
-        "raw",
-        "rubric",
-        "sectionauthor",
-        "seealso",
-        "sidebar",
-        "subfigure",
-        "tab-item",
-        "tab-set",
-        "tab-set-code",
-        "table",
-        "tabs",
-        "tab",
-        "tableofcontents",
-        "tip",
-        "toctree",
-        "todo",
-        "todolist",
-        "togglebutton",
-        "topic",
-        "versionadded",
-        "versionchanged",
-        "versionremoved",
-        "warning",
-        "graphviz",
-        "inheritance-diagram",
-        "csv-table",
-        "container",
-        "compound",
-        "class",
-        "default-role",
-        "tags",
-        "video",
-        "youtube",
-        "glossary",
-        "productionlist",
-        "option",
-        "eval-rst-none",
-        "mystnb",
-        "button-link",
-        "button-ref",
-        "article-info",
-        "design-tabs",
-    ]
+_KNOWN = literals.words(
+    """
+    admonition attention bibliography card card-carousel carousel caution centered code code-block
+    code-cell codeauthor collapse contents danger deprecated details dropdown epigraph error figure grid
+    grid-item grid-item-card highlight highlights hint hlist html iframe image important include index
+    interactive-output list-table literalinclude margin math mermaid meta note only parsed-literal plot
+    pull-quote raw rubric sectionauthor seealso sidebar subfigure tab-item tab-set tab-set-code table
+    tabs tab tableofcontents tip toctree todo todolist togglebutton topic versionadded versionchanged
+    versionremoved warning graphviz inheritance-diagram csv-table container compound class default-role
+    tags video youtube glossary productionlist option eval-rst-none mystnb button-link button-ref
+    article-info design-tabs
+    """
 )
 
 
@@ -136,25 +58,18 @@ def _settings(text: str | None) -> dict[str, Any]:
         return {}
     settings: dict[str, Any] = {}
     for node in tree.body:
-        targets = node.targets if isinstance(node, ast.Assign) else []
-        for target in targets:
-            if isinstance(target, ast.Name):
-                settings[target.id] = _literal(node.value)
-        if isinstance(node, ast.AugAssign) and isinstance(node.target, ast.Name):
-            more, name = _literal(node.value), node.target.id
-            before = settings.get(name)
-            settings[name] = (
-                before + more if isinstance(before, list) and isinstance(more, list) else literals.UNREAD
-            )
-        if (
-            isinstance(node, ast.Expr)
-            and isinstance(node.value, ast.Call)
-            and isinstance(node.value.func, ast.Attribute)
-        ):
-            owner, value = node.value.func.value, settings.get(getattr(node.value.func.value, "id", ""))
-            if isinstance(owner, ast.Name) and isinstance(value, list) and node.value.args:
-                more = _literal(node.value.args[0])
-                value.extend(more if isinstance(more, list) else [more])
+        match node:
+            case ast.Assign(targets=targets, value=value):
+                settings |= {target.id: _literal(value) for target in targets if isinstance(target, ast.Name)}
+            case ast.AugAssign(target=ast.Name(id=name), value=value):
+                before, more = settings.get(name), _literal(value)
+                known = isinstance(before, list) and isinstance(more, list)
+                settings[name] = before + more if known else literals.UNREAD
+            case ast.Expr(value=ast.Call(func=ast.Attribute(value=ast.Name(id=name)), args=[argument])):
+                # extensions.append(name), extensions.extend([name, ...])
+                before, more = settings.get(name), _literal(argument)
+                if isinstance(before, list):
+                    before.extend(more if isinstance(more, list) else [more])
     return settings
 
 
@@ -162,22 +77,21 @@ def _literal(node: ast.expr) -> Any:
     if isinstance(node, ast.List | ast.Tuple):
         return [_literal(element) for element in node.elts]
     if isinstance(node, ast.Dict):
-        keys = [_literal(key) if key is not None else "..." for key in node.keys]
-        return {key: _literal(value) for key, value in zip(keys, node.values) if isinstance(key, str)}
+        pairs = (
+            (_literal(key) if key is not None else "...", value)
+            for key, value in zip(node.keys, node.values, strict=True)
+        )
+        return {key: _literal(value) for key, value in pairs if isinstance(key, str)}
     return node.value if isinstance(node, ast.Constant) else literals.UNREAD
 
 
-def _addresses(left_out: GitIgnoreSpec, pattern: str, site: Site, page: str, facts: Facts) -> Sequence[str]:
+def _addresses(left_out: GitIgnoreSpec, site: Site, page: str, facts: Facts) -> Sequence[str]:
     place = site.within(page, site.content) or page
     if left_out.match_file(place):
         return ()
-    stem = posixpath.splitext(place)[0]
-    if pattern == "dirhtml":
-        folder, name = posixpath.split(stem)
-        return [posixpath.join("/", folder if name == "index" else stem, "")]
-    if posixpath.basename(stem) == "index":
-        return [f"/{stem}.html", posixpath.join("/", posixpath.dirname(stem), "")]
-    return [f"/{stem}.html"]
+    folder, name = posixpath.split(posixpath.splitext(place)[0])
+    address = posixpath.join("/", folder, name + ".html")
+    return [address, posixpath.join("/", folder, "")] if name == "index" else [address]
 
 
 def _document(site: Site, link: Link, source: str) -> Resolution | None:
@@ -205,8 +119,8 @@ def _target(site: Site, link: Link, source: str) -> Resolution | None:
     """A name without a suffix is that of a target, which may stand in any document."""
     if "." in posixpath.basename(link.path) or link.path.startswith((".", "/")):
         return None
-    pages = _targets(site).get(_normal(link.path))
-    return found(*pages) if pages else None
+    pages = site.once(_targets).get(_normal(link.path))
+    return found(*pages) if pages is not None else None
 
 
 def _within_project(inventories: str | None, site: Site, link: Link, source: str) -> Resolution | None:
@@ -217,9 +131,9 @@ def _within_project(inventories: str | None, site: Site, link: Link, source: str
     compare = site.rules.compare
     if compare(link.anchor) in anchors.known:
         return found(source)
-    pages = _targets(site).get(_normal(link.anchor))
-    if pages:
-        return Resolution("found", tuple(pages), anchor=None)
+    pages = site.once(_targets).get(_normal(link.anchor))
+    if pages is not None:
+        return found(*pages)
     if inventories is not None and anchors.unknown_because is None:
         return doubtful(inventories)
     return None
@@ -242,22 +156,18 @@ def _project(inventories: str | None, site: Site, link: Link, source: str) -> Re
 
 def _targets(site: Site) -> dict[str, list[str]]:
     """The documents that each target stands in."""
-    cached: dict[str, list[str]] | None = site.__dict__.get("_targets")
-    if cached is None:
-        cached = {}
-        for page in site.pages:
-            facts = site.facts(page)
-            for name in _names(facts) if facts is not None else ():
-                cached.setdefault(_normal(name), []).append(page)
-        for path in site.repository.files:
-            if path.endswith(".rst") and site.within(path, site.content) is not None:
-                for name in re.findall(
-                    r"^\.\. _`?([^`:\n]+)`?:\s*$", site.repository.text(path) or "", re.MULTILINE
-                ):
-                    cached.setdefault(_normal(name), [])
-                    cached[_normal(name)].append(path)
-        site.__dict__["_targets"] = cached
-    return cached
+    targets: dict[str, list[str]] = {}
+    for page in site.pages:
+        facts = site.facts(page)
+        for name in _names(facts) if facts is not None else ():
+            targets.setdefault(_normal(name), []).append(page)
+    for path in site.repository.files:
+        if path.endswith(".rst") and site.within(path, site.content) is not None:
+            text = site.repository.text(path) or ""
+            for name in _RST_TARGET.findall(text):
+                # No document as far as facts go, so that nothing is asked of its anchors.
+                targets.setdefault(_normal(name), [])
+    return targets
 
 
 def _names(facts: Facts) -> Iterable[str]:
@@ -313,13 +223,15 @@ RULES = Rules(
     page_suffixes=(".md", ".markdown", ".myst"),
     not_copied=None,
     made={
-        r"/(?:genindex|search|py-modindex|modindex|404)(?:\.html|/)|/(?:_sources|_downloads|_images|_modules)/.*": None
+        r"/(?:genindex|search|py-modindex|modindex|404)(?:\.html|/)": None,
+        r"/(?:_sources|_downloads|_images|_modules)/.*": None,
     },
     slug=slugs.github,
     compare=_normal,
     named=("targets", "attribute_ids", "terms"),
     more_anchors=_more_anchors,
     always=r"|top|:~:.*|id\d+|f?n?-?footnote-.*|module-.*|index-\d+|equation-.*",
+    bodies=("fence",),
     effects={
         f"{FENCE}:include": Effect(includes=_included, anchors="included in line {line}?"),
         FENCE: Effect(makes=_named, unknown=_directive),
@@ -351,7 +263,7 @@ def make(repository: Repository, root: str) -> Site | None:
             "myst_heading_anchors": 6,
             **(literals.get(book, "sphinx", "config") or {}),
         }
-        settings["exclude_patterns"] = literals.texts(book.get("exclude_patterns")) + ["_build"]
+        settings["exclude_patterns"] = [*literals.texts(book.get("exclude_patterns")), "_build"]
         settings["extensions"] += literals.texts(literals.get(book, "sphinx", "extra_extensions"))
     extensions = settings.get("extensions")
     extensions = literals.texts(extensions) if isinstance(extensions, list) else []
@@ -381,9 +293,7 @@ def make(repository: Repository, root: str) -> Site | None:
             SRC: (file_beside, page_at_address),
             HREF: (itself, page_at_address, by_web_server, outside_base),
         },
-        addresses=partial(
-            _addresses, GitIgnoreSpec.from_lines(patterns), str(settings.get("html_builder") or "")
-        ),
+        addresses=partial(_addresses, GitIgnoreSpec.from_lines(patterns)),
         static=tuple(
             posixpath.normpath(posixpath.join(root, folder))
             for value in (extra, static)
@@ -404,11 +314,10 @@ def make(repository: Repository, root: str) -> Site | None:
         # Deeper headings have the ids of docutils alone; those of other levels, both.
         rules = rules.changed(heading_levels=range(1, 7))
     if generated:
-        made = {
-            r"/(?:.*/)?(?:api|apidocs|autoapi|_?autosummary|generated|auto_examples|reference)/.*": f"made by `{generated[0]}`?"
-        }
+        folders = "api|apidocs|autoapi|_?autosummary|generated|auto_examples|reference"
+        made = {rf"/(?:.*/)?(?:{folders})/.*": f"made by `{generated[0]}`?"}
         rules = rules.changed(made={**rules.made, **made})
-    return Site(rules, repository, root, root, path)
+    return Site(as_hosted(rules, repository, root), repository, root, root, path)
 
 
 def _redirects(settings: dict[str, Any]) -> dict[str, str]:

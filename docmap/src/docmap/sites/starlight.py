@@ -11,36 +11,18 @@ from typing import Any
 from docmap.facts import HREF, IMAGE, SRC, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.components import anchor_parts, component_effects, imports_of
+from docmap.sites.components import anchor_parts, component_effects
 from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, page_at_address
-from docmap.sites.ways import as_host_serves, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, must_exist, nothing_because, outside_base
 
 KIND = "starlight"
 
 _CONFIG = re.compile(r"(?:(.*)/)?astro\.config\.[cm]?[jt]s")
-_KNOWN = frozenset(
-    [
-        "Aside",
-        "Badge",
-        "Card",
-        "CardGrid",
-        "Code",
-        "FileTree",
-        "Icon",
-        "LinkButton",
-        "LinkCard",
-        "Steps",
-        "Tabs",
-        "TabItem",
-        "Fragment",
-        "Image",
-        "Picture",
-        "PackageManagers",
-        "YouTube",
-        "Tweet",
-        "Vimeo",
-        "Kbd",
-    ]
+_KNOWN = literals.words(
+    """
+    Aside Badge Card CardGrid Code FileTree Icon LinkButton LinkCard Steps Tabs TabItem Fragment Image
+    Picture PackageManagers YouTube Tweet Vimeo Kbd
+    """
 )
 # Packages of plugins and integrations that bring no pages: by the end of their names.
 _HARMLESS = re.compile(
@@ -53,7 +35,7 @@ _IMPORTED_PACKAGE = re.compile(r"^(?:@astrojs/|astro-|@[\w-]+/(?:astro|starlight
 
 
 def _addresses(locales: dict[str, str], default: str, site: Site, page: str, facts: Facts) -> Sequence[str]:
-    """A page answers at the slug of its path, or its own; and in each language that lacks a translation of it."""
+    """A page answers at the slug of its path, or its own, and in each language that lacks a translation."""
     place = posixpath.splitext(site.within(page, site.content) or page)[0]
     if any(part.startswith("_") for part in place.split("/")):
         return ()
@@ -110,6 +92,7 @@ RULES = Rules(
     made={
         r"/404(?:\.html)?/?|/sitemap-[\w-]+\.xml|/sitemap\.xml|/pagefind/.*|/_astro/.*|/llms[\w-]*\.txt": None
     },
+    partials_keep_paths=True,
     slug=slugs.github,
     always=r"|top|:~:.*|_top|starlight__.*|user-content-fn.*",
 )
@@ -129,7 +112,7 @@ def make(repository: Repository, root: str) -> Site | None:
         path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
     )
     path = next(paths, "")
-    script = literals.Script(repository.text(path))
+    script = literals.Script(path, repository.text)
     config, starlight = script.exported, script.arguments("starlight")
     source = posixpath.normpath(posixpath.join(root, _text(config, "srcDir", "src")))
     content = posixpath.join(source, "content/docs")
@@ -138,7 +121,10 @@ def make(repository: Repository, root: str) -> Site | None:
     locales = {name: "" if name == "root" else name for name in names}
     default = "" if "root" in locales or not locales else _text(starlight, "defaultLocale", names[0])
     aliases = {"~/": source, "@/": source, **_aliases(repository, root)}
-    ways = {**RULES.ways, IMAGE: (file_beside, partial(_alias, aliases), page_at_address, outside_base)}
+    ways = {
+        **RULES.ways,
+        IMAGE: (file_beside, partial(_alias, aliases), page_at_address, outside_base, must_exist),
+    }
     rules = RULES.changed(
         ways=ways,
         addresses=partial(_addresses, locales, default),
@@ -162,7 +148,7 @@ def make(repository: Repository, root: str) -> Site | None:
         or literals.get(redirects, "...") is not None
     )
     why = f"made by what {path} works out?" if unknown else None
-    for module in imports_of(script.text).values():
+    for module in script.imports.values():
         if _IMPORTED_PACKAGE.match(module) and not _HARMLESS.search(module):
             why = f"made by the plugin `{module}` of {path}?"
     parts = anchor_parts(re.findall(r"\b(?:remark|rehype)[\w-]*", script.text))
@@ -173,7 +159,9 @@ def make(repository: Repository, root: str) -> Site | None:
     ]
     if anchors:
         rules = rules.changed(any_anchor=f"made by `{anchors[0]}` of {path}?")
-    return Site(rules.changed(made=made, any_target=why), repository, root, content, path)
+    return Site(
+        as_hosted(rules.changed(made=made, any_target=why), repository, root), repository, root, content, path
+    )
 
 
 def _text(config: object, key: str, otherwise: str) -> str:

@@ -8,8 +8,8 @@ from collections.abc import Iterable, Iterator
 
 from docmap.facts import EMBED, IMAGE, SRC, WIKI, Facts, Link
 from docmap.repository import Repository
-from docmap.sites import slugs
-from docmap.sites.site import Resolution, Rules, Site, file_beside, found, itself, site_file
+from docmap.sites import literals, slugs
+from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, site_file
 
 KIND = "vault"
 
@@ -27,7 +27,7 @@ def _by_name(site: Site, link: Link, source: str) -> Resolution | None:
     if not name or name.startswith((".", "..")):
         return None
     steps = _steps(name)
-    notes = [page for page in _notes(site).get(steps[-1], ()) if _ends(page, steps)]
+    notes = [page for page in site.once(_notes).get(steps[-1], ()) if _ends(page, steps)]
     if notes:
         return found(*sorted(notes, key=lambda page: _distance(page, source)))
     # Other files are named with their suffix, and shared by all languages.
@@ -38,6 +38,22 @@ def _by_name(site: Site, link: Link, source: str) -> Resolution | None:
     if any(site.repository.facts(path) is None for path in same):
         return found()
     return None
+
+
+def _alias(site: Site, link: Link, source: str) -> Resolution | None:
+    """Another name that front matter gives a note, which some programs follow."""
+    pages = site.once(_aliases).get(link.path.strip().casefold())
+    return doubtful(f"an alias of {pages[0]}, which not every program follows") if pages else None
+
+
+def _aliases(site: Site) -> dict[str, list[str]]:
+    aliases: dict[str, list[str]] = {}
+    for page in site.pages:
+        facts = site.facts(page)
+        fields = facts.fields if facts is not None else {}
+        for name in (*literals.texts(fields.get("aliases")), *literals.texts(fields.get("alias"))):
+            aliases.setdefault(name.casefold(), []).append(page)
+    return aliases
 
 
 def _folder_note(site: Site, link: Link, source: str) -> Resolution | None:
@@ -71,13 +87,11 @@ def _ends(page: str, steps: list[str]) -> bool:
 
 
 def _notes(site: Site) -> dict[str, list[str]]:
-    cached: dict[str, list[str]] | None = site.__dict__.get("_notes")
-    if cached is None:
-        cached = {}
-        for page in site.pages:
-            cached.setdefault(_steps(page)[-1], []).append(page)
-        site.__dict__["_notes"] = cached
-    return cached
+    """The notes by the last step of their paths."""
+    notes: dict[str, list[str]] = {}
+    for page in site.pages:
+        notes.setdefault(_steps(page)[-1], []).append(page)
+    return notes
 
 
 def _distance(page: str, source: str) -> tuple[int, str]:
@@ -90,7 +104,7 @@ def _slugs(site: Site, page: str, facts: Facts) -> Iterable[str]:
 
 
 # How wiki links find notes; also where another kind of site makes pages of the notes.
-NAMES = (itself, _by_name, _from_folder, _folder_note)
+NAMES = (itself, _by_name, _from_folder, _folder_note, _alias)
 
 RULES = Rules(
     kind=KIND,
@@ -102,6 +116,7 @@ RULES = Rules(
         EMBED: NAMES,
     },
     wiki_links=True,
+    filled_in={r"<%|\{\{": "filled in by a template"},
     slug=lambda text: text,
     repeats=lambda anchor, given: anchor,
     compare=slugs.vault,

@@ -25,46 +25,34 @@ from docmap.sites.site import (
     itself,
     page_at_address,
 )
-from docmap.sites.ways import by_web_server, outside_base
+from docmap.sites.ways import as_hosted, by_web_server, must_exist, outside_base
 
 KIND = "vitepress"
 
 _CONFIG = re.compile(r"(?:(.*)/)?\.vitepress/config(?:/index)?\.(?:[cm]?[jt]s|json)")
-_KNOWN = frozenset(
-    [
-        "Badge",
-        "Content",
-        "ClientOnly",
-        "Transition",
-        "TransitionGroup",
-        "KeepAlive",
-        "Suspense",
-        "Teleport",
-        "VPButton",
-        "VPTeamMembers",
-        "VPTeamPage",
-        "VPTeamPageTitle",
-        "VPTeamPageSection",
-        "VPHomeHero",
-        "VPHomeFeatures",
-        "VPImage",
-        "VPBadge",
-        "PluginTabs",
-        "PluginTabsTab",
-        "Icon",
-    ]
+_KNOWN = literals.words(
+    """
+    Badge Content ClientOnly Transition TransitionGroup KeepAlive Suspense Teleport VPButton
+    VPTeamMembers VPTeamPage VPTeamPageTitle VPTeamPageSection VPHomeHero VPHomeFeatures VPImage VPBadge
+    PluginTabs PluginTabsTab Icon
+    """
 )
 _USED = re.compile(r"\.use\(\s*([\w$.]+)")
 
 
 def _addresses(
-    left_out: GitIgnoreSpec, rewrites: dict[str, str], clean: bool, site: Site, page: str, facts: Facts
+    left_out: GitIgnoreSpec,
+    rewrites: Sequence[tuple[re.Pattern[str], str]],
+    clean: bool,
+    site: Site,
+    page: str,
+    facts: Facts,
 ) -> Sequence[str]:
     """A page answers with and without its suffix, and as Markdown links name it."""
     place = site.within(page, site.content) or page
     if left_out.match_file(place):
         return ()
-    place = rewrites.get(place, place)
+    place = next((match.expand(new) for old, new in rewrites if (match := old.fullmatch(place))), place)
     stem = posixpath.splitext(place)[0]
     folder, name = posixpath.split(stem)
     if name == "index":
@@ -87,12 +75,12 @@ def _alias(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _included(site: Site, construct: Construct, page: str) -> str | None:
-    path = re.sub(r"\{[^}]*\}$|#[\w-]+(?:\{[^}]*\})?$", "", construct.arguments.strip())
+    path = re.sub(r"\{[^}]*\}$|#[\w-]+(?:\{[^}]*\})?$", "", construct.arguments.strip(": "))
     return posixpath.join(site.content, path[2:]) if path.startswith("@/") else site.place(path, page)
 
 
 _LINKS = (itself, page_at_address, by_web_server, _by_router, outside_base)
-_IMAGES = (file_beside, page_at_address, file_from_content, _alias, outside_base)
+_IMAGES = (file_beside, page_at_address, file_from_content, _alias, outside_base, must_exist)
 
 RULES = Rules(
     kind=KIND,
@@ -101,6 +89,7 @@ RULES = Rules(
     # Of the content root, only what is imported is there.
     not_copied=None,
     made={r"/(?:404\.html|assets/.*|hashmap\.json|sitemap\.xml)": None},
+    partials_keep_paths=True,
     slug=slugs.mdit,
     # VitePress turns the anchors of links into slugs, too.
     compare=slugs.mdit,
@@ -124,7 +113,7 @@ def make(repository: Repository, root: str) -> Site | None:
         path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
     )
     path = next(paths, "")
-    script = literals.Script(repository.text(path))
+    script = literals.Script(path, repository.text)
     config = script.exported
     source = literals.get(config, "srcDir")
     content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else ""))
@@ -133,14 +122,11 @@ def make(repository: Repository, root: str) -> Site | None:
         ["node_modules", ".vitepress", *literals.texts(literals.get(config, "srcExclude"))]
     )
     rewrites = literals.get(config, "rewrites")
-    fixed = (
-        {old: new for old, new in rewrites.items() if isinstance(new, str)}
-        if isinstance(rewrites, dict)
-        else {}
-    )
     public = literals.get(config, "vite", "publicDir")
     rules = RULES.changed(
-        addresses=partial(_addresses, left_out, fixed, literals.get(config, "cleanUrls") is True),
+        addresses=partial(
+            _addresses, left_out, _rewrites(rewrites), literals.get(config, "cleanUrls") is True
+        ),
         base=literals.get(config, "base") or "/",
         static=(
             posixpath.normpath(posixpath.join(content, public if isinstance(public, str) else "public")),
@@ -151,8 +137,7 @@ def make(repository: Repository, root: str) -> Site | None:
         },
         made={**RULES.made, **_dynamic_routes(repository, content)},
     )
-    # Names with parameters, and rewrites that a function makes, lead from pages to addresses unknown here.
-    if rewrites is literals.UNREAD or any(":" in old or new is literals.UNREAD for old, new in fixed.items()):
+    if rewrites is literals.UNREAD:
         rules = rules.changed(any_target=f"made by the rewrites of {path}?")
     slugify = literals.get(config, "markdown", "anchor", "slugify")
     parts = anchor_parts(_USED.findall(script.text))
@@ -160,7 +145,18 @@ def make(repository: Repository, root: str) -> Site | None:
         rules = rules.changed(any_anchor=f"made by the slugify function of {path}?")
     elif parts:
         rules = rules.changed(any_anchor=f"made by `{parts[0]}` of {path}?")
-    return Site(rules, repository, root, content, path)
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)
+
+
+def _rewrites(rewrites: object) -> list[tuple[re.Pattern[str], str]]:
+    """Paths of sources -> paths of pages: "packages/:name/:rest*" -> ":name/:rest*", as pattern and template."""
+    found = []
+    for old, new in rewrites.items() if isinstance(rewrites, dict) else ():
+        if isinstance(new, str):
+            pattern = re.sub(r":(\w+)\*", r"(?P<\1>.*)", re.escape(old).replace(r"\*", "*"))
+            pattern = re.sub(r":(\w+)", r"(?P<\1>[^/]+)", pattern)
+            found.append((re.compile(pattern), re.sub(r":(\w+)\*?", r"\\g<\1>", new)))
+    return found
 
 
 def _dynamic_routes(repository: Repository, content: str) -> dict[str, str | None]:

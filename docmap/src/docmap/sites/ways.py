@@ -8,7 +8,8 @@ from collections.abc import Iterator
 
 from docmap.facts import Link
 from docmap.repository import Repository
-from docmap.sites.site import MISSING, Resolution, Site, at_address, doubtful, missing
+from docmap.sites import literals
+from docmap.sites.site import MISSING, Resolution, Rules, Site, at_address, doubtful, missing
 
 _SCHEME = re.compile(r"[a-zA-Z][a-zA-Z0-9+.-]*:|//")
 
@@ -53,14 +54,43 @@ def as_host_serves(site: Site, link: Link, source: str) -> Resolution | None:
     return at_address(site, site.address_of(link.path, source) + ".html") if resolution is not None else None
 
 
+def must_exist(site: Site, link: Link, source: str) -> Resolution | None:
+    """The last way of images that a build takes in: one relative to the source is a file, or the build fails."""
+    if link.path.startswith("/"):
+        return None
+    why = site.repository.doubt(site.place(link.path, source))
+    return missing() if why is None else doubtful(why)
+
+
 def nothing_because(site: Site, link: Link, source: str, why: str) -> Resolution:
-    """Nothing is there, for this reason, unless the site makes such an address or something unread decides."""
+    """The answer when nothing is there, and why; the site may still make such an address."""
     resolution = site.nothing_at(link.path, source)
     return missing(why) if resolution.outcome == MISSING else resolution
 
 
+def as_hosted(rules: Rules, repository: Repository, root: str) -> Rules:
+    """The rules with the redirects of hosts: _redirects and netlify.toml."""
+    pairs: list[tuple[str, str]] = []
+    for folder in dict.fromkeys((*rules.static, root, "")):
+        lines = (repository.text(posixpath.join(folder, "_redirects")) or "").splitlines()
+        pairs += [(words[0], words[1]) for line in lines if len(words := line.split()) > 1]
+    for folder in dict.fromkeys((root, "")):
+        entries = literals.toml(repository.text(posixpath.join(folder, "netlify.toml"))).get("redirects", ())
+        pairs += [(str(literals.get(entry, "from")), str(literals.get(entry, "to"))) for entry in entries]
+    redirects, made = dict(rules.redirects), dict(rules.made)
+    for old, new in pairs:
+        if not old.startswith("/") or old == "/*":
+            continue
+        if "*" in old or "/:" in old:
+            pattern = re.escape(old).replace(r"/\*", "(?:/.*)?").replace(r"\*", ".*")
+            made[re.sub(r"/:\w+", "/[^/]+", pattern)] = None
+        else:
+            redirects |= {old.rstrip("/"): new, old.rstrip("/") + "/": new}
+    return rules.changed(redirects=redirects, made=made)
+
+
 def redirects_of(pairs: object) -> dict[str, str]:
-    """Old address -> new one, from a mapping of addresses or pages; both begin with "/" unless they lead elsewhere."""
+    """Old address -> new one, from a mapping of addresses; both begin with "/" unless they lead elsewhere."""
     redirects = {}
     for old, new in pairs.items() if isinstance(pairs, dict) else ():
         if isinstance(old, str) and isinstance(new, str):

@@ -13,7 +13,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
 from docmap.sites.site import Effect, Resolution, Rules, Site, as_it_is, found, itself, page_at_address
-from docmap.sites.ways import as_host_serves, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, nothing_because, outside_base
 
 KIND = "zola"
 
@@ -106,7 +106,8 @@ RULES = Rules(
     url_style="slash",
     not_copied=(".md",),
     made={
-        r"/(?:.*/)?(?:atom|rss|feed|sitemap)\.xml|/404\.html|/robots\.txt|/search_index\..*|/elasticlunr.*": None,
+        r"/(?:.*/)?(?:atom|rss|feed|sitemap)\.xml|/404\.html|/robots\.txt": None,
+        r"/search_index\..*|/elasticlunr.*": None,
         r"/(?:.*/)?page/\d+/?": None,
         r"/[\w-]+\.css": "made of sass/?",
     },
@@ -120,9 +121,9 @@ def find(repository: Repository) -> Iterator[str]:
     """The folders with a configuration of Zola's and a folder of content."""
     for path in repository.files:
         folder, _, name = path.rpartition("/")
-        if name in {"config.toml", "zola.toml"} and posixpath.join(folder, "content") in repository.folders:
-            if "base_url" in literals.toml(repository.text(path)):
-                yield folder
+        has_content = posixpath.join(folder, "content") in repository.folders
+        if name in {"config.toml", "zola.toml"} and has_content:
+            yield from [folder] if "base_url" in literals.toml(repository.text(path)) else ()
 
 
 def make(repository: Repository, root: str) -> Site | None:
@@ -147,13 +148,21 @@ def make(repository: Repository, root: str) -> Site | None:
         static=tuple(posixpath.join(root, folder) for folder in static),
         slug=_SLUGS.get(anchors, slugs.zola),
         made={**RULES.made, **_taxonomies(literals.texts(taxonomies))},
-        more_anchors=partial(_transliterated, anchors),
+        unread_anchors=_transliterated if anchors == "on" else None,
     )
-    return Site(rules, repository, root, posixpath.join(root, "content"), path)
+    return Site(as_hosted(rules, repository, root), repository, root, posixpath.join(root, "content"), path)
 
 
-def _transliterated(anchors: str, site: Site, page: str, facts: Facts) -> Sequence[str]:
-    return ()
+def _transliterated(site: Site, page: str, facts: Facts) -> str | None:
+    """Zola writes headings of other scripts in Latin letters; which ones, only its tables say."""
+    return next(
+        (
+            f"transliterated from the heading in line {heading.line}?"
+            for heading in facts.headings
+            if any(char.isalpha() and not slugs.zola(char) for char in heading.text)
+        ),
+        None,
+    )
 
 
 def _taxonomies(names: Sequence[str]) -> Mapping[str, str | None]:
