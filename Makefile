@@ -30,19 +30,25 @@ export DOCS
 docs = if [ -e "$$DOCS" ]; then set -- "$$DOCS"; else eval "set -- $$DOCS"; fi; \
   test $$\# -gt 0 || { echo "Say which files or folders: make $@ DOCS=path" >&2; exit 2; }
 
-.PHONY: outline test check-links
+.PHONY: outline test check-links page
 outline: ready  ## DOCS=path: print the outline of Markdown files and folders (OPTIONS="--links" adds links)
 	@$(docs); $(BIN)/docmap outline $(OPTIONS) "$$@"
 
 check-links: ready  ## DOCS=path: report links whose file or anchor does not exist
 	@$(docs); $(BIN)/docmap check $(OPTIONS) "$$@"
 
+page: ready $(STAMPS)/page  ## DOCS=folder: write docmap.html, a page that shows what is in the folder (OPTIONS="--open")
+	@$(docs); $(BIN)/docmap page $(OPTIONS) "$$@"
+
 test: ready $(STAMPS)/test  ## run the tests (TESTS="tests/test_links.py -k title" for some of them)
 	@$(BIN)/python -m pytest $(or $(TESTS),-n $(JOBS))
 
-.PHONY: test-page test-examples
+.PHONY: test-page test-examples pictures
 test-page: ready $(STAMPS)/test $(STAMPS)/page  ## test the HTML page (browser tests need chromium and chromedriver)
 	@$(BIN)/python -m pytest -rs tests/test_page.py
+
+pictures: ready $(STAMPS)/page  ## make the pictures of README.md again (needs chromium and chromedriver)
+	@$(BIN)/python scripts/make-pictures
 
 test-examples: ready $(STAMPS)/test $(STAMPS)/examples  ## run the examples, one with Dask on two workers
 	@$(BIN)/python -m pytest -rs tests/test_examples.py
@@ -99,7 +105,7 @@ $(STAMPS)/test: requirements/test.txt | $(STAMPS)/run
 	@$(PIP) install -r $< >&2 && touch $@
 
 $(STAMPS)/page: requirements/page.txt | $(STAMPS)/run
-	@$(PIP) install -r $< >&2 && touch $@
+	@$(PIP) install --no-deps -r $< >&2 && touch $@
 
 $(STAMPS)/examples: requirements/examples.txt | $(STAMPS)/run
 	@$(PIP) install -r $< >&2 && touch $@

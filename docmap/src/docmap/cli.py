@@ -6,25 +6,22 @@ import os
 import signal
 import sys
 import time
-from collections.abc import Iterator
+from collections.abc import Generator, Iterator, Mapping, Sequence
 from contextlib import closing, contextmanager
 from pathlib import Path
-from typing import Annotated, Optional
+from typing import TYPE_CHECKING, Annotated, Any, Optional
+from urllib.parse import quote
 
 import typer
-from rich.console import Console
-from rich.text import Text
 
-from docmap import __version__
-from docmap.checking import Checker, Finding, Page, read_page
 from docmap.documents import STANDARD_INPUT, find_files
-from docmap.folder_map import folder_map
 from docmap.jobs import WorkerLostError, default_jobs, map_in_order, track
-from docmap.json_lines import document_lines, finding_line
-from docmap.outline import print_outline, printable
-from docmap.page import LibraryMissingError, render
-from docmap.reading import Document, Unreadable, read_document
-from docmap.targets import Folder
+from docmap.terminal import printable
+
+# What only one of the commands needs is imported there, so that none waits for it.
+if TYPE_CHECKING:
+    from docmap.checking import Checked
+    from docmap.reading import Document
 
 PIPE_CLOSED = 128 + signal.SIGPIPE
 
@@ -32,6 +29,8 @@ app = typer.Typer(
     name="docmap",
     no_args_is_help=True,
     pretty_exceptions_enable=False,
+    # Plain help and errors: no line is broken inside a word, and nothing waits for a layout.
+    rich_markup_mode=None,
     context_settings={"help_option_names": ["-h", "--help"]},
 )
 
@@ -40,13 +39,6 @@ Jobs = Annotated[
     Optional[int],  # noqa: UP045 (typer reads the annotation at run time)
     typer.Option("--jobs", "-j", min=1, help="Number of processes; by default one for few files."),
 ]
-
-
-class _Output(Console):
-    """Standard output; a closed pipe goes to the caller instead of ending the process here."""
-
-    def on_broken_pipe(self) -> None:
-        raise BrokenPipeError
 
 
 class _Errors:
@@ -70,24 +62,6 @@ def _note(message: str) -> None:
 def _note_replaced(document: Document) -> None:
     if document.replaced:
         _note(f"{document.file.shown}: not all of it is UTF-8; the rest is read as U+FFFD")
-
-
-def _output() -> _Output:
-    console = _Output(highlight=False)
-    # Without a terminal there is no width to fold at; rich would take 80 columns.
-    return console if console.is_terminal else _Output(highlight=False, width=1 << 20)
-
-
-def _progress_console(*, streaming: bool) -> Console:
-    """Standard error; no terminal when the results themselves run over the terminal and show the progress."""
-    shown = sys.stderr.isatty() and not (streaming and sys.stdout.isatty())
-    return Console(stderr=True, force_terminal=shown)
-
-
-def _print_finding(console: Console, finding: Finding) -> None:
-    meant = "" if finding.suggestion is None else f'; did you mean "{finding.suggestion}"?'
-    place = (f"{finding.file}:{finding.line}: ", "bold")
-    console.print(Text.assemble(place, printable(finding.message + meant)), soft_wrap=True)
 
 
 @contextmanager
@@ -115,6 +89,8 @@ def _summary(counts: str, started: float) -> None:
 
 def _print_version(wanted: bool) -> None:
     if wanted:
+        from docmap import __version__
+
         typer.echo(f"docmap {__version__}")
         raise typer.Exit
 
@@ -139,18 +115,20 @@ def outline(
     jobs: Jobs = None,
 ) -> None:
     """Print the outline of documents: sections, line ranges, first paragraphs."""
+    from docmap.json_lines import document_lines
+    from docmap.outline import TreePrinter
+    from docmap.reading import Unreadable, read_document
+
     started = time.monotonic()
+    _must_exist(paths)
     errors = _Errors()
-    console = _output()
+    printer = TreePrinter()
     files = list(find_files(paths, errors.folder))
     # Standard input belongs to this process; its children have none.
     processes = 1 if STANDARD_INPUT in paths else jobs or default_jobs(len(files))
     read = map_in_order(read_document, files, processes)
     file_count = section_count = link_count = 0
-    with (
-        _ending_cleanly(),
-        closing(track(read, len(files), _progress_console(streaming=True))) as results,
-    ):
+    with _ending_cleanly(), closing(track(read, len(files), streaming=True)) as results:
         for document in results:
             if isinstance(document, Unreadable):
                 errors.say(document.file.shown, document.reason)
@@ -162,7 +140,9 @@ def outline(
             if as_json:
                 sys.stdout.writelines(document_lines(document))
             else:
-                print_outline(console, document, with_links=links)
+                printer.print_outline(document, with_links=links)
+    if not files and not errors.count:
+        _note("there is no Markdown here")
     counts = _count(file_count, "file"), _count(section_count, "section"), _count(link_count, "link")
     _summary(", ".join(counts), started)
     raise typer.Exit(1 if errors.count else 0)
@@ -170,62 +150,133 @@ def outline(
 
 @app.command()
 def check(
-    path: Annotated[
-        str,
-        typer.Argument(metavar="PATH", help="A folder; or a file, whose links into its folder are checked."),
-    ],
-    all_files: Annotated[
-        bool, typer.Option("--all-files", help="Report missing files that are not Markdown, too.")
+    paths: Annotated[
+        Optional[list[str]],  # noqa: UP045
+        typer.Argument(
+            metavar="PATH", help="Files and folders whose links are judged; the current folder by default."
+        ),
+    ] = None,
+    strict: Annotated[
+        bool, typer.Option("--strict", help="Show doubtful links, too, and count them as broken.")
     ] = False,
-    as_json: Json = False,
+    form: Annotated[
+        str, typer.Option("--format", metavar="text|json|github", help="How findings are written.")
+    ] = "text",
+    as_json: Annotated[bool, typer.Option("--json", help="The same as --format json.")] = False,
+    exclude: Annotated[
+        Optional[list[str]],  # noqa: UP045
+        typer.Option("--exclude", metavar="GLOB", help="Do not judge these documents; may be repeated."),
+    ] = None,
+    ignore: Annotated[
+        Optional[list[str]],  # noqa: UP045
+        typer.Option("--ignore", metavar="GLOB", help="Do not judge these targets; may be repeated."),
+    ] = None,
+    site: Annotated[
+        Optional[list[str]],  # noqa: UP045
+        typer.Option("--site", metavar="FOLDER=KIND", help="What kind of site a folder is; may be repeated."),
+    ] = None,
+    root: Annotated[
+        Optional[str],  # noqa: UP045
+        typer.Option(
+            "--root", metavar="FOLDER", help="The folder that all links stay in; by default the repository."
+        ),
+    ] = None,
+    verbose: Annotated[bool, typer.Option("--verbose", "-v", help="Say which sites were found.")] = False,
+    no_cache: Annotated[
+        bool, typer.Option("--no-cache", help="Neither use nor keep what files hold.")
+    ] = False,
     jobs: Jobs = None,
 ) -> None:
-    """Report links to files and headings that do not exist; the exit status is then 1."""
+    """Report links that lead nowhere; the exit status is then 1."""
+    from docmap.columns import Columns
+    from docmap.reports import FORMATS
+
     started = time.monotonic()
-    if path == STANDARD_INPUT:
-        raise typer.BadParameter("links are checked within a folder; name a file of it", param_hint="PATH")
-    if not os.path.exists(path):
-        raise typer.BadParameter(f"{path} does not exist", param_hint="PATH")
-    folder = path if os.path.isdir(path) else os.path.dirname(path) or "."
+    form = "json" if as_json else form
+    if form not in FORMATS:
+        raise typer.BadParameter(f"{form} is none of {', '.join(FORMATS)}", param_hint="--format")
+    paths = paths or ["."]
+    if STANDARD_INPUT in paths:
+        raise typer.BadParameter(
+            "links are checked within a repository; name a file of it", param_hint="PATH"
+        )
+    _must_exist(paths)
     errors = _Errors()
-    broken = 0
-    console = _output()
     with _ending_cleanly():
-        pages, asked_for = _read_pages(folder, path, jobs, errors)
-        checker = Checker(Folder(folder), pages, all_files=all_files)
-        for page in asked_for:
-            for finding in checker.findings(page):
-                broken += 1
-                if as_json:
-                    sys.stdout.write(finding_line(finding))
-                else:
-                    _print_finding(console, finding)
-    links = sum(len(page.document.links) for page in asked_for)
-    verdict = f"{broken} broken of {_count(links, 'link')} in {_count(len(asked_for), 'file')}"
+        options = {"exclude": exclude, "ignore": ignore, "site": site, "root": root}
+        checked = _checked(paths, options, errors, cached=not no_cache, jobs=jobs)
+        if verbose:
+            _note_sites(checked)
+        write = FORMATS[form]
+        counts = {"broken": 0, "doubtful": 0}
+        columns = Columns(checked.repository.root)
+        for path in checked.documents:
+            for finding in checked.findings(path):
+                counts[finding.degree] += 1
+                if finding.degree == "broken" or strict:
+                    sys.stdout.write(write(finding, _shown(checked, path), columns))
+        for words in checked.config.unused(of_ignore=checked.covers_all):
+            _note(f"{checked.config.origin or 'options'}: {words}")
+    if not checked.documents and not errors.count:
+        _note("there is no Markdown here")
+    doubtful = counts["doubtful"]
+    verdict = f"{counts['broken']} broken of {_count(checked.count_links(), 'link')}"
+    verdict += f" in {_count(len(checked.documents), 'file')}"
+    if doubtful:
+        verdict += f", {doubtful} doubtful" + ("" if strict else " (--strict shows them)")
     _summary(verdict, started)
-    raise typer.Exit(1 if broken or errors.count else 0)
+    failed = counts["broken"] or errors.count or (strict and doubtful)
+    raise typer.Exit(1 if failed else 0)
 
 
 @app.command()
 def page(
-    path: Annotated[str, typer.Argument(metavar="PATH", help="A folder.")],
+    path: Annotated[
+        str, typer.Argument(metavar="FOLDER", help="A folder; by default the current one.")
+    ] = ".",
     output: Annotated[
         str, typer.Option("--output", "-o", metavar="FILE", help='The page to write; "-" is standard output.')
-    ],
+    ] = "docmap.html",
+    title: Annotated[
+        Optional[str],  # noqa: UP045 (typer reads the annotation at run time)
+        typer.Option("--title", help="What the folder is called; by default as its index or README says."),
+    ] = None,
+    link: Annotated[
+        Optional[str],  # noqa: UP045
+        typer.Option(
+            "--link",
+            metavar="TEMPLATE",
+            help="Address of a line of a file: https://host/blob/main/docs/{path}#L{line} or "
+            "vscode://file/{path}:{line}; by default the file itself, relative to the page.",
+        ),
+    ] = None,
+    open_page: Annotated[bool, typer.Option("--open", help="Open the page in a browser.")] = False,
     jobs: Jobs = None,
 ) -> None:
-    """Write one HTML page to explore a folder with: outline, search, graph of links, broken links."""
+    """Write one HTML page that shows what is in a folder: documents, search, a picture of links, faults."""
+    from docmap.folder_map import described, folder_map
+    from docmap.page import LibraryMissingError, how_to_install, render
+
     started = time.monotonic()
     if not os.path.isdir(path):
-        raise typer.BadParameter(f"{path} is not a folder", param_hint="PATH")
+        raise typer.BadParameter(f"{path} is not a folder", param_hint="FOLDER")
+    if link is not None and ("{path}" not in link or link.lower().startswith(("javascript:", "data:"))):
+        raise typer.BadParameter("an address with {path} in it, and perhaps {line}", param_hint="--link")
     errors = _Errors()
     with _ending_cleanly():
-        pages, _ = _read_pages(path, path, jobs, errors)
+        checked = _checked([path], {}, errors, jobs=jobs, with_sections=True)
         root = os.path.abspath(path)
         # Seen from standard output the documents have no address.
         base = None if output == STANDARD_INPUT else _address(root, os.path.dirname(os.path.abspath(output)))
-        checker = Checker(Folder(path), pages, all_files=False)
-        folder = folder_map(os.path.basename(root) or root, base, pages, checker)
+        if base is None and link is None and output != STANDARD_INPUT:
+            _note(
+                "the page lies so far from the folder that it has no links into the files; see --link and -o"
+            )
+        # The first step keeps a name such as "javascript:x.md" from being read as a scheme.
+        template = link if link is not None or base is None else f"./{quote(base)}/{{path}}#L{{line}}"
+        below = os.path.relpath(root, checked.repository.root).replace(os.sep, "/")
+        documents = described(checked, "" if below == "." else below)
+        folder = folder_map(path, documents, title=title, link=template, base=base and quote(base))
         try:
             text = render(folder)
             if output == STANDARD_INPUT:
@@ -233,7 +284,7 @@ def page(
             else:
                 Path(output).write_text(text, "utf-8", newline="\n")
         except LibraryMissingError:
-            _note('the page needs a drawing library; pip install "docmap[page]" brings it')
+            _note(f"the page needs a drawing library; this installs it: {how_to_install()}")
             raise typer.Exit(1) from None
         except OSError as error:
             if isinstance(error, BrokenPipeError):
@@ -241,38 +292,111 @@ def page(
             errors.say(output, error.strerror or str(error))
             raise typer.Exit(1) from None
     sections = sum(len(entry["sections"]) for entry in folder["documents"])
-    broken = sum(len(entry["broken"]) for entry in folder["documents"])
-    counts = _count(len(pages), "file"), _count(sections, "section"), _count(folder["links"], "link")
-    size = f"{len(text) / 1e6:.1f} MB"
-    _summary(f"{', '.join(counts)}, {broken} broken; {size}", started)
+    broken = sum(problem.doubt is None for document in documents for problem in document.problems)
+    name = "" if output == STANDARD_INPUT else f"{output}: "
+    counts = f"{_count(len(documents), 'file')}, {_count(sections, 'section')}, {broken} broken"
+    _summary(f"{name}{counts}; {len(text) / 1e6:.1f} MB", started)
+    if open_page and output != STANDARD_INPUT:
+        typer.launch(Path(output).absolute().as_uri())
     raise typer.Exit(1 if errors.count else 0)
 
 
 def _address(folder: str, origin: str) -> str | None:
+    """The address of a folder seen from another; None where that would have to name the way from the root."""
     try:
+        if os.path.commonpath([folder, origin]) == os.path.abspath(os.sep) != folder:
+            return None
         return os.path.relpath(folder, origin).replace(os.sep, "/")
     except ValueError:  # on another drive
         return None
 
 
-def _read_pages(folder: str, path: str, jobs: int | None, errors: _Errors) -> tuple[list[Page], list[Page]]:
-    """Read the pages of a folder; also return those of them that `path` (it or a file in it) asks for."""
-    files = list(find_files([folder] if folder == path else [folder, path], errors.folder))
-    read = map_in_order(read_page, files, jobs or default_jobs(len(files)))
-    pages: list[Page] = []
-    asked_for: list[Page] = []
-    with closing(track(read, len(files), _progress_console(streaming=False))) as results:
-        for file, page in zip(files, results, strict=True):
-            is_asked_for = folder == path or os.path.abspath(file.path) == os.path.abspath(path)
-            if isinstance(page, Unreadable):
-                if is_asked_for:
-                    errors.say(file.shown, page.reason)
-                continue
-            pages.append(page)
-            if is_asked_for:
-                _note_replaced(page.document)
-                asked_for.append(page)
-    return pages, asked_for
+def _checked(
+    paths: Sequence[str],
+    options: Mapping[str, Any],
+    errors: _Errors,
+    *,
+    cached: bool = True,
+    jobs: int | None = None,
+    with_sections: bool = False,
+) -> Checked:
+    """Read what is needed to judge the documents that `paths` name."""
+    from docmap.cache import Cache, cache_folder
+    from docmap.checking import Checked, read_packed
+    from docmap.config import ConfigError, find_config, read_config
+
+    def read_all(files: Sequence[str]) -> Generator[bytes | OSError, None, None]:
+        read = map_in_order(read_packed, files, jobs or default_jobs(len(files)))
+        return track(read, len(files), streaming=False) if len(files) > 1 else read
+
+    cache = Cache(cache_folder() if cached else None)
+    try:
+        config = read_config(find_config(_common_folder(paths)), options)
+        root = os.path.abspath(config.root) if config.root else root_of(paths)
+        wanted = [os.path.relpath(os.path.abspath(path), root).replace(os.sep, "/") for path in paths]
+        outside = [path for path, place in zip(paths, wanted, strict=True) if place.startswith("..")]
+        if outside:
+            raise typer.BadParameter(f"{outside[0]} lies outside of the root {root}", param_hint="PATH")
+        wanted = ["" if place == "." else place for place in wanted]
+        return Checked(
+            root,
+            wanted,
+            config,
+            cache,
+            read_all=read_all,
+            on_error=lambda path, reason: errors.say(_relative(path), reason),
+            with_sections=with_sections,
+        )
+    except ConfigError as error:
+        raise typer.BadParameter(str(error), param_hint="settings") from None
+    finally:
+        cache.close()
+
+
+def _common_folder(paths: Sequence[str]) -> str:
+    folders = [path if os.path.isdir(path) else os.path.dirname(path) or "." for path in paths]
+    try:
+        return os.path.commonpath([os.path.abspath(folder) for folder in folders])
+    except ValueError:
+        raise typer.BadParameter("the paths lie on several drives", param_hint="PATH") from None
+
+
+def root_of(paths: Sequence[str]) -> str:
+    """The top of the Git repository that all paths lie in; without one, the folder that they share."""
+    shared = folder = _common_folder(paths)
+    while not os.path.exists(os.path.join(folder, ".git")):
+        above = os.path.dirname(folder)
+        if above == folder:
+            return shared
+        folder = above
+    return folder
+
+
+def _must_exist(paths: Sequence[str]) -> None:
+    for path in paths:
+        if path != STANDARD_INPUT and not os.path.lexists(path):
+            raise typer.BadParameter(f"{path} does not exist", param_hint="PATH")
+
+
+def _relative(path: str) -> str:
+    """A path as messages show it: relative to the current folder when it lies below that."""
+    try:
+        relative = os.path.relpath(path)
+    except ValueError:  # on another drive
+        return path
+    return path if relative.startswith("..") and os.path.isabs(path) else relative
+
+
+def _shown(checked: Checked, path: str) -> str:
+    return _relative(os.path.join(checked.repository.root, path))
+
+
+def _note_sites(checked: Checked) -> None:
+    for site in checked.sites:
+        if site.pages:
+            where = _shown(checked, site.content)
+            by = f" ({_shown(checked, site.defined_by)})" if site.defined_by else ""
+            _note(f"{where}: {site.rules.kind}{by}, {_count(len(site.pages), 'file')}")
 
 
 def main() -> None:

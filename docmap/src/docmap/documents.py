@@ -12,7 +12,7 @@ from pathlib import Path
 
 from pathspec import GitIgnoreSpec
 
-SUFFIXES = frozenset({".md", ".markdown"})
+PAGE_SUFFIXES = (".md", ".markdown", ".mdx", ".mkd", ".mkdn", ".mdown")
 STANDARD_INPUT = "-"
 _BOM = b"\xef\xbb\xbf"
 
@@ -28,7 +28,7 @@ class SourceFile:
 
 def is_markdown(name: str) -> bool:
     """Whether a file of this name is taken when a folder is walked."""
-    return os.path.splitext(name)[1].lower() in SUFFIXES
+    return name.lower().endswith(PAGE_SUFFIXES)
 
 
 def fqn_prefix(relative: str) -> str:
@@ -96,7 +96,10 @@ def walk(root: str, on_error: Callable[[OSError], None]) -> Iterator[str]:
 
 def _readable(entry: os.DirEntry[str]) -> bool:
     """Leaves out pipes and devices, which could block; keeps a link to nowhere, so that it is reported."""
-    return entry.is_file() or (entry.is_symlink() and not os.path.exists(entry.path))
+    try:
+        return entry.is_file() or (entry.is_symlink() and not os.path.exists(entry.path))
+    except OSError:  # a link to itself
+        return True
 
 
 @dataclass(frozen=True)
@@ -156,6 +159,47 @@ def _ignored(root: str, relative: str, rules: tuple[_Rules, ...], *, is_folder: 
         if verdict is not None:
             return verdict
     return False
+
+
+class GitIgnore:
+    """What the .gitignore files of a tree name; folders are entered from the root downwards as they are walked.
+
+    Paths are relative to the root, with "/".
+    """
+
+    def __init__(self, root: str) -> None:
+        self._root = root
+        self._above = _rules_above(root)
+        # Rules in force in each folder entered, nearest first.
+        self._rules: dict[str, tuple[_Rules, ...]] = {}
+
+    def enter(self, folder: str, has_own: bool) -> None:
+        """Take over the rules of a folder whose parent has been entered; `has_own`: it has a .gitignore."""
+        rules = self._rules.get(folder.rpartition("/")[0], self._above) if folder else self._above
+        if folder and self.ignores(folder, is_folder=True):
+            # It was asked for all the same; what ignores it would leave nothing of it.
+            rules = ()
+        own = _Rules.read(os.path.join(self._root, folder)) if has_own else None
+        self._rules[folder] = rules if own is None else (own, *rules)
+
+    def ignores(self, path: str, *, is_folder: bool) -> bool:
+        """Whether the rules of the folder of a path ignore it; its folder must have been entered."""
+        rules = self._rules.get(path.rpartition("/")[0])
+        return bool(rules) and _ignored(self._root, path, rules or (), is_folder=is_folder)
+
+    def ignores_below(self, path: str) -> bool:
+        """Whether a path that need not exist, or a folder around it, is ignored."""
+        parts = path.split("/")
+        for end in range(1, len(parts) + 1):
+            place = "/".join(parts[:end])
+            folder = place.rpartition("/")[0]
+            if folder not in self._rules:
+                return False
+            if self.ignores(place, is_folder=True) or (
+                end == len(parts) and self.ignores(place, is_folder=False)
+            ):
+                return True
+        return False
 
 
 def read_text(path: Path) -> tuple[str, bool]:

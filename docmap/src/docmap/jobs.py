@@ -4,15 +4,14 @@ from __future__ import annotations
 
 import os
 import signal
+import sys
 import time
 from collections.abc import Callable, Generator, Sequence
-from concurrent.futures import ProcessPoolExecutor
-from concurrent.futures.process import BrokenProcessPool
 from contextlib import closing
-from typing import TypeVar
+from typing import TYPE_CHECKING, TypeVar
 
-from rich.console import Console
-from rich.progress import BarColumn, MofNCompleteColumn, Progress, TextColumn, TimeRemainingColumn
+if TYPE_CHECKING:
+    from rich.progress import Progress
 
 Item = TypeVar("Item")
 Result = TypeVar("Result")
@@ -46,6 +45,9 @@ def map_in_order(
     if jobs <= 1 or len(items) <= 1:
         yield from map(work, items)
         return
+    from concurrent.futures import ProcessPoolExecutor
+    from concurrent.futures.process import BrokenProcessPool
+
     pool = ProcessPoolExecutor(min(jobs, len(items)), initializer=_leave_signals_to_parent)
     try:
         yield from pool.map(work, items, chunksize=_CHUNK)
@@ -63,10 +65,14 @@ def _leave_signals_to_parent() -> None:
 
 
 def track(
-    results: Generator[Result, None, None], total: int, console: Console
+    results: Generator[Result, None, None], total: int, *, streaming: bool
 ) -> Generator[Result, None, None]:
-    """Yield the results, with a bar on `console` when it is a terminal and the work takes long."""
+    """Yield the results, with a bar on standard error when that is a terminal and the work takes long.
+
+    `streaming`: the results are printed as they come, so that on a terminal they show the progress themselves.
+    """
     started = time.monotonic()
+    shown = sys.stderr.isatty() and not (streaming and sys.stdout.isatty())
     bar: Progress | None = None
     with closing(results):
         try:
@@ -74,11 +80,19 @@ def track(
                 yield result
                 if bar is not None:
                     bar.update(bar.task_ids[0], completed=done)
-                elif console.is_terminal and time.monotonic() - started > _SECONDS_BEFORE_BAR:
-                    columns = TextColumn("reading"), BarColumn(), MofNCompleteColumn(), TimeRemainingColumn()
-                    bar = Progress(*columns, console=console, transient=True)
-                    bar.add_task("", total=total, completed=done)
-                    bar.start()
+                elif shown and time.monotonic() - started > _SECONDS_BEFORE_BAR:
+                    bar = _bar(total, done)
         finally:
             if bar is not None:
                 bar.stop()
+
+
+def _bar(total: int, done: int) -> Progress:
+    from rich.console import Console
+    from rich.progress import BarColumn, MofNCompleteColumn, Progress, TextColumn, TimeRemainingColumn
+
+    columns = TextColumn("reading"), BarColumn(), MofNCompleteColumn(), TimeRemainingColumn()
+    bar = Progress(*columns, console=Console(stderr=True, force_terminal=True), transient=True)
+    bar.add_task("", total=total, completed=done)
+    bar.start()
+    return bar

@@ -6,7 +6,6 @@ import json
 from collections.abc import Iterator
 from typing import Any
 
-from docmap.checking import Finding
 from docmap.reading import Document
 
 
@@ -36,18 +35,6 @@ def document_lines(document: Document) -> Iterator[str]:
         )
 
 
-def finding_line(finding: Finding) -> str:
-    """A broken link as one JSON object."""
-    return json_line(
-        type="broken",
-        file=finding.file,
-        line=finding.line,
-        target=finding.target,
-        message=finding.message,
-        suggestion=finding.suggestion,
-    )
-
-
 def json_line(**fields: Any) -> str:
-    """One JSON object, line feed included; only ASCII, since text and file names may hold lone surrogates."""
+    """One JSON object, newline included; only ASCII, since text and file names may hold lone surrogates."""
     return json.dumps(fields) + "\n"

@@ -7,11 +7,11 @@ from dataclasses import dataclass
 import tree_sitter_markdown
 from quarnel.engines.markdown import extract_links, extract_sections
 from quarnel.engines.references import ReferenceInfo
-from quarnel.engines.rules import FqnNumbering, cap_docstring
 from quarnel.models import Symbol
 from tree_sitter import Language, Node, Parser
 
 from docmap.documents import SourceFile, read_text
+from docmap.rules import FqnNumbering, cap_docstring
 
 _PARSER = Parser(Language(tree_sitter_markdown.language()))
 

@@ -34,3 +34,30 @@ class Spelling:
         if of is not None:
             self._known[key] = found
         return found
+
+
+def is_slip(written: str, meant: str) -> bool:
+    """Whether a name is most likely another one misspelt: one letter off, or two in a longer one.
+
+    A digit is never a slip: names that are counted differ in one.
+    """
+    longer = max(len(written), len(meant))
+    if longer > _LONGEST or min(len(written), len(meant)) < 5:
+        return False
+    if [c for c in written if c.isdigit()] != [c for c in meant if c.isdigit()]:
+        return False
+    return _edits(written.casefold(), meant.casefold()) <= (1 if longer < 8 else 2)
+
+
+def _edits(one: str, other: str) -> int:
+    """How many letters to insert, drop, change or swap to make one name of the other."""
+    before: list[int] = []
+    row = list(range(len(other) + 1))
+    for i, letter in enumerate(one, 1):
+        above, before, row = before, row, [i]
+        for j, wanted in enumerate(other, 1):
+            cost = min(before[j] + 1, row[j - 1] + 1, before[j - 1] + (letter != wanted))
+            if i > 1 and j > 1 and letter == other[j - 2] and one[i - 2] == wanted:
+                cost = min(cost, above[j - 2] + 1)
+            row.append(cost)
+    return row[-1]

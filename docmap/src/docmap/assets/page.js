@@ -1,69 +1,97 @@
-// Puts the page together: what is chosen stands in the address, so that Back and bookmarks work.
+// Puts the page together. What is chosen stands in the address, so that Back and bookmarks work.
 
-const find = (id) => document.getElementById(id);
-const map = JSON.parse(find("data").textContent);
-const documents = map.documents;
-documents.forEach((each, number) => Object.assign(each, { number, from: [] }));
-for (const { number, links } of documents) {
-  for (const [target, count] of links) documents[target].from.push([number, count]);
-}
-const numbers = new Map(documents.map(({ path, number }) => [path, number]));
-const plural = (count, noun) => `${count.toLocaleString()} ${noun}${count === 1 ? "" : "s"}`;
+const narrow = matchMedia("(max-width: 46rem)");
+const medium = matchMedia("(max-width: 75rem)");
 
 // --- going somewhere ---------------------------------------------------------------------------------------------
 
-// `place`: { document: path, line } or { folder: path, own }.
-function go(place) {
-  location.hash = new URLSearchParams(Object.entries(place).filter(([, value]) => value)).toString();
+// `place`: { document: path, line } or { folder: path }, and view: "map" for the whole folder around a document.
+function hrefOf(place) {
+  return `#${new URLSearchParams(Object.entries(place).filter(([, value]) => value))}`;
 }
 
-function arrive() {
-  const place = new URLSearchParams(location.hash.slice(1));
-  const chosen = documents[numbers.get(place.get("document"))];
-  const folder = chosen ? folderOf(chosen.path) : place.get("folder") ?? "";
-  find("shown").textContent = chosen ? graph.showDocument(chosen) : graph.showFolder(folder, place.has("own"));
-  showTrail(folder);
-  find("details").replaceChildren(...(chosen ? documentDetails(chosen) : folderDetails(folder)));
-  find("details").scrollTop = 0;
-  const above = folder === "" ? [] : folder.split("/").map((_, depth, names) => `/${names.slice(0, depth + 1).join("/")}`);
-  const line = place.get("line");
-  tree.reveal([...above, ...(chosen ? [chosen.path, ...(line ? sectionIds(chosen, Number(line)) : [])] : [])]);
+// What is shown; the browser tells of a new address later, when it may have been shown already.
+let shownHash = null;
+
+// Goes to a place, given as such or as its address; then `focus` ("reading" or "picture") gets the focus.
+function go(place, focus = null) {
+  location.hash = typeof place === "string" ? place : hrefOf(place);
+  arrive(focus);
 }
 
-function showTrail(folder) {
-  const names = folder === "" ? [] : folder.split("/");
-  const steps = [button(map.name, () => go({}))];
-  names.forEach((name, depth) => steps.push("›", button(name, () => go({ folder: names.slice(0, depth + 1).join("/") }))));
-  find("trail").replaceChildren(...steps);
+function placeInAddress() {
+  const given = new URLSearchParams(location.hash.slice(1));
+  const each = byPath.get(given.get("document"));
+  return { each, folder: each ? each.folder : given.get("folder") ?? "", line: Number(given.get("line")), map: !each || given.get("view") === "map" };
 }
 
-function button(label, action) {
-  return element("button", { type: "button", textContent: label, title: label, onclick: action });
+function arrive(focus = null) {
+  shownHash = location.hash;
+  const place = placeInAddress();
+  const { each, folder, line } = place;
+  const name = each ? each.title : folder === "" ? null : indexOf(folder)?.title ?? lastName(folder);
+  document.title = name === null ? `${cut(map.title, 80)} – map of ${plural(documents.length, "document")}` : `${cut(name, 80)} – ${cut(map.title, 60)}`;
+  const hadFocus = document.activeElement;
+  if (each) reading.showDocument(each, line);
+  else reading.showFolder(folder);
+  tree.reveal(treeIds(each, folder, line));
+  drawPicture(place);
+  const lost = hadFocus && hadFocus !== document.body && !hadFocus.isConnected;
+  if (focus === "picture") picture.focusStop();
+  else if (focus === "reading" || lost) reading.focus();
+  else if (line) reading.pane.querySelector(".here")?.scrollIntoView({ block: "center" });
 }
 
-// --- the outline -------------------------------------------------------------------------------------------------
+// --- the picture -------------------------------------------------------------------------------------------------
 
-function folderEntries(inside, folder) {
-  const depth = folder === "" ? 1 : folder.split("/").length + 1;
-  const [own, deeper] = [[], new Map()];
-  for (const each of inside) {
-    const below = folderOf(each.path, depth);
-    if (below === folder) own.push(each);
-    else if (deeper.has(below)) deeper.get(below).push(each);
-    else deeper.set(below, [each]);
+const LEGEND = {
+  document: ["document", "document; larger: more documents link to it"],
+  broken: ["broken", "document with broken links"],
+  chosen: ["chosen", "chosen"],
+  region: ["region", "folder"],
+  missing: ["missing", "broken link"],
+};
+
+function drawPicture({ each, folder, map: isMap }) {
+  const say = (text) => { find("shown").textContent = text; };
+  for (const [id, pressed] of [["whole", isMap], ["near", !isMap]]) find(id).setAttribute("aria-pressed", String(pressed));
+  find("near").disabled = !each;
+  if (isMap) {
+    const { linked, drawn, isolated } = picture.showMap(each ? "" : folder, each);
+    const some = drawn < linked ? `The ${drawn.toLocaleString()} most linked of ${plural(linked, "document")} with links` : `${plural(linked, "document")} with links`;
+    const rest = isolated ? `; ${isolated.toLocaleString()} without links ${isolated === 1 ? "is" : "are"} listed, not drawn` : "";
+    const lines = drawn > CROWD ? " Thick lines sum up links between folders; point at a mark for all of its own." : "";
+    say(drawn ? `${some}${rest}.${lines}` : `Nothing to draw: no document links to another.`);
+  } else {
+    picture.showNear(each);
+    say(each.into.size + each.out.size === 0 ? "No document links here, and this one links to none." : "Arrows show which document links to which.");
   }
-  const folders = [...deeper].map(([below, members]) => ({
-    kind: "folder", id: `/${below}`, label: below.split("/").pop(), folder: below, note: members.length.toLocaleString(),
-    bad: d3.sum(members, (each) => each.broken.length), children: () => folderEntries(members, below),
-  }));
-  return [...folders, ...own.map(documentEntry)];
+  const shapesShown = new Set(picture.nodes.map(({ shape, kind }) => (kind === "folder" ? "region" : shape)));
+  if (each) shapesShown.add("chosen");
+  find("legend").replaceChildren(...Object.entries(LEGEND).filter(([key]) => shapesShown.has(key)).map(([, [icon, text]]) => element("li", {}, sign(icon), text)));
 }
 
-function documentEntry(each) {
-  return {
-    kind: "document", id: each.path, label: each.path.split("/").pop(), document: each, bad: each.broken.length,
-    children: each.sections.length ? () => sectionEntries(each, 0, each.sections.length, 0) : null,
-  };
+// A mark of the picture, for the legend.
+function sign(kind) {
+  const svg = d3.create("svg").attr("viewBox", "-9 -9 18 18").attr("width", 18).attr("height", 18).attr("aria-hidden", "true");
+  const group = svg.append("g").attr("class", `node ${kind === "chosen" ? "document chosen" : kind}`);
+  if (kind === "region") svg.append("circle").attr("class", "region").attr("r", 7.5);
+  else group.append("path").attr("d", shapes[kind === "chosen" ? "document" : kind](kind === "missing" ? 5 : 5.5));
+  return svg.node();
+}
+
+// --- the tree ----------------------------------------------------------------------------------------------------
+
+function entriesBelow(inside, folder) {
+  const { folders, own } = partsOf(inside, folder);
+  return [...folders.map(({ folder: below, members }) => ({
+    kind: "folder", id: `/${below}`, label: below.slice(folder ? folder.length + 1 : 0), folder: below,
+    spoken: `Folder ${below}, ${plural(members.length, "document")}`, note: members.length.toLocaleString(), size: members.length,
+    bad: sum(members, (each) => each.broken.length), children: () => entriesBelow(members, below),
+  })), ...own.map((each) => ({
+    kind: "document", id: each.path, label: each.title, spoken: `${cut(each.title, 200)}, document`, document: each,
+    bad: each.broken.length, children: each.sections.length > outlineStart(each) ? () => sectionEntries(each, outlineStart(each), each.sections.length, outlineStart(each)) : null,
+  }))];
 }
 
 // The sections `begin` up to `end` that nest `depth` deep, each with those inside it.
@@ -76,6 +104,7 @@ function sectionEntries(each, begin, end, depth) {
     const [first, stop] = [index + 1, after];
     entries.push({
       kind: "section", id: line, label: name, document: each, line, note: line === last ? `${line}` : `${line}–${last}`,
+      spoken: `${cut(name, 200)}, section, ${line === last ? `line ${line}` : `lines ${line} to ${last}`}`,
       children: first < stop ? () => sectionEntries(each, first, stop, depth + 1) : null,
     });
     index = after;
@@ -83,114 +112,19 @@ function sectionEntries(each, begin, end, depth) {
   return entries;
 }
 
-// The lines of the sections around `line`, outermost first; the section that begins there is the last.
-function sectionIds(each, line) {
-  const around = each.sections.filter(([, , first, last]) => first <= line && line <= last);
-  return around.map(([, , first]) => first);
-}
-
-// --- details -----------------------------------------------------------------------------------------------------
-
-const MOST_ROWS = 200;
-
-function rows(title, entries, make) {
-  if (!entries.length) return [];
-  const list = element("ul", {}, ...entries.slice(0, MOST_ROWS).map((entry) => element("li", {}, ...make(entry))));
-  if (entries.length > MOST_ROWS) list.append(element("li", { textContent: `and ${plural(entries.length - MOST_ROWS, "more").replace(/s$/, "")}` }));
-  return [element("h3", { textContent: `${title} (${entries.length.toLocaleString()})` }), list];
-}
-
-function documentButton(each, count) {
-  const made = button(each.title, () => go({ document: each.path }));
-  made.title = each.path;
-  return [made, element("span", { className: "times", textContent: count > 1 ? `×${count}` : "" })];
-}
-
-function finding([line, target, message, suggestion]) {
-  const text = `line ${line}: ${message}${suggestion === null ? "" : `; did you mean “${suggestion}”?`}`;
-  return [element("div", { className: "finding", textContent: text, title: target })];
-}
-
-// The address of a document's file as seen from this page, null when there is none.
-function address(each) {
-  if (map.base === null) return null;
-  try {
-    // The first step keeps a name such as "javascript:x.md" from being read as a scheme.
-    return `./${[...map.base.split("/"), ...each.path.split("/")].map(encodeURIComponent).join("/")}`;
-  } catch {
-    return null; // a file name that is no Unicode text
+// The ids of the rows from the root down to what is chosen.
+function treeIds(each, folder, line) {
+  const ids = [];
+  let [inside, above] = [documents, ""];
+  for (;;) {
+    const part = partsOf(inside, above).folders.find(({ folder: below }) => isBelow(folder, below));
+    if (!part) break;
+    ids.push(`/${part.folder}`);
+    [inside, above] = [part.members, part.folder];
   }
-}
-
-function documentDetails(each) {
-  const place = element("div", { className: "path", textContent: each.path });
-  const href = address(each);
-  const linked = ([number, count]) => documentButton(documents[number], count);
-  return [
-    element("h2", { textContent: each.title }),
-    place,
-    ...(href ? [element("a", { href, textContent: "Open the file" })] : []),
-    ...rows("Broken links", each.broken, finding),
-    ...rows("Links to", each.links, linked),
-    ...rows("Linked from", each.from, linked),
-    ...rows("Sections", each.sections, ([depth, name, line]) => {
-      const made = button(name, () => go({ document: each.path, line }));
-      made.style.marginLeft = `${depth * 0.8}rem`;
-      return [made];
-    }),
-  ];
-}
-
-function folderDetails(folder) {
-  const inside = documents.filter(({ path }) => isBelow(folderOf(path), folder));
-  const broken = d3.sort(inside.filter((each) => each.broken.length), (each) => -each.broken.length);
-  const linked = d3.sort(inside.filter((each) => each.from.length), (each) => -each.from.length).slice(0, 15);
-  const sections = d3.sum(inside, (each) => each.sections.length);
-  return [
-    element("h2", { textContent: folder || map.name }),
-    element("div", { className: "path", textContent: `${plural(inside.length, "document")}, ${plural(sections, "section")}` }),
-    ...rows("Documents with broken links", broken, (each) => documentButton(each, each.broken.length)),
-    ...rows("Most linked to", linked, (each) => documentButton(each, each.from.length)),
-  ];
-}
-
-// --- search ------------------------------------------------------------------------------------------------------
-
-const MOST_RESULTS = 150;
-let places = null;
-
-function allPlaces() {
-  const fold = (text) => text.toLocaleLowerCase();
-  return documents.flatMap((each) => [
-    { document: each, label: each.title, where: each.path, key: fold(`${each.title} ${each.path}`) },
-    ...each.sections.map(([, name, line]) => ({ document: each, label: name, where: each.path, line, key: fold(name) })),
-  ]);
-}
-
-function search() {
-  const words = find("search").value.toLocaleLowerCase().split(/\s+/).filter(Boolean);
-  find("tree").hidden = words.length > 0;
-  find("results").hidden = words.length === 0;
-  find("found").textContent = "";
-  find("results").replaceChildren();
-  if (!words.length) return;
-  places ??= allPlaces();
-  const found = places.filter(({ key }) => words.every((word) => key.includes(word)));
-  find("found").textContent = plural(found.length, "match").replace(/hs$/, "hes") +
-    (found.length > MOST_RESULTS ? `, the first ${MOST_RESULTS} shown` : "");
-  find("results").append(...found.slice(0, MOST_RESULTS).map((place) => {
-    const made = button(place.label, () => go({ document: place.document.path, line: place.line }));
-    made.append(element("small", { textContent: place.line ? `${place.where}:${place.line}` : place.where }));
-    return element("li", {}, made);
-  }));
-}
-
-function moveInResults(event) {
-  const step = { ArrowDown: 1, ArrowUp: -1 }[event.key];
-  if (!step) return;
-  const stops = [find("search"), ...find("results").querySelectorAll("button")];
-  const stop = stops[stops.indexOf(document.activeElement) + step];
-  if (stop) { event.preventDefault(); stop.focus(); }
+  if (!each) return ids;
+  const around = line ? each.sections.slice(outlineStart(each)).filter(([, , first, last]) => first <= line && line <= last).map(([, , first]) => first) : [];
+  return [...ids, each.path, ...around];
 }
 
 // --- light and dark ----------------------------------------------------------------------------------------------
@@ -207,38 +141,73 @@ function showTheme(theme) {
   if (theme) document.documentElement.dataset.theme = theme;
   const dark = (theme ?? (system.matches ? "dark" : "light")) === "dark";
   find("theme").textContent = dark ? "Light" : "Dark";
-  find("theme").setAttribute("aria-label", dark ? "Switch to light colours" : "Switch to dark colours");
+  find("theme").setAttribute("aria-label", dark ? "Light colours" : "Dark colours");
   find("theme").onclick = () => { stored.write(dark ? "light" : "dark"); showTheme(dark ? "light" : "dark"); };
 }
 
 // --- start -------------------------------------------------------------------------------------------------------
 
-const tree = new Tree(find("tree"), folderEntries(documents, ""), (entry) => {
-  if (entry.kind === "folder") go({ folder: entry.folder });
-  else go({ document: entry.document.path, line: entry.line });
+document.documentElement.classList.add("ready");
+const reading = new Reading(find("reading"), hrefOf);
+const picture = new Picture(find("graph"), (place) => {
+  // On a narrow screen the words stand out of sight of the picture.
+  go(place, narrow.matches ? "reading" : "picture");
 });
-const graph = new Graph(find("graph"), documents, ({ document: each, folder, own }) => {
-  go(each ? { document: each.path } : { folder, own });
+const tree = new Tree(find("tree"), entriesBelow(documents, ""), (entry) => {
+  closeContents();
+  go(entry.kind === "folder" ? { folder: entry.folder } : { document: entry.document.path, line: entry.line }, medium.matches ? "reading" : null);
 });
+new SearchBox(find("search"), find("results"), find("found"), new Search(documents), (place) => {
+  closeContents();
+  go(place, "reading");
+}, () => closeContents());
 
-const sectionCount = d3.sum(documents, (each) => each.sections.length);
-const brokenCount = d3.sum(documents, (each) => each.broken.length);
+// The outline stands open where there is a column for it, else after a press of its button.
+function showContents(open) {
+  find("tree").hidden = !open || find("search").value.trim() !== "";
+  find("contents").setAttribute("aria-expanded", String(open));
+}
+const closeContents = () => showContents(!medium.matches);
+
+const sectionCount = sum(documents, (each) => each.sections.length);
+const brokenCount = sum(documents, (each) => each.broken.length);
 find("counts").append(
-  `${plural(documents.length, "document")}, ${plural(sectionCount, "section")}, ${plural(map.links, "link")}, `,
-  element("span", { className: brokenCount ? "bad" : "", textContent: `${brokenCount.toLocaleString()} broken` }));
+  `${plural(documents.length, "document")}, ${plural(sectionCount, "section")}, `,
+  element("span", { className: brokenCount ? "bad" : "", textContent: brokenCount ? `${plural(brokenCount, "broken link")}` : "no broken links" }));
 
-find("search").addEventListener("input", search);
-find("search").closest("nav").addEventListener("keydown", (event) => {
-  if (event.target.closest("#search, #results")) moveInResults(event);
-  if (event.key === "Escape" && find("search").value) { find("search").value = ""; search(); find("search").focus(); }
-});
-find("nearer").onclick = () => graph.zoomBy(1.4);
-find("farther").onclick = () => graph.zoomBy(1 / 1.4);
-find("fit").onclick = () => graph.fit();
+find("skip").addEventListener("click", (event) => { event.preventDefault(); reading.focus(); });
+// What a link within the page leads to is then read from its beginning.
+for (const part of [find("reading"), find("home")]) {
+  part.addEventListener("click", (event) => {
+    const href = event.target.closest("a")?.getAttribute("href");
+    if (!href?.startsWith("#") || event.ctrlKey || event.metaKey || event.shiftKey) return;
+    event.preventDefault();
+    go(href, "reading");
+  });
+}
+find("whole").onclick = () => {
+  const { each } = placeInAddress();
+  go(each ? { document: each.path, view: "map" } : {});
+};
+find("near").onclick = () => go({ document: placeInAddress().each.path });
+find("to-picture").onclick = () => {
+  find("whole").focus({ preventScroll: true });
+  find("picture").scrollIntoView({ block: "start" });
+};
+find("nearer").onclick = () => picture.zoomBy(1.4);
+find("farther").onclick = () => picture.zoomBy(1 / 1.4);
+find("fit").onclick = () => picture.fit();
 addEventListener("keydown", (event) => {
-  if (event.key === "/" && !event.target.closest("input")) { event.preventDefault(); find("search").focus(); }
+  if (event.key === "/" && !event.ctrlKey && !event.metaKey && !event.altKey && !event.target.closest("input")) {
+    event.preventDefault();
+    find("search").focus();
+  }
 });
-addEventListener("hashchange", arrive);
+addEventListener("hashchange", () => { if (location.hash !== shownHash) arrive(); });
+medium.addEventListener("change", closeContents);
+find("contents").onclick = () => showContents(find("tree").hidden);
 system.addEventListener("change", () => showTheme(stored.read()));
+closeContents();
 showTheme(stored.read());
+tree.openSome(40, documents.length / 5);
 arrive();

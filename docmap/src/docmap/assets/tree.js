@@ -1,17 +1,10 @@
 // The outline: folders, documents and sections as a tree that makes the rows of a branch when it is first opened.
-// Texts of documents reach the page through textContent only.
-
-function element(tag, properties = {}, ...children) {
-  const made = Object.assign(document.createElement(tag), properties);
-  made.append(...children);
-  return made;
-}
 
 // A branch with thousands of documents is shown in portions of this size.
 const PORTION = 400;
 
 class Tree {
-  // `roots` and what `children()` returns: { kind, label, note, bad, id, children() or null }.
+  // `roots` and what `children()` returns: { kind, label, spoken, note, bad, id, children() or null }.
   // `choose` gets an entry that the user activates.
   constructor(list, roots, choose) {
     this.list = list;
@@ -33,8 +26,8 @@ class Tree {
   }
 
   item(entry, level) {
-    const name = element("span", { className: "name", textContent: entry.label, title: entry.label });
-    const row = element("div", { className: "row" }, element("span", { className: "twist" }), name);
+    const name = element("span", { className: "name", textContent: cut(entry.label, 120), title: cut(entry.label, 600) });
+    const row = element("div", { className: "row" }, element("span", { className: "twist", "aria-hidden": "true" }), name);
     if (entry.note) row.append(element("span", { className: "note", textContent: entry.note }));
     if (entry.bad) {
       row.append(element("span", { className: "note bad", textContent: `${entry.bad} broken` }));
@@ -43,7 +36,7 @@ class Tree {
     item.setAttribute("aria-level", level);
     item.setAttribute("aria-selected", "false");
     // Without a label of its own, an item would be read out with everything below it.
-    item.setAttribute("aria-label", entry.bad ? `${entry.label}, ${entry.bad} broken links` : entry.label);
+    item.setAttribute("aria-label", `${entry.spoken ?? entry.label}${entry.bad ? `, ${plural(entry.bad, "broken link")}` : ""}`);
     if (entry.children) this.mark(item, false);
     this.entries.set(item, entry);
     if (entry.id !== undefined) item.dataset.id = entry.id;
@@ -89,9 +82,14 @@ class Tree {
 
   focus(item) {
     if (!item) return;
+    this.makeStop(item);
+    item.focus();
+  }
+
+  // The one row that Tab stops at.
+  makeStop(item) {
     this.list.querySelectorAll('li[tabindex="0"]').forEach((other) => (other.tabIndex = -1));
     item.tabIndex = 0;
-    item.focus();
   }
 
   clicked(event) {
@@ -103,10 +101,25 @@ class Tree {
     if (!event.target.closest(".twist")) this.activate(item);
   }
 
-  // The item `step` rows further among those that can be seen.
+  // The rows that can be seen, from top to bottom.
+  seen() {
+    return [...this.list.querySelectorAll("li")].filter((item) => !item.parentElement.closest("ul[hidden]"));
+  }
+
   next(item, step) {
-    const seen = [...this.list.querySelectorAll("li")].filter((other) => !other.parentElement.closest("ul[hidden]"));
+    const seen = this.seen();
     return seen[seen.indexOf(item) + step];
+  }
+
+  // Letters typed in a row move to the next row that begins with them.
+  typed(item, letter) {
+    const now = Date.now();
+    this.letters = now - (this.typedAt ?? 0) < 700 ? this.letters + fold(letter) : fold(letter);
+    this.typedAt = now;
+    const seen = this.seen();
+    const at = seen.indexOf(item) + (this.letters.length > 1 ? 0 : 1);
+    const order = [...seen.slice(at), ...seen.slice(0, at)];
+    this.focus(order.find((other) => fold(this.entries.get(other).label).startsWith(this.letters)));
   }
 
   pressed(event) {
@@ -120,13 +133,33 @@ class Tree {
       ArrowRight: () => (closed ? this.toggle(item, true) : this.focus(item.querySelector(":scope > ul > li"))),
       ArrowLeft: () => (this.isOpen(item) ? this.toggle(item, false) : this.focus(above)),
       Home: () => this.focus(this.list.querySelector("li")),
-      End: () => this.focus([...this.list.querySelectorAll("li")].filter((other) => other.offsetParent).pop()),
+      End: () => this.focus(this.seen().pop()),
       Enter: () => this.activate(item),
       " ": () => this.activate(item),
     };
-    if (!moves[event.key]) return;
+    if (!moves[event.key]) {
+      if (event.key.length === 1 && event.key !== "/") this.typed(item, event.key);
+      return;
+    }
     event.preventDefault();
+    this.typedAt = 0;
     moves[event.key]();
+  }
+
+  // Opens folders of at least `least` documents, the largest first, while no more than `most` rows are seen.
+  openSome(most, least) {
+    let seen = this.list.children.length;
+    const closed = new Set(this.list.querySelectorAll("li.folder"));
+    for (;;) {
+      const [item] = [...closed].sort((one, other) => this.entries.get(other).size - this.entries.get(one).size);
+      if (!item || this.entries.get(item).size < least) return;
+      closed.delete(item);
+      const { length } = this.entries.get(item).children();
+      if (seen + length > most) continue;
+      this.toggle(item, true);
+      item.querySelectorAll("li.folder").forEach((below) => closed.add(below));
+      seen += length;
+    }
   }
 
   // Opens the branches above the entry with the last of these ids, and marks it as chosen.
@@ -142,8 +175,12 @@ class Tree {
       item = this.below(list, String(id));
       if (!item) return;
     }
-    item?.setAttribute("aria-selected", "true");
-    item?.scrollIntoView({ block: "nearest" });
+    if (!item) return;
+    item.setAttribute("aria-selected", "true");
+    this.makeStop(item);
+    // Only the tree's own box moves; a whole page would jump away from what is being read.
+    const [box, row] = [this.list.getBoundingClientRect(), item.querySelector(".row").getBoundingClientRect()];
+    if (row.top < box.top || row.bottom > box.bottom) this.list.scrollTop += row.top - box.top - box.height / 3;
   }
 
   below(list, id) {

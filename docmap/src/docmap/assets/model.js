@@ -1,0 +1,152 @@
+// What the page knows: the documents of a folder, their sections and links, and what follows from these.
+// Texts of documents reach the page through textContent only.
+
+const find = (id) => document.getElementById(id);
+
+// An element; names with a dash, and `role`, are attributes, all others properties. Children may be left out by null.
+function element(tag, properties = {}, ...children) {
+  const made = document.createElement(tag);
+  for (const [name, value] of Object.entries(properties)) {
+    if (name.includes("-") || name === "role") made.setAttribute(name, value);
+    else made[name] = value;
+  }
+  made.append(...children.flat().filter((child) => child !== null && child !== undefined));
+  return made;
+}
+
+function plural(count, noun) {
+  return `${count.toLocaleString()} ${noun}${count === 1 ? "" : noun.endsWith("h") ? "es" : "s"}`;
+}
+
+function cut(text, length) {
+  return text.length > length ? `${text.slice(0, length - 1).trimEnd()}…` : text;
+}
+
+const map = JSON.parse(find("data").textContent);
+const documents = map.documents;
+const byPath = new Map(documents.map((each) => [each.path, each]));
+
+// `into` and `out` of a document: the other document, and the lines of the links.
+documents.forEach((each, number) => {
+  Object.assign(each, { number, into: new Map(), out: new Map() });
+  each.findings = each.broken.map(([line, target, message, suggestion, doubt]) => ({ line, target, message, suggestion, doubt }));
+  each.broken = each.findings.filter(({ doubt }) => !doubt);
+  each.doubtful = each.findings.filter(({ doubt }) => doubt);
+  each.folder = each.path.slice(0, Math.max(0, each.path.lastIndexOf("/")));
+});
+for (const each of documents) {
+  for (const [target, ...lines] of each.links) {
+    each.out.set(documents[target], lines);
+    documents[target].into.set(each, lines);
+  }
+}
+
+const isBelow = (folder, above) => above === "" || folder === above || folder.startsWith(`${above}/`);
+// What is in no link is listed, not drawn; a broken link is one.
+const isIsolated = (each) => each.into.size === 0 && each.out.size === 0 && each.broken.length === 0;
+// Many links lead to what is central; among equals, the document that says more.
+const byImportance = (one, other) => other.into.size - one.into.size || other.out.size - one.out.size;
+const sum = (list, value) => list.reduce((total, each) => total + value(each), 0);
+
+// The document that introduces a folder.
+const indexOf = (() => {
+  const found = new Map();
+  for (const each of documents) {
+    const name = each.path.slice(each.folder ? each.folder.length + 1 : 0).toLowerCase();
+    const rank = ["index", "_index", "readme"].indexOf(name.replace(/\.\w+$/, ""));
+    if (rank >= 0 && !(found.get(each.folder)?.rank <= rank)) found.set(each.folder, { rank, each });
+  }
+  return (folder) => (folder === "" && map.home !== null ? documents[map.home] : found.get(folder)?.each);
+})();
+
+const lastName = (path) => path.slice(path.lastIndexOf("/") + 1);
+
+// The innermost section that a line stands in.
+function sectionAt(each, line) {
+  return each.sections.findLast(([, , first, last]) => first <= line && line <= last);
+}
+
+// The first paragraph of a document that says something: a few words alone are a badge or a caption.
+function firstParagraph(each) {
+  const texts = [each.text, ...each.sections.slice(0, 3).map(([, , , , text]) => text)].filter(Boolean);
+  return texts.find((text) => text.length > 30 || /[.!?:…]$/.test(text) || !/^[\x00-\x7f]*$/.test(text)) ?? texts[0] ?? "";
+}
+
+// Where the sections begin that say more than the title does: 1 after a section that is the whole document, else 0.
+function outlineStart(each) {
+  const [first, ...rest] = each.sections;
+  return first && first[1] === each.title && rest.every(([depth]) => depth > 0) ? 1 : 0;
+}
+
+// The address of a line of a document's file; null where the page cannot know it.
+function address(each, line) {
+  if (map.link === null) return null;
+  let path = each.href ?? each.path.split("/").map(encodeURIComponent).join("/");
+  if (map.whole) {
+    // An editor wants the whole path, which only the page in its place beside the folder knows.
+    if (location.protocol !== "file:" || map.base === null) return null;
+    path = new URL(`./${map.base}/${path}`, location.href).pathname.slice(1);
+  }
+  return map.link.replaceAll("{path}", () => path).replaceAll("{line}", line);
+}
+
+// A link into a file, plain text where there is no address.
+function fileLink(each, line, text, properties = {}) {
+  const href = address(each, line);
+  return href === null ? element("span", { textContent: text, ...properties }) : element("a", { href, textContent: text, ...properties });
+}
+
+// The folders directly below one, and the documents that lie in it; a folder that only holds one thing is opened.
+function partsOf(inside, folder) {
+  const [own, deeper] = [[], new Map()];
+  const begin = folder === "" ? 0 : folder.length + 1;
+  for (const each of inside) {
+    if (each.folder === folder) own.push(each);
+    else {
+      const end = each.path.indexOf("/", begin);
+      const below = each.path.slice(0, end);
+      if (deeper.has(below)) deeper.get(below).push(each);
+      else deeper.set(below, [each]);
+    }
+  }
+  const folders = [];
+  for (let [below, members] of deeper) {
+    if (members.length === 1) own.push(members[0]);
+    else {
+      for (;;) {
+        const next = members[0].path.indexOf("/", below.length + 1);
+        const deeperStill = next < 0 ? null : members[0].path.slice(0, next);
+        if (deeperStill === null || !members.every(({ path }) => path.startsWith(`${deeperStill}/`))) break;
+        below = deeperStill;
+      }
+      folders.push({ folder: below, members });
+    }
+  }
+  return { folders, own };
+}
+
+// The folders that documents below `folder` fall into, largest first: none holds most of them where it can be divided,
+// and small ones beyond `most` go together. { folder, members, label, own }; the label is null for what lies in
+// `folder` itself, `own` tells that the area is no folder as a whole.
+function areasOf(inside, folder, most) {
+  const divide = (members, above) => {
+    const { folders, own } = partsOf(members, above);
+    return [...folders, { folder: above, members: own, own: true }].filter((part) => part.members.length);
+  };
+  let areas = divide(inside, folder);
+  for (;;) {
+    const [largest] = areas.filter(({ own }) => !own).sort((one, other) => other.members.length - one.members.length);
+    if (!largest || largest.members.length < 8 || (areas.length > 1 && largest.members.length <= inside.length * 0.35)) break;
+    areas = [...areas.filter((area) => area !== largest), ...divide(largest.members, largest.folder)];
+  }
+  // What lies alone needs no region of its own.
+  const loose = areas.filter((area) => area.own && (area.folder === folder || area.members.length < 3));
+  areas = areas.filter((area) => !loose.includes(area)).sort((one, other) => other.members.length - one.members.length);
+  for (const area of areas) area.label = lastName(area.folder);
+  if (areas.length > most) {
+    const rest = areas.splice(most - 1);
+    areas.push({ folder, own: true, members: rest.flatMap(({ members }) => members), label: `${rest.length} more folders`, rest });
+  }
+  if (loose.length) areas.push({ folder, own: true, members: loose.flatMap(({ members }) => members), label: null });
+  return areas;
+}

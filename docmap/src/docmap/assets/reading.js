@@ -1,0 +1,203 @@
+// What is chosen, in words: what it is, where it lies, what it says, what is broken in it, what it is linked with.
+
+const MOST_ROWS = 60;
+const LONG_TITLE = 140;
+const FEW_DOCUMENTS = 12;
+
+// A heading that may be too long to be shown whole.
+function title(text) {
+  const heading = element("h2", { tabIndex: -1, textContent: cut(text, LONG_TITLE) });
+  if (text.length <= LONG_TITLE) return [heading];
+  const whole = element("button", { type: "button", className: "small", textContent: "Show the whole title" });
+  whole.onclick = () => { heading.textContent = text; heading.focus(); whole.remove(); };
+  return [heading, whole];
+}
+
+// A list under a heading; only its first rows until the reader asks for all.
+function list(name, rows, make, { note = null, className = "", folded = false, most = MOST_ROWS } = {}) {
+  if (!rows.length) return [];
+  const items = element("ul", { className });
+  const add = (some) => items.append(...some.map((row) => element("li", {}, make(row))));
+  add(rows.slice(0, most));
+  const section = folded ? element("details", { className: "group" }) : element("section", { className: "group" });
+  const heading = [`${name} `, element("span", { className: "count", textContent: rows.length.toLocaleString() })];
+  section.append(folded ? element("summary", {}, ...heading) : element("h3", {}, ...heading));
+  if (note) section.append(element("p", { className: "faint", textContent: note }));
+  section.append(items);
+  if (rows.length > most) {
+    const more = element("button", { type: "button", className: "small", textContent: `Show all ${rows.length.toLocaleString()}` });
+    more.onclick = () => {
+      add(rows.slice(most));
+      more.remove();
+      items.children[most].tabIndex = -1;
+      items.children[most].focus();
+    };
+    section.append(more);
+  }
+  return [section];
+}
+
+class Reading {
+  // `href` makes the address of a place within this page.
+  constructor(pane, href) {
+    Object.assign(this, { pane, href });
+  }
+
+  show(...content) {
+    this.pane.replaceChildren(...content.flat());
+    this.pane.scrollTop = 0;
+  }
+
+  focus() {
+    const aim = this.pane.querySelector(".here") ?? this.pane.querySelector("h2");
+    aim.focus({ preventScroll: true });
+    // On a page that scrolls as a whole the reading may be out of sight.
+    if (aim.matches(".here")) aim.scrollIntoView({ block: "center" });
+    else this.pane.scrollIntoView({ block: "start" });
+  }
+
+  to(place, text, properties = {}) {
+    return element("a", { href: this.href(place), textContent: text, ...properties });
+  }
+
+  toDocument(each, properties) {
+    return this.to({ document: each.path }, cut(each.title, 90), { title: each.path, ...properties });
+  }
+
+  trail(folder, { self }) {
+    const names = folder === "" ? [] : folder.split("/");
+    const steps = self && !names.length ? [] : [this.to({}, cut(map.title, 40))];
+    names.forEach((name, depth) => {
+      const last = self && depth === names.length - 1;
+      steps.push(" / ", last ? name : this.to({ folder: names.slice(0, depth + 1).join("/") }, name));
+    });
+    return element("nav", { className: "trail", "aria-label": "Place" }, ...steps);
+  }
+
+  // --- a document --------------------------------------------------------------------------------------------------
+
+  showDocument(each, line) {
+    const here = line ? sectionAt(each, line) : null;
+    const text = firstParagraph(each);
+    // The outline repeats neither the title nor the paragraph that stand above it.
+    const sections = each.sections.slice(outlineStart(each));
+    const top = sections.length ? Math.min(...sections.map(([depth]) => depth)) : 0;
+    const facts = [plural(each.sections.length, "section"), `linked from ${plural(each.into.size, "document")}`, `links to ${each.out.size.toLocaleString()}`];
+    this.show(
+      this.trail(each.folder, { self: false }),
+      title(each.title),
+      element("p", { className: "file" }, fileLink(each, 1, each.path), element("span", { className: "faint", textContent: ` · ${facts.join(" · ")}` })),
+      text ? element("p", { className: "lead", textContent: text }) : [],
+      this.findings("Broken links", each.broken, each),
+      list("Outline", sections, ([depth, name, begin, , paragraph]) => {
+        const marked = here && here[2] === begin && here[1] === name;
+        const row = element("div", { className: marked ? "section here" : "section", tabIndex: marked ? -1 : undefined },
+          fileLink(each, begin, cut(name || "(no text)", 200)), element("span", { className: "line", textContent: ` line ${begin}` }),
+          paragraph && paragraph !== text ? element("p", { className: "faint", textContent: paragraph }) : null);
+        if (!marked) row.removeAttribute("tabindex");
+        row.style.marginLeft = `${Math.min(depth - top, 8) * 1.1}rem`;
+        return row;
+      }, { className: "outline" }),
+      this.links("Links to", each.out, () => each),
+      this.links("Linked from", each.into, (other) => other),
+      this.findings("Doubtful links", each.doubtful, each),
+    );
+  }
+
+  // The other documents; below each, the lines of the links, in the document `holder(other)`, with their sections.
+  links(name, ends, holder) {
+    const rows = [...ends].sort(([one], [other]) => byImportance(one, other));
+    return list(name, rows, ([other, lines]) => {
+      const from = holder(other);
+      const places = lines.slice(0, 6).map((line) => {
+        const section = sectionAt(from, line);
+        return element("span", { className: "place" }, fileLink(from, line, `line ${line}`), section && section[1] !== from.title ? ` in “${cut(section[1], 60)}”` : "");
+      });
+      const rest = lines.length > places.length ? ` and ${lines.length - places.length} more` : "";
+      return [this.toDocument(other), element("div", { className: "faint" }, ...places.flatMap((place, index) => (index ? [", ", place] : [place])), rest)];
+    });
+  }
+
+  findings(name, findings, each) {
+    return list(name, findings, ({ line, message, suggestion, doubt }) => element("div", { className: doubt ? "finding doubt" : "finding" },
+      fileLink(each, line, `line ${line}`), `: ${message}`,
+      suggestion ? element("span", { className: "meant" }, "; did you mean ", element("b", { textContent: suggestion }), "?") : null,
+      doubt ? element("span", { className: "faint", textContent: ` (${doubt})` }) : null));
+  }
+
+  // --- a folder ----------------------------------------------------------------------------------------------------
+
+  showFolder(folder) {
+    const inside = documents.filter((each) => isBelow(each.folder, folder));
+    if (!inside.length) {
+      this.show(title(folder === "" ? map.title : folder), element("p", { className: "lead", textContent: "No Markdown documents are in this folder." }),
+        folder === "" ? [] : element("p", {}, this.to({}, "Show the whole folder")));
+      return;
+    }
+    const index = indexOf(folder);
+    const name = folder === "" ? map.title : index?.title ?? lastName(folder);
+    // A few documents are a list by themselves.
+    const few = inside.length <= FEW_DOCUMENTS;
+    const areas = few ? [] : areasOf(inside, folder, Infinity);
+    const folders = areas.filter(({ label }) => label !== null);
+    const own = few ? [...inside].sort(byImportance) : areas.find(({ label }) => label === null)?.members ?? [];
+    const sections = sum(inside, (each) => each.sections.length);
+    const central = inside.filter((each) => !few && each.into.size > 1 && each !== index).sort(byImportance).slice(0, 5);
+    const alone = inside.filter(isIsolated);
+    const wrong = inside.filter((each) => each.broken.length).sort((one, other) => other.broken.length - one.broken.length);
+    const links = sum(inside, (each) => sum([...each.out.values()], (lines) => lines.length));
+    const facts = [plural(inside.length, "document"), plural(sections, "section"), plural(links, "link") + " between documents"];
+    const broken = sum(wrong, (each) => each.broken.length);
+    this.show(
+      this.trail(folder, { self: true }),
+      title(name),
+      element("p", { className: "file" }, index ? [this.to({ document: index.path }, index.path), " · "] : [],
+        element("span", { className: "faint", textContent: facts.join(" · ") })),
+      index && firstParagraph(index) ? element("p", { className: "lead", textContent: firstParagraph(index) }) : [],
+      element("p", { className: "verdict" }, broken ? this.jump(`▲ ${plural(broken, "broken link")} in ${plural(wrong.length, "document")}`, "broken") : "✓ No broken links"),
+      list("Most linked documents", central, (each) => this.described(each), { note: "Start with these: many documents link to them." }),
+      list("Folders", folders, (part) => this.folderRow(part, folder), { most: 24 }),
+      list("Documents with broken links", wrong, (each) => [this.toDocument(each),
+        element("ul", {}, each.broken.slice(0, 3).map(({ line, message, suggestion }) => element("li", { className: "finding" },
+          fileLink(each, line, `line ${line}`), `: ${message}`, suggestion ? `; did you mean ${suggestion}?` : "")),
+        each.broken.length > 3 ? element("li", { className: "faint", textContent: `and ${each.broken.length - 3} more` }) : null)], { className: "broken", most: 10 }),
+      list(folders.length ? "Documents beside the folders" : "Documents", own.filter((each) => each !== index), (each) => this.described(each), { most: 30 }),
+      list("Not linked", alone, (each) => [this.toDocument(each), element("span", { className: "line", textContent: ` ${each.path}` })],
+        { note: "No document links to these, and they link to none.", folded: alone.length > 5 }),
+    );
+  }
+
+  // A button that goes to the list of this class.
+  jump(text, className) {
+    const made = element("button", { type: "button", className: "jump bad", textContent: text });
+    made.onclick = () => {
+      const heading = this.pane.querySelector(`ul.${className}`).parentElement.firstElementChild;
+      heading.tabIndex = -1;
+      heading.focus({ preventScroll: true });
+      heading.scrollIntoView({ block: "start" });
+    };
+    return made;
+  }
+
+  described(each) {
+    const text = firstParagraph(each);
+    return [
+      this.toDocument(each),
+      each.into.size ? element("span", { className: "line", textContent: ` linked from ${each.into.size.toLocaleString()}` }) : null,
+      text ? element("p", { className: "faint", textContent: cut(text, 110) }) : null,
+    ];
+  }
+
+  folderRow({ folder, members }, above) {
+    const index = indexOf(folder);
+    const broken = sum(members, (each) => each.broken.length);
+    const title = index?.title;
+    const shown = folder.slice(above ? above.length + 1 : 0);
+    const says = (index && firstParagraph(index)) || [...members].sort(byImportance).slice(0, 4).map((each) => cut(each.title, 40)).join(", ");
+    return [this.to({ folder }, `${shown || lastName(folder)}/`),
+      title && fold(title) !== fold(lastName(folder)) ? ` ${cut(title, 60)}` : "",
+      element("span", { className: "line", textContent: ` ${plural(members.length, "document")}` }),
+      broken ? element("span", { className: "line bad", textContent: ` ▲ ${broken.toLocaleString()} broken` }) : null,
+      element("p", { className: "faint", textContent: cut(says, 110) })];
+  }
+}

@@ -1,0 +1,199 @@
+"""Keeps what files hold, so that a run over unchanged files need not parse them again.
+
+One SQLite file in the user's cache folder. Facts are found by a hash of a file's bytes, together with the versions of
+everything that reads them. Nothing that goes wrong here is a reason to fail: what cannot be kept is read again.
+"""
+
+from __future__ import annotations
+
+import hashlib
+import json
+import os
+import sqlite3
+import sys
+import time
+from collections.abc import Iterable
+from contextlib import suppress
+from importlib import metadata
+from typing import Any
+
+from docmap.facts import Body, Construct, Facts, Heading, Link, Named, Section, Span
+
+# Raised with every change to what is read of a file, or to the form in which it is kept.
+_FORMAT = 1
+_READERS = ("docmap", "quarnel-markdown", "tree-sitter", "tree-sitter-markdown", "PyYAML")
+_DAY = 86400
+# Entries that no run has asked for in this time are dropped.
+_KEPT_DAYS = 30
+# Other runs hold the file for milliseconds; one that hangs must not hold this one up.
+_SECONDS_TO_WAIT = 2.0
+
+
+def cache_folder() -> str:
+    """The folder for docmap's cache, as the system's conventions have it."""
+    if sys.platform == "win32":
+        return os.path.join(os.environ.get("LOCALAPPDATA") or os.path.expanduser("~"), "docmap", "Cache")
+    if sys.platform == "darwin":
+        return os.path.expanduser("~/Library/Caches/docmap")
+    return os.path.join(os.environ.get("XDG_CACHE_HOME") or os.path.expanduser("~/.cache"), "docmap")
+
+
+def readers() -> str:
+    """The versions of all that decides what is read of a file."""
+    return f"{_FORMAT} " + " ".join(f"{name} {_version(name)}" for name in _READERS)
+
+
+def _version(name: str) -> str:
+    try:
+        return metadata.version(name)
+    except metadata.PackageNotFoundError:
+        return "-"
+
+
+def key_of(data: bytes, versions: str) -> bytes:
+    """The key of a file's bytes."""
+    return hashlib.blake2b(
+        data, digest_size=20, key=hashlib.blake2b(versions.encode(), digest_size=32).digest()
+    ).digest()
+
+
+class Cache:
+    """Facts by key. Without a folder to keep them in, it is empty and stays so."""
+
+    def __init__(self, folder: str | None) -> None:
+        """`folder`: where to keep the file; None to keep nothing."""
+        self._connection: sqlite3.Connection | None = None
+        if folder is None:
+            return
+        with suppress(OSError, sqlite3.Error):
+            os.makedirs(folder, mode=0o700, exist_ok=True)
+            self._connection = self._open(os.path.join(folder, "facts.sqlite"))
+
+    @staticmethod
+    def _open(path: str) -> sqlite3.Connection | None:
+        for _ in range(2):
+            connection = sqlite3.connect(path, timeout=_SECONDS_TO_WAIT, isolation_level=None)
+            try:
+                # Readers and one writer at a time do not wait for each other.
+                connection.execute("PRAGMA journal_mode=WAL")
+                connection.execute("PRAGMA synchronous=OFF")
+                connection.execute(
+                    "CREATE TABLE IF NOT EXISTS facts (key BLOB PRIMARY KEY, day INTEGER, facts BLOB) WITHOUT ROWID"
+                )
+                return connection
+            except sqlite3.OperationalError:  # another run holds it
+                connection.close()
+                return None
+            except sqlite3.DatabaseError:  # not a database: broken off halfway, or something else's
+                connection.close()
+                os.replace(path, path + ".broken")
+        return None
+
+    def get(self, keys: list[bytes]) -> dict[bytes, bytes]:
+        """The entries that are there, of these keys."""
+        found: dict[bytes, bytes] = {}
+        if self._connection is None:
+            return found
+        today = int(time.time()) // _DAY
+        stale: list[bytes] = []
+        try:
+            for begin in range(0, len(keys), 500):
+                some = keys[begin : begin + 500]
+                marks = ",".join("?" * len(some))
+                for key, day, facts in self._connection.execute(
+                    f"SELECT key, day, facts FROM facts WHERE key IN ({marks})", some
+                ):
+                    found[key] = facts
+                    if day != today:
+                        stale.append(key)
+            if stale:
+                self._write("UPDATE facts SET day = ? WHERE key = ?", [(today, key) for key in stale])
+        except sqlite3.Error:
+            self.close()
+        return found
+
+    def put(self, entries: Iterable[tuple[bytes, bytes]]) -> None:
+        """Keep these entries."""
+        if self._connection is None:
+            return
+        today = int(time.time()) // _DAY
+        with suppress(sqlite3.Error):
+            self._write(
+                "INSERT OR REPLACE INTO facts VALUES (?, ?, ?)", [(key, today, kept) for key, kept in entries]
+            )
+            self._connection.execute("DELETE FROM facts WHERE day < ?", (today - _KEPT_DAYS,))
+
+    def _write(self, statement: str, rows: list[tuple[Any, ...]]) -> None:
+        assert self._connection is not None
+        self._connection.execute("BEGIN IMMEDIATE")
+        try:
+            self._connection.executemany(statement, rows)
+            self._connection.execute("COMMIT")
+        except sqlite3.Error:
+            with suppress(sqlite3.Error):
+                self._connection.execute("ROLLBACK")
+            raise
+
+    def close(self) -> None:
+        """Let go of the file."""
+        if self._connection is not None:
+            with suppress(sqlite3.Error):
+                self._connection.close()
+            self._connection = None
+
+
+# --- The form in which facts are kept ----------------------------------------------------------------------
+
+_LISTS: dict[str, Any] = {
+    "links": Link,
+    "headings": Heading,
+    "ids": Named,
+    "attribute_ids": Named,
+    "block_ids": Named,
+    "targets": Named,
+    "terms": Named,
+    "footnotes": Named,
+    "constructs": Construct,
+    "spans": Span,
+}
+
+
+def packed(facts: Facts, sections: list[Section]) -> bytes:
+    """Facts and sections as bytes; JSON, since what is read from a file must not be able to run anything.
+
+    Two lines, so that sections, which not every command asks for, need not be read.
+    """
+    return b"\n".join(
+        json.dumps(value, separators=(",", ":")).encode("ascii") for value in (_plain(facts), sections)
+    )
+
+
+def _plain(facts: Facts) -> dict[str, Any]:
+    kept = {name: value for name, value in vars(facts).items() if value and name != "bodies"}
+    if facts.bodies:
+        kept["bodies"] = [[body.first, body.kind, body.name, _plain(body.facts)] for body in facts.bodies]
+    return kept
+
+
+def unpacked(data: bytes) -> Facts | None:
+    """The facts that were packed; None for bytes that are something else."""
+    try:
+        return _facts(json.loads(data[: data.index(b"\n")]))
+    except (ValueError, TypeError, KeyError, AttributeError, RecursionError):
+        return None
+
+
+def unpacked_sections(data: bytes) -> list[Section]:
+    """The sections that were packed with facts that `unpacked` returned."""
+    return [Section(*section) for section in json.loads(data[data.index(b"\n") :])]
+
+
+def _facts(plain: dict[str, Any]) -> Facts:
+    facts = Facts(**{name: value for name, value in plain.items() if name not in _LISTS and name != "bodies"})
+    for name, kind in _LISTS.items():
+        rows = plain.get(name)
+        if rows:
+            setattr(facts, name, list(map(kind._make, rows)))
+    for first, kind, name, body in plain.get("bodies", ()):
+        facts.bodies.append(Body(first, kind, name, _facts(body)))
+    return facts

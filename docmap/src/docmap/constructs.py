@@ -1,0 +1,107 @@
+"""Finds where something other than Markdown makes text: templates, directives, includes, imports, components.
+
+Also finds the lines between tags that show their content as it is written.
+"""
+
+from __future__ import annotations
+
+import re
+from collections.abc import Iterator
+
+from docmap.facts import (
+    EXPRESSION,
+    FENCE,
+    HASH,
+    IMPORT,
+    INCLUDE,
+    LIQUID,
+    SHORTCODE,
+    SNIPPET,
+    Construct,
+)
+
+# Each pattern is tried only where a sign of it is in the document; looking for these is much faster.
+_BRACES = re.compile(
+    rb"""\{(?:
+        \{[<%]-?\s*(?P<shortcode>/?\s*[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
+      | %-?\s*(?P<liquid>\w+)(?P<liquid_rest>[^{}%]{0,2000})%\}
+      | (?<![{\\]\{)\{\#(?P<hash>\w+)(?P<hash_rest>[^{}\n]{0,2000})\}\}
+      | (?<!\{\{)\{(?![{<%\#])\s*(?P<expression>[^\s{}|(]{0,200})(?P<expression_rest>[^{}]{0,2000})\}\}
+    )""",
+    re.VERBOSE,
+)
+_SNIPPET = re.compile(rb"(?P<snippet>;*)-+8<-+(?P<snippet_rest>[^\n]*)")
+_INCLUDE = re.compile(
+    rb"""<!--[ \t]*@?(?P<include>include)(?P<include_rest>[^\n]{0,2000}?)-->
+      | (?<![^\s])@(?P<at>include)\b(?P<at_rest>[^\n]*)
+      | \[!(?P<docfx>INCLUDE)[ \t]*\[[^\[\]\n]*\]\((?P<docfx_rest>[^()\n]*)\)
+    """,
+    re.VERBOSE,
+)
+_IMPORT_LINE = re.compile(rb"^(?P<import>import)[ \t]+(?P<import_rest>[^\n]+)", re.MULTILINE)
+_FENCE_LINE = re.compile(rb":::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)")
+_PATTERNS = (
+    ((b"{{", b"{%"), _BRACES),
+    ((b"8<-",), _SNIPPET),
+    ((b"include", b"INCLUDE"), _INCLUDE),
+    ((b"import ", b"import\t"), _IMPORT_LINE),
+    ((b":::",), _FENCE_LINE),
+)
+_FORMS = {
+    "shortcode_rest": SHORTCODE,
+    "liquid_rest": LIQUID,
+    "hash_rest": HASH,
+    "expression_rest": EXPRESSION,
+    "snippet_rest": SNIPPET,
+    "include_rest": INCLUDE,
+    "at_rest": INCLUDE,
+    "docfx_rest": INCLUDE,
+    "fence_rest": FENCE,
+}
+_IMPORT = re.compile(rb"(?:(?P<names>[^'\"]+?)\s+from\s+)?['\"](?P<path>[^'\"]+)['\"]")
+
+# What stands between these is shown as written or not at all; the grammar takes it for text.
+_LITERAL = re.compile(
+    rb"\{[{%][<%-]?\s*(?P<close>/|end)?\s*(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b"
+)
+
+
+def find_constructs(data: bytes) -> Iterator[tuple[int, Construct]]:
+    """The constructs of a document and where they stand; their lines are left at 0."""
+    for signs, pattern in _PATTERNS:
+        if any(sign in data for sign in signs):
+            for match in pattern.finditer(data):
+                yield from _constructs_of(match)
+
+
+def _constructs_of(match: re.Match[bytes]) -> Iterator[tuple[int, Construct]]:
+    last = match.lastgroup or ""
+    if last == "import_rest":
+        imported = _IMPORT.match(match["import_rest"])
+        if imported is not None:
+            for name in re.findall(rb"[\w$]+", imported["names"] or b"") or [b""]:
+                yield match.start(), Construct(0, IMPORT, _text(name), _text(imported["path"]))
+        return
+    name = _text(match[last.removesuffix("_rest")]).strip("{} \t\n")
+    # The closing tag says nothing that the opening one did not.
+    if not name.startswith("/"):
+        yield match.start(), Construct(0, _FORMS[last], name, _text(match[last]).strip())
+
+
+def _text(data: bytes) -> str:
+    return data.decode("utf-8", "replace")
+
+
+def literal_spans(data: bytes) -> Iterator[tuple[int, int, str]]:
+    """Where what looks like Markdown is shown as written: begin, end (in bytes), and the tag that says so."""
+    if b"{%" not in data and b"{{" not in data:
+        return
+    tags = [(match.start(), match["tag"], match["close"] is not None) for match in _LITERAL.finditer(data)]
+    last_close = {tag: position for position, tag, closes in tags if closes}
+    opened: tuple[int, bytes] | None = None
+    for position, tag, closes in tags:
+        if opened is None and not closes and last_close.get(tag, 0) > position:
+            opened = position, tag
+        elif opened is not None and closes and opened[1] == tag:
+            yield opened[0], position, _text(tag)
+            opened = None

@@ -1,0 +1,195 @@
+"""What the bytes of one file say, whatever site the file belongs to.
+
+Facts depend on the bytes alone, so they can be kept and found again by a hash of these. Whether a link leads
+somewhere, and which anchor a heading makes, is for the site to say (`docmap.sites`). Lines count from 1.
+"""
+
+from __future__ import annotations
+
+from collections.abc import Collection
+from dataclasses import dataclass, field, replace
+from typing import Any, Final, NamedTuple
+
+# --- Forms of links ----------------------------------------------------------------------------------------
+
+LINK: Final = "link"  # [text](path#anchor), and the destination of a reference definition
+WIKI: Final = "wiki"  # [[path#anchor|text]]
+IMAGE: Final = "image"  # ![text](path)
+EMBED: Final = "embed"  # ![[path#anchor]]
+HREF: Final = "href"  # <a href="path#anchor">
+SRC: Final = "src"  # <img src="path">, and of other elements
+TEMPLATE: Final = "template"  # [text]({{< ref "x" >}}): a destination that a template or program fills in
+WWW: Final = "www"  # [text](www.example.org): a web address without its scheme
+SCHEME: Final = "scheme"  # [text](project:path#anchor), <path:file>: schemes of a generator; `path` has it
+LABEL: Final = "label"  # [text][label] or [label][] without a definition of the label
+FOOTNOTE: Final = "footnote"  # [^label] without a definition
+
+
+class Link(NamedTuple):
+    """A link as a reader would follow it.
+
+    `path` and `anchor` are percent-decoded and without escapes, character references and query; `path` is ""
+    for a link within the document; `anchor` is None without "#". A template's `path` is its whole destination,
+    a label's or footnote's `path` is the label. `written` is the target as the document has it.
+    """
+
+    line: int
+    form: str
+    path: str
+    anchor: str | None
+    written: str
+
+
+class Heading(NamedTuple):
+    """A heading of the page: `text` as a reader sees it, `raw` as inline Markdown (or HTML, for `html`).
+
+    `nested`: in a block quote or list item, so no section of the outline. `html`: an <h1> to <h6> element;
+    `own_id` is its id attribute, or None.
+    """
+
+    line: int
+    level: int
+    text: str
+    raw: str
+    nested: bool = False
+    html: bool = False
+    own_id: str | None = None
+
+
+class Named(NamedTuple):
+    """A name that something on this line has: an id, a target, a term."""
+
+    line: int
+    name: str
+
+
+# Forms of constructs.
+SHORTCODE: Final = "shortcode"  # {{< name arguments >}} and {{% name arguments %}}
+LIQUID: Final = "liquid"  # {% name arguments %}
+EXPRESSION: Final = "expression"  # {{ name arguments }}
+HASH: Final = "hash"  # {{#name arguments}}
+FENCE: Final = "fence"  # ```{name} arguments, :::{name} arguments, ::: name arguments
+SNIPPET: Final = "snippet"  # --8<-- "arguments"
+INCLUDE: Final = "include"  # <!--@include: arguments-->, @include, [!INCLUDE [title](arguments)]
+IMPORT: Final = "import"  # import name from 'arguments'
+COMPONENT: Final = "component"  # <Name arguments>: what no HTML element is called
+
+
+class Construct(NamedTuple):
+    """A place where something other than Markdown makes text: its form, its name, the rest as written."""
+
+    line: int
+    form: str
+    name: str
+    arguments: str
+
+
+class Span(NamedTuple):
+    """Lines (both ends belong to it) that are special: `kind` is "comment", "ignore" or a tag such as "raw"."""
+
+    first: int
+    last: int
+    kind: str
+
+
+class Section(NamedTuple):
+    """A section of the outline; `fqn` without the file's prefix."""
+
+    name: str
+    fqn: str
+    start_line: int
+    end_line: int
+    signature: str
+    docstring: str | None
+
+
+class Body(NamedTuple):
+    """Text that is a document of its own to some sites and code to others.
+
+    `kind` "fence": the body of ```{name}; "admonition": what is indented below `!!!`, `???` or `===`. Line n of
+    `facts` is line `first` + n - 1 of the document.
+    """
+
+    first: int
+    kind: str
+    name: str
+    facts: Facts
+
+
+@dataclass
+class Facts:
+    """All that is known of one file, each list in document order."""
+
+    links: list[Link] = field(default_factory=list)
+    headings: list[Heading] = field(default_factory=list)
+    # id and name attributes of HTML elements, those of headings apart.
+    ids: list[Named] = field(default_factory=list)
+    # Ids in braces that are not at the end of a heading's line: `{#id}`, `{: #id}`.
+    attribute_ids: list[Named] = field(default_factory=list)
+    # `^id` at the end of a block.
+    block_ids: list[Named] = field(default_factory=list)
+    # `(name)=` above a block.
+    targets: list[Named] = field(default_factory=list)
+    # Terms of definition lists.
+    terms: list[Named] = field(default_factory=list)
+    # Labels of footnotes that are defined.
+    footnotes: list[Named] = field(default_factory=list)
+    # Labels of link reference definitions, as they compare (one case, single spaces).
+    labels: list[str] = field(default_factory=list)
+    constructs: list[Construct] = field(default_factory=list)
+    spans: list[Span] = field(default_factory=list)
+    bodies: list[Body] = field(default_factory=list)
+    # Front matter: its text, and its fields where it is readable YAML or TOML (values as JSON can hold them).
+    front_matter: str | None = None
+    fields: dict[str, Any] = field(default_factory=dict)
+    # Whether front matter is there that cannot be read.
+    fields_unread: bool = False
+    # Whether bytes were not UTF-8 and read as U+FFFD.
+    replaced: bool = False
+
+    def with_bodies(self, kinds: Collection[str]) -> Facts:
+        """These facts and those of the bodies of these kinds, as one document: "admonition", "fence" for all
+        directives, "fence:name" for one."""
+        merged = replace(self, bodies=[])
+        for name in _BY_LINE:
+            setattr(merged, name, list(getattr(self, name)))
+        for body in self.bodies:
+            if body.kind not in kinds and f"{body.kind}:{body.name}" not in kinds:
+                continue
+            inner = body.facts.with_bodies(kinds)
+            for name in _BY_LINE:
+                rows = getattr(merged, name)
+                for row in getattr(inner, name):
+                    moved = (
+                        row._replace(first=row.first + body.first - 1, last=row.last + body.first - 1)
+                        if name == "spans"
+                        else row._replace(line=row.line + body.first - 1)
+                    )
+                    if moved not in rows:
+                        rows.append(moved)
+            merged.labels = [*merged.labels, *inner.labels]
+        merged.links.sort(key=lambda link: link.line)
+        return merged
+
+    @property
+    def title(self) -> str | None:
+        """The title that front matter gives, else the only heading of level 1, else None."""
+        title = self.fields.get("title")
+        if isinstance(title, str) and title.strip():
+            return title.strip()
+        first = [heading for heading in self.headings if heading.level == 1 and not heading.nested]
+        return first[0].text if len(first) == 1 else None
+
+
+_BY_LINE = (
+    "links",
+    "headings",
+    "ids",
+    "attribute_ids",
+    "block_ids",
+    "targets",
+    "terms",
+    "footnotes",
+    "constructs",
+    "spans",
+)

@@ -1,0 +1,249 @@
+"""Reads what the engine does not report of inline Markdown and HTML: images, embeds, elements, labels.
+
+All of it works on UTF-8 bytes, since the positions of a block tree are those of bytes. Each pattern is one pass:
+what is repeated ends at the first byte that can also follow, and lengths that could overlap are bounded.
+"""
+
+from __future__ import annotations
+
+import html
+import re
+from collections.abc import Callable, Collection, Iterator
+from typing import NamedTuple
+from urllib.parse import unquote
+
+from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, LINK, SCHEME, SRC, TEMPLATE, WIKI, WWW, Link
+
+# Web addresses, mail addresses and the like; also "//host/path", which takes over the page's scheme.
+_EXTERNAL = re.compile(r"(?:[A-Za-z][A-Za-z0-9+.-]*:|//)")
+# What a generator resolves itself.
+_OWN_SCHEME = re.compile(r"(?:project|path):")
+_WEB_NAME = re.compile(r"www\.[\w-]+\.[\w.-]*", re.IGNORECASE)
+_ESCAPED = re.compile(r"\\([!-/:-@\[-`{-~])")
+_FILLED_IN = re.compile(r"\{\{|\{%|\$\{|<%|\}\}")
+
+_ATTRIBUTES = rb"""(?:[^<>"'{}`]|"[^"]{0,4000}"|'[^']{0,4000}'|\{(?:[^{}]|\{[^{}]{0,400}\}){0,400}\})*"""
+TAG = re.compile(rb"<(/?)([A-Za-z][\w.:-]*)(?=[\s/>])(" + _ATTRIBUTES + rb")>")
+_ATTRIBUTE = re.compile(
+    rb"""(?:^|[\s"'}])(id|name|href|src|to)\s*=\s*(?:\{\s*)?(?:"([^"]*)"|'([^']*)'|`([^`$]*)`|(?<!\{)(?<![{\s])([^\s"'<>{}`]+))""",
+    re.IGNORECASE,
+)
+_TOKEN = re.compile(
+    rb"""\\[!-/:-@\[-`{-~]
+      | (?P<ticks>`+)
+      | (?P<comment><!--.*?(?:-->|\Z))
+      | <(?P<autolink>[A-Za-z][A-Za-z0-9+.-]{1,31}:[^\s<>]*)>
+      | (?P<tag><(?=/?[A-Za-z]))
+      | !\[\[(?P<embed>[^\[\]\n]+)\]\]
+      | \[\[[^\[\]\n]+\]\]
+      | \[\^(?P<footnote>[^\[\]\s^]+)\](?P<defines>:?)
+      | (?P<open>!?\[)
+      | (?P<close>\])
+    """,
+    re.VERBOSE | re.DOTALL,
+)
+_TITLE = rb"""(?:"(?:[^"\\]|\\.)*"|'(?:[^'\\]|\\.)*'|\((?:[^()\\]|\\.)*\))"""
+_DESTINATION = re.compile(
+    rb"""\(\s*(?:
+        <(?P<angled>[^<>\n]*)>
+      | (?P<filled>[^\s(){}<>]*(?:\{\{.{0,400}?\}\}|\{%.{0,400}?%\})[^\s()]*)
+      | (?P<plain>(?:[^\s()<\\]|\\.|\([^\s()]*\))*)
+    )(?:\s+"""
+    + _TITLE
+    + rb""")?(?:\s+=\S*)?\s*\)""",
+    re.VERBOSE | re.DOTALL,
+)
+_LABEL = re.compile(rb"\[([^\[\]]{0,999})\]")
+
+
+class Element(NamedTuple):
+    """An HTML element (or component) where it opens: its name and the attributes that matter, in lower case."""
+
+    position: int
+    name: str
+    attributes: dict[str, str]
+    written: str
+
+
+# Says on which line a byte of the document stands.
+LineOf = Callable[[int], int]
+Labels = Collection[str]
+
+
+class Found(NamedTuple):
+    """What a run of inline Markdown holds; positions are bytes of the document."""
+
+    links: list[tuple[int, Link]]
+    elements: list[Element]
+    comments: list[tuple[int, int]]
+
+
+def link_of(form: str, line: int, target: str) -> Link | None:
+    """The link that a target as written makes; None for one that leads to the web or nowhere."""
+    if form in {WIKI, EMBED}:
+        target = target.partition("|")[0].rstrip("\\").strip()
+    if _FILLED_IN.search(target):
+        return Link(line, TEMPLATE, target, None, target)
+    path, has_anchor, anchor = target.partition("#")
+    if form not in {WIKI, EMBED}:
+        target = plain(target)
+        path, has_anchor, anchor = target.partition("#")
+        path = unquote(path.partition("?")[0])
+        anchor = unquote(anchor)
+    if form == SCHEME:
+        return (
+            Link(line, SCHEME, path, anchor if has_anchor else None, target)
+            if _OWN_SCHEME.match(path)
+            else None
+        )
+    if _EXTERNAL.match(path) or not (path or has_anchor):
+        return None
+    if form == LINK and _WEB_NAME.match(path):
+        form = WWW
+    return Link(line, form, path, anchor if has_anchor else None, target)
+
+
+def plain(target: str) -> str:
+    """A target with backslash escapes and character references resolved."""
+    if "\\" in target:
+        target = _ESCAPED.sub(r"\1", target)
+    return html.unescape(target) if "&" in target else target
+
+
+def same_label(label: str) -> str:
+    """A label as labels compare: one case, single spaces."""
+    return " ".join(label.casefold().split())
+
+
+def elements_of(data: bytes, begin: int, end: int) -> Iterator[Element]:
+    """The elements that open in these bytes of HTML."""
+    for tag in TAG.finditer(data, begin, end):
+        if not tag[1]:
+            yield _element(tag)
+
+
+def _element(tag: re.Match[bytes]) -> Element:
+    attributes: dict[str, str] = {}
+    if tag[3]:
+        for match in _ATTRIBUTE.finditer(tag[3]):
+            value = next((group for group in match.groups()[1:] if group is not None), b"")
+            attributes.setdefault(match[1].decode().lower(), html.unescape(value.decode("utf-8", "replace")))
+    return Element(
+        tag.start(), tag[2].decode("utf-8", "replace"), attributes, tag[0].decode("utf-8", "replace")
+    )
+
+
+_LEADS = {"href": HREF, "to": HREF, "src": SRC}
+
+
+def links_of_element(element: Element, line: int) -> Iterator[Link]:
+    """The links that an element makes by its attributes."""
+    for attribute, form in _LEADS.items():
+        target = element.attributes.get(attribute)
+        if target and not (attribute == "to" and element.name != "Link"):
+            link = link_of(form, line, target)
+            if link is not None:
+                # What these lead to is loaded into the page.
+                loaded = form == HREF and element.name.lower() in {"use", "image", "link"}
+                yield link._replace(form=SRC) if loaded else link
+
+
+def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels) -> Found:
+    """Read one run of inline Markdown; `labels` and `notes` are those that the document defines."""
+    return _Scanner(data, begin, end, line_of, labels, notes).found
+
+
+class _Scanner:
+    """Goes through a run once, as CommonMark does: brackets are kept until their end is found."""
+
+    def __init__(
+        self, data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels
+    ) -> None:
+        self._data, self._end, self._line_of = data, end, line_of
+        self._labels, self._notes = labels, notes
+        self.found = Found([], [], [])
+        # Where each open bracket is, and whether it is an image's.
+        self._open: list[tuple[int, bool]] = []
+        # By length, the runs of backticks still to come; a code span ends at the next run of its length.
+        self._runs: dict[int, list[int]] | None = None
+        position = begin
+        while (token := _TOKEN.search(data, position, end)) is not None:
+            position = self._take(token)
+
+    def _take(self, token: re.Match[bytes]) -> int:
+        """Take one token; returns where to go on."""
+        start, after = token.span()
+        kind = token.lastgroup
+        if kind == "ticks":
+            return self._after_code(start, after)
+        if kind == "comment":
+            self.found.comments.append((start, after))
+        elif kind == "tag":
+            tag = TAG.match(self._data, start, self._end)
+            if tag is None:
+                return after
+            if not tag[1]:
+                self.found.elements.append(_element(tag))
+            return tag.end()
+        elif kind == "autolink":
+            self._add(start, SCHEME, token["autolink"])
+        elif kind == "embed":
+            self._add(start, EMBED, token["embed"])
+        elif kind == "defines":
+            if not token["defines"]:
+                self._add_label(start, FOOTNOTE, token["footnote"], self._notes)
+        elif kind == "open":
+            self._open.append((start, token["open"] == b"!["))
+        elif kind == "close" and self._open:
+            return self._close(start, after)
+        return after
+
+    def _after_code(self, start: int, after: int) -> int:
+        if self._runs is None:
+            self._runs = {}
+            for run in re.finditer(rb"`+", self._data[start : self._end]):
+                self._runs.setdefault(len(run[0]), []).append(start + run.start())
+            for positions in self._runs.values():
+                positions.reverse()
+        length = after - start
+        positions = self._runs.get(length, [])
+        while positions and positions[-1] < after:
+            positions.pop()
+        return positions[-1] + length if positions else after
+
+    def _close(self, start: int, after: int) -> int:
+        opened, is_image = self._open.pop()
+        following = self._data[after : after + 1]
+        if following == b"(":
+            destination = _DESTINATION.match(self._data, after, self._end)
+            if destination is not None:
+                target = destination[destination.lastgroup or 0]
+                if is_image:
+                    self._add(opened, IMAGE, target)
+                elif destination.lastgroup == "filled":
+                    self._add(opened, TEMPLATE, target)
+                else:
+                    self._add(opened, SCHEME, target)
+                return destination.end()
+        elif following == b"[" and not self._is_text(opened):
+            label = _LABEL.match(self._data, after, self._end)
+            if label is not None and not label[1].startswith(b"^"):
+                written = label[1] if label[1].strip() else self._data[opened + 1 + is_image : start]
+                self._add_label(opened, LABEL, written, self._labels)
+                return label.end()
+        return after
+
+    def _is_text(self, opened: int) -> bool:
+        """Whether a bracket belongs to the word or bracket before it, as in `a[i][j]`."""
+        before = self._data[opened - 1 : opened]
+        return before.isalnum() or before in {b"_", b"]", b")", b"$", b"\\"} or before >= b"\x80"
+
+    def _add_label(self, position: int, form: str, label: bytes, defined: Labels) -> None:
+        text = label.decode("utf-8", "replace")
+        if same_label(text) not in defined:
+            self.found.links.append((position, Link(self._line_of(position), form, text, None, text)))
+
+    def _add(self, position: int, form: str, target: bytes) -> None:
+        link = link_of(form, self._line_of(position), target.decode("utf-8", "replace"))
+        if link is not None:
+            self.found.links.append((position, link))

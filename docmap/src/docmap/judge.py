@@ -1,0 +1,333 @@
+"""Judges links: asks the site of each file where a link leads, and says what is wrong in the writer's words.
+
+Knows no rules of its own. What the site's rules deny is broken; what something unreadable decides is doubtful.
+"""
+
+from __future__ import annotations
+
+import posixpath
+import re
+from collections.abc import Iterable, Iterator, Mapping
+from dataclasses import dataclass
+from typing import Final
+
+from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.inline import same_label
+from docmap.repository import Repository
+from docmap.sites.site import DOUBTFUL, FOUND, Site
+from docmap.spelling import Spelling, is_slip
+
+BROKEN: Final = "broken"
+IN_DOUBT: Final = "doubtful"
+
+_WORD_LABEL = re.compile(r"[\w-]+")
+_LOWEST_LIKENESS = 0.7
+
+
+@dataclass(frozen=True)
+class Finding:
+    """A link that leads nowhere, or perhaps so.
+
+    `file`: relative to the repository; `target`: as the document has it; `suggestion`: a target in its writer's form;
+    `decided_by`: the kind of site whose rules deny it, or, of a doubtful one, what cannot be read and decides.
+    """
+
+    file: str
+    line: int
+    target: str
+    message: str
+    suggestion: str | None
+    degree: str
+    decided_by: str
+
+
+@dataclass(frozen=True)
+class Judgement:
+    """Where a link leads: to a page (`page`, `anchor` as the page has it), or to what is wrong with it."""
+
+    link: Link
+    page: str | None = None
+    finding: Finding | None = None
+
+
+class Judge:
+    """Judges the links of the documents of one repository."""
+
+    def __init__(self, repository: Repository, sites: Iterable[Site]) -> None:
+        """`sites`: all of them, the code host last."""
+        self._repository = repository
+        self.sites = list(sites)
+        self._host = self.sites[-1]
+        self._owners = {page: site for site in self.sites for page in site.pages}
+        self._spelling = Spelling()
+        self._names: dict[str | None, dict[str, list[str]]] = {}
+
+    def site_of(self, path: str) -> Site:
+        """The site that a document belongs to."""
+        return self._owners.get(path, self._host)
+
+    def judged(self, path: str) -> Iterator[Judgement]:
+        """What becomes of each link of a document, in document order."""
+        shown = self._shown_in(path)
+        if not shown:
+            return
+        site = shown[0][0]
+        facts = site.facts(path)
+        if facts is None:
+            return
+        hidden = [span for span in facts.spans if span.kind in site.rules.literal and span.kind != "comment"]
+        for link in facts.links:
+            if any(span.first <= link.line <= span.last for span in hidden):
+                continue
+            if link.form in site.rules.unchecked_forms:
+                continue
+            if (link.form in {WIKI, EMBED} and site.notes is None) or (
+                link.form == SCHEME and SCHEME not in site.rules.ways
+            ):
+                continue
+            yield self._judge(shown, link, path, facts)
+
+    def _shown_in(self, path: str) -> list[tuple[Site, str]]:
+        """Where a reader meets the text of a document: the sites and the pages in them, its own site first."""
+        own = self.site_of(path)
+        shown = [(own, source) for source in own.sources_of(path)] if own is not self._host else []
+        # What its site shows nowhere is still read where the repository is, and so is what no site owns.
+        shown = shown or ([] if own.is_part(path) else [(self._host, path)])
+        for site in self.sites:
+            if site is not own and site is not self._host:
+                shown += [(site, page) for page in site.includers.get(path, ())]
+        return shown
+
+    def findings(self, path: str) -> Iterator[Finding]:
+        """What is wrong with the links of a document, in document order."""
+        for judgement in self.judged(path):
+            if judgement.finding is not None:
+                yield judgement.finding
+
+    def _judge(self, shown: list[tuple[Site, str]], link: Link, path: str, facts: Facts) -> Judgement:
+        """The judgement on a link of a document; a text that several pages show is wrong where it is so in all."""
+        worst: Judgement | None = None
+        for site, source in shown:
+            judgement = self._judge_in(site, link, path, source, facts)
+            if judgement.finding is None:
+                return judgement
+            if worst is None or (
+                judgement.finding.degree == IN_DOUBT
+                and worst.finding is not None
+                and worst.finding.degree == BROKEN
+            ):
+                worst = judgement
+        assert worst is not None
+        return worst
+
+    def _judge_in(self, site: Site, link: Link, path: str, source: str, facts: Facts) -> Judgement:
+        if link.form in {WIKI, EMBED}:
+            site = site.notes or site
+        if link.form in {LABEL, FOOTNOTE}:
+            return Judgement(link, None, self._judge_label(site, link, path, facts))
+        for pattern, why in site.rules.filled_in.items():
+            if re.search(pattern, link.written):
+                return Judgement(
+                    link, None, _finding(link, path, f'"{link.written}" is filled in', None, why)
+                )
+        return self._judge_from(site, link, path, source)
+
+    def _judge_from(self, site: Site, link: Link, path: str, source: str) -> Judgement:
+        if link.form == TEMPLATE and TEMPLATE not in site.rules.ways:
+            why = "a template fills it in"
+            return Judgement(link, None, _finding(link, path, f'"{link.written}" is not known', None, why))
+        resolution = site.resolve(link, source)
+        if resolution.outcome == FOUND:
+            if resolution.anchor is not None:
+                link = link._replace(anchor=resolution.anchor)
+            return self._judge_anchor(site, link, path, source, resolution.pages)
+        if link.form == WWW:
+            message, suggestion = f'"{link.path}" is read as a file: no scheme', f"https://{link.written}"
+        elif not link.path:
+            message, suggestion = f'no heading "#{link.anchor}"', None
+        elif link.form in {WIKI, EMBED}:
+            message, suggestion = f'no page "{link.path}"', self._closest_page(site, link, source)
+        else:
+            message, suggestion = f'no file "{link.path}"', self._closest_page(site, link, source)
+        if resolution.outcome == DOUBTFUL:
+            is_slip = (
+                resolution.is_made and suggestion is not None and _is_slip_in_path(link.path, suggestion)
+            )
+            doubt = None if is_slip else resolution.why
+            return Judgement(link, None, _finding(link, path, message, suggestion, doubt, site))
+        if resolution.why is not None:
+            message = f"{message}: {resolution.why}"
+        return Judgement(link, None, _finding(link, path, message, suggestion, None, site))
+
+    def _judge_anchor(
+        self, site: Site, link: Link, path: str, source: str, pages: tuple[str, ...]
+    ) -> Judgement:
+        target = pages[0] if pages else None
+        if not link.anchor or target is None or link.form in {IMAGE, SRC}:
+            return Judgement(link, target)
+        rules = site.rules
+        wanted = rules.wiki_anchor(link.anchor) if link.form in {WIKI, EMBED} else link.anchor
+        if not wanted or re.fullmatch(rules.always, wanted):
+            return Judgement(link, target)
+        doubt: str | None = None
+        others: list[str] = []
+        for page in pages:
+            anchors = site.anchors(page)
+            name = anchors.known.get(rules.compare(wanted))
+            if name is not None and (rules.case_doubt is None or not _differ_in_case(name, wanted)):
+                return Judgement(link, page)
+            doubt = doubt or anchors.unknown_because
+            others += anchors.known.values()
+        same = next((name for name in others if name.casefold() == wanted.casefold()), None)
+        where = "" if target == source else f" in {target}"
+        closest = same or self._closest_anchor(wanted, others, target)
+        if same is not None:
+            doubt = rules.case_doubt
+        elif closest is not None and is_slip(wanted, closest):
+            # Whatever else makes anchors here, it makes none that is one slip away from another.
+            doubt = None
+        suggestion = None if closest is None else self._with_anchor(link, closest)
+        kind = "block" if wanted.startswith("^") else "heading"
+        message = f'no {kind} "#{wanted}"{where}'
+        return Judgement(link, target, _finding(link, path, message, suggestion, doubt, site))
+
+    def _judge_label(self, site: Site, link: Link, path: str, facts: Facts) -> Finding | None:
+        if link.form == LABEL:
+            # One character or a number in brackets is an index, in prose about programs.
+            if not site.rules.labels or len(link.path) < 2 or link.path.isdigit():
+                return None
+            if same_label(link.path) in site.rules.more_labels:
+                return None
+            close = self._spelling.closest(link.path.casefold(), facts.labels, _LOWEST_LIKENESS)
+            message = f'no definition of the label "{link.path}"'
+            return _finding(link, path, message, close, site.rules.any_label, site)
+        # Brackets with a circumflex are character classes as well; who defines footnotes means them.
+        if not facts.footnotes or not _WORD_LABEL.fullmatch(link.path):
+            return None
+        return _finding(link, path, f'no footnote "{link.path}"', None, None, site)
+
+    # --- Suggestions ---
+
+    def _closest_anchor(self, wanted: str, anchors: list[str], page: str) -> str | None:
+        unique = dict.fromkeys(anchors)
+        dashed = "-".join(wanted.casefold().split())
+        if dashed in unique:
+            return dashed
+        return self._spelling.closest(dashed, unique, _LOWEST_LIKENESS, of=page)
+
+    @staticmethod
+    def _with_anchor(link: Link, anchor: str) -> str:
+        if link.form in {WIKI, EMBED}:
+            return f"{link.written.partition('#')[0]}#{anchor}"
+        return f"#{anchor}"
+
+    def _closest_page(self, site: Site, link: Link, source: str) -> str | None:
+        """A target in the form of this one that leads to a page that may have been meant."""
+        for path in self._candidates(site, link, source):
+            written = self._spelled(site, link, source, path)
+            if written is None or written == link.path:
+                continue
+            resolution = site.resolve(link._replace(path=written, anchor=None), source)
+            if resolution.outcome == FOUND and (not resolution.pages or path in resolution.pages):
+                return written if link.form in {WIKI, EMBED} else written.replace(" ", "%20")
+        return None
+
+    def _candidates(self, site: Site, link: Link, source: str) -> Iterator[str]:
+        """Files that may have been meant: of the same path but for case, of the same name, of a name alike."""
+        wanted = link.path.rstrip("/")
+        place = posixpath.normpath(posixpath.join(site.content, wanted.lstrip("/")))
+        if not link.path.startswith("/") and link.form not in {WIKI, EMBED}:
+            place = site.place(wanted, source)
+        other = self._repository.in_other_case(place)
+        if other is not None and other in self._repository.files:
+            yield other
+        name = posixpath.basename(place)
+        stem = _stem(name)
+        names = self._names_of_files()
+        alike = sorted(names.get(stem.casefold(), ()), key=lambda path: _distance(path, source))
+        wants_page = link.form not in {IMAGE, SRC}
+        for path in alike[:5]:
+            if (self._repository.facts(path) is not None) == wants_page or posixpath.basename(path) == name:
+                yield path
+        folder = posixpath.dirname(place)
+        beside = self._names_of_files(folder)
+        close = self._spelling.closest(stem.casefold(), beside, 0.75, of=("beside", folder))
+        if close is not None:
+            yield beside[close][0]
+        close = self._spelling.closest(stem.casefold(), names, 0.85, of="anywhere")
+        if close is not None:
+            yield min(names[close], key=lambda path: _distance(path, source))
+
+    def _names_of_files(self, folder: str | None = None) -> Mapping[str, list[str]]:
+        """Files by name, without suffix and letter case: those of a folder, or all."""
+        if not self._names:
+            everywhere = self._names[None] = {}
+            for path in self._repository.files:
+                above, name = posixpath.split(path)
+                key = _stem(name).casefold()
+                everywhere.setdefault(key, []).append(path)
+                self._names.setdefault(above, {}).setdefault(key, []).append(path)
+        return self._names.get(folder, {})
+
+    @staticmethod
+    def _spelled(site: Site, link: Link, source: str, path: str) -> str | None:
+        """The path of a file as this link would write it."""
+        suffix = posixpath.splitext(path)[1]
+        has_suffix = bool(posixpath.splitext(link.path)[1])
+        if link.form in {WIKI, EMBED}:
+            name = path if "/" in link.path else posixpath.basename(path)
+            return (
+                name if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes) else _stem(name)
+            )
+        if link.path.startswith("/"):
+            within = site.within(path, site.content)
+            for folder in site.rules.static:
+                within = site.within(path, folder) if within is None else within
+            if within is None:
+                return None
+            written = f"/{within}"
+        else:
+            written = posixpath.relpath(path, posixpath.dirname(source) or ".")
+            if link.path.startswith("./"):
+                written = f"./{written}" if not written.startswith("../") else written
+        if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
+            return written
+        if site.addresses.get(path):
+            address = site.addresses[path][0]
+            if link.path.startswith("/"):
+                return address if link.path.endswith("/") else address.rstrip("/") or "/"
+            start = site.addresses.get(source) or ["/" + source]
+            relative = posixpath.relpath(address.rstrip("/") or "/", posixpath.dirname(start[0] + "x"))
+            return relative + "/" if link.path.endswith("/") else relative
+        return _stem(written)
+
+
+def _is_slip_in_path(written: str, meant: str) -> bool:
+    """Whether one part of a path is misspelt, and the others are as they should be."""
+    ours, theirs = (posixpath.normpath(path).strip("/").split("/") for path in (written, meant))
+    if len(ours) != len(theirs):
+        return False
+    wrong = [pair for pair in zip(ours, theirs, strict=True) if pair[0] != pair[1]]
+    return len(wrong) == 1 and is_slip(*wrong[0])
+
+
+def _differ_in_case(name: str, other: str) -> bool:
+    return name != other and name.casefold() == other.casefold()
+
+
+def _stem(path: str) -> str:
+    return posixpath.splitext(path)[0]
+
+
+def _distance(path: str, source: str) -> tuple[int, str]:
+    """How far a file is from another, in folders to go up and down; the path itself settles a tie."""
+    return posixpath.relpath(path, posixpath.dirname(source) or ".").count("/"), path
+
+
+def _finding(
+    link: Link, path: str, message: str, suggestion: str | None, doubt: str | None, site: Site | None = None
+) -> Finding:
+    decided_by = doubt if doubt is not None else site.rules.kind if site is not None else ""
+    return Finding(
+        path, link.line, link.written, message, suggestion, BROKEN if doubt is None else IN_DOUBT, decided_by
+    )

@@ -1,0 +1,164 @@
+"""The files of a repository, by path, and the facts of its documents.
+
+Paths are relative to the repository's root, with "/", without "." and "..", and a folder's without a slash at its
+end; the root itself is "".
+"""
+
+from __future__ import annotations
+
+import os
+import posixpath
+from collections.abc import Callable, Iterable
+
+from docmap.documents import PAGE_SUFFIXES, GitIgnore
+from docmap.facts import Facts
+
+# Packages of other people, and what belongs to Git itself.
+_NEVER_READ = frozenset({".git", "node_modules"})
+
+ReadFacts = Callable[[str], "Facts | None"]
+
+
+class Repository:
+    """What a site may ask of the repository that it lies in.
+
+    `files` and `folders` (and what links to folders lead to) are all that is there but for what Git ignores;
+    `documents` are the Markdown files among them, outside hidden folders, sorted by folder.
+    """
+
+    def __init__(
+        self, root: str, wanted: Iterable[str] = (), on_error: Callable[[OSError], None] | None = None
+    ) -> None:
+        """`root`: an existing folder. `wanted`: paths below it that are read even where Git ignores them.
+        `on_error` gets the error of each folder that cannot be read."""
+        self.root = os.path.abspath(root)
+        self.files: dict[str, None] = {}
+        self.folders: dict[str, None] = {}
+        self.documents: list[str] = []
+        # Read by the run, in bulk; single files are read when first asked for.
+        self.known_facts: dict[str, Facts | None] = {}
+        self.read_facts: ReadFacts = lambda path: None
+        self._wanted = tuple(wanted)
+        self._on_error = on_error
+        self._unreadable: set[str] = set()
+        self._links: dict[str, str] = {}
+        self._by_case: dict[str, str] | None = None
+        self._ignore = GitIgnore(self.root)
+        self._walk()
+        for link, target in self._links.items():
+            self._add_linked(link, target)
+
+    def _walk(self) -> None:
+        # A stack, so that depth costs no frames.
+        folders = [("", False)]
+        while folders:
+            folder, hidden = folders.pop()
+            self.folders[folder] = None
+            try:
+                with os.scandir(os.path.join(self.root, folder)) as scan:
+                    entries = sorted(scan, key=lambda entry: entry.name)
+            except OSError as error:
+                self._unreadable.add(folder)
+                if self._on_error is not None:
+                    self._on_error(error)
+                continue
+            self._ignore.enter(folder, any(entry.name == ".gitignore" for entry in entries))
+            below = []
+            for entry in entries:
+                path = f"{folder}/{entry.name}" if folder else entry.name
+                if entry.is_symlink():
+                    self._add_link(entry, path)
+                elif entry.is_dir(follow_symlinks=False):
+                    if entry.name not in _NEVER_READ and not self._leaves_out(path, is_folder=True):
+                        below.append((path, hidden or entry.name.startswith(".")))
+                elif not self._leaves_out(path, is_folder=False):
+                    self.files[path] = None
+                    # Pipes and devices are there, but reading them could wait for ever.
+                    if not hidden and path.lower().endswith(PAGE_SUFFIXES) and entry.is_file():
+                        self.documents.append(path)
+            folders.extend(reversed(below))
+
+    def _leaves_out(self, path: str, *, is_folder: bool) -> bool:
+        if not self._ignore.ignores(path, is_folder=is_folder):
+            return False
+        for wanted in self._wanted:
+            if wanted == path or wanted.startswith(path + "/"):
+                return False
+        return True
+
+    def _add_link(self, entry: os.DirEntry[str], path: str) -> None:
+        target = os.path.relpath(os.path.realpath(entry.path), os.path.realpath(self.root)).replace(
+            os.sep, "/"
+        )
+        try:
+            is_folder = entry.is_dir()
+        except OSError:  # a link to itself
+            is_folder = False
+        if is_folder:
+            self.folders[path] = None
+            self._links[path] = target
+        elif os.path.exists(entry.path):
+            self.files[path] = None
+            self._links[path] = target
+            if path.lower().endswith(PAGE_SUFFIXES) and os.path.isfile(entry.path):
+                self.documents.append(path)
+        elif path.lower().endswith(PAGE_SUFFIXES):
+            # Reading it says what is wrong with it.
+            self.documents.append(path)
+
+    def _add_linked(self, link: str, target: str) -> None:
+        """List what is in a folder of the repository below a link to it, too."""
+        if (
+            link not in self.folders
+            or target == "."
+            or link.startswith(target + "/")
+            or target.startswith("..")
+        ):
+            return
+        for paths in (self.files, self.folders):
+            paths.update(
+                {link + path[len(target) :]: None for path in paths if path.startswith(target + "/")}
+            )
+
+    # --- Documents ---
+
+    def facts(self, path: str) -> Facts | None:
+        """What a document holds; None for what is no document, is missing or cannot be read."""
+        if path not in self.known_facts:
+            is_document = path.lower().endswith(PAGE_SUFFIXES) and path in self.files
+            self.known_facts[path] = self.read_facts(path) if is_document else None
+        return self.known_facts[path]
+
+    def text(self, path: str) -> str | None:
+        """The text of a file, as of a configuration; None when it is missing or cannot be read."""
+        try:
+            with open(os.path.join(self.root, path), encoding="utf-8", errors="replace") as file:
+                return file.read()
+        except OSError:
+            return None
+
+    # --- Paths ---
+
+    def in_other_case(self, path: str) -> str | None:
+        """The file or folder whose path differs from this in letter case alone, if there is one."""
+        if self._by_case is None:
+            self._by_case = {known.casefold(): known for known in (*self.folders, *self.files)}
+        return self._by_case.get(path.casefold())
+
+    def doubt(self, path: str) -> str | None:
+        """Why nothing can be said of a path where no file was found: its folder is unreadable, Git ignores it, it
+        lies outside the repository. None when it is surely missing."""
+        if path == ".." or path.startswith("../"):
+            return "it lies outside the repository"
+        above = path
+        while above:
+            above = posixpath.dirname(above)
+            if above in self._unreadable:
+                return f"the folder {above or '.'} cannot be read"
+            if self._links.get(above, "").startswith("../"):
+                return f"{above} leads out of the repository"
+        if "node_modules" in path.split("/"):
+            return "packages are installed there"
+        if self._ignore.ignores_below(path):
+            return "Git ignores it, so it may be made by a build"
+        return None

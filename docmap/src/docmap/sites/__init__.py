@@ -1,0 +1,81 @@
+"""The sites of a repository: which there are, and which of them a file belongs to.
+
+A module of a kind of site has three names:
+
+    KIND                                  the kind, as settings name it: "mdbook"
+    find(repository)                      yields the roots of the sites of this kind
+    make(repository, root)                the site at this root, None when there is none after all
+
+`make` is also called for a root that a setting names; it then need not find the files that define such a site.
+"""
+
+from __future__ import annotations
+
+from collections.abc import Iterable, Mapping
+from importlib import import_module
+from types import ModuleType
+
+from docmap.repository import Repository
+from docmap.sites.site import Site
+
+# Modules of this package, the more telling first: of two that find a site at one place, the first has it.
+MODULES = (
+    "mdbook", "mkdocs", "vitepress", "docusaurus", "starlight", "zola", "hugo", "sphinx", "unknown",
+    "jekyll", "vault",
+)  # fmt: skip
+CODE_HOST = "code_host"
+
+
+def module_of(kind: str) -> ModuleType | None:
+    """The module of this kind of site, None when there is none of this name."""
+    modules = (import_module(f"docmap.sites.{name}") for name in (*MODULES, CODE_HOST))
+    return next((module for module in modules if kind == module.KIND), None)
+
+
+def kinds() -> list[str]:
+    """The kinds of sites that there are."""
+    return [import_module(f"docmap.sites.{name}").KIND for name in (*MODULES, CODE_HOST)]
+
+
+def find_sites(repository: Repository, settled: Mapping[str, tuple[str, str]] | None = None) -> list[Site]:
+    """All sites of a repository, the code host last. `settled`: by folder, the kind of the site whose pages are
+    there and the folder that its configuration is in, as settings have it."""
+    settled = settled or {}
+    found: dict[str, Site] = {}
+    for folder, (kind, root) in settled.items():
+        module = module_of(kind)
+        site: Site | None = module.make(repository, root) if module is not None else None
+        if site is not None:
+            if folder != root:
+                site.content = folder
+            found[site.content] = site
+    for name in MODULES:
+        module = import_module(f"docmap.sites.{name}")
+        for root in module.find(repository):
+            if any(root == its_root for _, its_root in settled.values()):
+                continue
+            site = module.make(repository, root)
+            if site is not None:
+                found.setdefault(site.content, site)
+    host: Site = import_module(f"docmap.sites.{CODE_HOST}").make(repository, "")
+    sites = [*found.values(), host]
+    _share_out(repository.documents, found, host)
+    return sites
+
+
+def _share_out(documents: Iterable[str], by_content: Mapping[str, Site], host: Site) -> None:
+    """Give each document to the site with the innermost content root around it."""
+    for path in documents:
+        owner_of(path, by_content, host).pages.append(path)
+
+
+def owner_of(path: str, by_content: Mapping[str, Site], host: Site) -> Site:
+    """The site that a file belongs to: the innermost around it that takes it."""
+    folder = path
+    while folder:
+        folder = folder.rpartition("/")[0]
+        site = by_content.get(folder)
+        if site is not None and path.lower().endswith(site.rules.page_suffixes):
+            if site.rules.takes is None or site.rules.takes(site, path):
+                return site
+    return host

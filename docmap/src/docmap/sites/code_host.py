@@ -1,0 +1,55 @@
+"""The code host: where a repository's documents are read when no site is made of them."""
+
+from __future__ import annotations
+
+import re
+from collections.abc import Iterator
+
+from docmap.facts import EMBED, WIKI, Link
+from docmap.repository import Repository
+from docmap.sites import slugs
+from docmap.sites.site import Resolution, Rules, Site, file_beside, file_from_root, found, itself
+
+KIND = "code-host"
+
+# What a host shows beside a repository's files: ../../issues leads there from a file of the root folder.
+_BESIDE = re.compile(
+    r"\.\./\.\./(?:-|actions|archive|blame|blob|branches|commits?|compare|deployments|discussions|edit|fork|forks|graphs"
+    r"|issues|labels|merge_requests|milestones?|network|new|packages|pipelines|projects?|pulls?|pulse|raw|releases"
+    r"|security|settings|stargazers|subscription|tags|tree|watchers|wiki)(?:/.*)?"
+)
+
+
+def _beside_files(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path that leaves the files, for the host's own pages or for another repository."""
+    place = site.place(link.path, source)
+    if link.path.startswith("/") or not place.startswith(".."):
+        return None
+    return found() if _BESIDE.fullmatch(place) or place == "../.." or place.startswith("../../..") else None
+
+
+def _as_compared(anchor: str) -> str:
+    """Ids carry a prefix on the host, which its script adds to what a link asks for."""
+    return anchor.removeprefix("user-content-")
+
+
+RULES = Rules(
+    kind=KIND,
+    ways={"link": (itself, file_beside, file_from_root, _beside_files), WIKI: (), EMBED: ()},
+    slug=slugs.github,
+    html_headings=True,
+    compare=_as_compared,
+    case_doubt="GitHub's script finds it in any letter case; other hosts do not",
+    # Lines of the source, and what the host itself marks.
+    always=r"|top|:~:.*|L\d+(?:C\d+)?(?:-L?\d+(?:C\d+)?)?|readme|readme-ov-file|(?:user-content-)?fn(?:ref)?-.*",
+)
+
+
+def find(repository: Repository) -> Iterator[str]:
+    """Nothing defines one: it is what remains."""
+    yield from ()
+
+
+def make(repository: Repository, root: str) -> Site | None:
+    """The code host's view of the whole repository."""
+    return Site(RULES, repository, root)

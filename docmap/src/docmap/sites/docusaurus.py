@@ -1,0 +1,365 @@
+"""Docusaurus: a folder with docusaurus.config.*."""
+
+from __future__ import annotations
+
+import json
+import posixpath
+import re
+from collections.abc import Iterator, Sequence
+from dataclasses import dataclass
+from functools import partial
+from typing import Any
+
+from pathspec import GitIgnoreSpec
+
+from docmap.facts import HREF, IMAGE, SRC, Facts, Link
+from docmap.repository import Repository
+from docmap.sites import literals, slugs
+from docmap.sites.components import component_effects
+from docmap.sites.site import (
+    Resolution,
+    Rules,
+    Site,
+    doubtful,
+    file_beside,
+    found,
+    itself,
+    page_at_address,
+    site_file,
+)
+from docmap.sites.ways import as_host_serves, as_hosted, must_exist, nothing_because, outside_base
+
+KIND = "docusaurus"
+
+_CONFIG = re.compile(r"(?:(.*)/)?docusaurus\.config\.[cm]?[jt]s")
+_KNOWN = literals.words(
+    """
+    Tabs TabItem Admonition CodeBlock Details TOCInline Link Head BrowserOnly Translate Redirect
+    Highlight ThemedImage DocCardList DocCard BrowserWindow
+    """
+)
+_DATED = re.compile(r"^(\d{4}[-/]\d{1,2}[-/]\d{1,2})[-/]?(.*?)(?:/index)?$")
+_DATE_OR_VERSION = re.compile(r"(?:\d{2}|\d{4})[-_.]\d{2}(?:[-_.](?:\d{2}|\d{4}))?|\d+[-_.]\d+")
+_NUMBER_PREFIX = re.compile(r"\d+\s*[-_.]+\s*(?=.)")
+_PARTIAL = re.compile(r"(?:^|/)_")
+# What the plugins for content do not take, next to names that begin with "_".
+_TESTS = re.compile(r"\.test\.|(?:^|/)__tests__/")
+
+
+@dataclass(frozen=True)
+class _Part:
+    """A folder of content: what its pages are ("docs", "blog", "pages"), and the address above them."""
+
+    kind: str
+    folder: str
+    address: str
+    include: GitIgnoreSpec | None = None
+    exclude: GitIgnoreSpec | None = None
+    numbers: bool = True
+
+    def takes(self, path: str) -> bool:
+        place = Site.within(path, self.folder)
+        if place is None or _PARTIAL.search(place) or _TESTS.search(place):
+            return False
+        return (self.include is None or self.include.match_file(place)) and not (
+            self.exclude is not None and self.exclude.match_file(place)
+        )
+
+
+def _part_of(parts: Sequence[_Part], path: str) -> _Part | None:
+    """The innermost folder of content around a file."""
+    around = [part for part in parts if Site.within(path, part.folder) is not None]
+    return max(around, key=lambda part: len(part.folder), default=None)
+
+
+def _addresses(parts: Sequence[_Part], slash: bool, site: Site, page: str, facts: Facts) -> Sequence[str]:
+    part = _part_of(parts, page)
+    if part is None or not part.takes(page):
+        return ()
+    stem = posixpath.splitext(Site.within(page, part.folder) or page)[0]
+    route = {"docs": _doc_route, "blog": _post_route, "pages": _page_route}[part.kind](
+        part, stem, facts.fields
+    )
+    whole = re.sub("/{2,}", "/", posixpath.join("/", part.address, "") + route.lstrip("/"))
+    with_slash, without = whole.rstrip("/") + "/", whole.rstrip("/") or "/"
+    return list(dict.fromkeys([with_slash if slash else whole, without, with_slash]))
+
+
+def _without_number(name: str) -> str:
+    return name if _DATE_OR_VERSION.match(name) else _NUMBER_PREFIX.sub("", name, count=1)
+
+
+def _doc_route(part: _Part, stem: str, fields: dict[str, Any]) -> str:
+    folder, name = posixpath.split(stem)
+    if part.numbers:
+        folder, name = "/".join(map(_without_number, folder.split("/"))), _without_number(name)
+    slug = fields.get("slug")
+    if isinstance(slug, str):
+        return slug if slug.startswith("/") else posixpath.normpath(posixpath.join("/", folder, slug))
+    own = fields.get("id")
+    if isinstance(own, str):
+        return posixpath.join("/", folder, own)
+    if name.lower() in {"index", "readme", posixpath.basename(folder).lower()}:
+        return posixpath.join("/", folder, "")
+    return posixpath.join("/", folder, name)
+
+
+def _post_route(part: _Part, stem: str, fields: dict[str, Any]) -> str:
+    slug = fields.get("slug")
+    if isinstance(slug, str):
+        return slug
+    dated = _DATED.match(stem)
+    if dated is not None:
+        return f"/{dated[1].replace('-', '/')}/{dated[2]}"
+    return "/" + re.sub(r"/index$", "", stem)
+
+
+def _page_route(part: _Part, stem: str, fields: dict[str, Any]) -> str:
+    return "/" + re.sub(r"(?:^|/)index$", "", stem)
+
+
+def _file(parts: Sequence[_Part], root: str, site: Site, link: Link, source: str) -> Resolution | None:
+    """A path to a Markdown file becomes the address of its page."""
+    if not re.search(r"\.mdx?$", link.path):
+        return None
+    part = _part_of(parts, source)
+    path = link.path.removeprefix("@site/")
+    places = [posixpath.join(root, path.lstrip("/"))]
+    if not link.path.startswith("@site/"):
+        if part is not None:
+            places.insert(0, posixpath.join(part.folder, path.lstrip("/")))
+        if not path.startswith("/"):
+            places.insert(0, site.place(path, source))
+        # A translation stands in for its original, in the folder of which others may be missing.
+        places += [
+            posixpath.join(other.folder, path.lstrip("/"))
+            for other in parts
+            if part and other.kind == part.kind
+        ]
+    for place in map(posixpath.normpath, places):
+        if site.addresses.get(place):
+            return found(place)
+    for place in map(posixpath.normpath, places):
+        if place in site.repository.files:
+            return nothing_because(site, link, source, f"{place} is no page of the site")
+    return None
+
+
+def _asset(root: str, site: Site, link: Link, source: str) -> Resolution | None:
+    """A file that is no page, beside the source, or from the site's root as @site/."""
+    if link.path.startswith("@site/"):
+        return site_file(site, posixpath.normpath(posixpath.join(root, link.path[len("@site/") :])))
+    if link.path.startswith("@"):
+        return doubtful("a module of the theme or of a plugin?")
+    if posixpath.splitext(link.path)[1] and not link.path.endswith((".html", ".md", ".mdx")):
+        return file_beside(site, link, source)
+    return None
+
+
+def _as_written(site: Site, link: Link, source: str) -> Resolution | None:
+    """pathname:///x is left to the browser, so that /x may be anything on the host."""
+    return found() if link.path.startswith("pathname:") else None
+
+
+RULES = Rules(
+    kind=KIND,
+    ways={},
+    page_suffixes=(".md", ".mdx"),
+    url_style="bare",
+    not_copied=None,
+    made={r"/404(?:\.html)?|/search/?|/sitemap\.xml|/assets/.*|/.*(?:rss|atom)\.xml|/.*feed\.json": None},
+    partials_keep_paths=True,
+    slug=slugs.github,
+    custom_id=r"\s*\{(?:/\*\s*)?#((?:(?!\{#|\}|\s*\*/).)+)(?:\s*\*/)?\}$",
+    always=r"|top|:~:.*|__docusaurus.*|user-content-fn.*|fn(?:ref)?-.*",
+)
+
+
+def find(repository: Repository) -> Iterator[str]:
+    """The folders of all configurations."""
+    for path in repository.files:
+        match = _CONFIG.fullmatch(path)
+        if match is not None:
+            yield match[1] or ""
+
+
+def make(repository: Repository, root: str) -> Site | None:
+    """The site in a folder. Its content may lie beside that folder, so its own root is around both."""
+    paths = (
+        path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
+    )
+    path = next(paths, "")
+    config = literals.Script(path, repository.text).exported
+    parts: list[_Part] = []
+    redirects: dict[str, str] = {}
+    whys: list[str] = []
+    for name, options in _plugins(config):
+        if name in {"docs", "blog", "pages"} and options is not False:
+            parts += _parts(repository, root, name, options if isinstance(options, dict) else {})
+        elif name == "client-redirects":
+            pairs = literals.get(options, "redirects")
+            for pair in pairs if isinstance(pairs, list) else ():
+                for old in literals.texts(literals.get(pair, "from")):
+                    redirects[old] = str(literals.get(pair, "to"))
+            if literals.get(options, "createRedirects") is not None:
+                whys.append(f"made by createRedirects of {path}?")
+        elif name and not re.search(
+            r"analytics|gtag|tag-manager|sitemap|search|sass|svgr|pwa|ideal-image|debug|css|theme|mermaid|umami|llms"
+            r"|live-codeblock|image-zoom|redoc-?$|tailwind|webpack|client-modules|vercel|plausible|posthog|hotjar",
+            name,
+        ):
+            whys.append(f"made by the plugin `{name}` of {path}?")
+    static = literals.get(config, "staticDirectories")
+    folders = literals.texts(static) if isinstance(static, list) else ["static"]
+    every = tuple(part for part in parts if part.folder in repository.folders)
+    links = (
+        itself,
+        _as_written,
+        partial(_file, every, root),
+        partial(_asset, root),
+        page_at_address,
+        as_host_serves,
+        outside_base,
+    )
+    images = (_as_written, partial(_asset, root), page_at_address, outside_base, must_exist)
+    made = {**RULES.made, **_own_pages(repository, every), **_lists(repository, every)}
+    rules = RULES.changed(
+        ways={"link": links, HREF: links, IMAGE: images, SRC: images[:-1]},
+        takes=lambda site, page: (
+            (part := _part_of(every, page)) is not None
+            and (part.takes(page) or _PARTIAL.search(page[len(part.folder) :]) is not None)
+        ),
+        addresses=partial(_addresses, every, literals.get(config, "trailingSlash") is True),
+        base=literals.get(config, "baseUrl") or "/",
+        static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in folders),
+        redirects={**redirects, **{old.rstrip("/") + "/": new for old, new in redirects.items()}},
+        made=made,
+        any_target=whys[0] if whys else None,
+        effects=component_effects(_KNOWN, {"@site/": root}),
+    )
+    content = posixpath.commonpath(
+        [f"/{folder}" for folder in (root, *(part.folder for part in every))]
+    ).strip("/")
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)
+
+
+def _plugins(config: object) -> Iterator[tuple[str, Any]]:
+    """The plugins that a site has, by the last part of their names, with their options."""
+    presets = literals.get(config, "presets")
+    classic = False
+    for preset in presets if isinstance(presets, list) else ():
+        options = literals.get(preset, 1) if isinstance(preset, list) else None
+        classic = True
+        for name in ("docs", "blog", "pages"):
+            value = literals.get(options, name)
+            yield name, value if value is not None else {}
+    if not classic and presets is literals.UNREAD:
+        for name in ("docs", "blog", "pages"):
+            yield name, {}
+    plugins = literals.get(config, "plugins")
+    for plugin in plugins if isinstance(plugins, list) else ():
+        name = plugin[0] if isinstance(plugin, list) and plugin else plugin
+        options = plugin[1] if isinstance(plugin, list) and len(plugin) > 1 else {}
+        if isinstance(name, str):
+            yield re.sub(r"^.*plugin-(?:content-)?", "", name.rpartition("/")[2]), options
+        elif name is literals.UNREAD:
+            yield "", options
+
+
+def _spec(value: object) -> GitIgnoreSpec | None:
+    """Patterns of files; those with braces are written out, since Git's patterns have none."""
+    patterns = literals.texts(value)
+    while any("{" in pattern for pattern in patterns):
+        written = []
+        for pattern in patterns:
+            match = re.search(r"\{([^{}]*)\}", pattern)
+            choices = match[1].split(",") if match is not None else [""]
+            written += [
+                pattern if match is None else pattern[: match.start()] + choice + pattern[match.end() :]
+                for choice in choices
+            ]
+        if written == patterns:
+            break
+        patterns = written
+    return (
+        GitIgnoreSpec.from_lines("/" + pattern.removeprefix("./") for pattern in patterns)
+        if patterns
+        else None
+    )
+
+
+def _parts(repository: Repository, root: str, kind: str, options: dict[str, Any]) -> Iterator[_Part]:
+    """The folders of one plugin's content: the current one, older versions, translations."""
+    folder = options.get("path")
+    folder = folder if isinstance(folder, str) else "src/pages" if kind == "pages" else kind
+    folder = posixpath.normpath(posixpath.join(root, folder))
+    address = options.get("routeBasePath")
+    address = address.strip("/") if isinstance(address, str) else "" if kind == "pages" else kind
+    own = options.get("id")
+    prefix = f"{own}_" if isinstance(own, str) and own != "default" else ""
+    include, exclude = _spec(options.get("include")), _spec(options.get("exclude"))
+    numbers = options.get("numberPrefixParser") is not False
+
+    def part(folder: str, address: str) -> _Part:
+        return _Part(kind, folder, address, include, exclude, numbers)
+
+    current = address
+    if kind == "docs":
+        try:
+            versions = json.loads(repository.text(posixpath.join(root, f"{prefix}versions.json")) or "[]")
+        except ValueError:
+            versions = []
+        settings = options.get("versions")
+        last = options.get("lastVersion")
+        last = last if isinstance(last, str) else versions[0] if versions else "current"
+        for version in [*versions, "current"]:
+            path = literals.get(settings, version, "path")
+            name = "next" if version == "current" else version
+            below = path if isinstance(path, str) else "" if version == last else name
+            at = posixpath.join(address, below).strip("/")
+            if version == "current":
+                current = at
+            else:
+                yield part(posixpath.join(root, f"{prefix}versioned_docs/version-{version}"), at)
+    yield part(folder, current)
+    translated = posixpath.join(root, "i18n")
+    plugin = f"docusaurus-plugin-content-{kind}" + (f"-{own}" if prefix else "")
+    for path in repository.folders:
+        place = Site.within(path, translated)
+        steps = place.split("/") if place is not None else []
+        if len(steps) == (3 if kind == "docs" else 2) and steps[1] == plugin:
+            version = steps[2].removeprefix("version-") if kind == "docs" else ""
+            below = "" if version in {"current", ""} else version
+            yield part(
+                path, posixpath.join(steps[0], current if not below else posixpath.join(address, below))
+            )
+
+
+def _own_pages(repository: Repository, parts: Sequence[_Part]) -> dict[str, str | None]:
+    """Pages that are no documents: scripts below src/pages."""
+    made: dict[str, str | None] = {}
+    for path in repository.files:
+        stem, suffix = posixpath.splitext(path)
+        for part in parts if suffix in {".js", ".jsx", ".ts", ".tsx"} else ():
+            place = Site.within(stem, part.folder)
+            if part.kind == "pages" and place is not None and part.takes(path):
+                made[
+                    re.escape(
+                        posixpath.join("/", part.address, re.sub(r"(?:^|/)index$", "", place)).rstrip("/")
+                    )
+                    + "/?"
+                ] = None
+    return made
+
+
+def _lists(repository: Repository, parts: Sequence[_Part]) -> dict[str, str | None]:
+    """Lists that plugins make: of posts, of tags, and of the pages of a category."""
+    made: dict[str, str | None] = {}
+    for part in parts:
+        at = re.escape(posixpath.join("/", part.address).rstrip("/"))
+        if part.kind == "blog":
+            made[rf"{at}/?|{at}/(?:archive|authors|tags|page/\d+)(?:/.*)?"] = None
+        if part.kind == "docs":
+            made[rf"{at}/tags(?:/.*)?"] = None
+            made[rf"{at}/category/.*"] = "the index of a category?"
+    return made

@@ -1,0 +1,481 @@
+"""Hugo: a folder with hugo.toml (or another of its names) and content."""
+
+from __future__ import annotations
+
+import json
+import posixpath
+import re
+from collections.abc import Iterator, Mapping, Sequence
+from functools import partial
+from typing import Any
+from urllib.parse import urlsplit
+
+from docmap.facts import HREF, IMAGE, LIQUID, SHORTCODE, SRC, TEMPLATE, Construct, Facts, Heading, Link
+from docmap.repository import Repository
+from docmap.sites import literals, slugs
+from docmap.sites.components import may_make_anchors
+from docmap.sites.site import Effect, Resolution, Rules, Site, doubtful, found, itself, page_at_address
+from docmap.sites.ways import as_hosted, nothing_because, outside_base
+
+KIND = "hugo"
+
+_NAMES = tuple(
+    f"{name}.{suffix}" for name in ("hugo", "config") for suffix in ("toml", "yaml", "yml", "json")
+)
+_IN_FOLDER = tuple(f"config/_default/{name}" for name in _NAMES)
+_SUFFIXES = (".md", ".markdown", ".mdown")
+# Shortcodes of Hugo's own that make no anchors.
+_KNOWN = literals.words(
+    """
+    details figure gist highlight instagram param qr ref relref tweet twitter vimeo x youtube
+    """
+)
+_BRINGS_TEXT = re.compile(r"readFile|RenderShortcodes|\.Content\b|\.RawContent")
+# Templates make Markdown as well: headings, and terms with ": " below.
+_MAKES_HEADINGS = re.compile(r"^\s*(?:#{1,6}|:)\s", re.MULTILINE)
+_REF = re.compile(r"\{\{[<%]\s*(?:rel)?ref\s+(.*?)\s*/?[>%]\}\}(.*)", re.DOTALL)
+_WORDS = re.compile(r"""(?:(\w+)=)?(?:"([^"]*)"|'([^']*)'|`([^`]*)`|([^\s"'`]+))""")
+_SLUGS: Mapping[str, Any] = {
+    "github": slugs.hugo,
+    "github-ascii": slugs.hugo_ascii,
+    "blackfriday": slugs.blackfriday,
+}
+_PERMALINK = re.compile(r":(\w+)(?:\[[^\]]*\])?")
+
+
+def _route(languages: Mapping[str, str], site: Site, page: str) -> tuple[str, str, str]:
+    """The language of a content file, its folder and its name, both below that language's content."""
+    place = site.within(page, site.content) or page
+    stem = posixpath.splitext(place)[0]
+    for language, folder in languages.items():
+        if folder and stem.startswith(folder + "/"):
+            return language, *posixpath.split(stem[len(folder) + 1 :])
+    folder, name = posixpath.split(stem)
+    base, _, language = name.rpartition(".")
+    return (language, folder, base) if base and language in languages else ("", folder, name)
+
+
+class _Pages:
+    """How one site makes addresses of its content."""
+
+    def __init__(
+        self, languages: Mapping[str, str], default: str, permalinks: Mapping[str, str], ugly: bool
+    ) -> None:
+        self.languages, self.default, self.permalinks, self.ugly = languages, default, permalinks, ugly
+
+    def addresses(self, site: Site, page: str, facts: Facts) -> Sequence[str]:
+        """Those of a page: its own or that of its path, and its aliases; () for what is part of a bundle."""
+        if not page.lower().endswith(_SUFFIXES):
+            return ()
+        language, folder, name = _route(self.languages, site, page)
+        around = posixpath.dirname(page)
+        if name not in {"index", "_index"} and self._in_leaf_bundle(site, around):
+            return ()
+        fields = {str(key).lower(): value for key, value in facts.fields.items()}
+        address = self._address(folder, name, fields)
+        prefix = f"/{language}" if language and language != self.default else ""
+        addresses = [prefix + address]
+        aliases = fields.get("aliases")
+        for alias in literals.texts(aliases):
+            start = posixpath.dirname(address.rstrip("/"))
+            alias = posixpath.normpath(posixpath.join("/", start, alias))
+            addresses.append(prefix + alias)
+        return [form for address in addresses for form in _forms(address)]
+
+    @staticmethod
+    def _in_leaf_bundle(site: Site, folder: str) -> bool:
+        while folder and folder != site.content:
+            if any(posixpath.join(folder, f"index{suffix}") in site.repository.files for suffix in _SUFFIXES):
+                return True
+            folder = posixpath.dirname(folder)
+        return False
+
+    def _address(self, folder: str, name: str, fields: Mapping[str, Any]) -> str:
+        url = fields.get("url")
+        if isinstance(url, str) and url:
+            return posixpath.join("/", url)
+        folder = _urlized(folder)
+        section = folder.partition("/")[0]
+        slug = fields.get("slug")
+        if name == "_index":
+            return posixpath.join("/", folder, "")
+        if name == "index":
+            folder, name = posixpath.split(folder)
+        pattern = self.permalinks.get(section)
+        if pattern is not None:
+            return _filled(pattern, folder, name, fields)
+        last = slug if isinstance(slug, str) and slug else name
+        return posixpath.join("/", folder, _urlized(last)) + (".html" if self.ugly else "/")
+
+
+def _forms(address: str) -> list[str]:
+    """An address, and what servers lead to it."""
+    if address == "/" or posixpath.splitext(address)[1] == ".html":
+        return [address]
+    return [address.rstrip("/") + "/", address.rstrip("/"), address.rstrip("/") + "/index.html"]
+
+
+def _urlized(path: str) -> str:
+    return re.sub(r"\s+", "-", re.sub(r"[^\w\s./~+@-]", "", path)).lower()
+
+
+def _filled(pattern: str, folder: str, name: str, fields: Mapping[str, Any]) -> str:
+    date = str(fields.get("date") or fields.get("publishdate") or "")
+    year, month, day = (re.match(r"(\d{4})-(\d\d)-(\d\d)", date) or re.match(r"()()()", "")).groups()  # type: ignore[union-attr]
+    slug = str(fields.get("slug") or "")
+    title = _urlized(str(fields.get("title") or name))
+    values = {
+        "year": year, "month": month, "day": day, "title": title, "slug": slug or title, "filename": name,
+        "contentbasename": name, "slugorfilename": slug or name, "slugorcontentbasename": slug or name,
+        "section": folder.partition("/")[0], "sections": folder,
+    }  # fmt: skip
+    path = _PERMALINK.sub(lambda match: values.get(match[1].lower(), match[0]), pattern)
+    return _urlized(posixpath.normpath(posixpath.join("/", path))) + (
+        "/" if not path.endswith(".html") else ""
+    )
+
+
+class _Lookup:
+    """Finds pages as .GetPage does: by path from the source's folder, from the content roots, or by name."""
+
+    def __init__(self, roots: Sequence[str]) -> None:
+        self.roots = roots
+        self._index: dict[str, list[str]] = {}
+
+    def find(self, site: Site, path: str, source: str) -> Resolution | None:
+        if not path:
+            return found(source)
+        places = [posixpath.join(root, path.lstrip("/")) for root in self.roots]
+        if not path.startswith("/"):
+            folder = posixpath.dirname(source)
+            starts = [folder, posixpath.dirname(folder)] if _is_leaf(source) else [folder]
+            places = [posixpath.join(start, path) for start in starts] + places
+        index = self._pages(site)
+        for place in places:
+            pages = index.get(_logical(posixpath.normpath(place)))
+            if pages:
+                return found(*pages)
+        # A bare name finds the only page that has it, wherever that lies.
+        name = _logical(path)
+        named = [
+            page for logical, pages in index.items() if logical.rpartition("/")[2] == name for page in pages
+        ]
+        return found(*named) if "/" not in path and len(named) == 1 else None
+
+    def _pages(self, site: Site) -> dict[str, list[str]]:
+        if not self._index:
+            for page, addresses in site.addresses.items():
+                # A translation answers to the path of its original.
+                paths = (page, re.sub(r"\.[a-z]{2}(?:-\w+)?(?=\.\w+$)", "", page))
+                for path in dict.fromkeys(map(_logical, paths)) if addresses else ():
+                    self._index.setdefault(path, []).append(page)
+        return self._index
+
+
+def _is_leaf(page: str) -> bool:
+    return posixpath.basename(page).startswith("index.")
+
+
+def _logical(path: str) -> str:
+    path = re.sub(r"\.(?:md|markdown|mdown|html)$", "", path.rstrip("/"))
+    path = re.sub(r"(?:^|/)_?index$", "", path)
+    return re.sub(r"\s+", "-", path.lower())
+
+
+def _ref(lookup: _Lookup, site: Site, link: Link, source: str) -> Resolution | None:
+    """{{< ref "page#anchor" >}} stands for the address of a page."""
+    match = _REF.search(link.path)
+    if match is None:
+        return doubtful("filled in by a template")
+    words = [(key, next(filter(None, texts), "")) for key, *texts in _WORDS.findall(match[1])]
+    options = dict(words)
+    target = options.get("path") or next((text for key, text in words if not key), "")
+    path, _, anchor = target.partition("#")
+    resolution = lookup.find(site, path, source)
+    if resolution is None:
+        why = (
+            "an output format or language of its own?" if {"lang", "outputFormat"} & options.keys() else None
+        )
+        return doubtful(why) if why else nothing_because(site, link, source, f"no page {path}")
+    behind = match[2].partition("#")[2]
+    return Resolution(resolution.outcome, resolution.pages, anchor=anchor or behind or None)
+
+
+def _hooked(
+    lookup: _Lookup, special: frozenset[str], site: Site, link: Link, source: str
+) -> Resolution | None:
+    """A render hook finds pages by path, as .GetPage does, and files of the page's bundle."""
+    if link.path in special:
+        return found()
+    resolution = lookup.find(site, link.path, source)
+    return resolution if resolution is not None else _resource(site, link, source)
+
+
+def _resource(site: Site, link: Link, source: str) -> Resolution | None:
+    """A file of the bundle around a page, or of the assets."""
+    folder = posixpath.dirname(source)
+    path = link.path.lstrip("/")
+    for place in (posixpath.join(folder, path), posixpath.join(site.root, "assets", path)):
+        if posixpath.normpath(place) in site.repository.files:
+            return found()
+    return None
+
+
+def _bundled(site: Site, link: Link, source: str) -> Resolution | None:
+    """Files beside index.md and _index.md are served at the page's address."""
+    name = posixpath.basename(source)
+    if link.path.startswith("/") or not name.startswith(("index.", "_index.")):
+        return None
+    return found() if site.place(link.path, source) in site.repository.files else None
+
+
+def _unknown_hook(why: str, site: Site, link: Link, source: str) -> Resolution | None:
+    """A theme that is not here may bring a render hook, which finds files."""
+    place = site.place(link.path, source)
+    return doubtful(why) if place in site.repository.files else None
+
+
+def _other_page(site: Site, link: Link, source: str) -> Resolution | None:
+    """Content that is no Markdown makes pages, too."""
+    path = site.address_of(link.path, source).strip("/")
+    stems = (posixpath.join(site.content, path), posixpath.join(site.content, path, "_index"))
+    names = (f"{stem}{suffix}" for stem in stems for suffix in (".html", ".adoc", ".rst", ".org", ".pandoc"))
+    return found() if any(name in site.repository.files for name in names) else None
+
+
+def _term(taxonomies: Sequence[str], site: Site, link: Link, source: str) -> Resolution | None:
+    """The pages that Hugo makes of each taxonomy and of its terms."""
+    steps = site.address_of(link.path, source).strip("/").split("/")
+    if len(steps) > 2 or steps[0] not in taxonomies:
+        return None
+    terms = (term for page in site.pages for term in _terms(site.facts(page), steps[0]))
+    return found() if len(steps) == 1 or steps[1] in {_urlized(term) for term in terms} else None
+
+
+def _terms(facts: Facts | None, taxonomy: str) -> list[str]:
+    return literals.texts(facts.fields.get(taxonomy)) if facts is not None else []
+
+
+def _raw_line(heading: Heading) -> str:
+    """Hugo makes anchors of a heading's source, the last line of it."""
+    return heading.raw if heading.html else heading.raw.strip().rpartition("\n")[2]
+
+
+def _shortcode(roots: Sequence[str], site: Site, construct: Construct, page: str) -> str | None:
+    template = _template(site, construct.name)
+    if construct.name in _KNOWN or _included(roots, site, construct, page) not in {None, page}:
+        return None
+    if template is not None and not any(
+        (may_make_anchors(template), _BRINGS_TEXT.search(template), _MAKES_HEADINGS.search(template))
+    ):
+        return None
+    return f"made by the shortcode `{construct.name}` in line {construct.line}?"
+
+
+def _template(site: Site, name: str) -> str | None:
+    folders = ("layouts/shortcodes", "layouts/_shortcodes")
+    paths = (posixpath.join(site.root, folder, f"{name}.html") for folder in folders)
+    return next((text for path in paths if (text := site.repository.text(path)) is not None), None)
+
+
+def _included(roots: Sequence[str], site: Site, construct: Construct, page: str) -> str | None:
+    """The file that a shortcode brings in, where its template reads one and its argument names it."""
+    template = _template(site, construct.name)
+    if construct.name in _KNOWN or template is None or not _BRINGS_TEXT.search(template):
+        return page
+    starts = (*roots, site.root, posixpath.join(site.root, "assets"), posixpath.dirname(page))
+    for _, *texts in _WORDS.findall(construct.arguments):
+        path = next(filter(None, texts), "").lstrip("/")
+        for start in starts if path else ():
+            place = posixpath.normpath(posixpath.join(start, path))
+            for name in (place, *(place + suffix for suffix in _SUFFIXES)):
+                if name in site.repository.files:
+                    return name
+    # What it brings in by another name is not known: `_shortcode` says so.
+    return page
+
+
+RULES = Rules(
+    kind=KIND,
+    ways={},
+    page_suffixes=_SUFFIXES,
+    url_style="slash",
+    not_copied=_SUFFIXES,
+    made={r"/404\.html|/(?:.*/)?(?:index\.xml|sitemap\.xml|rss\.xml)|/robots\.txt|/(?:.*/)?page/\d+/?": None},
+    heading_text=_raw_line,
+    custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    always=r"|top|:~:.*|fn(?:ref)?\d*:.*",
+)
+
+
+def find(repository: Repository) -> Iterator[str]:
+    """The folders with a configuration of Hugo's and a folder of content."""
+    for path in repository.files:
+        for name in (*_NAMES, *_IN_FOLDER):
+            root = path[: -len(name)].rstrip("/")
+            if path == posixpath.join(root, name) and _is_hugo(repository, root, path):
+                yield root
+
+
+def _is_hugo(repository: Repository, root: str, path: str) -> bool:
+    if posixpath.basename(path).startswith("config.") and "config/_default" not in path:
+        config = _read(repository, path)
+        keys = {str(key).lower() for key in config}
+        if (
+            not keys & {"baseurl", "languagecode", "theme", "params", "markup", "contentdir", "module"}
+            or "base_url" in keys
+        ):
+            return False
+    return posixpath.join(root, "content") in repository.folders or bool(
+        _lower(_configuration(repository, root)).get("contentdir")
+    )
+
+
+def _read(repository: Repository, path: str) -> dict[str, Any]:
+    text = repository.text(path)
+    if path.endswith(".toml"):
+        return literals.toml(text)
+    if path.endswith(".json"):
+        try:
+            loaded = json.loads(text or "{}")
+        except ValueError:
+            return {}
+        return loaded if isinstance(loaded, dict) else {}
+    return literals.yaml(text)
+
+
+def _lower(value: Any) -> Any:
+    """Hugo's settings do not tell letter case apart."""
+    return (
+        {str(key).lower(): _lower(inner) for key, inner in value.items()}
+        if isinstance(value, dict)
+        else value
+    )
+
+
+def _configuration(repository: Repository, root: str) -> dict[str, Any]:
+    config: dict[str, Any] = {}
+    for name in reversed(_NAMES):
+        config.update(_read(repository, posixpath.join(root, name)))
+        # In config/_default, each file but hugo and config is one table.
+        config.update(_read(repository, posixpath.join(root, "config/_default", name)))
+    for table in ("languages", "permalinks", "markup", "module", "params", "taxonomies"):
+        for suffix in ("toml", "yaml", "yml", "json"):
+            settings = _read(repository, posixpath.join(root, "config/_default", f"{table}.{suffix}"))
+            if settings:
+                config[table] = settings
+    return config
+
+
+def make(repository: Repository, root: str) -> Site | None:
+    """The site in a folder."""
+    config = _lower(_configuration(repository, root))
+    paths = (posixpath.join(root, name) for name in (*_NAMES, *_IN_FOLDER))
+    path = next((path for path in paths if path in repository.files), "")
+    mounts = literals.get(config, "module", "mounts")
+    mounts = [mount for mount in mounts if isinstance(mount, dict)] if isinstance(mounts, list) else []
+    sources = [
+        str(mount.get("source")) for mount in mounts if str(mount.get("target")).split("/")[0] == "content"
+    ]
+    named = config.get("contentdir")
+    sources = sources or [named if isinstance(named, str) else "content"]
+    languages = config.get("languages") if isinstance(config.get("languages"), dict) else {}
+    folders = {name: literals.get(options, "contentdir") for name, options in languages.items()}
+    contents = [folder for folder in folders.values() if isinstance(folder, str)] or sources
+    contents = [posixpath.normpath(posixpath.join(root, folder)) for folder in contents]
+    content = posixpath.commonpath([f"/{folder}" for folder in contents]).strip("/")
+    default = str(config.get("defaultcontentlanguage") or "en")
+    in_subfolder = config.get("defaultcontentlanguageinsubdir") is True
+    below = {
+        name: Site.within(posixpath.normpath(posixpath.join(root, folder)), content) or ""
+        if isinstance(folder, str)
+        else ""
+        for name, folder in folders.items()
+    }
+    pages = _Pages(
+        below, "" if in_subfolder else default, _permalinks(config), config.get("uglyurls") is True
+    )
+    taxonomies = config.get("taxonomies")
+    plurals = (
+        literals.texts(list(taxonomies.values())) if isinstance(taxonomies, dict) else ["tags", "categories"]
+    )
+    roots = [*(posixpath.normpath(posixpath.join(root, folder)) for folder in sources), *contents]
+    lookup = _Lookup(roots)
+    shortcode = Effect(includes=partial(_included, roots), unknown=partial(_shortcode, roots))
+    links, images = _ways(lookup, repository, root, config, plurals)
+    static = literals.texts(config.get("staticdir")) or ["static"]
+    static += [str(mount["source"]) for mount in mounts if str(mount.get("target")).split("/")[0] == "static"]
+    parser = literals.get(config, "markup", "goldmark", "parser")
+    slug = _SLUGS.get(
+        str(literals.get(parser, "autoidtype") or literals.get(parser, "autoheadingidtype") or "github")
+    )
+    rules = RULES.changed(
+        ways={
+            "link": links,
+            HREF: (itself, *links[-4:]),
+            IMAGE: images,
+            SRC: images[-4:],
+            TEMPLATE: (partial(_ref, lookup),),
+        },
+        addresses=pages.addresses,
+        base=urlsplit(str(config.get("baseurl") or "")).path or "/",
+        static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in static),
+        slug=slug or slugs.hugo,
+        terms=literals.get(parser, "autodefinitiontermid") is True,
+        effects={SHORTCODE: shortcode, LIQUID: shortcode},
+    )
+    if literals.get(parser, "autoheadingid") is False:
+        rules = rules.changed(heading_levels=range(0))
+    hook = _layout(repository, root, "render-heading.html")
+    if hook is not None and ".Anchor" not in hook:
+        rules = rules.changed(any_anchor="made by the render hook for headings?")
+    if literals.get(parser, "attribute", "block") is True:
+        rules = rules.changed(named=("attribute_ids",))
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)
+
+
+def _permalinks(config: Mapping[str, Any]) -> dict[str, str]:
+    permalinks = config.get("permalinks")
+    if not isinstance(permalinks, dict):
+        return {}
+    pages = permalinks.get("page")
+    both = {**permalinks, **(pages if isinstance(pages, dict) else {})}
+    return {section: pattern for section, pattern in both.items() if isinstance(pattern, str)}
+
+
+def _layout(repository: Repository, root: str, name: str) -> str | None:
+    folders = ("layouts/_markup", "layouts/_default/_markup", "layouts/docs/_markup")
+    paths = [posixpath.join(root, folder, name) for folder in folders]
+    paths += [
+        path
+        for path in repository.files
+        if path.endswith(f"/_markup/{name}") and path.startswith(posixpath.join(root, "themes/"))
+    ]
+    return next((text for path in paths if (text := repository.text(path)) is not None), None)
+
+
+def _ways(
+    lookup: _Lookup, repository: Repository, root: str, config: Mapping[str, Any], taxonomies: Sequence[str]
+) -> tuple[Any, Any]:
+    """How links and images are followed: by a render hook where there is one, then as addresses."""
+    addresses = (page_at_address, _other_page, partial(_term, tuple(taxonomies)), outside_base)
+    hooks = literals.get(config, "markup", "goldmark", "renderhooks")
+    languages = config.get("languages")
+    theme = literals.get(config, "theme") or literals.get(config, "module", "imports")
+    missing_theme = bool(theme) and not any(
+        path.startswith(posixpath.join(root, "themes/")) and "/layouts/" in path for path in repository.files
+    )
+
+    def before(kind: str) -> list[Any]:
+        text = _layout(repository, root, f"render-{kind}.html")
+        setting = literals.get(hooks, kind, "useembedded")
+        enabled = setting in {"always", "fallback"} or literals.get(hooks, kind, "enabledefault") is True
+        if text is not None:
+            # A hook may mean something of its own by a certain destination: {{ if eq $destination "g" }}.
+            special = re.findall(r"""\beq\s+[\w.$]+\s+"([^"]*)\"""", text)
+            return [partial(_hooked, lookup, frozenset(special))]
+        if enabled or (isinstance(languages, dict) and len(languages) > 1 and setting != "never"):
+            return [partial(_hooked, lookup, frozenset[str]())]
+        return [partial(_unknown_hook, "found by a render hook of the theme?")] if missing_theme else []
+
+    return (itself, *before("link"), *addresses), (*before("image"), _bundled, *addresses)

@@ -1,0 +1,405 @@
+"""Jekyll: a folder with _config.yml."""
+
+from __future__ import annotations
+
+import posixpath
+import re
+from collections.abc import Iterator, Mapping, Sequence
+from dataclasses import replace
+from functools import partial
+from typing import Any
+
+from pathspec import GitIgnoreSpec
+
+from docmap.facts import HREF, IMAGE, LINK, LIQUID, SRC, TEMPLATE, Construct, Facts, Link
+from docmap.repository import Repository
+from docmap.sites import literals, slugs
+from docmap.sites.components import may_make_anchors
+from docmap.sites.site import (
+    Effect,
+    Resolution,
+    Rules,
+    Site,
+    at_address,
+    doubtful,
+    found,
+    itself,
+    page_at_address,
+    site_file,
+)
+from docmap.sites.ways import as_host_serves, as_hosted, is_elsewhere, nothing_because, outside_base
+
+KIND = "jekyll"
+
+_SUFFIXES = (".md", ".markdown", ".mkdown", ".mkdn", ".mkd")
+_STYLES = {
+    "date": "/:categories/:year/:month/:day/:title:output_ext",
+    "pretty": "/:categories/:year/:month/:day/:title/",
+    "ordinal": "/:categories/:year/:y_day/:title:output_ext",
+    "weekdate": "/:categories/:year/W:week/:short_day/:title:output_ext",
+    "none": "/:categories/:title:output_ext",
+}
+_POST = re.compile(r"(?:.*/)?_posts/(?:.*/)?(\d{4})-(\d{1,2})-(\d{1,2})-([^/]+)")
+_TAG = re.compile(r"\{%-?\s*(link|post_url)\s+(.*?)\s*-?%\}(.*)", re.DOTALL)
+_URL = re.compile(
+    r"""\{\{-?\s*["']([^"']*)["']\s*\|\s*(?:relative_url|absolute_url|prepend:\s*site\.baseurl)\s*-?\}\}"""
+)
+_VARIABLE = re.compile(r"\{\{-?\s*(site|page)\.(\w+)\s*-?\}\}")
+# Tags that make no anchors; with these, also those that end a block.
+_KNOWN = re.compile(
+    r"end\w*|raw|comment|highlight|if|elsif|else|unless|case|when|assign|capture|increment|decrement|link|post_url|gist"
+    r"|seo|feed_meta|break|continue|liquid|cycle"
+)
+# Plugins that bring no pages of their own.
+_HARMLESS = literals.words(
+    """
+    jekyll-seo-tag jekyll-sitemap jekyll-feed jekyll-relative-links jekyll-optional-front-matter
+    jekyll-readme-index jekyll-titles-from-headings jekyll-default-layout jekyll-github-metadata
+    jekyll-mentions jekyll-coffeescript jekyll-gist jekyll-include-cache jekyll-remote-theme
+    jekyll-redirect-from jekyll-paginate jemoji jekyll-toc jekyll-sass-converter jekyll-last-modified-at
+    jekyll-commonmark-ghpages jekyll-avatar jekyll-spaceship kramdown-parser-gfm webrick jekyll-timeago
+    jekyll-tidy jekyll-minifier jekyll-target-blank
+    """
+)
+# Where Jekyll looks for what is no page.
+_PARTS = frozenset({"_includes", "_layouts", "_sass", "_data", "_plugins", "_site"})
+
+
+class _Pages:
+    """How one site makes addresses of its files."""
+
+    def __init__(self, config: Mapping[str, Any], root: str, on_host: bool, plugins: frozenset[str]) -> None:
+        self.root = root
+        style = str(config.get("permalink") or "date")
+        self.permalink = _STYLES.get(style, style)
+        collections = config.get("collections")
+        self.collections: dict[str, dict[str, Any]] = {
+            str(name): options if isinstance(options, dict) else {}
+            for name, options in (
+                collections.items()
+                if isinstance(collections, dict)
+                else ((name, {}) for name in literals.texts(collections))
+            )
+        }
+        self.defaults = [entry for entry in config.get("defaults") or () if isinstance(entry, dict)]
+        self.folder = str(config.get("collections_dir") or "").strip("/")
+        self.without_front_matter = on_host or "jekyll-optional-front-matter" in plugins
+        self.readme_index = on_host or "jekyll-readme-index" in plugins
+        self.redirects = on_host or "jekyll-redirect-from" in plugins
+        left_out = [*literals.texts(config.get("exclude")), "/vendor/", "/node_modules/", "/_site/"]
+        self.left_out = GitIgnoreSpec.from_lines("/" + line.lstrip("/") for line in left_out)
+        self.included = frozenset(name.strip("/") for name in literals.texts(config.get("include")))
+
+    def addresses(self, site: Site, page: str, facts: Facts) -> Sequence[str]:
+        place = site.within(page, self.root) or page
+        steps = place.split("/")
+        hidden = [step for step in steps if step.startswith(("_", ".")) and step not in self.included]
+        if self.left_out.match_file(place) or facts.fields.get("published") is False:
+            return ()
+        if facts.front_matter is None and not (self.without_front_matter or "_posts" in steps):
+            # Without front matter a file is copied as it is.
+            return (f"/{place}",)
+        fields = {**self._default_fields(place), **facts.fields}
+        post = _POST.fullmatch(posixpath.splitext(place)[0])
+        if post is not None:
+            return self._forms(self._post(place, post, fields), fields)
+        collection = next((name for name in self.collections if self._in_collection(name, place)), None)
+        if collection is not None:
+            if self.collections[collection].get("output") is not True:
+                return ()
+            return self._forms(self._document(collection, place, fields), fields)
+        if hidden:
+            return ()
+        return self._forms(self._page(place, fields), fields)
+
+    def _default_fields(self, place: str) -> dict[str, Any]:
+        fields: dict[str, Any] = {}
+        for entry in self.defaults:
+            path = str(literals.get(entry, "scope", "path") or "").strip("/")
+            kind = literals.get(entry, "scope", "type")
+            of_kind = kind is None or (
+                "_posts" in place
+                if kind == "posts"
+                else place.startswith(f"_{kind}/") or (kind == "pages" and place[0] != "_")
+            )
+            values = entry.get("values")
+            if of_kind and (not path or place.startswith(path) or "*" in path) and isinstance(values, dict):
+                fields.update(values)
+        return fields
+
+    def _in_collection(self, name: str, place: str) -> bool:
+        return place.startswith(posixpath.join(self.folder, f"_{name}", ""))
+
+    def _post(self, place: str, post: re.Match[str], fields: Mapping[str, Any]) -> str:
+        year, month, day, title = post.groups()
+        dated = re.match(r"(\d{4})-(\d\d)-(\d\d)", str(fields.get("date") or ""))
+        if dated is not None:
+            year, month, day = dated.groups()
+        categories = fields.get("categories") or fields.get("category") or []
+        names = categories.split() if isinstance(categories, str) else literals.texts(categories)
+        above = place.partition("_posts/")[0].strip("/")
+        names = [*(above.split("/") if above else []), *names]
+        slug = fields.get("slug")
+        values = {
+            "categories": "/".join(name.lower().replace(" ", "-") for name in dict.fromkeys(names)),
+            "year": year, "month": month.zfill(2), "day": day.zfill(2), "i_month": month, "i_day": day,
+            "title": slug if isinstance(slug, str) else title, "slug": _slug(title), "output_ext": ".html",
+            "short_year": year[2:], "name": title, "basename": title, "path": title, "collection": "posts",
+        }  # fmt: skip
+        own = fields.get("permalink")
+        pattern = literals.get(self.collections.get("posts"), "permalink") or self.permalink
+        return _filled(own if isinstance(own, str) else str(pattern), values)
+
+    def _document(self, name: str, place: str, fields: Mapping[str, Any]) -> str:
+        path = posixpath.splitext(place[len(posixpath.join(self.folder, f"_{name}", "")) :])[0]
+        default = "/:collection/:path/" if self.permalink.endswith("/") else "/:collection/:path:output_ext"
+        if self.permalink == _STYLES["date"] or self.permalink.endswith(":output_ext"):
+            default = "/:collection/:path:output_ext"
+        own = fields.get("permalink")
+        pattern = (
+            own if isinstance(own, str) else literals.get(self.collections[name], "permalink") or default
+        )
+        base = posixpath.basename(path)
+        slug = fields.get("slug")
+        values = {
+            "collection": name, "path": path, "name": base, "basename": base, "output_ext": ".html",
+            "title": slug if isinstance(slug, str) else base, "slug": _slug(base), "categories": "",
+        }  # fmt: skip
+        return _filled(str(pattern), values)
+
+    def _page(self, place: str, fields: Mapping[str, Any]) -> str:
+        own = fields.get("permalink")
+        if isinstance(own, str):
+            return _filled(
+                own, {"basename": posixpath.splitext(posixpath.basename(place))[0], "output_ext": ".html"}
+            )
+        stem, _ = posixpath.splitext(place)
+        folder, name = posixpath.split(stem)
+        if name == "index" or (self.readme_index and name.lower() == "readme"):
+            return posixpath.join("/", folder, "")
+        return f"/{stem}/" if self.permalink.endswith("/") else f"/{stem}.html"
+
+    def _forms(self, address: str, fields: Mapping[str, Any]) -> list[str]:
+        old = literals.texts(fields.get("redirect_from")) if self.redirects else []
+        forms: list[str] = []
+        for form in (address, *old):
+            form = posixpath.join("/", form)
+            stem = re.sub(r"(?:(?<=/)index)?\.html$|/$", "", form)
+            if form.endswith("/") or form.endswith("/index.html"):
+                forms += [f"{stem.rstrip('/')}/", f"{stem.rstrip('/')}/index.html", stem.rstrip("/") or "/"]
+            else:
+                # Hosts serve page.html under /page as well.
+                forms += [form, stem, f"{stem}.html"] if form != stem else [form, f"{form}.html"]
+        return list(dict.fromkeys(forms))
+
+
+def _slug(name: str) -> str:
+    return re.sub(r"[^\w]+", "-", name).strip("-").lower()
+
+
+def _filled(pattern: str, values: Mapping[str, str]) -> str:
+    path = re.sub(r":(\w+?)(?=:|/|\.|-|$|_?:)", lambda match: values.get(match[1], match[0]), pattern)
+    path = re.sub(r":([a-z_]+)", lambda match: values.get(match[1], match[0]), path)
+    return re.sub("/{2,}", "/", "/" + path)
+
+
+def _by_file(site: Site, link: Link, source: str) -> Resolution | None:
+    """With jekyll-relative-links, a path to a Markdown file becomes the address of its page."""
+    place = site.place(link.path, source)
+    if link.path.startswith("/"):
+        place = posixpath.normpath(posixpath.join(site.content, link.path.lstrip("/")))
+    if link.path.lower().endswith(_SUFFIXES) and site.addresses.get(place):
+        return found(place)
+    return None
+
+
+def _left_as_it_is(site: Site, link: Link, source: str) -> Resolution | None:
+    """A Markdown file that becomes a page is not there under its own name."""
+    place = site.place(link.path, source)
+    if site.addresses.get(place):
+        why = f"the page of {place} is {site.addresses[place][0]}"
+        return nothing_because(site, link, source, why)
+    return None
+
+
+def _served_file(site: Site, link: Link, source: str) -> Resolution | None:
+    """Pages that are no Markdown, folders with index.html, and style sheets."""
+    path = site.address_of(link.path, source).strip("/")
+    place = posixpath.normpath(posixpath.join(site.content, path)) if path else site.content
+    if set(path.split("/")) & _PARTS:
+        return None
+    if re.sub(r"\.css$", ".scss", place) in site.repository.files:
+        return found()
+    return found() if f"/{path}" in site.once(_other_pages) else None
+
+
+def _other_pages(site: Site) -> frozenset[str]:
+    """The addresses of pages that are no Markdown, without a slash at the end."""
+    addresses = set()
+    for path in site.repository.files:
+        place = site.within(path, site.content)
+        if (
+            place is None
+            or set(place.split("/")) & _PARTS
+            or not place.endswith((".html", ".xml", ".json", ".txt"))
+        ):
+            continue
+        front = re.match(r"---\n(.*?)\n?---", site.repository.text(path) or "", re.DOTALL)
+        permalink = literals.yaml(front[1]).get("permalink") if front is not None else None
+        by_path = re.sub(r"(?:(?:^|(?<=/))index)?\.html$", "", place)
+        addresses.add(permalink if isinstance(permalink, str) else by_path)
+    return frozenset("/" + address.strip("/") for address in addresses)
+
+
+def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) -> Resolution | None:
+    """{% link path %}, {% post_url name %}, {{ "/path" | relative_url }} and {{ site.baseurl }}/path."""
+    tag = _TAG.search(link.path)
+    if tag is not None:
+        name = tag[2].strip("\"'").lstrip("/")
+        anchor = tag[3].partition("#")[2] or None
+        if "{{" in name:
+            return doubtful("filled in by a template")
+        if tag[1] == "post_url":
+            pages = [
+                page for page in site.pages if re.search(rf"(?:^|/)(?:_posts/)?{re.escape(name)}\.\w+$", page)
+            ]
+            return (
+                Resolution("found", tuple(pages), anchor=anchor)
+                if pages
+                else nothing_because(site, link._replace(path=f"/_posts/{name}"), source, f"no post {name}")
+            )
+        place = posixpath.normpath(posixpath.join(site.content, name))
+        resolution = site_file(site, place) if place in site.repository.files else None
+        if resolution is None:
+            return nothing_because(site, link._replace(path=f"/{name}"), source, f"no file {place}")
+        return replace(resolution, anchor=anchor)
+    target = _URL.sub(lambda match: "/" + match[1].lstrip("/"), link.path)
+    target = _VARIABLE.sub(lambda match: _value(config, site, source, match), target)
+    path, _, anchor = target.partition("#")
+    if is_elsewhere(path):
+        return found()
+    if "{{" in path or "{%" in path or (path and not path.startswith("/")):
+        return doubtful("filled in by a template")
+    plain = link._replace(path=path or "/", form=LINK)
+    resolution = at_address(site, site.normalised_address(path)) or _served_file(site, plain, source)
+    if resolution is None:
+        resolution = nothing_because(site, plain, source, f"no page or file at {path}")
+    return replace(resolution, anchor=anchor or None)
+
+
+def _value(config: Mapping[str, Any], site: Site, source: str, match: re.Match[str]) -> str:
+    """What a variable stands for; itself, where neither the configuration nor the front matter says it."""
+    if match[2] == "baseurl":
+        # Addresses are without it here.
+        return ""
+    facts = site.facts(source)
+    fields = config if match[1] == "site" else facts.fields if facts is not None else {}
+    value = fields.get(match[2], "" if match[2] == "url" else None)
+    return value if isinstance(value, str) and match[2] != "url" else "" if match[2] == "url" else match[0]
+
+
+def _included(site: Site, construct: Construct, page: str) -> str | None:
+    path = construct.arguments.strip().split(" ")[0].strip("\"'")
+    return None if "{{" in path else site.place(path, page)
+
+
+def _include(site: Site, construct: Construct, page: str) -> str | None:
+    """An include that is Markdown; `_tag` says what others may make."""
+    name = construct.arguments.strip().split(" ")[0].strip("\"'")
+    path = posixpath.join(site.root, "_includes", name)
+    return path if path.endswith(_SUFFIXES) and path in site.repository.files else page
+
+
+def _tag(site: Site, construct: Construct, page: str) -> str | None:
+    """A tag or include may make anchors when its source is not here, or has some."""
+    if _KNOWN.fullmatch(construct.name):
+        return None
+    if construct.name in {"include", "include_cached"}:
+        path = posixpath.join(site.root, "_includes", construct.arguments.strip().split(" ")[0].strip("\"'"))
+        text = site.repository.text(path)
+        if path.endswith(_SUFFIXES) and text is not None:
+            return None
+        if text and not may_make_anchors(text) and not re.search(r"^#|\{%-?\s*include", text, re.MULTILINE):
+            return None
+    return f"made by `{construct.name} {construct.arguments[:40]}` in line {construct.line}?"
+
+
+RULES = Rules(
+    kind=KIND,
+    ways={},
+    page_suffixes=_SUFFIXES,
+    not_copied=(),
+    made={r"/(?:feed|sitemap|atom)\.xml|/robots\.txt|/(?:.*/)?page\d+/?": None},
+    slug=slugs.github,
+    custom_id=r"\{:?[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    named=("attribute_ids",),
+    always=r"|top|:~:.*|fn(?:ref)?:.*|markdown-toc.*",
+    parts=r"_(?:includes|layouts|data|sass|plugins)/",
+    effects={
+        f"{LIQUID}:include_relative": Effect(includes=_included, anchors="included in line {line}?"),
+        f"{LIQUID}:include": Effect(includes=_include, unknown=_tag),
+        f"{LIQUID}:include_cached": Effect(includes=_include, unknown=_tag),
+        LIQUID: Effect(unknown=_tag),
+    },
+)
+
+
+def find(repository: Repository) -> Iterator[str]:
+    """The folders of all _config.yml that are not another program's."""
+    for path in repository.files:
+        folder, _, name = path.rpartition("/")
+        if name not in {"_config.yml", "_config.yaml", "_config.toml"}:
+            continue
+        others = (posixpath.join(folder, other) for other in ("_toc.yml", "scaffolds", "conf.py"))
+        if not any(other in repository.files or other in repository.folders for other in others):
+            yield folder
+
+
+def make(repository: Repository, root: str) -> Site | None:
+    """The site in a folder."""
+    paths = [posixpath.join(root, f"_config.{suffix}") for suffix in ("yml", "yaml", "toml")]
+    path = next((path for path in paths if path in repository.files), paths[0])
+    text = repository.text(path)
+    config = literals.toml(text) if path.endswith(".toml") else literals.yaml(text)
+    source = config.get("source")
+    content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else ""))
+    content = "" if content == "." else content
+    gems = "".join(repository.text(posixpath.join(folder, "Gemfile")) or "" for folder in {root, ""})
+    plugins = frozenset([*literals.texts(config.get("plugins")), *literals.texts(config.get("gems"))])
+    # The code host builds sites that name no program of their own, and adds plugins to them.
+    on_host = not gems.strip() or "github-pages" in gems
+    pages = _Pages(config, content, on_host, plugins)
+    links = (itself, page_at_address, _served_file, as_host_serves)
+    relative = (
+        (_by_file,)
+        if on_host or "jekyll-relative-links" in plugins | set(re.findall(r"[\w-]+", gems))
+        else ()
+    )
+    wrong = (_left_as_it_is, outside_base)
+    kramdown = config.get("kramdown")
+    rules = RULES.changed(
+        ways={
+            "link": (itself, *relative, *links, *wrong),
+            IMAGE: (*links, *wrong),
+            HREF: (*links, *wrong),
+            SRC: (*links, *wrong),
+            TEMPLATE: (partial(_template, config),),
+        },
+        addresses=pages.addresses,
+        base=str(config.get("baseurl") or "") or "/",
+        slug=slugs.kramdown if literals.get(kramdown, "input") == "kramdown" else slugs.github,
+    )
+    if literals.get(kramdown, "auto_ids") is False:
+        rules = rules.changed(heading_levels=range(0))
+    made = dict(rules.made)
+    theme = config.get("theme") or config.get("remote_theme")
+    if theme or on_host:
+        # The host has a theme of its own for sites that name none; it brings style sheets and scripts.
+        made[r"/assets/.*" if theme else r"/assets/.*\.(?:css|js)"] = "a file of the theme?"
+    if "jekyll-archives" in plugins:
+        made[r"/(?:tags?|categor(?:y|ies)|\d{4})/.*"] = "made by the plugin `jekyll-archives`?"
+    unknown = sorted(plugins - _HARMLESS - {"jekyll-archives"})
+    own = [path for path in repository.files if path.startswith(posixpath.join(root, "_plugins/"))]
+    for name in (*(f"the plugin `{name}`" for name in unknown), *own):
+        rules = rules.changed(any_target=f"made by {name}?", any_anchor=f"made by {name}?")
+    return Site(as_hosted(rules.changed(made=made), repository, root), repository, root, content, path)

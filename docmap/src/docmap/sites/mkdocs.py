@@ -1,0 +1,353 @@
+"""MkDocs: a folder with mkdocs.yml."""
+
+from __future__ import annotations
+
+import posixpath
+import re
+from collections.abc import Callable, Iterable, Iterator, Sequence
+from functools import partial
+from typing import Any
+from urllib.parse import urlsplit
+
+from pathspec import GitIgnoreSpec
+
+from docmap.facts import EMBED, FENCE, HREF, LIQUID, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
+from docmap.repository import Repository
+from docmap.sites import literals, slugs
+from docmap.sites.site import (
+    Effect,
+    Resolution,
+    Rules,
+    Site,
+    file_from_content,
+    found,
+    itself,
+    numbered,
+    page_at_address,
+    site_file,
+)
+from docmap.sites.ways import (
+    as_hosted,
+    by_web_server,
+    folders_of,
+    is_elsewhere,
+    nothing_because,
+    outside_base,
+)
+
+KIND = "mkdocs"
+
+# Plugins that make neither pages nor links nor anchors, or only those that the rules know.
+_HARMLESS = literals.words(
+    """
+    search minify social privacy offline optimize meta info typeset group blog tags redirects autorefs
+    section-index awesome-pages awesome-nav exclude glightbox git-revision-date
+    git-revision-date-localized git-authors git-committers git-committers-2 table-reader mermaid2
+    htmlproofer open-in-new-tab codeinclude include-markdown mkdocstrings macros literate-nav
+    encryptcontent charts callouts rss pdf-export with-pdf swagger-ui-tag tooltips panzoom
+    markdownextradata section-number add-number enumerate-headings caption img2fig drawio kroki plantuml
+    build_plantuml same-dir toggle-sidebar video spellcheck linkcheck navlinks exclude-search termynal
+    mike i18n material-relative-language-selector ezglossary unused_files no-sitemap markdown-filter
+    custom-attributes
+    """
+)
+# What plugins make, and where: name -> pattern of addresses.
+_MADE_BY = {
+    "blog": r"/blog/(?:archive|category|page|author|\d+)/.*",
+    "rss": r"/feed_\w+\.(?:xml|json)",
+    "social": r"/assets/images/social/.*",
+}
+# Plugins that bring documents, to go by their names.
+_MAKES_SOURCES = re.compile(r"gen|auto|api|repo|import|jupyter|notebook|gallery|merge|projects|doxy|simple")
+# Events by which a hook can bring files or pages; those for pages can bring anchors.
+_FILE_EVENT = re.compile(r"^def on_(?:config|files|nav|pre_build|post_build|env)\b", re.MULTILINE)
+_PAGE_EVENT = re.compile(r"^def on_(?:page_\w+|post_page)\b", re.MULTILINE)
+
+# What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
+_ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
+_TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)
+_EMOJI = re.compile(r":[\w+-]+:")
+
+
+def _addresses(
+    directory_urls: bool, left_out: GitIgnoreSpec, site: Site, page: str, facts: Facts
+) -> Sequence[str]:
+    """index.md is the index of its folder, and README.md where there is none."""
+    place = site.within(page, site.content) or page
+    if left_out.match_file(place):
+        return ()
+    folder, name = posixpath.split(posixpath.splitext(place)[0])
+    index = posixpath.join(site.content, folder, "index.md")
+    if name == "index" or (name == "README" and index not in site.repository.files):
+        return [posixpath.join("/", folder, ""), posixpath.join("/", folder, "index.html")]
+    return site.addresses_by_path(page, ("slash",) if directory_urls else ("html",))
+
+
+def _not_a_page(site: Site, link: Link, source: str) -> Resolution | None:
+    """A Markdown file outside of the documents' folder has no page."""
+    place = site.place(link.path, source)
+    outside = site.within(place, site.content) is None
+    if not link.path.startswith("/") and outside and place in site.repository.files:
+        return nothing_because(
+            site, link, source, f"{place} lies outside {site.content}/, so the site does not have it"
+        )
+    return None
+
+
+def _document(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path to a file in the folder of documents, relative to the file that links to it."""
+    if link.path.endswith("/") or site.within(site.place(link.path, source), site.content) is None:
+        return None
+    place = site.place(link.path, source)
+    if place not in site.repository.files:
+        # A folder is left to the browser, as any address.
+        return None
+    if site.addresses.get(place) == []:
+        return nothing_because(site, link, source, f"the configuration leaves {place} out")
+    return site_file(site, place)
+
+
+def _translated(site: Site, link: Link, source: str) -> Resolution | None:
+    """With the i18n plugin, page.md stands for page.fr.md, and for the default language's page."""
+    stem, suffix = posixpath.splitext(site.place(link.path, source))
+    language = re.search(r"\.([a-z]{2}(?:-\w+)?)$", posixpath.splitext(source)[0])
+    for other in (language[1],) if language is not None else ():
+        if f"{stem}.{other}{suffix}" in site.repository.files:
+            return site_file(site, f"{stem}.{other}{suffix}")
+    return None
+
+
+def _named(site: Site, link: Link, source: str) -> Resolution | None:
+    """A wiki link finds a page anywhere by its name."""
+    name = posixpath.splitext(link.path)[0].casefold()
+    pages = [
+        page for page in site.pages if posixpath.splitext(posixpath.basename(page))[0].casefold() == name
+    ]
+    return found(*pages) if pages else None
+
+
+def _snippet(bases: tuple[str, ...], site: Site, construct: Construct, page: str) -> str | None:
+    path = re.sub(r":[^/]*$", "", construct.arguments.strip().strip("\"'"))
+    places = [posixpath.normpath(posixpath.join(base, path)) for base in bases]
+    return next((place for place in places if place in site.repository.files), places[0])
+
+
+def _included(site: Site, construct: Construct, page: str) -> str | None:
+    path = re.match(r"""\s*["']([^"']+)""", construct.arguments)
+    return site.place(path[1], page) if path is not None else None
+
+
+def _tab_anchors(
+    slug: Callable[[str], str], combined: bool, site: Site, page: str, facts: Facts
+) -> Iterable[str]:
+    """Content tabs have anchors of their titles, or of heading and title."""
+    titles = [slug(title) for title in _TAB.findall(site.repository.text(page) or "")]
+    headings = [slug(heading.text) for heading in facts.headings] if combined and titles else []
+    yield from titles
+    yield from (f"{heading}-{title}" for heading in headings for title in titles)
+
+
+def _text_without_emoji(heading: Heading) -> str:
+    return _EMOJI.sub("", heading.text)
+
+
+RULES = Rules(
+    kind=KIND,
+    ways={
+        "link": (itself, _document, _not_a_page, page_at_address, outside_base, by_web_server),
+        HREF: (itself, page_at_address, outside_base, by_web_server),
+        SRC: (page_at_address, outside_base),
+    },
+    page_suffixes=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
+    not_copied=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
+    made={
+        r"/404\.html|/sitemap\.xml(?:\.gz)?|/search(?:\.html|/.*)": None,
+        r"/assets/(?:javascripts|stylesheets)/.*": None,
+    },
+    slug=slugs.python_markdown,
+    repeats=numbered(join="_"),
+    always=r"|top|:~:.*|fn(?:ref)?\d*:.*|tag:.*|__\w.*",
+    bodies=("admonition",),
+)
+
+
+def find(repository: Repository) -> Iterator[str]:
+    """The folders of all mkdocs.yml."""
+    return folders_of(repository, "mkdocs.yml", "mkdocs.yaml")
+
+
+def make(repository: Repository, root: str) -> Site | None:
+    """The site in a folder."""
+    path = next(
+        (
+            path
+            for name in ("mkdocs.yml", "mkdocs.yaml")
+            if (path := posixpath.join(root, name)) in repository.files
+        ),
+        "",
+    )
+    config = _config(repository, path)
+    extensions = _named_options(config.get("markdown_extensions"))
+    plugins = _named_options(config.get("plugins"))
+    docs = config.get("docs_dir")
+    content = posixpath.normpath(posixpath.join(root, docs if isinstance(docs, str) else "docs"))
+    rules = RULES.changed(
+        addresses=partial(_addresses, config.get("use_directory_urls", True) is not False, _left_out(config)),
+        base=urlsplit(str(config.get("site_url") or "")).path or "/",
+        redirects=_redirects(plugins.get("redirects")),
+        static=_theme_folders(root, config),
+    )
+    rules = _with_extensions(rules, repository, root, extensions)
+    rules = _with_plugins(rules, path, plugins)
+    rules = _with_hooks(rules, repository, root, literals.texts(config.get("hooks")))
+    ways = dict(rules.ways)
+    if literals.get(config, "validation", "links", "absolute_links") == "relative_to_docs" or (
+        literals.get(config, "validation", "absolute_links") == "relative_to_docs"
+    ):
+        ways["link"] = (itself, file_from_content, *ways["link"])
+    if "md_in_html" in extensions:
+        # Elements within Markdown blocks are links of the document, too.
+        ways[HREF] = ways[SRC] = (*ways[HREF], _document)
+    if "i18n" in plugins:
+        ways["link"] = (*ways["link"], _translated)
+    if {"roamlinks", "ezlinks", "obsidian-bridge", "wikilinks"} & {*plugins, *extensions}:
+        ways[WIKI] = ways[EMBED] = (itself, _document, page_at_address, _named)
+        rules = rules.changed(wiki_links=True)
+    return Site(
+        as_hosted(rules.changed(ways=ways), repository, root),
+        repository,
+        root,
+        "" if content == "." else content,
+        path,
+    )
+
+
+def _config(repository: Repository, path: str, depth: int = 0) -> dict[str, Any]:
+    """The settings of a file, and of the file that it inherits from."""
+    config = literals.yaml(repository.text(path))
+    parent = config.get("INHERIT")
+    if isinstance(parent, str) and depth < 5:
+        return {**_config(repository, Site.place(parent, path), depth + 1), **config}
+    return config
+
+
+def _left_out(config: dict[str, Any]) -> GitIgnoreSpec:
+    """The documents that the built site does not have."""
+    lines = [str(config.get(setting) or "").splitlines() for setting in ("exclude_docs", "draft_docs")]
+    try:
+        return GitIgnoreSpec.from_lines(line for some in lines for line in some)
+    except ValueError:
+        return GitIgnoreSpec.from_lines([])
+
+
+def _named_options(value: object) -> dict[str, dict[str, Any]]:
+    """Extensions or plugins by name, with their options."""
+    # Written as a mapping, or as a list of names and mappings.
+    named: dict[str, Any] = {}
+    for entry in value if isinstance(value, list) else [value]:
+        named.update(entry if isinstance(entry, dict) else {entry: {}} if isinstance(entry, str) else {})
+    options = {str(name): options if isinstance(options, dict) else {} for name, options in named.items()}
+    # Plugins of a theme are named with it: material/blog.
+    return {name.rpartition("/")[2]: value for name, value in options.items()}
+
+
+def _redirects(options: dict[str, Any] | None) -> dict[str, str]:
+    """Redirects by file: old.md -> new.md#anchor, as addresses in both forms."""
+    redirects: dict[str, str] = {}
+    maps = literals.get(options, "redirect_maps")
+    for old, new in maps.items() if isinstance(maps, dict) else ():
+        new = str(new)
+        stem = re.sub(r"(?:^|/)(?:index|README)$", "", posixpath.splitext(str(old))[0])
+        for address in (f"/{stem}/".replace("//", "/"), f"/{stem}.html"):
+            redirects[address] = new if is_elsewhere(new) else re.sub(r"\.md(?=#|$)", "/", "/" + new)
+    return redirects
+
+
+def _theme_folders(root: str, config: dict[str, Any]) -> tuple[str, ...]:
+    custom = literals.get(config.get("theme"), "custom_dir")
+    return (posixpath.normpath(posixpath.join(root, custom)),) if isinstance(custom, str) else ()
+
+
+def _slug_function(setting: object) -> Callable[[str], str] | None:
+    """The function that a setting names; None for one that is not known here."""
+    name = setting.get("!", "") if isinstance(setting, dict) else str(setting or "")
+    if setting is None:
+        return slugs.python_markdown
+    if "slugify_unicode" in name:
+        return slugs.python_markdown_unicode
+    if "pymdownx.slugs." in name:
+        options = setting.get("kwds", {}) if isinstance(setting, dict) else {}
+        case = options.get("case", "lower" if "uslugify" in name and "cased" not in name else "")
+        return slugs.pymdown(case)
+    return slugs.python_markdown if name.endswith("toc.slugify") else None
+
+
+def _with_extensions(
+    rules: Rules, repository: Repository, root: str, extensions: dict[str, dict[str, Any]]
+) -> Rules:
+    effects = dict(rules.effects)
+    slug = _slug_function(literals.get(extensions.get("toc"), "slugify"))
+    if slug is None:
+        rules = rules.changed(any_anchor="made by the slugify function of mkdocs.yml?")
+    elif "toc" in extensions:
+        rules = rules.changed(slug=slug)
+    if {"attr_list", "extra", "markdown.extensions.attr_list"} & extensions.keys():
+        rules = rules.changed(custom_id=_ATTRIBUTES, named=("attribute_ids",))
+    if "pymdownx.emoji" in extensions:
+        rules = rules.changed(heading_text=_text_without_emoji)
+    tabbed = extensions.get("pymdownx.tabbed", {})
+    if "slugify" in tabbed:
+        titles = _slug_function(tabbed["slugify"]) or slugs.pymdown("lower")
+        combined = bool(tabbed.get("combine_header_slug"))
+        rules = rules.changed(more_anchors=partial(_tab_anchors, titles, combined))
+    snippets = extensions.get("pymdownx.snippets")
+    if snippets is not None:
+        bases = tuple(
+            posixpath.normpath(posixpath.join(root, base))
+            for base in literals.texts(snippets.get("base_path"))
+        )
+        effects[SNIPPET] = Effect(
+            includes=partial(_snippet, bases or (root,)), anchors="included in line {line}?"
+        )
+        labels: set[str] = set()
+        for name in literals.texts(snippets.get("auto_append")):
+            places = (posixpath.normpath(posixpath.join(base, name)) for base in bases or (root,))
+            appended = next(filter(None, map(repository.facts, places)), None)
+            labels.update(appended.labels if appended is not None else ())
+            if appended is None:
+                rules = rules.changed(any_label=f"defined by {name}, which pymdownx.snippets appends?")
+        rules = rules.changed(more_labels=frozenset(labels))
+    return rules.changed(effects=effects)
+
+
+def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -> Rules:
+    effects, made = dict(rules.effects), dict(rules.made)
+    for name, pattern in _MADE_BY.items():
+        if name in plugins:
+            made[pattern] = f"made by the plugin `{name}`?"
+    if "include-markdown" in plugins:
+        include = Effect(includes=_included, anchors="included in line {line}?")
+        effects |= {f"{LIQUID}:include-markdown": include, f"{LIQUID}:include": include}
+    if "mkdocstrings" in plugins or "autorefs" in plugins:
+        rules = rules.changed(any_label="a name that mkdocstrings documents?")
+        effects[FENCE] = Effect(anchors="made of what mkdocstrings documents in line {line}?")
+    if "macros" in plugins:
+        effects[LIQUID] = Effect(anchors="made by a macro in line {line}?")
+    for name in sorted(plugins.keys() - _HARMLESS):
+        why = f"made by the plugin `{name}` of {path}?"
+        rules = rules.changed(any_target=why, any_anchor=why)
+        if _MAKES_SOURCES.search(name):
+            rules = rules.changed(any_source=why)
+    return rules.changed(effects=effects, made=made)
+
+
+def _with_hooks(rules: Rules, repository: Repository, root: str, hooks: list[str]) -> Rules:
+    for hook in hooks:
+        text, why = repository.text(posixpath.join(root, hook)), f"made by the hook {hook}?"
+        if not text or _FILE_EVENT.search(text):
+            rules = rules.changed(any_target=why)
+        if text and _FILE_EVENT.search(text):
+            rules = rules.changed(any_source=why)
+        if not text or _PAGE_EVENT.search(text):
+            rules = rules.changed(any_anchor=why, any_label=why)
+    return rules

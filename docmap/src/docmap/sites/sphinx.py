@@ -1,0 +1,331 @@
+"""Sphinx with MyST: a folder with conf.py that names the parser; and Jupyter Book: one with _toc.yml."""
+
+from __future__ import annotations
+
+import ast
+import posixpath
+import re
+from collections.abc import Iterable, Iterator, Sequence
+from functools import partial
+from typing import Any
+
+from pathspec import GitIgnoreSpec
+
+from docmap.facts import FENCE, HREF, IMAGE, SCHEME, SRC, Construct, Facts, Link
+from docmap.repository import Repository
+from docmap.sites import literals, slugs
+from docmap.sites.site import (
+    Effect,
+    Resolution,
+    Rules,
+    Site,
+    doubtful,
+    file_beside,
+    file_from_content,
+    found,
+    itself,
+    page_at_address,
+)
+from docmap.sites.ways import as_hosted, by_web_server, nothing_because, outside_base
+
+KIND = "sphinx"
+
+_PARSERS = frozenset(
+    {"myst_parser", "myst_nb", "recommonmark", "m2r", "m2r2", "jupyter_book", "sphinx_mdinclude"}
+)
+_RST_TARGET = re.compile(r"^\.\. _`?([^`:\n]+)`?:\s*$", re.MULTILINE)
+_SOURCES = (".md", ".rst", ".ipynb", ".txt", ".markdown", ".myst", ".myst.md")
+_KNOWN = literals.words(
+    """
+    admonition attention bibliography card card-carousel carousel caution centered code code-block
+    code-cell codeauthor collapse contents danger deprecated details dropdown epigraph error figure grid
+    grid-item grid-item-card highlight highlights hint hlist html iframe image important include index
+    interactive-output list-table literalinclude margin math mermaid meta note only parsed-literal plot
+    pull-quote raw rubric sectionauthor seealso sidebar subfigure tab-item tab-set tab-set-code table
+    tabs tab tableofcontents tip toctree todo todolist togglebutton topic versionadded versionchanged
+    versionremoved warning graphviz inheritance-diagram csv-table container compound class default-role
+    tags video youtube glossary productionlist option eval-rst-none mystnb button-link button-ref
+    article-info design-tabs
+    """
+)
+
+
+def _settings(text: str | None) -> dict[str, Any]:
+    """What conf.py sets to literals at its top level; UNREAD for what it works out."""
+    try:
+        tree = ast.parse(text or "")
+    except (SyntaxError, ValueError, RecursionError):
+        return {}
+    settings: dict[str, Any] = {}
+    for node in tree.body:
+        match node:
+            case ast.Assign(targets=targets, value=value):
+                settings |= {target.id: _literal(value) for target in targets if isinstance(target, ast.Name)}
+            case ast.AugAssign(target=ast.Name(id=name), value=value):
+                before, more = settings.get(name), _literal(value)
+                known = isinstance(before, list) and isinstance(more, list)
+                settings[name] = before + more if known else literals.UNREAD
+            case ast.Expr(value=ast.Call(func=ast.Attribute(value=ast.Name(id=name)), args=[argument])):
+                # extensions.append(name), extensions.extend([name, ...])
+                before, more = settings.get(name), _literal(argument)
+                if isinstance(before, list):
+                    before.extend(more if isinstance(more, list) else [more])
+    return settings
+
+
+def _literal(node: ast.expr) -> Any:
+    if isinstance(node, ast.List | ast.Tuple):
+        return [_literal(element) for element in node.elts]
+    if isinstance(node, ast.Dict):
+        pairs = (
+            (_literal(key) if key is not None else "...", value)
+            for key, value in zip(node.keys, node.values, strict=True)
+        )
+        return {key: _literal(value) for key, value in pairs if isinstance(key, str)}
+    return node.value if isinstance(node, ast.Constant) else literals.UNREAD
+
+
+def _addresses(left_out: GitIgnoreSpec, site: Site, page: str, facts: Facts) -> Sequence[str]:
+    place = site.within(page, site.content) or page
+    if left_out.match_file(place):
+        return ()
+    folder, name = posixpath.split(posixpath.splitext(place)[0])
+    address = posixpath.join("/", folder, name + ".html")
+    return [address, posixpath.join("/", folder, "")] if name == "index" else [address]
+
+
+def _document(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path to a source file, with its suffix or without."""
+    if not link.path:
+        return None
+    if link.path.startswith("/"):
+        place = posixpath.normpath(posixpath.join(site.content, link.path.lstrip("/")))
+    else:
+        place = site.place(link.path, source)
+    for name in (place, *(place + suffix for suffix in _SOURCES)):
+        if name in site.repository.files:
+            if site.addresses.get(name) == [] and name not in site.includers:
+                return nothing_because(
+                    site, link, source, f"exclude_patterns of the configuration leave {name} out"
+                )
+            if name.endswith((".md", ".rst")) and site.within(name, site.content) is None:
+                # Sphinx has no page of it, yet gives the file itself to download.
+                return found()
+            return found(name) if site.repository.facts(name) is not None else found()
+    return None
+
+
+def _target(site: Site, link: Link, source: str) -> Resolution | None:
+    """A name without a suffix is that of a target, which may stand in any document."""
+    if "." in posixpath.basename(link.path) or link.path.startswith((".", "/")):
+        return None
+    pages = site.once(_targets).get(_normal(link.path))
+    return found(*pages) if pages is not None else None
+
+
+def _within_project(inventories: str | None, site: Site, link: Link, source: str) -> Resolution | None:
+    """#name is a target of this document, else of another, else of another project."""
+    if link.path or not link.anchor:
+        return None
+    anchors = site.anchors(source)
+    compare = site.rules.compare
+    if compare(link.anchor) in anchors.known:
+        return found(source)
+    pages = site.once(_targets).get(_normal(link.anchor))
+    if pages is not None:
+        return found(*pages)
+    if inventories is not None and anchors.unknown_because is None:
+        return doubtful(inventories)
+    return None
+
+
+def _project(inventories: str | None, site: Site, link: Link, source: str) -> Resolution | None:
+    """project:file.md#target and path:file.txt."""
+    scheme, _, path = link.path.partition(":")
+    plain = link._replace(path=path)
+    if scheme == "path":
+        return _document(site, plain, source) or site.nothing_at(path, source)
+    if scheme != "project":
+        return found()
+    for way in (partial(_within_project, inventories), itself, _document, _target):
+        resolution = way(site, plain, source)
+        if resolution is not None:
+            return resolution
+    return site.nothing_at(path, source)
+
+
+def _targets(site: Site) -> dict[str, list[str]]:
+    """The documents that each target stands in."""
+    targets: dict[str, list[str]] = {}
+    for page in site.pages:
+        facts = site.facts(page)
+        for name in _names(facts) if facts is not None else ():
+            targets.setdefault(_normal(name), []).append(page)
+    for path in site.repository.files:
+        if path.endswith(".rst") and site.within(path, site.content) is not None:
+            text = site.repository.text(path) or ""
+            for name in _RST_TARGET.findall(text):
+                # No document as far as facts go, so that nothing is asked of its anchors.
+                targets.setdefault(_normal(name), [])
+    return targets
+
+
+def _names(facts: Facts) -> Iterable[str]:
+    yield from (named.name for named in facts.targets)
+    yield from (named.name for named in facts.attribute_ids)
+    yield from (named.name for named in facts.terms)
+    for construct in facts.constructs:
+        yield from _named(construct)
+    for heading in facts.headings:
+        own = re.search(_CUSTOM_ID, heading.raw)
+        if own is not None:
+            yield own[1]
+
+
+def _named(construct: Construct) -> Iterable[str]:
+    """The name that an option of a directive gives it."""
+    return re.findall(r"^\s*:?(?:name|label):\s*(\S+)", construct.arguments, re.MULTILINE)
+
+
+def _normal(name: str) -> str:
+    return " ".join(name.lower().split())
+
+
+def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
+    """The ids that docutils gives sections, and to targets and terms."""
+    for heading in facts.headings:
+        yield slugs.docutils(re.sub(_CUSTOM_ID, "", heading.text))
+    for named in (*facts.targets, *facts.terms):
+        yield slugs.docutils(named.name)
+    yield from (f"term-{named.name.replace(' ', '-')}" for named in facts.terms)
+
+
+def _included(site: Site, construct: Construct, page: str) -> str | None:
+    path = construct.arguments.strip().split("\n")[0].strip()
+    if path.startswith("/"):
+        return posixpath.normpath(posixpath.join(site.content, path.lstrip("/")))
+    return site.place(path, page)
+
+
+def _directive(site: Site, construct: Construct, page: str) -> str | None:
+    name = construct.name.strip("{}")
+    if name in _KNOWN or not construct.name:
+        return None
+    return f"made by the directive `{name}` in line {construct.line}?"
+
+
+_CUSTOM_ID = r"\{[^{}`]*?#([^\s{}]+)[^{}]*\}\s*$"
+_IMAGES = (file_beside, file_from_content, page_at_address)
+
+RULES = Rules(
+    kind=KIND,
+    ways={},
+    page_suffixes=(".md", ".markdown", ".myst"),
+    not_copied=None,
+    made={
+        r"/(?:genindex|search|py-modindex|modindex|404)(?:\.html|/)": None,
+        r"/(?:_sources|_downloads|_images|_modules)/.*": None,
+    },
+    slug=slugs.github,
+    compare=_normal,
+    named=("targets", "attribute_ids", "terms"),
+    more_anchors=_more_anchors,
+    always=r"|top|:~:.*|id\d+|f?n?-?footnote-.*|module-.*|index-\d+|equation-.*",
+    bodies=("fence",),
+    effects={
+        f"{FENCE}:include": Effect(includes=_included, anchors="included in line {line}?"),
+        FENCE: Effect(makes=_named, unknown=_directive),
+    },
+)
+
+
+def find(repository: Repository) -> Iterator[str]:
+    """The folders of all conf.py that name a parser of Markdown, and of all _toc.yml."""
+    for path in repository.files:
+        folder, _, name = path.rpartition("/")
+        if name == "conf.py":
+            text = repository.text(path) or ""
+            if any(parser in text for parser in _PARSERS):
+                yield folder
+        elif name == "_toc.yml" and posixpath.join(folder, "_config.yml") in repository.files:
+            yield folder
+
+
+def make(repository: Repository, root: str) -> Site | None:
+    """The documentation in a folder."""
+    path = posixpath.join(root, "conf.py")
+    settings = _settings(repository.text(path))
+    if path not in repository.files:
+        path = posixpath.join(root, "_config.yml")
+        book = literals.yaml(repository.text(path))
+        settings = {
+            "extensions": ["myst_nb"],
+            "myst_heading_anchors": 6,
+            **(literals.get(book, "sphinx", "config") or {}),
+        }
+        settings["exclude_patterns"] = [*literals.texts(book.get("exclude_patterns")), "_build"]
+        settings["extensions"] += literals.texts(literals.get(book, "sphinx", "extra_extensions"))
+    extensions = settings.get("extensions")
+    extensions = literals.texts(extensions) if isinstance(extensions, list) else []
+    patterns = settings.get("exclude_patterns")
+    patterns = (
+        [f"/{pattern.lstrip('/')}" for pattern in literals.texts(patterns)]
+        if isinstance(patterns, list)
+        else []
+    )
+    inventories = None
+    if "sphinx.ext.intersphinx" in extensions or settings.get("intersphinx_mapping"):
+        inventories = "a target of another project (intersphinx)?"
+    generated = [
+        name
+        for name in extensions
+        if re.search(r"autodoc2|autoapi|apidoc|gallery|autosummary|breathe|exhale", name)
+    ]
+    project = partial(_within_project, inventories)
+    level = settings.get("myst_heading_anchors", 6)
+    static = settings.get("html_static_path")
+    extra = settings.get("html_extra_path")
+    rules = RULES.changed(
+        ways={
+            "link": (project, itself, _document, _target, page_at_address, by_web_server, outside_base),
+            SCHEME: (partial(_project, inventories),),
+            IMAGE: _IMAGES,
+            SRC: (file_beside, page_at_address),
+            HREF: (itself, page_at_address, by_web_server, outside_base),
+        },
+        addresses=partial(_addresses, GitIgnoreSpec.from_lines(patterns)),
+        static=tuple(
+            posixpath.normpath(posixpath.join(root, folder))
+            for value in (extra, static)
+            for folder in literals.texts(value if isinstance(value, list) else [])
+        ),
+        redirects=_redirects(settings),
+    )
+    enabled = settings.get("myst_enable_extensions")
+    if not isinstance(enabled, list) or {"attrs_block", "attrs_inline"} & set(literals.texts(enabled)):
+        rules = rules.changed(custom_id=_CUSTOM_ID)
+    slug = settings.get("myst_heading_slug_func")
+    if slug is not None:
+        known = {"github": slugs.github, "gitlab": slugs.gitlab, "docutils": slugs.docutils}.get(str(slug))
+        rules = rules.changed(slug=known or slugs.github)
+        if known is None:
+            rules = rules.changed(any_anchor=f"made by myst_heading_slug_func of {path}?")
+    if isinstance(level, int) and not isinstance(level, bool):
+        # Deeper headings have the ids of docutils alone; those of other levels, both.
+        rules = rules.changed(heading_levels=range(1, 7))
+    if generated:
+        folders = "api|apidocs|autoapi|_?autosummary|generated|auto_examples|reference"
+        made = {rf"/(?:.*/)?(?:{folders})/.*": f"made by `{generated[0]}`?"}
+        rules = rules.changed(made={**rules.made, **made})
+    return Site(as_hosted(rules, repository, root), repository, root, root, path)
+
+
+def _redirects(settings: dict[str, Any]) -> dict[str, str]:
+    redirects: dict[str, str] = {}
+    for name in ("rediraffe_redirects", "redirects"):
+        pairs = settings.get(name)
+        for old, new in pairs.items() if isinstance(pairs, dict) else ():
+            if isinstance(new, str):
+                stem = re.sub(r"\.(?:md|rst|html)$", "", old)
+                redirects[f"/{stem}.html"] = f"/{re.sub(r'[.](?:md|rst|html)$', '', new)}.html"
+    return redirects

@@ -1,0 +1,204 @@
+"""Astro Starlight: a folder with astro.config.* that names @astrojs/starlight."""
+
+from __future__ import annotations
+
+import posixpath
+import re
+from collections.abc import Iterator, Sequence
+from functools import partial
+from typing import Any
+
+from docmap.facts import HREF, IMAGE, SRC, Facts, Link
+from docmap.repository import Repository
+from docmap.sites import literals, slugs
+from docmap.sites.components import anchor_parts, component_effects
+from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, page_at_address
+from docmap.sites.ways import as_host_serves, as_hosted, must_exist, nothing_because, outside_base
+
+KIND = "starlight"
+
+_CONFIG = re.compile(r"(?:(.*)/)?astro\.config\.[cm]?[jt]s")
+_KNOWN = literals.words(
+    """
+    Aside Badge Card CardGrid Code FileTree Icon LinkButton LinkCard Steps Tabs TabItem Fragment Image
+    Picture PackageManagers YouTube Tweet Vimeo Kbd
+    """
+)
+# Packages of plugins and integrations that bring no pages: by the end of their names.
+_HARMLESS = re.compile(
+    r"(?:^|[/-])(?:starlight|sitemap|mdx|markdoc|react|vue|svelte|solid-js|preact|alpinejs|tailwind|vite|netlify"
+    r"|vercel|cloudflare|node|partytown|db|links-validator|expressive-code|icon|compress|robots-txt|heading-badges"
+    r"|image-zoom|sidebar-topics|llms-txt|theme-[\w-]+|kbd|scroll-to-top|videos|package-managers|view-modes"
+    r"|site-graph|code-snippets|auto-sidebar|showcases|config|types|zod|fs|path|url)$"
+)
+_IMPORTED_PACKAGE = re.compile(r"^(?:@astrojs/|astro-|@[\w-]+/(?:astro|starlight)-|starlight-)")
+
+
+def _addresses(locales: dict[str, str], default: str, site: Site, page: str, facts: Facts) -> Sequence[str]:
+    """A page answers at the slug of its path, or its own, and in each language that lacks a translation."""
+    place = posixpath.splitext(site.within(page, site.content) or page)[0]
+    if any(part.startswith("_") for part in place.split("/")):
+        return ()
+    slug = facts.fields.get("slug")
+    names = [slugs.github(part) for part in place.split("/")]
+    route = (
+        slug.strip("/") if isinstance(slug, str) else "/".join(names[:-1] if names[-1] == "index" else names)
+    )
+    addresses = _both(route)
+    language, _, rest = route.partition("/")
+    if default == "" and language not in locales:
+        untranslated = route
+    elif default and language == default:
+        untranslated = rest
+    else:
+        return addresses
+    for other in locales.values():
+        if other != default:
+            addresses += _both(posixpath.join(other, untranslated) if other else untranslated)
+    return addresses
+
+
+def _both(route: str) -> list[str]:
+    return [posixpath.join("/", route, ""), f"/{route}"] if route.strip("/") else ["/"]
+
+
+def _markdown_file(site: Site, link: Link, source: str) -> Resolution | None:
+    """Links are left as they are written, so that one to a file leads to no page."""
+    place = site.place(link.path, source)
+    if link.path.endswith((".md", ".mdx")) and place in site.repository.files:
+        address = next(iter(site.addresses.get(place, ())), None)
+        why = "Starlight leaves links to files as they are" + (f"; the page is {address}" if address else "")
+        return nothing_because(site, link, source, why)
+    return None
+
+
+def _alias(aliases: dict[str, str], site: Site, link: Link, source: str) -> Resolution | None:
+    """Beginnings of paths that tsconfig.json sets."""
+    for alias, folder in aliases.items():
+        if link.path.startswith(alias):
+            place = posixpath.normpath(posixpath.join(folder, link.path[len(alias) :]))
+            return found() if place in site.repository.files else None
+    return doubtful("an alias of tsconfig.json?") if link.path[:1] in {"@", "~", "#"} else None
+
+
+_LINKS = (itself, page_at_address, _markdown_file, as_host_serves, outside_base)
+
+RULES = Rules(
+    kind=KIND,
+    ways={"link": _LINKS, HREF: _LINKS, SRC: (page_at_address, outside_base)},
+    page_suffixes=(".md", ".mdx", ".mdoc"),
+    url_style="slash",
+    not_copied=None,
+    made={
+        r"/404(?:\.html)?/?|/sitemap-[\w-]+\.xml|/sitemap\.xml|/pagefind/.*|/_astro/.*|/llms[\w-]*\.txt": None
+    },
+    partials_keep_paths=True,
+    slug=slugs.github,
+    always=r"|top|:~:.*|_top|starlight__.*|user-content-fn.*",
+)
+
+
+def find(repository: Repository) -> Iterator[str]:
+    """The folders of all configurations of Astro that name Starlight."""
+    for path in repository.files:
+        match = _CONFIG.fullmatch(path)
+        if match is not None and "@astrojs/starlight" in (repository.text(path) or ""):
+            yield match[1] or ""
+
+
+def make(repository: Repository, root: str) -> Site | None:
+    """The site in a folder."""
+    paths = (
+        path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
+    )
+    path = next(paths, "")
+    script = literals.Script(path, repository.text)
+    config, starlight = script.exported, script.arguments("starlight")
+    source = posixpath.normpath(posixpath.join(root, _text(config, "srcDir", "src")))
+    content = posixpath.join(source, "content/docs")
+    languages = literals.get(starlight, "locales")
+    names = [name for name in languages if name != "..."] if isinstance(languages, dict) else []
+    locales = {name: "" if name == "root" else name for name in names}
+    default = "" if "root" in locales or not locales else _text(starlight, "defaultLocale", names[0])
+    aliases = {"~/": source, "@/": source, **_aliases(repository, root)}
+    ways = {
+        **RULES.ways,
+        IMAGE: (file_beside, partial(_alias, aliases), page_at_address, outside_base, must_exist),
+    }
+    rules = RULES.changed(
+        ways=ways,
+        addresses=partial(_addresses, locales, default),
+        base=posixpath.join("/", _text(config, "base", "")),
+        static=(posixpath.normpath(posixpath.join(root, _text(config, "publicDir", "public"))),),
+        effects=component_effects(_KNOWN, aliases),
+    )
+    redirects = literals.get(config, "redirects")
+    made = {**rules.made, **_own_pages(repository, posixpath.join(source, "pages"))}
+    for old, new in redirects.items() if isinstance(redirects, dict) else ():
+        new = literals.get(new, "destination") if isinstance(new, dict) else new
+        if "[" in old or not isinstance(new, str):
+            made[_pattern(old)] = f"made by the redirects of {path}?"
+        else:
+            rules = rules.changed(
+                redirects={**rules.redirects, old.rstrip("/") + "/": new, old.rstrip("/"): new}
+            )
+    unknown = (
+        languages is literals.UNREAD
+        or redirects is literals.UNREAD
+        or literals.get(redirects, "...") is not None
+    )
+    why = f"made by what {path} works out?" if unknown else None
+    for module in script.imports.values():
+        if _IMPORTED_PACKAGE.match(module) and not _HARMLESS.search(module):
+            why = f"made by the plugin `{module}` of {path}?"
+    parts = anchor_parts(re.findall(r"\b(?:remark|rehype)[\w-]*", script.text))
+    anchors = [
+        part
+        for part in parts
+        if not part.lower().startswith(("rehypeslug", "rehypeautolink", "rehypeheadingids"))
+    ]
+    if anchors:
+        rules = rules.changed(any_anchor=f"made by `{anchors[0]}` of {path}?")
+    return Site(
+        as_hosted(rules.changed(made=made, any_target=why), repository, root), repository, root, content, path
+    )
+
+
+def _text(config: object, key: str, otherwise: str) -> str:
+    value = literals.get(config, key)
+    return value if isinstance(value, str) else otherwise
+
+
+def _aliases(repository: Repository, root: str) -> dict[str, str]:
+    """The beginnings of paths that tsconfig.json sets, with their folders."""
+    text = re.sub(
+        r"^\s*//.*$", "", repository.text(posixpath.join(root, "tsconfig.json")) or "", flags=re.MULTILINE
+    )
+    options: Any = literals.get(literals.yaml(text.replace("\t", " ")), "compilerOptions")
+    base, paths = literals.get(options, "baseUrl"), literals.get(options, "paths")
+    folder = posixpath.join(root, base if isinstance(base, str) else "")
+    return {
+        alias[:-1]: posixpath.normpath(posixpath.join(folder, literals.texts(targets)[0].rstrip("*")))
+        for alias, targets in (paths.items() if isinstance(paths, dict) else ())
+        if alias.endswith("/*") and literals.texts(targets)
+    }
+
+
+def _pattern(route: str) -> str:
+    """The addresses of a route with parameters, such as /blog/[slug] and /[...path]."""
+    rest = re.sub(r"\\\[\\\.\\\.\\\..*?\\\]", ".*", re.escape(route.rstrip("/")))
+    return re.sub(r"\\\[.*?\\\]", "[^/]+", rest) + "/?"
+
+
+def _own_pages(repository: Repository, folder: str) -> dict[str, str | None]:
+    """Pages that are no documents: those of src/pages."""
+    made: dict[str, str | None] = {}
+    for path in repository.files:
+        place = Site.within(path, folder)
+        if place is not None and not any(part.startswith("_") for part in place.split("/")):
+            route, suffix = posixpath.splitext(place)
+            route = route if suffix in {".ts", ".js"} else re.sub(r"(?:^|/)index$", "", route)
+            made["/" + _pattern(route).removesuffix("/?") + "/?"] = (
+                f"made of {path}?" if "[" in route else None
+            )
+    return made

@@ -1,0 +1,150 @@
+"""Note vaults: a folder with .obsidian, or one whose wiki links find pages by name."""
+
+from __future__ import annotations
+
+import posixpath
+import re
+from collections.abc import Iterable, Iterator
+
+from docmap.facts import EMBED, IMAGE, SRC, WIKI, Facts, Link
+from docmap.repository import Repository
+from docmap.sites import literals, slugs
+from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, site_file
+
+KIND = "vault"
+
+# Folders named for languages hold one vault each when there are several.
+_LANGUAGE = re.compile(
+    r"(?:ar|bn|cs|da|de|el|en|es|fa|fi|fr|he|hi|hu|id|it|ja|km|ko|lv|ms|nl|no|pl|pt|ro|ru|sk|sv|th|tr|uk|vi|zh)"
+    r"(?:-[A-Za-z]{2,4})?"
+)
+"""Codes of languages, as folders are named."""
+
+
+def _by_name(site: Site, link: Link, source: str) -> Resolution | None:
+    """A note by its name, or by the end of its path; letter case is nothing."""
+    name = link.path.strip().rstrip("\\").strip("/")
+    if not name or name.startswith((".", "..")):
+        return None
+    steps = _steps(name)
+    notes = [page for page in site.once(_notes).get(steps[-1], ()) if _ends(page, steps)]
+    if notes:
+        return found(*sorted(notes, key=lambda page: _distance(page, source)))
+    # Other files are named with their suffix, and shared by all languages.
+    files = [
+        path for path in site.files_by_name.get(posixpath.basename(name).partition(".")[0], ()) if "." in name
+    ]
+    same = [path for path in files if f"/{path.casefold()}".endswith(f"/{name.casefold()}")]
+    if any(site.repository.facts(path) is None for path in same):
+        return found()
+    return None
+
+
+def _alias(site: Site, link: Link, source: str) -> Resolution | None:
+    """Another name that front matter gives a note, which some programs follow."""
+    pages = site.once(_aliases).get(link.path.strip().casefold())
+    return doubtful(f"an alias of {pages[0]}, which not every program follows") if pages else None
+
+
+def _aliases(site: Site) -> dict[str, list[str]]:
+    aliases: dict[str, list[str]] = {}
+    for page in site.pages:
+        facts = site.facts(page)
+        fields = facts.fields if facts is not None else {}
+        for name in (*literals.texts(fields.get("aliases")), *literals.texts(fields.get("alias"))):
+            aliases.setdefault(name.casefold(), []).append(page)
+    return aliases
+
+
+def _folder_note(site: Site, link: Link, source: str) -> Resolution | None:
+    """A folder, as some note programs open it."""
+    name = link.path.strip().strip("/").casefold()
+    if not name:
+        return None
+    folders = (folder for folder in site.repository.folders if site.within(folder, site.content) is not None)
+    return found() if any(f"/{folder.casefold()}".endswith(f"/{name}") for folder in folders) else None
+
+
+def _from_folder(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path from the source's folder or the vault's, with or without the suffix of notes."""
+    path = link.path.strip().rstrip("\\")
+    places = [posixpath.join(site.content, path.lstrip("/")), posixpath.join(site.root, path.lstrip("/"))]
+    if not path.startswith("/"):
+        places.insert(0, posixpath.join(posixpath.dirname(source), path))
+    for place in map(posixpath.normpath, places):
+        for name in (place, f"{place}.md"):
+            if name in site.repository.files:
+                return site_file(site, name)
+    return None
+
+
+def _steps(name: str) -> list[str]:
+    return re.sub(r"\.(?:md|markdown)$", "", name).casefold().split("/")
+
+
+def _ends(page: str, steps: list[str]) -> bool:
+    return _steps(page)[-len(steps) :] == steps
+
+
+def _notes(site: Site) -> dict[str, list[str]]:
+    """The notes by the last step of their paths."""
+    notes: dict[str, list[str]] = {}
+    for page in site.pages:
+        notes.setdefault(_steps(page)[-1], []).append(page)
+    return notes
+
+
+def _distance(page: str, source: str) -> tuple[int, str]:
+    return posixpath.relpath(page, posixpath.dirname(source) or ".").count("/"), page
+
+
+def _slugs(site: Site, page: str, facts: Facts) -> Iterable[str]:
+    """Markdown links to headings are also written as code hosts do."""
+    return (slugs.github(heading.text) for heading in facts.headings)
+
+
+# How wiki links find notes; also where another kind of site makes pages of the notes.
+NAMES = (itself, _by_name, _from_folder, _folder_note, _alias)
+
+RULES = Rules(
+    kind=KIND,
+    ways={
+        "link": (itself, file_beside, _from_folder, _by_name),
+        IMAGE: (file_beside, _from_folder, _by_name),
+        SRC: (file_beside, _from_folder, _by_name),
+        WIKI: NAMES,
+        EMBED: NAMES,
+    },
+    wiki_links=True,
+    filled_in={r"<%|\{\{": "filled in by a template"},
+    slug=lambda text: text,
+    repeats=lambda anchor, given: anchor,
+    compare=slugs.vault,
+    named=("block_ids",),
+    more_anchors=_slugs,
+)
+
+
+def find(repository: Repository) -> Iterator[str]:
+    """The folders that .obsidian or .foam lies in, and those of their languages."""
+    roots = {
+        folder[: match.start()].rstrip("/")
+        for folder in repository.folders
+        if (match := re.search(r"(?:^|/)\.(?:obsidian|foam|logseq)$", folder)) is not None
+    }
+    for root in sorted(roots):
+        below = [
+            folder for folder in repository.folders if posixpath.dirname(folder) == root and folder != root
+        ]
+        languages = [folder for folder in below if _LANGUAGE.fullmatch(posixpath.basename(folder))]
+        yield root
+        if len(languages) > 1:
+            yield from languages
+
+
+def make(repository: Repository, root: str) -> Site | None:
+    """The vault in a folder, or the part of one in the folder of a language."""
+    above = posixpath.dirname(root)
+    language = _LANGUAGE.fullmatch(posixpath.basename(root)) is not None
+    whole = above if language and posixpath.join(root, ".obsidian") not in repository.folders else root
+    return Site(RULES, repository, whole, root, posixpath.join(whole, ".obsidian"))

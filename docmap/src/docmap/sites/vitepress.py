@@ -1,0 +1,170 @@
+"""VitePress: a folder with .vitepress/config.*."""
+
+from __future__ import annotations
+
+import posixpath
+import re
+from collections.abc import Iterator, Sequence
+from functools import partial
+
+from pathspec import GitIgnoreSpec
+
+from docmap.facts import HREF, IMAGE, INCLUDE, SRC, Construct, Facts, Link
+from docmap.repository import Repository
+from docmap.sites import literals, slugs
+from docmap.sites.components import anchor_parts, component_effects
+from docmap.sites.site import (
+    Effect,
+    Resolution,
+    Rules,
+    Site,
+    at_address,
+    doubtful,
+    file_beside,
+    file_from_content,
+    itself,
+    page_at_address,
+)
+from docmap.sites.ways import as_hosted, by_web_server, must_exist, outside_base
+
+KIND = "vitepress"
+
+_CONFIG = re.compile(r"(?:(.*)/)?\.vitepress/config(?:/index)?\.(?:[cm]?[jt]s|json)")
+_KNOWN = literals.words(
+    """
+    Badge Content ClientOnly Transition TransitionGroup KeepAlive Suspense Teleport VPButton
+    VPTeamMembers VPTeamPage VPTeamPageTitle VPTeamPageSection VPHomeHero VPHomeFeatures VPImage VPBadge
+    PluginTabs PluginTabsTab Icon
+    """
+)
+_USED = re.compile(r"\.use\(\s*([\w$.]+)")
+
+
+def _addresses(
+    left_out: GitIgnoreSpec,
+    rewrites: Sequence[tuple[re.Pattern[str], str]],
+    clean: bool,
+    site: Site,
+    page: str,
+    facts: Facts,
+) -> Sequence[str]:
+    """A page answers with and without its suffix, and as Markdown links name it."""
+    place = site.within(page, site.content) or page
+    if left_out.match_file(place):
+        return ()
+    place = next((match.expand(new) for old, new in rewrites if (match := old.fullmatch(place))), place)
+    stem = posixpath.splitext(place)[0]
+    folder, name = posixpath.split(stem)
+    if name == "index":
+        return [posixpath.join("/", folder, ""), f"/{stem}", f"/{stem}.html", f"/{place}"]
+    names = (f"/{stem}", f"/{stem}.html") if clean else (f"/{stem}.html", f"/{stem}")
+    return [*names, f"/{place}"]
+
+
+def _by_router(site: Site, link: Link, source: str) -> Resolution | None:
+    """In the browser, the router finds /page under /page/, too; the build calls such a link dead."""
+    address = site.address_of(link.path, source)
+    if address.endswith("/") and at_address(site, address[:-1]) is not None:
+        return doubtful(f'does the router find {address[:-1]} under "{address}"?')
+    return None
+
+
+def _alias(site: Site, link: Link, source: str) -> Resolution | None:
+    """Images may be named as modules are."""
+    return doubtful("an alias of vite.config?") if link.path[:1] in {"@", "~"} else None
+
+
+def _included(site: Site, construct: Construct, page: str) -> str | None:
+    path = re.sub(r"\{[^}]*\}$|#[\w-]+(?:\{[^}]*\})?$", "", construct.arguments.strip(": "))
+    return posixpath.join(site.content, path[2:]) if path.startswith("@/") else site.place(path, page)
+
+
+_LINKS = (itself, page_at_address, by_web_server, _by_router, outside_base)
+_IMAGES = (file_beside, page_at_address, file_from_content, _alias, outside_base, must_exist)
+
+RULES = Rules(
+    kind=KIND,
+    ways={"link": _LINKS, HREF: _LINKS, IMAGE: _IMAGES, SRC: _IMAGES},
+    page_suffixes=(".md",),
+    # Of the content root, only what is imported is there.
+    not_copied=None,
+    made={r"/(?:404\.html|assets/.*|hashmap\.json|sitemap\.xml)": None},
+    partials_keep_paths=True,
+    slug=slugs.mdit,
+    # VitePress turns the anchors of links into slugs, too.
+    compare=slugs.mdit,
+    case_doubt="VitePress finds it, since it lowers the case of anchors; others that read the file do not",
+    custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    named=("attribute_ids",),
+)
+
+
+def find(repository: Repository) -> Iterator[str]:
+    """The folders that .vitepress lies in."""
+    for path in repository.files:
+        match = _CONFIG.fullmatch(path)
+        if match is not None:
+            yield match[1] or ""
+
+
+def make(repository: Repository, root: str) -> Site | None:
+    """The site in a folder."""
+    paths = (
+        path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
+    )
+    path = next(paths, "")
+    script = literals.Script(path, repository.text)
+    config = script.exported
+    source = literals.get(config, "srcDir")
+    content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else ""))
+    content = "" if content == "." else content
+    left_out = GitIgnoreSpec.from_lines(
+        ["node_modules", ".vitepress", *literals.texts(literals.get(config, "srcExclude"))]
+    )
+    rewrites = literals.get(config, "rewrites")
+    public = literals.get(config, "vite", "publicDir")
+    rules = RULES.changed(
+        addresses=partial(
+            _addresses, left_out, _rewrites(rewrites), literals.get(config, "cleanUrls") is True
+        ),
+        base=literals.get(config, "base") or "/",
+        static=(
+            posixpath.normpath(posixpath.join(content, public if isinstance(public, str) else "public")),
+        ),
+        effects={
+            **component_effects(_KNOWN, {"@/": content}),
+            INCLUDE: Effect(includes=_included, anchors="included in line {line}?"),
+        },
+        made={**RULES.made, **_dynamic_routes(repository, content)},
+    )
+    if rewrites is literals.UNREAD:
+        rules = rules.changed(any_target=f"made by the rewrites of {path}?")
+    slugify = literals.get(config, "markdown", "anchor", "slugify")
+    parts = anchor_parts(_USED.findall(script.text))
+    if slugify is not None:
+        rules = rules.changed(any_anchor=f"made by the slugify function of {path}?")
+    elif parts:
+        rules = rules.changed(any_anchor=f"made by `{parts[0]}` of {path}?")
+    return Site(as_hosted(rules, repository, root), repository, root, content, path)
+
+
+def _rewrites(rewrites: object) -> list[tuple[re.Pattern[str], str]]:
+    """Paths of sources -> paths of pages: "packages/:name/:rest*" -> ":name/:rest*", as pattern and template."""
+    found = []
+    for old, new in rewrites.items() if isinstance(rewrites, dict) else ():
+        if isinstance(new, str):
+            pattern = re.sub(r":(\w+)\*", r"(?P<\1>.*)", re.escape(old).replace(r"\*", "*"))
+            pattern = re.sub(r":(\w+)", r"(?P<\1>[^/]+)", pattern)
+            found.append((re.compile(pattern), re.sub(r":(\w+)\*?", r"\\g<\1>", new)))
+    return found
+
+
+def _dynamic_routes(repository: Repository, content: str) -> dict[str, str | None]:
+    """Addresses of files such as posts/[name].md, which a program fills in."""
+    routes: dict[str, str | None] = {}
+    for path in repository.documents:
+        place = Site.within(path, content)
+        if place is not None and "[" in place:
+            stem = re.sub(r"\\\[.*?\\\]", "[^/]+", re.escape(posixpath.splitext(place)[0]))
+            routes[rf"/{stem}(?:\.html|\.md)?"] = f"made of {path}?"
+    return routes

@@ -1,0 +1,102 @@
+"""Ways of resolving a link that several kinds of sites share, beyond those of `site`."""
+
+from __future__ import annotations
+
+import posixpath
+import re
+from collections.abc import Iterator
+
+from docmap.facts import Link
+from docmap.repository import Repository
+from docmap.sites import literals
+from docmap.sites.site import MISSING, Resolution, Rules, Site, at_address, doubtful, missing
+
+_SCHEME = re.compile(r"[a-zA-Z][a-zA-Z0-9+.-]*:|//")
+
+
+def is_elsewhere(target: str) -> bool:
+    """Whether a target of a configuration leads out of the site: "https://example.org", "//example.org"."""
+    return _SCHEME.match(target) is not None
+
+
+def folders_of(repository: Repository, *names: str) -> Iterator[str]:
+    """The folders that hold a file of one of these names."""
+    for path in repository.files:
+        folder, _, name = path.rpartition("/")
+        if name in names:
+            yield folder
+
+
+def outside_base(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path that begins with a slash, on the site's host but not below the site's own address."""
+    base = site.rules.base.rstrip("/")
+    if base and link.path.startswith("/") and not (link.path + "/").startswith(base + "/"):
+        return doubtful(f"served by the site's host outside {base}/?")
+    return None
+
+
+def by_web_server(site: Site, link: Link, source: str) -> Resolution | None:
+    """What web servers add to an address: a slash to that of a folder, ".html" to that of a page."""
+    address = site.address_of(link.path, source)
+    if address.endswith("/"):
+        return None
+    in_folder = at_address(site, address + "/")
+    if in_folder is not None:
+        return in_folder
+    if at_address(site, address + ".html") is not None:
+        return doubtful(f'does the web server find {address}.html under "{address}"?')
+    return None
+
+
+def as_host_serves(site: Site, link: Link, source: str) -> Resolution | None:
+    """`by_web_server`, where the program itself answers for the page without its suffix."""
+    resolution = by_web_server(site, link, source)
+    return at_address(site, site.address_of(link.path, source) + ".html") if resolution is not None else None
+
+
+def must_exist(site: Site, link: Link, source: str) -> Resolution | None:
+    """The last way of images that a build takes in: one relative to the source is a file, or the build fails."""
+    if link.path.startswith("/"):
+        return None
+    why = site.repository.doubt(site.place(link.path, source))
+    return missing() if why is None else doubtful(why)
+
+
+def nothing_because(site: Site, link: Link, source: str, why: str) -> Resolution:
+    """The answer when nothing is there, and why; the site may still make such an address."""
+    resolution = site.nothing_at(link.path, source)
+    return missing(why) if resolution.outcome == MISSING else resolution
+
+
+def as_hosted(rules: Rules, repository: Repository, root: str) -> Rules:
+    """The rules with the redirects of hosts: _redirects and netlify.toml."""
+    pairs: list[tuple[str, str]] = []
+    for folder in dict.fromkeys((*rules.static, root, "")):
+        lines = (repository.text(posixpath.join(folder, "_redirects")) or "").splitlines()
+        pairs += [(words[0], words[1]) for line in lines if len(words := line.split()) > 1]
+    for folder in dict.fromkeys((root, "")):
+        entries = literals.toml(repository.text(posixpath.join(folder, "netlify.toml"))).get("redirects", ())
+        pairs += [(str(literals.get(entry, "from")), str(literals.get(entry, "to"))) for entry in entries]
+    redirects, made = dict(rules.redirects), dict(rules.made)
+    for old, new in pairs:
+        if not old.startswith("/") or old == "/*":
+            continue
+        if "*" in old or "/:" in old:
+            pattern = re.escape(old).replace(r"/\*", "(?:/.*)?").replace(r"\*", ".*")
+            made[re.sub(r"/:\w+", "/[^/]+", pattern)] = None
+        else:
+            redirects |= {old.rstrip("/"): new, old.rstrip("/") + "/": new}
+    return rules.changed(redirects=redirects, made=made)
+
+
+def redirects_of(pairs: object) -> dict[str, str]:
+    """Old address -> new one, from a mapping of addresses; both begin with "/" unless they lead elsewhere."""
+    redirects = {}
+    for old, new in pairs.items() if isinstance(pairs, dict) else ():
+        if isinstance(old, str) and isinstance(new, str):
+            old = "/" + old.lstrip("/")
+            new = (
+                new if is_elsewhere(new) else posixpath.normpath(posixpath.join(posixpath.dirname(old), new))
+            )
+            redirects[old] = new
+    return redirects

@@ -1,0 +1,280 @@
+"""Each kind of site by its rules: small sites, and what becomes of the links of one page of each."""
+
+import pytest
+from docmap.sites import literals, slugs
+from trees import records, write_tree
+
+OK, DOUBTFUL, BROKEN = "ok", "doubtful", "broken"
+
+
+def site(name, files, page, links, front=""):
+    return pytest.param(files, page, front, links, id=name)
+
+
+BOOK = {
+    "book.toml": '[output.html.redirect]\n"/old.html" = "guide/a.html"\n',
+    "src/SUMMARY.md": "- [Intro](README.md)\n- [A](guide/a.md)\n- [B](guide/b.md)\n",
+    "src/README.md": "# Intro\n",
+    "src/guide/a.md": "# A\n\n## Same\n\n## Same\n\n## Own {#own .x}\n\n## हिन्दी\n\nterm\n: what it is\n",
+    "src/guide/unlisted.md": "# Unlisted\n",
+    "src/img/x.png": "",
+}
+MKDOCS = {
+    "mkdocs.yml": "site_url: https://x.org/y/\nplugins: [search, {redirects: {redirect_maps: {old.md: a.md}}}]\n"
+    "exclude_docs: left-out.md\nmarkdown_extensions: [attr_list, {pymdownx.snippets: {auto_append: [abbr.md]}}]\n",
+    "abbr.md": "[appended]: https://x.org\n",
+    "docs/index.md": "# Home\n",
+    "docs/a.md": "# A\n\n## Was ist’s?\n\n## Same\n\n## Same\n\n## Own { #own }\n\n!!! note\n\n    ## In a note\n",
+    "docs/left-out.md": "# Out\n",
+    "docs/img/x.png": "",
+    "README.md": "# Read\n",
+}
+VITEPRESS = {
+    "docs/.vitepress/config.ts": "// srcDir: 'no'\nexport default defineConfig({ cleanUrls: true, srcExclude: ['**/draft.md'],\n"
+    "  rewrites: { 'pkg/a.md': 'a.md', 'en/:rest*': ':rest*' } })\n",
+    "docs/index.md": "# Home\n",
+    "docs/guide/index.md": "# Guide\n\n## Über 1.2: ok\n\n## 1st\n\n## Own {#own}\n\n<!--@include: ./part.md-->\n",
+    "docs/guide/part.md": "## Included\n",
+    "docs/guide/draft.md": "# Draft\n",
+    "docs/pkg/a.md": "# A\n\n<Thing />\n\n<Plain />\n",
+    "docs/pkg/b.md": "# B\n\n<Plain />\n",
+    "docs/.vitepress/theme/Plain.vue": "<template><p>text</p></template>\n",
+    "docs/en/c.md": "# C\n",
+    "docs/posts/[name].md": "# Post\n",
+    "docs/public/_redirects": "/was /a 301\n/older/* /:splat\n",
+    "docs/public/x.png": "",
+    "docs/guide/y.png": "",
+}
+DOCUSAURUS = {
+    "site/docusaurus.config.js": "const docs = { path: '../docs', routeBasePath: '/' };\n"
+    "module.exports = { presets: [['classic', { docs, blog: { routeBasePath: 'news' } }]],\n"
+    " plugins: [['@docusaurus/plugin-client-redirects', { redirects: [{ from: '/was', to: '/a' }] }]] };\n",
+    "site/versions.json": '["2.0", "1.0"]',
+    "site/versioned_docs/version-2.0/a.md": "# A\n\n## Two\n",
+    "site/versioned_docs/version-1.0/a.md": "# A\n\n## One\n",
+    "docs/a.md": "# A\n\n## Next\n",
+    "docs/01-intro/02-first.mdx": "# First\n\n## Own {#own}\n\n## Also {/* #also */}\n\n<Tabs>\n\n## In tabs\n\n</Tabs>\n",
+    "docs/01-intro/index.md": "# Intro\n",
+    "docs/01-intro/_part.mdx": "[a](02-first.mdx)\n",
+    "docs/moved.md": "---\nslug: /somewhere/else\n---\n",
+    "docs/img.png": "",
+    "site/blog/2024-05-06-post.md": "# Post\n",
+    "site/src/pages/team.tsx": "",
+    "site/static/x.png": "",
+}
+STARLIGHT = {
+    "astro.config.mjs": "import starlight from '@astrojs/starlight';\nexport default defineConfig({\n"
+    "  redirects: { '/old': '/a/' },\n  integrations: [starlight({ locales: { root: {}, de: {} } })] });\n",
+    "src/content/docs/index.md": "# Home\n",
+    "src/content/docs/a.mdx": "## Tab&shy;len\n\n## Same\n\n## Same\n",
+    "src/content/docs/Some Guide/b.md": "---\nslug: b\n---\n",
+    "src/content/docs/de/index.md": "",
+    "src/pages/about.astro": "",
+    "src/assets/x.png": "",
+    "public/y.png": "",
+}
+HUGO = {
+    "hugo.toml": "baseURL = 'https://x.org/'\n[permalinks]\nnews = '/n/:year/:slug/'\n"
+    "[markup.goldmark.parser]\nautoDefinitionTermID = true\n",
+    "content/_index.md": "# Home\n",
+    "content/docs/_index.md": "# Docs\n",
+    "content/docs/a.md": "---\naliases: [/old/]\n---\n\n## Same `x`\n\n## Own {#own}\n\nSame x\n: what\n\n{{< unknown >}}\n",
+    "content/docs/b.md": "## B\n",
+    "content/docs/bundle/index.md": "# Bundle\n",
+    "content/docs/bundle/x.png": "",
+    "content/news/p.md": "---\ndate: 2024-05-06\nslug: first\ntags: [Big News]\n---\n",
+    "static/y.png": "",
+}
+ZOLA = {
+    "config.toml": "base_url = 'https://x.org'\ntaxonomies = [{ name = 'tags' }]\n",
+    "content/_index.md": "+++\n+++\n",
+    "content/blog/_index.md": "+++\n+++\n",
+    "content/blog/2024-05-06-Some_post.md": '+++\naliases = ["old"]\n+++\n\n# What\'s new?\n\n# Own {#own}\n',
+    "content/blog/draft.md": "+++\ndraft = true\n+++\n",
+    "content/ru.md": "+++\n+++\n\n# Привет\n",
+    "static/x.png": "",
+}
+JEKYLL = {
+    "_config.yml": "baseurl: /base\nrepository: https://x.org/y\npermalink: pretty\ncollections: {guides: {output: true}, hidden: {}}\n",
+    "index.md": "---\n---\n# Home\n",
+    "a.md": "---\n---\n# A\n\n## It's `x`\n\n## Own {#own}\n\n## Below\n{: #below}\n",
+    "about.html": "---\npermalink: /about-us/\n---\n",
+    "_posts/2024-05-06-first-post.md": "---\ncategories: news\n---\n",
+    "_guides/g.md": "---\n---\n# G\n",
+    "_hidden/h.md": "---\n---\n# H\n",
+    "_includes/x.html": "",
+    "img/x.png": "",
+    "docs/README.md": "# Docs\n",
+}
+SPHINX = {
+    "docs/conf.py": "extensions = ['myst_parser']\nextensions += ['sphinx.ext.intersphinx']\nexclude_patterns = ['out.md']\n"
+    "myst_heading_anchors = 2\nmyst_enable_extensions = ['attrs_block']\n",
+    "docs/index.md": "# Home\n",
+    "docs/a.md": "(the-target)=\n# A\n\n## Same\n\n## Same\n\n```{note}\n(in-note)=\nx\n```\n\n```{figure} x.png\n:name: fig\n```\n",
+    "docs/b.rst": ".. _from-rst:\n\nB\n=\n",
+    "docs/out.md": "# Out\n",
+    "docs/auto.md": "```{automodule} x\n```\n",
+    "docs/x.png": "",
+    "README.md": "# Read\n",
+}
+VAULT = {
+    "en/.keep": "",
+    ".obsidian/app.json": "{}",
+    "en/Note one.md": "# Head: [sub] part\n\ntext ^block\n\n## Deep\n",
+    "en/deep/Note two.md": "# Two\n",
+    "de/Nur hier.md": "# Nur\n",
+    "files/x.png": "",
+}
+HOST = {
+    "README.md": "# Read me\n",
+    "docs/a.md": "# A 🚀 b\n\n## Same\n\n## Same\n\n<a id=\"by-hand\"></a>\n\n## 日本 é_x\n",
+    "LICENSE": "",
+    "docs/x.png": "",
+}
+
+SITES = [
+    site("mdbook", BOOK, "src/guide/b.md", {
+        "[x](a.md)": OK, "[x](a.html)": OK, "[x](../README.md)": OK, "[x](../index.html)": OK, "[x](../print.html)": OK,
+        "[x](unlisted.md)": BROKEN, "[x](../../README.md)": BROKEN, "[x](../old.html)": OK, "[x](/old.html)": OK,
+        "[x](a)": DOUBTFUL, "![x](../img/x.png)": OK, "![x](/img/y.png)": BROKEN, "[x](a.md#same-1)": OK,
+        "[x](a.md#same-2)": BROKEN, "[x](a.md#own)": OK, "[x](a.md#Own)": BROKEN, "[x](a.md#हिन्दी)": OK,
+        "[x](a.md#term)": OK, '<a href="a.html#same">x</a>': OK, '<a href="c.html">x</a>': BROKEN,
+    }),
+    site("mdbook with a preprocessor", {**BOOK, "book.toml": "[preprocessor.spec]\n"}, "src/guide/b.md", {
+        "[x](c.html)": DOUBTFUL, "[x](a.md#rule)": DOUBTFUL, "[x][rule]": DOUBTFUL,
+    }),
+    site("mkdocs", MKDOCS, "docs/sub/page.md", {
+        "[x](../a.md)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a)": BROKEN, "[x](/y/a/)": OK,
+        "[x](/a/)": OK, "[x](../old.md)": BROKEN, "[x](/y/old/)": OK, "[x](../../README.md)": BROKEN,
+        "[x](../left-out.md)": BROKEN, "![x](../img/x.png)": OK, '<img src="../img/x.png">': BROKEN,
+        '<img src="../../img/x.png">': OK, "[x](../a.md#was-ists)": OK, "[x](../a.md#same_1)": OK,
+        "[x](../a.md#same-1)": BROKEN, "[x](../a.md#own)": OK, "[x](../a.md#in-a-note)": OK, "[x][appended]": OK,
+        "[x][undefined]": BROKEN, "!!! note\n\n    [x](nope.md)": BROKEN,
+    }),
+    site("mkdocs with hooks", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n", "h.py": "def on_page_markdown(markdown): ...\n"},
+        "docs/page.md", {"[x](a.md#made)": DOUBTFUL, "[x](b.md)": BROKEN}),
+    site("vitepress", VITEPRESS, "docs/guide/page.md", {
+        "[x](./)": OK, "[x](/guide/)": OK, "[x](/guide)": OK, "[x](./page.html)": OK, "[x](page.md)": OK,
+        "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,
+        "[x](/was)": OK, "[x](/older/x)": OK, "[x](draft.md)": BROKEN, "[x](/posts/one)": DOUBTFUL,
+        "![x](y.png)": OK, "![x](/x.png)": OK, "![x](./x.png)": BROKEN, "[x](./#uber-1-2-ok)": OK, "[x](./#_1st)": OK,
+        "[x](./#own)": OK, "[x](./#included)": OK, "[x](./#nope)": BROKEN, "[x](/a#nope)": DOUBTFUL,
+        "[x](/pkg/b#nope)": BROKEN,
+    }),
+    site("docusaurus", DOCUSAURUS, "docs/page.md", {
+        "[x](a.md)": OK, "[x](./a.md#next)": OK, "[x](./a.md#Next)": BROKEN, "[x](01-intro/02-first.mdx#own)": OK,
+        "[x](01-intro/02-first.mdx#also)": OK, "[x](01-intro/02-first.mdx#in-tabs)": OK, "[x](/01-intro/02-first.mdx)": OK,
+        "[x](/next/intro/first)": OK, "[x](/next/intro/)": OK, "[x](intro/first)": OK, "[x](01-intro/02-first)": BROKEN,
+        "[x](/a#two)": OK, "[x](/1.0/a#one)": OK, "[x](/1.0/a#two)": BROKEN, "[x](/next/somewhere/else)": OK,
+        "[x](moved.md)": OK, "[x](/next/moved)": BROKEN, "[x](/was)": OK, "[x](/news/2024/05/06/post)": OK,
+        "[x](/news)": OK, "[x](/team)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
+        "![x](@site/static/z.png)": BROKEN, "[x](pathname:///api)": OK, "[x](../README.md)": BROKEN,
+    }),
+    site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
+        "[x](/a/)": OK, "[x](/a)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a.mdx)": BROKEN, "[x](/b/)": OK,
+        "[x](/some-guide/b/)": BROKEN, "[x](/de/a/)": OK, "[x](/fr/a/)": BROKEN, "[x](/about/)": OK, "[x](/old/)": OK,
+        "[x](/a/#tablen)": OK, "[x](/a/#same-1)": OK, "[x](/a/#same_1)": BROKEN, "[x](/a/#_top)": OK,
+        "![x](../../../assets/x.png)": OK, "![x](/y.png)": OK, "![x](../y.png)": BROKEN,
+    }),
+    site("hugo", HUGO, "content/docs/page.md", {
+        "[x](../a/)": OK, "[x](/docs/a)": OK, "[x](/docs/)": OK, "[x](a.md)": BROKEN, "[x](/old/)": OK,
+        "[x](/n/2024/first/)": OK, "[x](/news/p/)": BROKEN, "[x](/tags/big-news/)": OK, "[x](/tags/none/)": BROKEN,
+        "![x](/y.png)": OK, "![x](../bundle/x.png)": OK, "![x](x.png)": BROKEN, "[x](../a/#same-x)": OK,
+        "[x](../a/#same-x-1)": OK, "[x](../a/#own)": OK, "[x](../a/#nope)": DOUBTFUL, "[x](../b/#nope)": BROKEN,
+        '[x]({{< ref "a.md" >}})': OK, '[x]({{% relref "/docs/b#b" %}})': OK, '[x]({{% relref "/docs/b#c" %}})': BROKEN,
+        '[x]({{< ref "c" >}})': BROKEN, "[x]({{< other >}})": DOUBTFUL,
+    }),
+    site("hugo with a hook", {**HUGO, "layouts/_markup/render-link.html": '{{ if eq .Destination "g" }}'},
+        "content/docs/page.md", {"[x](a.md)": OK, "[x](/docs/a)": OK, "[x](c.md)": BROKEN, "[x](g)": OK}),
+    site("zola", ZOLA, "content/page.md", {
+        "[x](@/blog/2024-05-06-Some_post.md)": OK, "[x](@/blog/2024-05-06-Some_post.md#what-s-new)": OK,
+        "[x](@/blog/2024-05-06-Some_post.md#own)": OK, "[x](@/blog/2024-05-06-Some_post.md#nope)": BROKEN,
+        "[x](@/blog/none.md)": BROKEN, "[x](@/blog/draft.md)": BROKEN, "[x](/blog/some-post/)": OK, "[x](/old/)": OK,
+        "[x](/blog/2024-05-06-Some_post/)": BROKEN, "[x](blog/2024-05-06-Some_post.md)": BROKEN, "![x](/x.png)": OK,
+        "[x](@/ru.md#privet)": DOUBTFUL, "[x](/tags/a/)": DOUBTFUL,
+    }, "+++\n+++\n"),
+    site("jekyll", JEKYLL, "page.md", {
+        "[x](a.md)": OK, "[x](/base/a/)": OK, "[x](../a/)": OK, "[x](a/)": BROKEN, "[x](/a/)": OK, "[x](/base/b/)": BROKEN,
+        "[x](/base/about-us/)": OK, "[x](/base/about/)": BROKEN, "[x](/base/guides/g/)": OK, "[x](/base/hidden/h/)": BROKEN,
+        "[x](/base/news/2024/05/06/first-post/)": OK, "[x](/base/docs/)": OK, "![x](/base/img/x.png)": OK,
+        "![x](../img/x.png)": OK, "[x](a.md#its-x)": OK, "[x](a.md#own)": OK, "[x](a.md#below)": OK, "[x](a.md#a-1)": BROKEN,
+        "[x]({% link a.md %})": OK, "[x]({% link a.md %}#nope)": BROKEN, "[x]({% link b.md %})": BROKEN,
+        "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
+        "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
+    }, "---\n---\n"),
+    site("sphinx", SPHINX, "docs/sub/page.md", {
+        "[x](../a.md)": OK, "[x](../a)": OK, "[x](/a.md)": OK, "[x](../b.rst)": OK, "[x](../out.md)": BROKEN,
+        "[x](#the-target)": OK, "[x](the-target)": OK, "[x](#from-rst)": OK, "[x](#fig)": OK, "[x](#in-note)": OK,
+        "[x](#nope)": DOUBTFUL, "[x](../a.md#same-1)": OK, "[x](../a.md#nope)": BROKEN, "[x](../auto.md#nope)": DOUBTFUL,
+        "[x](project:../a.md)": OK, "[x](project:../none.md)": BROKEN, "<project:#the-target>": OK,
+        "[x](path:../x.png)": OK, "![x](../x.png)": OK, "![x](/x.png)": OK, "![x](x.png)": BROKEN,
+        '<a href="../a.html">x</a>': OK, '<a href="../none.html">x</a>': BROKEN,
+    }),
+    site("vault", VAULT, "en/page.md", {
+        "[[Note one]]": OK, "[[note ONE|text]]": OK, "[[deep/Note two]]": OK, "[[Note two]]": OK, "[[Nur hier]]": BROKEN,
+        "[[Note one#Head sub part]]": OK, "[[Note one#head: [sub] part]]": OK, "[[Note one#Head#Deep]]": OK,
+        "[[Note one#nope]]": BROKEN, "[[Note one#^block]]": OK, "[[Note one#^nope]]": BROKEN, "![[x.png]]": OK,
+        "![[y.png]]": BROKEN, "![[Note two]]": OK, "[x](Note%20one.md)": OK, "[x](Note%20two.md)": OK, "[x](none.md)": BROKEN,
+    }),
+    site("wiki links without a vault", {"a.md": "# A b\n", "b.md": "[[a]] [[page]] [[A]]\n"}, "page.md", {
+        "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN,
+    }),
+    site("code host", HOST, "docs/page.md", {
+        "[x](a.md)": OK, "[x](A.md)": BROKEN, "[x](a)": BROKEN, "[x](/README.md)": OK, "[x](/docs)": OK, "[x](.)": OK,
+        "[x](../LICENSE)": OK, "[x](../LICENCE)": BROKEN, "[x](../README.mdr)": BROKEN, "[x](www.x.org)": BROKEN,
+        "[x](../../../issues)": OK, "[x](../README.md?plain=1#L3)": OK, "[x](a.md#L10-L12)": OK, "[x](a.md#a--b)": OK,
+        "[x](a.md#same-1)": OK, "[x](a.md#same-2)": BROKEN, "[x](a.md#Same)": DOUBTFUL, "[x](a.md#by-hand)": OK,
+        "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
+        '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
+    }),
+]  # fmt: skip
+
+
+@pytest.mark.parametrize(("files", "page", "front", "links"), SITES)
+def test_links_are_judged_by_the_rules_of_their_site(tmp_path, files, page, front, links):
+    text, lines = f"{front}# Page\n\n", {}
+    for link in links:
+        text += "".join(f"{line}\n" for line in link.split("\n"))
+        lines[text.count("\n")] = link
+        text += "\n"
+    write_tree(tmp_path, {**files, page: text, ".git/HEAD": ""})
+    found = records("check", "--strict", "--format", "json", "--no-cache", tmp_path)
+    degrees = {lines[record["line"]]: record["type"] for record in found if record["file"].endswith(page)}
+    assert {link: degrees.get(link, OK) for link in links} == links
+
+
+@pytest.mark.parametrize(
+    ("slug", "text", "expected"),
+    [
+        (slugs.github, "What's `new` in हिन्दी, 日本語 & ไทย?", "whats-new-in-हिन्दी-日本語--ไทย"),
+        (slugs.hugo, "Snake_case -- हिन्दी é", "snake_case----हनद-é"),
+        (slugs.hugo_ascii, "Café 日本", "cafe-"),
+        (slugs.blackfriday, "A -- b: c", "a-b-c"),
+        (slugs.kramdown, "12. Do ^& it now", "do--it-now"),
+        (slugs.python_markdown, "Was ist’s – Größe?", "was-ists-große".replace("ß", "")),
+        (slugs.python_markdown_unicode, "Größe: 日本", "größe-日本"),
+        (slugs.pymdown("lower"), "Größe: x y", "größe-x-y"),
+        (slugs.mdit, "1.2 Über `x`—y", "_1-2-uber-x-—y"),
+        (slugs.mdbook, "A  b, c-d_e", "a--b-c-d_e"),
+        (slugs.zola, "What's new_in É?", "what-s-new-in-e"),
+        (slugs.docutils, "1. Größe a", "groe-a"),
+        (slugs.gitlab, " A -- b ", "a-b"),
+        (slugs.gitlab, "2024", "anchor-2024"),
+        (slugs.vault, "A: [b]  C", "a b c"),
+    ],
+)
+def test_slugs(slug, text, expected):
+    assert slug(text) == expected
+
+
+def test_configurations_are_read_as_far_as_they_are_literals():
+    files = {"a.ts": """import x, { other as o } from './lib' // { a: 1 }
+        const more = { 'b-c': ["d", `e`] } as const
+        const title = `t ${x}`
+        export default defineConfig({ ...more, title, x, n: 1 + 2, deep: { on: true, f() { return { no: 1 } }, z: 'z' } })
+        """, "lib.ts": "export default () => ({ from: 'lib' })"}
+    value = literals.Script("a.ts", files.get).exported
+    assert value["b-c"] == ["d", "e"] and value["deep"] == {"on": True, "f": literals.UNREAD, "z": "z"}
+    assert value["title"] is value["n"] is literals.UNREAD and "no" not in value
+    assert value["x"] == {"from": "lib"}
+    assert literals.yaml("a: !ENV X\nb: !!python/name:p.q\nc: 1")["c"] == 1 and literals.yaml("a: [") == {}
