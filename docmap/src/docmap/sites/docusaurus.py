@@ -222,7 +222,7 @@ def make(repository: Repository, root: str) -> Site | None:
         outside_base,
     )
     images = (_as_written, partial(_asset, root), page_at_address, outside_base, must_exist)
-    made = {**RULES.made, **_own_pages(repository, every), **_lists(repository, every)}
+    made = {**RULES.made, **_lists(repository, every)}
     rules = RULES.changed(
         ways={"link": links, HREF: links, IMAGE: images, SRC: images[:-1]},
         takes=lambda site, page: (
@@ -234,6 +234,7 @@ def make(repository: Repository, root: str) -> Site | None:
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in folders),
         redirects={**redirects, **{old.rstrip("/") + "/": new for old, new in redirects.items()}},
         made=made,
+        other_pages=frozenset(_own_pages(repository, every)),
         any_target=whys[0] if whys else None,
         effects=component_effects(_KNOWN, {"@site/": root}),
     )
@@ -335,21 +336,15 @@ def _parts(repository: Repository, root: str, kind: str, options: dict[str, Any]
             )
 
 
-def _own_pages(repository: Repository, parts: Sequence[_Part]) -> dict[str, str | None]:
-    """Pages that are no documents: scripts below src/pages."""
-    made: dict[str, str | None] = {}
+def _own_pages(repository: Repository, parts: Sequence[_Part]) -> Iterator[str]:
+    """Addresses of pages that are no documents: scripts below src/pages."""
     for path in repository.files:
         stem, suffix = posixpath.splitext(path)
         for part in parts if suffix in {".js", ".jsx", ".ts", ".tsx"} else ():
             place = Site.within(stem, part.folder)
             if part.kind == "pages" and place is not None and part.takes(path):
-                made[
-                    re.escape(
-                        posixpath.join("/", part.address, re.sub(r"(?:^|/)index$", "", place)).rstrip("/")
-                    )
-                    + "/?"
-                ] = None
-    return made
+                address = posixpath.join("/", part.address, re.sub(r"(?:^|/)index$", "", place)).rstrip("/")
+                yield from (address or "/", address + "/")
 
 
 def _lists(repository: Repository, parts: Sequence[_Part]) -> dict[str, str | None]:

@@ -243,17 +243,21 @@ def _other_page(site: Site, link: Link, source: str) -> Resolution | None:
     return found() if any(name in site.repository.files for name in names) else None
 
 
-def _term(taxonomies: Sequence[str], site: Site, link: Link, source: str) -> Resolution | None:
+def _term(taxonomies: frozenset[str], site: Site, link: Link, source: str) -> Resolution | None:
     """The pages that Hugo makes of each taxonomy and of its terms."""
-    steps = site.address_of(link.path, source).strip("/").split("/")
-    if len(steps) > 2 or steps[0] not in taxonomies:
+    taxonomy, _, term = site.address_of(link.path, source).strip("/").partition("/")
+    if taxonomy not in taxonomies:
         return None
-    terms = (term for page in site.pages for term in _terms(site.facts(page), steps[0]))
-    return found() if len(steps) == 1 or steps[1] in {_urlized(term) for term in terms} else None
+    return found() if not term or (taxonomy, term) in site.once(_terms) else None
 
 
-def _terms(facts: Facts | None, taxonomy: str) -> list[str]:
-    return literals.texts(facts.fields.get(taxonomy)) if facts is not None else []
+def _terms(site: Site) -> frozenset[tuple[str, str]]:
+    """All terms, each with the field that gives it."""
+    fields = (facts.fields for page in site.pages if (facts := site.facts(page)) is not None)
+    given = (
+        (name, term) for each in fields for name, value in each.items() for term in literals.texts(value)
+    )
+    return frozenset((name, _urlized(term)) for name, term in given if len(term) < 100)
 
 
 def _raw_line(heading: Heading) -> str:
@@ -458,7 +462,7 @@ def _ways(
     lookup: _Lookup, repository: Repository, root: str, config: Mapping[str, Any], taxonomies: Sequence[str]
 ) -> tuple[Any, Any]:
     """How links and images are followed: by a render hook where there is one, then as addresses."""
-    addresses = (page_at_address, _other_page, partial(_term, tuple(taxonomies)), outside_base)
+    addresses = (page_at_address, _other_page, partial(_term, frozenset(taxonomies)), outside_base)
     hooks = literals.get(config, "markup", "goldmark", "renderhooks")
     languages = config.get("languages")
     theme = literals.get(config, "theme") or literals.get(config, "module", "imports")

@@ -160,6 +160,8 @@ class Rules:
     # Files of the content root are served beside the pages: all but these suffixes; None: no file is.
     not_copied: tuple[str, ...] | None = ()
     redirects: Mapping[str, str] = field(default_factory=dict)  # old address -> new one, anchor and all
+    # Addresses of pages that are no documents: scripts, HTML.
+    other_pages: frozenset[str] = frozenset()
     # Addresses that the site makes itself: pattern of the whole address -> None, or why that is doubtful.
     made: Mapping[str, str | None] = field(default_factory=dict)
     # Why any address may be made without a file (a preprocessor, a plugin), if so.
@@ -398,7 +400,11 @@ class Site:
         why = self.rules.any_source if is_source else self.rules.any_target
         if why is not None:
             return doubtful(why)
-        if self._climbs_out(path, source) and not path.lower().endswith(self.rules.page_suffixes):
+        if (
+            self.defined_by
+            and self._climbs_out(path, source)
+            and not path.lower().endswith(self.rules.page_suffixes)
+        ):
             return doubtful("it leads out of the site; is another served beside it?")
         places = [self.place(path, source)]
         if path.startswith("/"):
@@ -574,6 +580,8 @@ def at_address(site: Site, address: str, hops: int = 0) -> Resolution | None:
         if hops > 5 or not path.startswith("/"):
             return found()
         return at_address(site, site.normalised_address(path), hops + 1) or found()
+    if address in site.rules.other_pages:
+        return found()
     path = address.strip("/")
     for folder in site.rules.static:
         if posixpath.join(folder, path) in site.repository.files:

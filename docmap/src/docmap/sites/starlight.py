@@ -133,7 +133,11 @@ def make(repository: Repository, root: str) -> Site | None:
         effects=component_effects(_KNOWN, aliases),
     )
     redirects = literals.get(config, "redirects")
-    made = {**rules.made, **_own_pages(repository, posixpath.join(source, "pages"))}
+    pages = _own_pages(repository, posixpath.join(source, "pages"))
+    rules = rules.changed(
+        other_pages=frozenset(form for route, _ in pages for form in _both(route.strip("/")))
+    )
+    made = {**rules.made, **{_pattern(route): f"made of {path}?" for route, path in pages if "[" in route}}
     for old, new in redirects.items() if isinstance(redirects, dict) else ():
         new = literals.get(new, "destination") if isinstance(new, dict) else new
         if "[" in old or not isinstance(new, str):
@@ -190,15 +194,14 @@ def _pattern(route: str) -> str:
     return re.sub(r"\\\[.*?\\\]", "[^/]+", rest) + "/?"
 
 
-def _own_pages(repository: Repository, folder: str) -> dict[str, str | None]:
-    """Pages that are no documents: those of src/pages."""
-    made: dict[str, str | None] = {}
+def _own_pages(repository: Repository, folder: str) -> list[tuple[str, str]]:
+    """Pages that are no documents, those of src/pages: their routes and paths."""
+    pages = []
     for path in repository.files:
         place = Site.within(path, folder)
         if place is not None and not any(part.startswith("_") for part in place.split("/")):
             route, suffix = posixpath.splitext(place)
-            route = route if suffix in {".ts", ".js"} else re.sub(r"(?:^|/)index$", "", route)
-            made["/" + _pattern(route).removesuffix("/?") + "/?"] = (
-                f"made of {path}?" if "[" in route else None
+            pages.append(
+                ("/" + (route if suffix in {".ts", ".js"} else re.sub(r"(?:^|/)index$", "", route)), path)
             )
-    return made
+    return pages
