@@ -142,7 +142,8 @@ class Judge:
                 link = link._replace(anchor=resolution.anchor)
             return self._judge_anchor(site, link, path, source, resolution.pages)
         if link.form == WWW:
-            message, suggestion = f'"{link.path}" is read as a file: no scheme', f"https://{link.written}"
+            message = f'no scheme for "{link.path}", so it is read as a file'
+            suggestion = f"https://{link.written}"
         elif not link.path:
             message, suggestion = f'no heading "#{link.anchor}"', None
         elif link.form in {WIKI, EMBED}:
@@ -291,7 +292,8 @@ class Judge:
             if link.path.startswith("./"):
                 written = f"./{written}" if not written.startswith("../") else written
         if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
-            return written
+            is_address = posixpath.splitext(link.path)[1].lower() == ".html" and path in site.addresses
+            return f"{_stem(written)}.html" if is_address else written
         if site.addresses.get(path):
             address = site.addresses[path][0]
             if link.path.startswith("/"):

@@ -7,7 +7,6 @@ end; the root itself is "".
 from __future__ import annotations
 
 import os
-import posixpath
 from collections.abc import Callable, Iterable
 
 from docmap.documents import PAGE_SUFFIXES, GitIgnore
@@ -81,10 +80,7 @@ class Repository:
     def _leaves_out(self, path: str, *, is_folder: bool) -> bool:
         if not self._ignore.ignores(path, is_folder=is_folder):
             return False
-        for wanted in self._wanted:
-            if wanted == path or wanted.startswith(path + "/"):
-                return False
-        return True
+        return not any(wanted == path or wanted.startswith(path + "/") for wanted in self._wanted)
 
     def _add_link(self, entry: os.DirEntry[str], path: str) -> None:
         target = os.path.relpath(os.path.realpath(entry.path), os.path.realpath(self.root)).replace(
@@ -150,13 +146,16 @@ class Repository:
         lies outside the repository. None when it is surely missing."""
         if path == ".." or path.startswith("../"):
             return "it lies outside the repository"
-        above = path
-        while above:
-            above = posixpath.dirname(above)
-            if above in self._unreadable:
-                return f"the folder {above or '.'} cannot be read"
-            if self._links.get(above, "").startswith("../"):
-                return f"{above} leads out of the repository"
+        # From the root downwards, as far as there are folders: a path may be longer than any that is there.
+        place = ""
+        for part in path.split("/"):
+            if place in self._unreadable:
+                return f"the folder {place or '.'} cannot be read"
+            if self._links.get(place, "").startswith("../"):
+                return f"{place} leads out of the repository"
+            if place not in self.folders:
+                break
+            place = f"{place}/{part}" if place else part
         if "node_modules" in path.split("/"):
             return "packages are installed there"
         if self._ignore.ignores_below(path):

@@ -166,8 +166,6 @@ class Rules:
     made: Mapping[str, str | None] = field(default_factory=dict)
     # Why any address may be made without a file (a preprocessor, a plugin), if so.
     any_target: str | None = None
-    # The same for addresses alone, targets that name no file: a preprocessor that does not write files.
-    any_address: str | None = None
     # The same for links to source files: only what makes those before links are followed can do so.
     any_source: str | None = None
     # Wiki links: whether these are links here; else they are text.
@@ -399,12 +397,8 @@ class Site:
         is_source = path.lower().endswith(self.rules.page_suffixes)
         why = self.rules.any_source if is_source else self.rules.any_target
         if why is not None:
-            return doubtful(why)
-        if (
-            self.defined_by
-            and self._climbs_out(path, source)
-            and not path.lower().endswith(self.rules.page_suffixes)
-        ):
+            return made_perhaps(why)
+        if self.defined_by and not is_source and self._climbs_out(path, source):
             return doubtful("it leads out of the site; is another served beside it?")
         places = [self.place(path, source)]
         if path.startswith("/"):
