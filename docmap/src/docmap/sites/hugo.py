@@ -265,38 +265,50 @@ def _raw_line(heading: Heading) -> str:
     return heading.raw if heading.html else heading.raw.strip().rpartition("\n")[2]
 
 
-def _shortcode(roots: Sequence[str], site: Site, construct: Construct, page: str) -> str | None:
-    template = _template(site, construct.name)
-    if construct.name in _KNOWN or _included(roots, site, construct, page) not in {None, page}:
-        return None
-    if template is not None and not any(
-        (may_make_anchors(template), _BRINGS_TEXT.search(template), _MAKES_HEADINGS.search(template))
-    ):
-        return None
-    return f"made by the shortcode `{construct.name}` in line {construct.line}?"
+class _Shortcodes:
+    """What the shortcodes of one site do, as far as their templates say it."""
 
+    def __init__(self, repository: Repository, root: str, starts: Sequence[str]) -> None:
+        """`starts`: folders that arguments may name files below."""
+        self._repository, self._root, self._starts = repository, root, starts
+        self._templates: dict[str, str | None] = {}
 
-def _template(site: Site, name: str) -> str | None:
-    folders = ("layouts/shortcodes", "layouts/_shortcodes")
-    paths = (posixpath.join(site.root, folder, f"{name}.html") for folder in folders)
-    return next((text for path in paths if (text := site.repository.text(path)) is not None), None)
-
-
-def _included(roots: Sequence[str], site: Site, construct: Construct, page: str) -> str | None:
-    """The file that a shortcode brings in, where its template reads one and its argument names it."""
-    template = _template(site, construct.name)
-    if construct.name in _KNOWN or template is None or not _BRINGS_TEXT.search(template):
+    def included(self, site: Site, construct: Construct, page: str) -> str | None:
+        """The file that a shortcode brings in, where its template reads one and its argument names it."""
+        template = self._template(construct.name)
+        if construct.name in _KNOWN or template is None or not _BRINGS_TEXT.search(template):
+            return page
+        for _, *texts in _WORDS.findall(construct.arguments):
+            path = next(filter(None, texts), "").lstrip("/")
+            for start in (*self._starts, posixpath.dirname(page)) if path else ():
+                place = posixpath.normpath(posixpath.join(start, path))
+                for name in (place, *(place + suffix for suffix in _SUFFIXES)):
+                    if name in self._repository.files:
+                        return name
+        # What it brings in by another name is not known: `unknown` says so.
         return page
-    starts = (*roots, site.root, posixpath.join(site.root, "assets"), posixpath.dirname(page))
-    for _, *texts in _WORDS.findall(construct.arguments):
-        path = next(filter(None, texts), "").lstrip("/")
-        for start in starts if path else ():
-            place = posixpath.normpath(posixpath.join(start, path))
-            for name in (place, *(place + suffix for suffix in _SUFFIXES)):
-                if name in site.repository.files:
-                    return name
-    # What it brings in by another name is not known: `_shortcode` says so.
-    return page
+
+    def unknown(self, site: Site, construct: Construct, page: str) -> str | None:
+        """Why a shortcode may make anchors: its template makes some, or is not here."""
+        if construct.name in _KNOWN or self.included(site, construct, page) != page:
+            return None
+        template = self._template(construct.name)
+        patterns = (_BRINGS_TEXT, _MAKES_HEADINGS)
+        if (
+            template
+            and not may_make_anchors(template)
+            and not any(pattern.search(template) for pattern in patterns)
+        ):
+            return None
+        return f"made by the shortcode `{construct.name}` in line {construct.line}?"
+
+    def _template(self, name: str) -> str | None:
+        if name not in self._templates:
+            folders = ("layouts/shortcodes", "layouts/_shortcodes")
+            paths = (posixpath.join(self._root, folder, f"{name}.html") for folder in folders)
+            texts = (self._repository.text(path) for path in paths)
+            self._templates[name] = next((text for text in texts if text is not None), None)
+        return self._templates[name]
 
 
 RULES = Rules(
@@ -405,7 +417,8 @@ def make(repository: Repository, root: str) -> Site | None:
     )
     roots = [*(posixpath.normpath(posixpath.join(root, folder)) for folder in sources), *contents]
     lookup = _Lookup(roots)
-    shortcode = Effect(includes=partial(_included, roots), unknown=partial(_shortcode, roots))
+    shortcodes = _Shortcodes(repository, root, [*roots, root, posixpath.join(root, "assets")])
+    shortcode = Effect(includes=shortcodes.included, unknown=shortcodes.unknown)
     links, images = _ways(lookup, repository, root, config, plurals)
     static = literals.texts(config.get("staticdir")) or ["static"]
     static += [str(mount["source"]) for mount in mounts if str(mount.get("target")).split("/")[0] == "static"]
