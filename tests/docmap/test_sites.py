@@ -54,6 +54,7 @@ DOCUSAURUS = {
     "site/versioned_docs/version-1.0/a.md": "# A\n\n## One\n",
     "docs/a.md": "# A\n\n## Next\n",
     "docs/01-intro/02-first.mdx": "# First\n\n## Own {#own}\n\n## Also {/* #also */}\n\n<Tabs>\n\n## In tabs\n\n</Tabs>\n",
+    "docs/01-intro/_category_.json": '{"link": {"type": "generated-index", "slug": "/all"}}',
     "docs/01-intro/index.md": "# Intro\n",
     "docs/01-intro/_part.mdx": "[a](02-first.mdx)\n",
     "docs/moved.md": "---\nslug: /somewhere/else\n---\n",
@@ -167,7 +168,7 @@ SITES = [
         "[x](/next/intro/first)": OK, "[x](/next/intro/)": OK, "[x](intro/first)": OK, "[x](01-intro/02-first)": BROKEN,
         "[x](/a#two)": OK, "[x](/1.0/a#one)": OK, "[x](/1.0/a#two)": BROKEN, "[x](/next/somewhere/else)": OK,
         "[x](moved.md)": OK, "[x](/next/moved)": BROKEN, "[x](/was)": OK, "[x](/news/2024/05/06/post)": OK,
-        "[x](/news)": OK, "[x](/team)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
+        "[x](/news)": OK, "[x](/team)": OK, "[x](/next/all)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
         "![x](@site/static/z.png)": BROKEN, "[x](pathname:///api)": OK, "[x](../README.md)": BROKEN,
     }),
     site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
@@ -177,7 +178,7 @@ SITES = [
         "![x](../../../assets/x.png)": OK, "![x](/y.png)": OK, "![x](../y.png)": BROKEN,
     }),
     site("hugo", HUGO, "content/docs/page.md", {
-        "[x](../a/)": OK, "[x](/docs/a)": OK, "[x](/docs/)": OK, "[x](a.md)": BROKEN, "[x](/old/)": OK,
+        "[x](../a/)": OK, "[x](/docs/a)": OK, "[x](/docs/)": OK, "[x](/news/)": OK, "[x](a.md)": BROKEN, "[x](/old/)": OK,
         "[x](/n/2024/first/)": OK, "[x](/news/p/)": BROKEN, "[x](/tags/big-news/)": OK, "[x](/tags/none/)": BROKEN,
         "![x](/y.png)": OK, "![x](../bundle/x.png)": OK, "![x](x.png)": BROKEN, "[x](../a/#same-x)": OK,
         "[x](../a/#same-x-1)": OK, "[x](../a/#own)": OK, "[x](../a/#nope)": DOUBTFUL, "[x](../b/#nope)": BROKEN,
@@ -202,6 +203,9 @@ SITES = [
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
         "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
     }, "---\n---\n"),
+    site("what the host shows too", JEKYLL, "README.md", {
+        "[x](/img/x.png)": OK, "[x](_hidden/h.md)": OK, "[x](a.md)": OK, "[x](b.md)": BROKEN, "[x](/base/a/)": OK,
+    }),
     site("sphinx", SPHINX, "docs/sub/page.md", {
         "[x](../a.md)": OK, "[x](../a)": OK, "[x](/a.md)": OK, "[x](../b.rst)": OK, "[x](../out.md)": BROKEN,
         "[x](#the-target)": OK, "[x](the-target)": OK, "[x](#from-rst)": OK, "[x](#fig)": OK, "[x](#in-note)": OK,

@@ -20,6 +20,8 @@ from docmap.spelling import Spelling, is_slip
 BROKEN: Final = "broken"
 IN_DOUBT: Final = "doubtful"
 
+# Files at the top of a repository that its host shows, whatever site is made of them as well.
+_OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_conduct)\.\w+", re.IGNORECASE)
 _WORD_LABEL = re.compile(r"[\w-]+")
 _LOWEST_LIKENESS = 0.7
 
@@ -93,6 +95,8 @@ class Judge:
         shown = [(own, source) for source in own.sources_of(path)] if own is not self._host else []
         # What its site shows nowhere is still read where the repository is, and so is what no site owns.
         shown = shown or ([] if own.is_part(path) else [(self._host, path)])
+        if own is not self._host and _OF_THE_HOST.fullmatch(path):
+            shown.append((self._host, path))
         for site in self.sites:
             if site is not own and site is not self._host:
                 shown += [(site, page) for page in site.includers.get(path, ())]

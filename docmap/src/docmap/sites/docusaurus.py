@@ -234,7 +234,7 @@ def make(repository: Repository, root: str) -> Site | None:
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in folders),
         redirects={**redirects, **{old.rstrip("/") + "/": new for old, new in redirects.items()}},
         made=made,
-        other_pages=frozenset(_own_pages(repository, every)),
+        other_pages=frozenset([*_own_pages(repository, every), *_indexes(repository, root, every)]),
         any_target=whys[0] if whys else None,
         effects=component_effects(_KNOWN, {"@site/": root}),
     )
@@ -345,6 +345,24 @@ def _own_pages(repository: Repository, parts: Sequence[_Part]) -> Iterator[str]:
             if part.kind == "pages" and place is not None and part.takes(path):
                 address = posixpath.join("/", part.address, re.sub(r"(?:^|/)index$", "", place)).rstrip("/")
                 yield from (address or "/", address + "/")
+
+
+def _indexes(repository: Repository, root: str, parts: Sequence[_Part]) -> Iterator[str]:
+    """Addresses of the indexes of categories, where a slug is given: in _category_ files and in sidebars."""
+    docs = [part for part in parts if part.kind == "docs"]
+    for path in repository.files:
+        name = posixpath.basename(path)
+        part = _part_of(docs, path) if name.startswith("_category_.") else None
+        of_sidebar = (
+            re.fullmatch(r"sidebars?[\w.-]*\.(?:[cm]?[jt]s|json)", name)
+            and Site.within(path, root) is not None
+        )
+        if part is None and not of_sidebar:
+            continue
+        for slug in re.findall(r"""["']?\bslug["']?:\s*["']?([^"',\s]+)""", repository.text(path) or ""):
+            for each in [part] if part is not None else docs:
+                address = posixpath.join("/", each.address, slug.strip("/"))
+                yield from (address, address + "/")
 
 
 def _lists(repository: Repository, parts: Sequence[_Part]) -> dict[str, str | None]:

@@ -230,9 +230,9 @@ def _bundled(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _unknown_hook(why: str, site: Site, link: Link, source: str) -> Resolution | None:
-    """A theme that is not here may bring a render hook, which finds files."""
-    place = site.place(link.path, source)
-    return doubtful(why) if place in site.repository.files else None
+    """A theme that is not here may bring a render hook, which finds files and assets."""
+    places = (site.place(link.path, source), posixpath.join(site.root, "assets", link.path.lstrip("/")))
+    return doubtful(why) if any(place in site.repository.files for place in places) else None
 
 
 def _other_page(site: Site, link: Link, source: str) -> Resolution | None:
@@ -439,6 +439,7 @@ def make(repository: Repository, root: str) -> Site | None:
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in static),
         slug=slug or slugs.hugo,
         terms=literals.get(parser, "autodefinitiontermid") is True,
+        other_pages=_sections(repository, contents, ("", *languages)),
         effects={SHORTCODE: shortcode, LIQUID: shortcode},
     )
     if literals.get(parser, "autoheadingid") is False:
@@ -449,6 +450,16 @@ def make(repository: Repository, root: str) -> Site | None:
     if literals.get(parser, "attribute", "block") is True:
         rules = rules.changed(named=("attribute_ids",))
     return Site(as_hosted(rules, repository, root), repository, root, content, path)
+
+
+def _sections(repository: Repository, contents: Sequence[str], languages: Sequence[str]) -> frozenset[str]:
+    """The home pages, and the lists that Hugo makes of the folders at the top, with _index.md or without."""
+    tops = {""}
+    for folder in repository.folders:
+        place = next((place for root in contents if (place := Site.within(folder, root)) is not None), "")
+        tops.add(_urlized(place) if "/" not in place else "")
+    addresses = (posixpath.join("/", language, top) for language in languages for top in tops)
+    return frozenset(form for address in addresses for form in _forms(address))
 
 
 def _permalinks(config: Mapping[str, Any]) -> dict[str, str]:

@@ -145,6 +145,8 @@ def make(repository: Repository, root: str) -> Site | None:
         made={**RULES.made, **_taxonomies(literals.texts(taxonomies))},
         unread_anchors=_transliterated if anchors == "on" else None,
     )
+    homes = ("/", *(f"/{name}/" for name in (languages if isinstance(languages, dict) else ())))
+    rules = rules.changed(other_pages=frozenset(homes))
     return Site(as_hosted(rules, repository, root), repository, root, posixpath.join(root, "content"), path)
 
 
