@@ -6,6 +6,7 @@ end; the root itself is "".
 
 from __future__ import annotations
 
+import hashlib
 import os
 from collections.abc import Callable, Iterable
 
@@ -16,6 +17,12 @@ from docmap.facts import Facts
 _NEVER_READ = frozenset({".git", "node_modules"})
 
 ReadFacts = Callable[[str], "Facts | None"]
+
+
+def _digest(text: str | None) -> str:
+    if text is None:
+        return ""
+    return hashlib.blake2b(text.encode("utf-8", "surrogatepass"), digest_size=20).hexdigest()
 
 
 class Repository:
@@ -39,6 +46,8 @@ class Repository:
         self.read_facts: ReadFacts = lambda path: None
         self._wanted = tuple(wanted)
         self._on_error = on_error
+        # What was asked for as text, by path: a digest of it, "" for a file that could not be read.
+        self.texts_read: dict[str, str] = {}
         self._unreadable: set[str] = set()
         self._links: dict[str, str] = {}
         self._by_case: dict[str, str] | None = None
@@ -129,9 +138,24 @@ class Repository:
         """The text of a file, as of a configuration; None when it is missing or cannot be read."""
         try:
             with open(os.path.join(self.root, path), encoding="utf-8", errors="replace") as file:
-                return file.read()
+                text = file.read()
         except OSError:
-            return None
+            text = None
+        self.texts_read[path] = _digest(text)
+        return text
+
+    def digest(self, path: str) -> str:
+        """What `texts_read` would say of a file if its text were read now."""
+        before = self.texts_read.get(path)
+        now = _digest(self.text(path))
+        if before is None:
+            del self.texts_read[path]
+        return now
+
+    def listing(self) -> list[list[str]]:
+        """All paths that are there, by what they are."""
+        links = [f"{link} {target}" for link, target in self._links.items()]
+        return [list(self.files), list(self.folders), links, sorted(self._unreadable), self._ignore.lines()]
 
     # --- Paths ---
 
