@@ -128,7 +128,7 @@ VAULT = {
 }
 HOST = {
     "README.md": "# Read me\n",
-    "docs/a.md": "# A 🚀 b\n\n## Same\n\n## Same\n\n<a id=\"by-hand\"></a>\n\n## 日本 é_x\n",
+    "docs/a.md": '# A 🚀 b\n\n## Same\n\n## Same\n\n<a id="by-hand"></a>\n\n## 日本 é_x\n',
     "LICENSE": "",
     "docs/x.png": "",
 }
@@ -272,11 +272,14 @@ def test_slugs(slug, text, expected):
 
 
 def test_configurations_are_read_as_far_as_they_are_literals():
-    files = {"a.ts": """import x, { other as o } from './lib' // { a: 1 }
+    files = {
+        "a.ts": """import x, { other as o } from './lib' // { a: 1 }
         const more = { 'b-c': ["d", `e`] } as const
         const title = `t ${x}`
         export default defineConfig({ ...more, title, x, n: 1 + 2, deep: { on: true, f() { return { no: 1 } }, z: 'z' } })
-        """, "lib.ts": "export default () => ({ from: 'lib' })"}
+        """,
+        "lib.ts": "export default () => ({ from: 'lib' })",
+    }
     value = literals.Script("a.ts", files.get).exported
     assert value["b-c"] == ["d", "e"] and value["deep"] == {"on": True, "f": literals.UNREAD, "z": "z"}
     assert value["title"] is value["n"] is literals.UNREAD and "no" not in value

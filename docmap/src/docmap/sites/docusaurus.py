@@ -27,7 +27,7 @@ from docmap.sites.site import (
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import as_host_serves, as_hosted, must_exist, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, configured, must_exist, nothing_because, outside_base
 
 KIND = "docusaurus"
 
@@ -177,18 +177,12 @@ RULES = Rules(
 
 def find(repository: Repository) -> Iterator[str]:
     """The folders of all configurations."""
-    for path in repository.files:
-        match = _CONFIG.fullmatch(path)
-        if match is not None:
-            yield match[1] or ""
+    yield from configured(repository, _CONFIG)
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder. Its content may lie beside that folder, so its own root is around both."""
-    paths = (
-        path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
-    )
-    path = next(paths, "")
+    path = configured(repository, _CONFIG).get(root, "")
     config = literals.Script(path, repository.text).exported
     parts: list[_Part] = []
     redirects: dict[str, str] = {}
@@ -267,7 +261,7 @@ def _plugins(config: object) -> Iterator[tuple[str, Any]]:
             yield "", options
 
 
-def _spec(value: object) -> GitIgnoreSpec | None:
+def _glob_patterns(value: object) -> GitIgnoreSpec | None:
     """Patterns of files; those with braces are written out, since Git's patterns have none."""
     patterns = literals.texts(value)
     while any("{" in pattern for pattern in patterns):
@@ -298,7 +292,7 @@ def _parts(repository: Repository, root: str, kind: str, options: dict[str, Any]
     address = address.strip("/") if isinstance(address, str) else "" if kind == "pages" else kind
     own = options.get("id")
     prefix = f"{own}_" if isinstance(own, str) and own != "default" else ""
-    include, exclude = _spec(options.get("include")), _spec(options.get("exclude"))
+    include, exclude = _glob_patterns(options.get("include")), _glob_patterns(options.get("exclude"))
     numbers = options.get("numberPrefixParser") is not False
 
     def part(folder: str, address: str) -> _Part:

@@ -13,7 +13,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
 from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, page_at_address
-from docmap.sites.ways import as_host_serves, as_hosted, must_exist, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, configured, must_exist, nothing_because, outside_base
 
 KIND = "starlight"
 
@@ -100,18 +100,14 @@ RULES = Rules(
 
 def find(repository: Repository) -> Iterator[str]:
     """The folders of all configurations of Astro that name Starlight."""
-    for path in repository.files:
-        match = _CONFIG.fullmatch(path)
-        if match is not None and "@astrojs/starlight" in (repository.text(path) or ""):
-            yield match[1] or ""
+    for root, path in configured(repository, _CONFIG).items():
+        if "@astrojs/starlight" in (repository.text(path) or ""):
+            yield root
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
-    paths = (
-        path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
-    )
-    path = next(paths, "")
+    path = configured(repository, _CONFIG).get(root, "")
     script = literals.Script(path, repository.text)
     config, starlight = script.exported, script.arguments("starlight")
     source = posixpath.normpath(posixpath.join(root, _text(config, "srcDir", "src")))
