@@ -226,7 +226,7 @@ SITES = [
     site("code host", HOST, "docs/page.md", {
         "[x](a.md)": OK, "[x](A.md)": BROKEN, "[x](a)": BROKEN, "[x](/README.md)": OK, "[x](/docs)": OK, "[x](.)": OK,
         "[x](../LICENSE)": OK, "[x](../LICENCE)": BROKEN, "[x](../README.mdr)": BROKEN, "[x](www.x.org)": BROKEN,
-        "[x](../../../issues)": OK, "[x](../README.md?plain=1#L3)": OK, "[x](a.md#L10-L12)": OK, "[x](a.md#a--b)": OK,
+        "[x](../../../issues)": OK, "[x](../../main/docs/a.md)": OK, "[x](../README.md?plain=1#L3)": OK, "[x](a.md#L10-L12)": OK, "[x](a.md#a--b)": OK,
         "[x](a.md#same-1)": OK, "[x](a.md#same-2)": BROKEN, "[x](a.md#Same)": DOUBTFUL, "[x](a.md#by-hand)": OK,
         "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
