@@ -29,7 +29,7 @@ FOLDER = {
     "index.md": "# Handbook\n\nAll that we know, in few words.\n\n[guide](guide/start.md) and [gone](gone.md)\n",
     "guide/start.md": "# Start\n\nHow to begin with it at all.\n\n## Install\n\nWith two commands.\n\n### Linux\n\n[back](../index.md)\n\n## Use\n",
     "guide/more.md": "# Café props\n\n[s](start.md) [s](start.md#use)\n\n## Props\n",
-    "guide/props.md": "# Props\n\n[m](more.md)\n",
+    "guide/props.md": "# Props\n\n[m](more.md) [t]({{ site }}/t.md)\n",
     "lone.md": "no heading\n",
 }
 
@@ -66,6 +66,8 @@ def test_the_map_names_what_links_lead_to_and_nothing_of_this_machine(tmp_path):
     assert [row[:4] for row in entries["guide/start.md"]["sections"]] == [
         [0, "Start", 1, 13], [1, "Install", 5, 11], [2, "Linux", 9, 11], [1, "Use", 13, 13],
     ]  # fmt: skip
+    [doubtful] = entries["guide/props.md"]["broken"]
+    assert "template" in doubtful[4]
     assert entries["guide/start.md"]["text"] == "How to begin with it at all."
     assert str(tmp_path) not in page.read_text() and data["link"] == "./docs/{path}#L{line}"
 

@@ -54,6 +54,7 @@ DOCUSAURUS = {
     "site/versioned_docs/version-1.0/a.md": "# A\n\n## One\n",
     "docs/a.md": "# A\n\n## Next\n",
     "docs/01-intro/02-first.mdx": "# First\n\n## Own {#own}\n\n## Also {/* #also */}\n\n<Tabs>\n\n## In tabs\n\n</Tabs>\n",
+    "docs/01-intro/_category_.json": '{"link": {"type": "generated-index", "slug": "/all"}}',
     "docs/01-intro/index.md": "# Intro\n",
     "docs/01-intro/_part.mdx": "[a](02-first.mdx)\n",
     "docs/moved.md": "---\nslug: /somewhere/else\n---\n",
@@ -127,7 +128,7 @@ VAULT = {
 }
 HOST = {
     "README.md": "# Read me\n",
-    "docs/a.md": "# A 🚀 b\n\n## Same\n\n## Same\n\n<a id=\"by-hand\"></a>\n\n## 日本 é_x\n",
+    "docs/a.md": '# A 🚀 b\n\n## Same\n\n## Same\n\n<a id="by-hand"></a>\n\n## 日本 é_x\n',
     "LICENSE": "",
     "docs/x.png": "",
 }
@@ -167,7 +168,7 @@ SITES = [
         "[x](/next/intro/first)": OK, "[x](/next/intro/)": OK, "[x](intro/first)": OK, "[x](01-intro/02-first)": BROKEN,
         "[x](/a#two)": OK, "[x](/1.0/a#one)": OK, "[x](/1.0/a#two)": BROKEN, "[x](/next/somewhere/else)": OK,
         "[x](moved.md)": OK, "[x](/next/moved)": BROKEN, "[x](/was)": OK, "[x](/news/2024/05/06/post)": OK,
-        "[x](/news)": OK, "[x](/team)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
+        "[x](/news)": OK, "[x](/team)": OK, "[x](/next/all)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
         "![x](@site/static/z.png)": BROKEN, "[x](pathname:///api)": OK, "[x](../README.md)": BROKEN,
     }),
     site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
@@ -177,7 +178,7 @@ SITES = [
         "![x](../../../assets/x.png)": OK, "![x](/y.png)": OK, "![x](../y.png)": BROKEN,
     }),
     site("hugo", HUGO, "content/docs/page.md", {
-        "[x](../a/)": OK, "[x](/docs/a)": OK, "[x](/docs/)": OK, "[x](a.md)": BROKEN, "[x](/old/)": OK,
+        "[x](../a/)": OK, "[x](/docs/a)": OK, "[x](/docs/)": OK, "[x](/news/)": OK, "[x](a.md)": BROKEN, "[x](/old/)": OK,
         "[x](/n/2024/first/)": OK, "[x](/news/p/)": BROKEN, "[x](/tags/big-news/)": OK, "[x](/tags/none/)": BROKEN,
         "![x](/y.png)": OK, "![x](../bundle/x.png)": OK, "![x](x.png)": BROKEN, "[x](../a/#same-x)": OK,
         "[x](../a/#same-x-1)": OK, "[x](../a/#own)": OK, "[x](../a/#nope)": DOUBTFUL, "[x](../b/#nope)": BROKEN,
@@ -202,6 +203,9 @@ SITES = [
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
         "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
     }, "---\n---\n"),
+    site("what the host shows too", JEKYLL, "README.md", {
+        "[x](/img/x.png)": OK, "[x](_hidden/h.md)": OK, "[x](a.md)": OK, "[x](b.md)": BROKEN, "[x](/base/a/)": OK,
+    }),
     site("sphinx", SPHINX, "docs/sub/page.md", {
         "[x](../a.md)": OK, "[x](../a)": OK, "[x](/a.md)": OK, "[x](../b.rst)": OK, "[x](../out.md)": BROKEN,
         "[x](#the-target)": OK, "[x](the-target)": OK, "[x](#from-rst)": OK, "[x](#fig)": OK, "[x](#in-note)": OK,
@@ -222,7 +226,7 @@ SITES = [
     site("code host", HOST, "docs/page.md", {
         "[x](a.md)": OK, "[x](A.md)": BROKEN, "[x](a)": BROKEN, "[x](/README.md)": OK, "[x](/docs)": OK, "[x](.)": OK,
         "[x](../LICENSE)": OK, "[x](../LICENCE)": BROKEN, "[x](../README.mdr)": BROKEN, "[x](www.x.org)": BROKEN,
-        "[x](../../../issues)": OK, "[x](../README.md?plain=1#L3)": OK, "[x](a.md#L10-L12)": OK, "[x](a.md#a--b)": OK,
+        "[x](../../../issues)": OK, "[x](../../main/docs/a.md)": OK, "[x](../README.md?plain=1#L3)": OK, "[x](a.md#L10-L12)": OK, "[x](a.md#a--b)": OK,
         "[x](a.md#same-1)": OK, "[x](a.md#same-2)": BROKEN, "[x](a.md#Same)": DOUBTFUL, "[x](a.md#by-hand)": OK,
         "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
@@ -268,11 +272,14 @@ def test_slugs(slug, text, expected):
 
 
 def test_configurations_are_read_as_far_as_they_are_literals():
-    files = {"a.ts": """import x, { other as o } from './lib' // { a: 1 }
+    files = {
+        "a.ts": """import x, { other as o } from './lib' // { a: 1 }
         const more = { 'b-c': ["d", `e`] } as const
         const title = `t ${x}`
         export default defineConfig({ ...more, title, x, n: 1 + 2, deep: { on: true, f() { return { no: 1 } }, z: 'z' } })
-        """, "lib.ts": "export default () => ({ from: 'lib' })"}
+        """,
+        "lib.ts": "export default () => ({ from: 'lib' })",
+    }
     value = literals.Script("a.ts", files.get).exported
     assert value["b-c"] == ["d", "e"] and value["deep"] == {"on": True, "f": literals.UNREAD, "z": "z"}
     assert value["title"] is value["n"] is literals.UNREAD and "no" not in value

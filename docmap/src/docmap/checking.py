@@ -2,9 +2,11 @@
 
 from __future__ import annotations
 
+import json
 import os
 from collections.abc import Callable, Generator, Iterator, Sequence
-from dataclasses import replace
+from dataclasses import astuple, dataclass, replace
+from functools import cached_property
 
 from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
@@ -30,6 +32,14 @@ def read_packed(path: str) -> bytes | OSError:
     return packed(*read_facts(data))
 
 
+@dataclass(frozen=True)
+class Report:
+    """All findings, in the order of documents and lines, and how many links were judged."""
+
+    findings: list[Finding]
+    links: int
+
+
 class Checked:
     """A repository, its sites, and those of its documents whose links are to be judged."""
 
@@ -48,17 +58,46 @@ class Checked:
         (absolute) and the reason of what cannot be read. Raises ConfigError for a site that there is not."""
         self._cache, self._read_all, self._on_error = cache, read_all, on_error
         self._versions = readers()
-        self._failed: set[str] = set()
+        self._wanted = list(wanted)
         self._sections: dict[str, list[Section]] | None = {} if with_sections else None
         self.config = config
+        self._check_kinds()
         self.repository = Repository(root, wanted, self._folder_failed)
         self.repository.read_facts = self._read_one
         self.documents = [path for path in self._asked_for(wanted) if not config.excludes(path)]
         # Every document counts when a setting is said to match nothing.
         self.covers_all = "" in wanted
-        self.sites = self._find_sites()
-        self.judge = Judge(self.repository, self.sites)
-        self._read_needed()
+        # The keys of all files that were read, None for one that could not be.
+        self._keys: dict[str, bytes | None] = {}
+        for path in dict.fromkeys((*self.repository.documents, *self.documents)):
+            self._key_of(path)
+        self._listed = dict(self._keys)
+
+    @cached_property
+    def sites(self) -> list[Site]:
+        """All sites of the repository, the code host last."""
+        settled = {}
+        for folder, setting in self.config.site.items():
+            if folder == "" or folder in self.repository.folders:
+                self.config.used.add(("site", folder))
+                settled[folder] = (setting.kind, setting.root)
+        return find_sites(self.repository, settled)
+
+    @cached_property
+    def judge(self) -> Judge:
+        """The judge of the repository, after all has been read that it will ask for."""
+        judge = Judge(self.repository, self.sites)
+        needed = dict.fromkeys(self.documents)
+        for site in {judge.site_of(path): None for path in self.documents}:
+            if site is not self.sites[-1] or self.covers_all:
+                needed |= dict.fromkeys(site.pages)
+        self._read([path for path in needed if path not in self.repository.known_facts])
+        return judge
+
+    def _check_kinds(self) -> None:
+        for setting in self.config.site.values():
+            if setting.kind not in kinds():
+                raise ConfigError(f'site: there is no kind "{setting.kind}"; there are {", ".join(kinds())}')
 
     def _folder_failed(self, error: OSError) -> None:
         self._on_error(os.fspath(error.filename), error.strerror or str(error))
@@ -73,32 +112,19 @@ class Checked:
         # A file that is named itself is judged whatever its name and wherever it is.
         return [*listed, *(path for path in wanted if path in named and path not in set(listed))]
 
-    def _find_sites(self) -> list[Site]:
-        settled = {}
-        for folder, setting in self.config.site.items():
-            if setting.kind not in kinds():
-                raise ConfigError(f'site: there is no kind "{setting.kind}"; there are {", ".join(kinds())}')
-            if folder == "" or folder in self.repository.folders:
-                self.config.used.add(("site", folder))
-                settled[folder] = (setting.kind, setting.root)
-        return find_sites(self.repository, settled)
-
-    def _read_needed(self) -> None:
-        """Read in bulk what the judgement of these documents may ask for: they, and the pages of their sites."""
-        needed = dict.fromkeys(self.documents)
-        for site in {self.judge.site_of(path): None for path in self.documents}:
-            if site is not self.sites[-1] or self.covers_all:
-                needed |= dict.fromkeys(site.pages)
-        self._read([path for path in needed if path not in self.repository.known_facts])
-
-    def _read(self, paths: list[str]) -> None:
-        keys: dict[str, bytes] = {}
-        for path in paths:
+    def _key_of(self, path: str) -> bytes | None:
+        """The key of what a file holds now."""
+        if path not in self._keys:
             try:
                 with open(self._absolute(path), "rb") as file:
-                    keys[path] = key_of(file.read(), self._versions)
+                    self._keys[path] = key_of(file.read(), self._versions)
             except OSError as error:
+                self._keys[path] = None
                 self._fail(path, error)
+        return self._keys[path]
+
+    def _read(self, paths: list[str]) -> None:
+        keys = {path: key for path in paths if (key := self._key_of(path)) is not None}
         kept = self._cache.get(list(keys.values()))
         unread = [path for path, key in keys.items() if not self._take(path, kept.get(key))]
         del kept
@@ -128,14 +154,60 @@ class Checked:
 
     def _fail(self, path: str, error: OSError) -> None:
         self.repository.known_facts[path] = None
-        if path not in self._failed:
-            self._failed.add(path)
-            self._on_error(self._absolute(path), error.strerror or str(error))
+        self._on_error(self._absolute(path), error.strerror or str(error))
 
     def _absolute(self, path: str) -> str:
         return os.path.join(self.repository.root, path)
 
     # --- Results ---
+
+    def report(self) -> Report:
+        """What is wrong with the links of all documents; kept, so that a run over an unchanged repository only
+        compares what is there with what was."""
+        key = self._state()
+        entry = self._cache.get([key]).get(key)
+        report = None if entry is None else self._kept(entry)
+        if report is None:
+            findings = [finding for path in self.documents for finding in self.findings(path)]
+            report = Report(findings, self.count_links())
+            self._keep(key, report)
+        return report
+
+    def _state(self) -> bytes:
+        """A key of all that the results follow from, but for what turns out to be read while they are made."""
+        config = self.config
+        state = [
+            self._wanted,
+            [config.exclude, config.ignore, sorted((k, v.kind, v.root) for k, v in config.site.items())],
+            self.repository.listing(),
+            [(path, key.hex() if key is not None else None) for path, key in self._listed.items()],
+        ]
+        return key_of(json.dumps(state).encode("ascii"), self._versions + " report")
+
+    def _keep(self, key: bytes, report: Report) -> None:
+        entry = {
+            "texts": self.repository.texts_read,
+            "files": {p: k.hex() for p, k in self._keys.items() if k is not None and p not in self._listed},
+            "used": sorted(self.config.used),
+            "links": report.links,
+            "findings": [astuple(finding) for finding in report.findings],
+        }
+        self._cache.put([(key, json.dumps(entry, separators=(",", ":")).encode("ascii"))])
+
+    def _kept(self, entry: bytes) -> Report | None:
+        """The report that was kept; None when a file that it depends on has changed."""
+        try:
+            kept = json.loads(entry)
+            if any(self.repository.digest(path) != digest for path, digest in kept["texts"].items()):
+                return None
+            for path, key in kept["files"].items():
+                now = self._key_of(path)
+                if now is None or now.hex() != key:
+                    return None
+            self.config.used |= {(name, value) for name, value in kept["used"]}
+            return Report([Finding(*finding) for finding in kept["findings"]], kept["links"])
+        except (ValueError, TypeError, KeyError, AttributeError, RecursionError):
+            return None
 
     def judged(self, path: str) -> Iterator[Judgement]:
         """What becomes of each link of one document; without findings that a setting or the text ignores."""

@@ -210,17 +210,17 @@ def check(
         write = FORMATS[form]
         counts = {"broken": 0, "doubtful": 0}
         columns = Columns(checked.repository.root)
-        for path in checked.documents:
-            for finding in checked.findings(path):
-                counts[finding.degree] += 1
-                if finding.degree == "broken" or strict:
-                    sys.stdout.write(write(finding, _shown(checked, path), columns))
+        report = checked.report()
+        for finding in report.findings:
+            counts[finding.degree] += 1
+            if finding.degree == "broken" or strict:
+                sys.stdout.write(write(finding, _shown(checked, finding.file), columns))
         for words in checked.config.unused(of_ignore=checked.covers_all):
             _note(f"{checked.config.origin or 'options'}: {words}")
     if not checked.documents and not errors.count:
         _note("there is no Markdown here")
     doubtful = counts["doubtful"]
-    verdict = f"{counts['broken']} broken of {_count(checked.count_links(), 'link')}"
+    verdict = f"{counts['broken']} broken of {_count(report.links, 'link')}"
     verdict += f" in {_count(len(checked.documents), 'file')}"
     if doubtful:
         verdict += f", {doubtful} doubtful" + ("" if strict else " (--strict shows them)")
@@ -349,8 +349,6 @@ def _checked(
         )
     except ConfigError as error:
         raise typer.BadParameter(str(error), param_hint="settings") from None
-    finally:
-        cache.close()
 
 
 def _common_folder(paths: Sequence[str]) -> str:

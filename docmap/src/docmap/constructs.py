@@ -23,7 +23,7 @@ from docmap.facts import (
 # Each pattern is tried only where a sign of it is in the document; looking for these is much faster.
 _BRACES = re.compile(
     rb"""\{(?:
-        \{[<%]-?\s*(?P<shortcode>/?\s*[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
+        \{[<%]-?\s*(?P<shortcode>(?:/\s*)?[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
       | %-?\s*(?P<liquid>\w+)(?P<liquid_rest>[^{}%]{0,2000})%\}
       | (?<![{\\]\{)\{\#(?P<hash>\w+)(?P<hash_rest>[^{}\n]{0,2000})\}\}
       | (?<!\{\{)\{(?![{<%\#])\s*(?P<expression>[^\s{}|(]{0,200})(?P<expression_rest>[^{}]{0,2000})\}\}
@@ -62,7 +62,7 @@ _IMPORT = re.compile(rb"(?:(?P<names>[^'\"]+?)\s+from\s+)?['\"](?P<path>[^'\"]+)
 
 # What stands between these is shown as written or not at all; the grammar takes it for text.
 _LITERAL = re.compile(
-    rb"\{[{%][<%-]?\s*(?P<close>/|end)?\s*(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b"
+    rb"\{[{%][<%-]?\s*(?:(?P<close>/|end)\s*)?(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b"
 )
 
 

@@ -108,6 +108,7 @@ class _Rules:
 
     folder: str
     patterns: GitIgnoreSpec
+    text: str
 
     @staticmethod
     def read(folder: str) -> _Rules | None:
@@ -119,7 +120,7 @@ class _Rules:
         with warnings.catch_warnings():
             # A bracket in a pattern can make `re` warn of its own future; the user can do nothing about it.
             warnings.simplefilter("ignore", FutureWarning)
-            return _Rules(folder, GitIgnoreSpec.from_lines(filter(_is_pattern, lines)))
+            return _Rules(folder, GitIgnoreSpec.from_lines(filter(_is_pattern, lines)), "\n".join(lines))
 
 
 def _is_pattern(line: str) -> bool:
@@ -181,6 +182,12 @@ class GitIgnore:
             rules = ()
         own = _Rules.read(os.path.join(self._root, folder)) if has_own else None
         self._rules[folder] = rules if own is None else (own, *rules)
+
+    def lines(self) -> list[str]:
+        """The rules that were read, in an order that stays the same."""
+        return [
+            rule.text for rules in ((self._above,), self._rules.values()) for own in rules for rule in own[:1]
+        ]
 
     def ignores(self, path: str, *, is_folder: bool) -> bool:
         """Whether the rules of the folder of a path ignore it; its folder must have been entered."""

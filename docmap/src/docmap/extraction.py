@@ -67,6 +67,7 @@ _HTML_HEADING = re.compile(rb"<h([1-6])(?=[\s>])([^<>]{0,1000})>", re.IGNORECASE
 _HTML_HEADINGS = frozenset({"h1", "h2", "h3", "h4", "h5", "h6"})
 _LONGEST_HTML_HEADING = 1000
 _IGNORE = re.compile(rb"(?:<!--|\{/\*)[ \t]*docmap-ignore[ \t]*(?:-->|\*/\})")
+_BEFORE_TEXT = re.compile(rb"^[ \t>]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)?")
 _COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
 _NOT_NAMES = frozenset({"section", "document"})
 # What site generators indent: an admonition, a tab.
@@ -292,7 +293,7 @@ class _Reader:
         line = self._line_of(comment.start())
         lines = self._data.split(b"\n")
         row = line - 1
-        if lines[row].lstrip(b" \t>").rstrip() == comment[0]:
+        if _BEFORE_TEXT.sub(b"", lines[row], count=1).rstrip() == comment[0]:
             row += 1
             while row < len(lines) and not lines[row].strip(b" \t>"):
                 row += 1
@@ -324,9 +325,6 @@ class _Reader:
             if reference.line in notes:
                 continue
             wiki = reference.kind == REF_WIKI_LINK
-            target = (
-                reference.name if reference.qualifier is None else f"{reference.name}#{reference.qualifier}"
-            )
             if any(
                 first <= reference.line <= last and reference.name in text for first, last, text in hidden
             ):

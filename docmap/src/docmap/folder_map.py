@@ -238,7 +238,7 @@ def _sign(character: str) -> str:
 
 
 def _name(text: str) -> str:
-    return shown(_ATTRIBUTES.sub("", text).strip())
+    return shown((_ATTRIBUTES.sub("", text) if text.rstrip().endswith("}") else text).strip())
 
 
 def _entry(document: Described, numbers: dict[str, int], of_document: int, of_section: int) -> DocumentEntry:

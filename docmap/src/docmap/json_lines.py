@@ -4,9 +4,10 @@ from __future__ import annotations
 
 import json
 from collections.abc import Iterator
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
-from docmap.reading import Document
+if TYPE_CHECKING:
+    from docmap.reading import Document
 
 
 def document_lines(document: Document) -> Iterator[str]:

@@ -20,6 +20,8 @@ from docmap.spelling import Spelling, is_slip
 BROKEN: Final = "broken"
 IN_DOUBT: Final = "doubtful"
 
+# Files at the top of a repository that its host shows, whatever site is made of them as well.
+_OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_conduct)\.\w+", re.IGNORECASE)
 _WORD_LABEL = re.compile(r"[\w-]+")
 _LOWEST_LIKENESS = 0.7
 
@@ -93,6 +95,8 @@ class Judge:
         shown = [(own, source) for source in own.sources_of(path)] if own is not self._host else []
         # What its site shows nowhere is still read where the repository is, and so is what no site owns.
         shown = shown or ([] if own.is_part(path) else [(self._host, path)])
+        if own is not self._host and _OF_THE_HOST.fullmatch(path):
+            shown.append((self._host, path))
         for site in self.sites:
             if site is not own and site is not self._host:
                 shown += [(site, page) for page in site.includers.get(path, ())]
@@ -142,7 +146,8 @@ class Judge:
                 link = link._replace(anchor=resolution.anchor)
             return self._judge_anchor(site, link, path, source, resolution.pages)
         if link.form == WWW:
-            message, suggestion = f'"{link.path}" is read as a file: no scheme', f"https://{link.written}"
+            message = f'no scheme for "{link.path}", so it is read as a file'
+            suggestion = f"https://{link.written}"
         elif not link.path:
             message, suggestion = f'no heading "#{link.anchor}"', None
         elif link.form in {WIKI, EMBED}:
@@ -291,7 +296,8 @@ class Judge:
             if link.path.startswith("./"):
                 written = f"./{written}" if not written.startswith("../") else written
         if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
-            return written
+            is_address = posixpath.splitext(link.path)[1].lower() == ".html" and path in site.addresses
+            return f"{_stem(written)}.html" if is_address else written
         if site.addresses.get(path):
             address = site.addresses[path][0]
             if link.path.startswith("/"):

@@ -6,8 +6,8 @@ end; the root itself is "".
 
 from __future__ import annotations
 
+import hashlib
 import os
-import posixpath
 from collections.abc import Callable, Iterable
 
 from docmap.documents import PAGE_SUFFIXES, GitIgnore
@@ -17,6 +17,12 @@ from docmap.facts import Facts
 _NEVER_READ = frozenset({".git", "node_modules"})
 
 ReadFacts = Callable[[str], "Facts | None"]
+
+
+def _digest(text: str | None) -> str:
+    if text is None:
+        return ""
+    return hashlib.blake2b(text.encode("utf-8", "surrogatepass"), digest_size=20).hexdigest()
 
 
 class Repository:
@@ -40,6 +46,8 @@ class Repository:
         self.read_facts: ReadFacts = lambda path: None
         self._wanted = tuple(wanted)
         self._on_error = on_error
+        # What was asked for as text, by path: a digest of it, "" for a file that could not be read.
+        self.texts_read: dict[str, str] = {}
         self._unreadable: set[str] = set()
         self._links: dict[str, str] = {}
         self._by_case: dict[str, str] | None = None
@@ -81,10 +89,7 @@ class Repository:
     def _leaves_out(self, path: str, *, is_folder: bool) -> bool:
         if not self._ignore.ignores(path, is_folder=is_folder):
             return False
-        for wanted in self._wanted:
-            if wanted == path or wanted.startswith(path + "/"):
-                return False
-        return True
+        return not any(wanted == path or wanted.startswith(path + "/") for wanted in self._wanted)
 
     def _add_link(self, entry: os.DirEntry[str], path: str) -> None:
         target = os.path.relpath(os.path.realpath(entry.path), os.path.realpath(self.root)).replace(
@@ -133,9 +138,24 @@ class Repository:
         """The text of a file, as of a configuration; None when it is missing or cannot be read."""
         try:
             with open(os.path.join(self.root, path), encoding="utf-8", errors="replace") as file:
-                return file.read()
+                text = file.read()
         except OSError:
-            return None
+            text = None
+        self.texts_read[path] = _digest(text)
+        return text
+
+    def digest(self, path: str) -> str:
+        """What `texts_read` would say of a file if its text were read now."""
+        before = self.texts_read.get(path)
+        now = _digest(self.text(path))
+        if before is None:
+            del self.texts_read[path]
+        return now
+
+    def listing(self) -> list[list[str]]:
+        """All paths that are there, by what they are."""
+        links = [f"{link} {target}" for link, target in self._links.items()]
+        return [list(self.files), list(self.folders), links, sorted(self._unreadable), self._ignore.lines()]
 
     # --- Paths ---
 
@@ -150,13 +170,16 @@ class Repository:
         lies outside the repository. None when it is surely missing."""
         if path == ".." or path.startswith("../"):
             return "it lies outside the repository"
-        above = path
-        while above:
-            above = posixpath.dirname(above)
-            if above in self._unreadable:
-                return f"the folder {above or '.'} cannot be read"
-            if self._links.get(above, "").startswith("../"):
-                return f"{above} leads out of the repository"
+        # From the root downwards, as far as there are folders: a path may be longer than any that is there.
+        place = ""
+        for part in path.split("/"):
+            if place in self._unreadable:
+                return f"the folder {place or '.'} cannot be read"
+            if self._links.get(place, "").startswith("../"):
+                return f"{place} leads out of the repository"
+            if place not in self.folders:
+                break
+            place = f"{place}/{part}" if place else part
         if "node_modules" in path.split("/"):
             return "packages are installed there"
         if self._ignore.ignores_below(path):

@@ -7,8 +7,8 @@ from difflib import get_close_matches
 
 # Longer names are whole sentences or no names at all, and comparing two takes the square of their length.
 _LONGEST = 100
-# A few seconds. A suggestion is a courtesy: thousands of broken links must not turn it into minutes.
-_COMPARISONS = 200_000
+# About a second. A suggestion is a courtesy: thousands of broken links must not turn it into minutes.
+_COMPARISONS = 50_000
 
 
 class Spelling:
@@ -26,10 +26,13 @@ class Spelling:
         key = of, name
         if of is not None and key in self._known:
             return self._known[key]
-        if len(name) > _LONGEST or len(names) > self._left:
+        if len(name) > _LONGEST or self._left <= 0:
             return None
-        self._left -= len(names)
-        close = get_close_matches(name, (other for other in names if len(other) <= _LONGEST), 1, cutoff)
+        # Names whose lengths differ by more than this cannot be as close as the cutoff asks.
+        shortest, longest = len(name) * cutoff / (2 - cutoff), len(name) * (2 - cutoff) / cutoff
+        alike = [other for other in names if shortest <= len(other) <= longest]
+        self._left -= len(alike) + len(names) // 20
+        close = get_close_matches(name, alike, 1, cutoff)
         found = close[0] if close else None
         if of is not None:
             self._known[key] = found

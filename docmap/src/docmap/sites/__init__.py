@@ -75,7 +75,8 @@ def owner_of(path: str, by_content: Mapping[str, Site], host: Site) -> Site:
     while folder:
         folder = folder.rpartition("/")[0]
         site = by_content.get(folder)
-        if site is not None and path.lower().endswith(site.rules.page_suffixes):
-            if site.rules.takes is None or site.rules.takes(site, path):
-                return site
+        if site is None or not path.lower().endswith(site.rules.page_suffixes):
+            continue
+        if site.rules.takes is None or site.rules.takes(site, path):
+            return site
     return host

@@ -8,7 +8,7 @@ from collections.abc import Iterator
 from docmap.facts import EMBED, WIKI, Link
 from docmap.repository import Repository
 from docmap.sites import slugs
-from docmap.sites.site import Resolution, Rules, Site, file_beside, file_from_root, found, itself
+from docmap.sites.site import Resolution, Rules, Site, file_beside, file_from_root, found, itself, site_file
 
 KIND = "code-host"
 
@@ -25,6 +25,10 @@ def _beside_files(site: Site, link: Link, source: str) -> Resolution | None:
     place = site.place(link.path, source)
     if link.path.startswith("/") or not place.startswith(".."):
         return None
+    # ../main/LICENSE is a file of a branch: the host has its name between the repository and the file.
+    in_branch = re.fullmatch(r"\.\./[^./][^/]*/(.+)", place)
+    if in_branch is not None:
+        return site_file(site, in_branch[1])
     return found() if _BESIDE.fullmatch(place) or place == "../.." or place.startswith("../../..") else None
 
 

@@ -27,7 +27,7 @@ from docmap.sites.site import (
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import as_host_serves, as_hosted, must_exist, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, configured, must_exist, nothing_because, outside_base
 
 KIND = "docusaurus"
 
@@ -177,18 +177,12 @@ RULES = Rules(
 
 def find(repository: Repository) -> Iterator[str]:
     """The folders of all configurations."""
-    for path in repository.files:
-        match = _CONFIG.fullmatch(path)
-        if match is not None:
-            yield match[1] or ""
+    yield from configured(repository, _CONFIG)
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder. Its content may lie beside that folder, so its own root is around both."""
-    paths = (
-        path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
-    )
-    path = next(paths, "")
+    path = configured(repository, _CONFIG).get(root, "")
     config = literals.Script(path, repository.text).exported
     parts: list[_Part] = []
     redirects: dict[str, str] = {}
@@ -222,7 +216,7 @@ def make(repository: Repository, root: str) -> Site | None:
         outside_base,
     )
     images = (_as_written, partial(_asset, root), page_at_address, outside_base, must_exist)
-    made = {**RULES.made, **_own_pages(repository, every), **_lists(repository, every)}
+    made = {**RULES.made, **_lists(repository, every)}
     rules = RULES.changed(
         ways={"link": links, HREF: links, IMAGE: images, SRC: images[:-1]},
         takes=lambda site, page: (
@@ -234,6 +228,7 @@ def make(repository: Repository, root: str) -> Site | None:
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in folders),
         redirects={**redirects, **{old.rstrip("/") + "/": new for old, new in redirects.items()}},
         made=made,
+        other_pages=frozenset([*_own_pages(repository, every), *_indexes(repository, root, every)]),
         any_target=whys[0] if whys else None,
         effects=component_effects(_KNOWN, {"@site/": root}),
     )
@@ -266,7 +261,7 @@ def _plugins(config: object) -> Iterator[tuple[str, Any]]:
             yield "", options
 
 
-def _spec(value: object) -> GitIgnoreSpec | None:
+def _glob_patterns(value: object) -> GitIgnoreSpec | None:
     """Patterns of files; those with braces are written out, since Git's patterns have none."""
     patterns = literals.texts(value)
     while any("{" in pattern for pattern in patterns):
@@ -297,7 +292,7 @@ def _parts(repository: Repository, root: str, kind: str, options: dict[str, Any]
     address = address.strip("/") if isinstance(address, str) else "" if kind == "pages" else kind
     own = options.get("id")
     prefix = f"{own}_" if isinstance(own, str) and own != "default" else ""
-    include, exclude = _spec(options.get("include")), _spec(options.get("exclude"))
+    include, exclude = _glob_patterns(options.get("include")), _glob_patterns(options.get("exclude"))
     numbers = options.get("numberPrefixParser") is not False
 
     def part(folder: str, address: str) -> _Part:
@@ -335,21 +330,33 @@ def _parts(repository: Repository, root: str, kind: str, options: dict[str, Any]
             )
 
 
-def _own_pages(repository: Repository, parts: Sequence[_Part]) -> dict[str, str | None]:
-    """Pages that are no documents: scripts below src/pages."""
-    made: dict[str, str | None] = {}
+def _own_pages(repository: Repository, parts: Sequence[_Part]) -> Iterator[str]:
+    """Addresses of pages that are no documents: scripts below src/pages."""
     for path in repository.files:
         stem, suffix = posixpath.splitext(path)
         for part in parts if suffix in {".js", ".jsx", ".ts", ".tsx"} else ():
             place = Site.within(stem, part.folder)
             if part.kind == "pages" and place is not None and part.takes(path):
-                made[
-                    re.escape(
-                        posixpath.join("/", part.address, re.sub(r"(?:^|/)index$", "", place)).rstrip("/")
-                    )
-                    + "/?"
-                ] = None
-    return made
+                address = posixpath.join("/", part.address, re.sub(r"(?:^|/)index$", "", place)).rstrip("/")
+                yield from (address or "/", address + "/")
+
+
+def _indexes(repository: Repository, root: str, parts: Sequence[_Part]) -> Iterator[str]:
+    """Addresses of the indexes of categories, where a slug is given: in _category_ files and in sidebars."""
+    docs = [part for part in parts if part.kind == "docs"]
+    for path in repository.files:
+        name = posixpath.basename(path)
+        part = _part_of(docs, path) if name.startswith("_category_.") else None
+        of_sidebar = (
+            re.fullmatch(r"sidebars?[\w.-]*\.(?:[cm]?[jt]s|json)", name)
+            and Site.within(path, root) is not None
+        )
+        if part is None and not of_sidebar:
+            continue
+        for slug in re.findall(r"""["']?\bslug["']?:\s*["']?([^"',\s]+)""", repository.text(path) or ""):
+            for each in [part] if part is not None else docs:
+                address = posixpath.join("/", each.address, slug.strip("/"))
+                yield from (address, address + "/")
 
 
 def _lists(repository: Repository, parts: Sequence[_Part]) -> dict[str, str | None]:

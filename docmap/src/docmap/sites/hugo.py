@@ -230,9 +230,9 @@ def _bundled(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _unknown_hook(why: str, site: Site, link: Link, source: str) -> Resolution | None:
-    """A theme that is not here may bring a render hook, which finds files."""
-    place = site.place(link.path, source)
-    return doubtful(why) if place in site.repository.files else None
+    """A theme that is not here may bring a render hook, which finds files and assets."""
+    places = (site.place(link.path, source), posixpath.join(site.root, "assets", link.path.lstrip("/")))
+    return doubtful(why) if any(place in site.repository.files for place in places) else None
 
 
 def _other_page(site: Site, link: Link, source: str) -> Resolution | None:
@@ -243,17 +243,21 @@ def _other_page(site: Site, link: Link, source: str) -> Resolution | None:
     return found() if any(name in site.repository.files for name in names) else None
 
 
-def _term(taxonomies: Sequence[str], site: Site, link: Link, source: str) -> Resolution | None:
+def _term(taxonomies: frozenset[str], site: Site, link: Link, source: str) -> Resolution | None:
     """The pages that Hugo makes of each taxonomy and of its terms."""
-    steps = site.address_of(link.path, source).strip("/").split("/")
-    if len(steps) > 2 or steps[0] not in taxonomies:
+    taxonomy, _, term = site.address_of(link.path, source).strip("/").partition("/")
+    if taxonomy not in taxonomies:
         return None
-    terms = (term for page in site.pages for term in _terms(site.facts(page), steps[0]))
-    return found() if len(steps) == 1 or steps[1] in {_urlized(term) for term in terms} else None
+    return found() if not term or (taxonomy, term) in site.once(_terms) else None
 
 
-def _terms(facts: Facts | None, taxonomy: str) -> list[str]:
-    return literals.texts(facts.fields.get(taxonomy)) if facts is not None else []
+def _terms(site: Site) -> frozenset[tuple[str, str]]:
+    """All terms, each with the field that gives it."""
+    fields = (facts.fields for page in site.pages if (facts := site.facts(page)) is not None)
+    given = (
+        (name, term) for each in fields for name, value in each.items() for term in literals.texts(value)
+    )
+    return frozenset((name, _urlized(term)) for name, term in given if len(term) < 100)
 
 
 def _raw_line(heading: Heading) -> str:
@@ -261,38 +265,50 @@ def _raw_line(heading: Heading) -> str:
     return heading.raw if heading.html else heading.raw.strip().rpartition("\n")[2]
 
 
-def _shortcode(roots: Sequence[str], site: Site, construct: Construct, page: str) -> str | None:
-    template = _template(site, construct.name)
-    if construct.name in _KNOWN or _included(roots, site, construct, page) not in {None, page}:
-        return None
-    if template is not None and not any(
-        (may_make_anchors(template), _BRINGS_TEXT.search(template), _MAKES_HEADINGS.search(template))
-    ):
-        return None
-    return f"made by the shortcode `{construct.name}` in line {construct.line}?"
+class _Shortcodes:
+    """What the shortcodes of one site do, as far as their templates say it."""
 
+    def __init__(self, repository: Repository, root: str, starts: Sequence[str]) -> None:
+        """`starts`: folders that arguments may name files below."""
+        self._repository, self._root, self._starts = repository, root, starts
+        self._templates: dict[str, str | None] = {}
 
-def _template(site: Site, name: str) -> str | None:
-    folders = ("layouts/shortcodes", "layouts/_shortcodes")
-    paths = (posixpath.join(site.root, folder, f"{name}.html") for folder in folders)
-    return next((text for path in paths if (text := site.repository.text(path)) is not None), None)
-
-
-def _included(roots: Sequence[str], site: Site, construct: Construct, page: str) -> str | None:
-    """The file that a shortcode brings in, where its template reads one and its argument names it."""
-    template = _template(site, construct.name)
-    if construct.name in _KNOWN or template is None or not _BRINGS_TEXT.search(template):
+    def included(self, site: Site, construct: Construct, page: str) -> str | None:
+        """The file that a shortcode brings in, where its template reads one and its argument names it."""
+        template = self._template(construct.name)
+        if construct.name in _KNOWN or template is None or not _BRINGS_TEXT.search(template):
+            return page
+        for _, *texts in _WORDS.findall(construct.arguments):
+            path = next(filter(None, texts), "").lstrip("/")
+            for start in (*self._starts, posixpath.dirname(page)) if path else ():
+                place = posixpath.normpath(posixpath.join(start, path))
+                for name in (place, *(place + suffix for suffix in _SUFFIXES)):
+                    if name in self._repository.files:
+                        return name
+        # What it brings in by another name is not known: `unknown` says so.
         return page
-    starts = (*roots, site.root, posixpath.join(site.root, "assets"), posixpath.dirname(page))
-    for _, *texts in _WORDS.findall(construct.arguments):
-        path = next(filter(None, texts), "").lstrip("/")
-        for start in starts if path else ():
-            place = posixpath.normpath(posixpath.join(start, path))
-            for name in (place, *(place + suffix for suffix in _SUFFIXES)):
-                if name in site.repository.files:
-                    return name
-    # What it brings in by another name is not known: `_shortcode` says so.
-    return page
+
+    def unknown(self, site: Site, construct: Construct, page: str) -> str | None:
+        """Why a shortcode may make anchors: its template makes some, or is not here."""
+        if construct.name in _KNOWN or self.included(site, construct, page) != page:
+            return None
+        template = self._template(construct.name)
+        patterns = (_BRINGS_TEXT, _MAKES_HEADINGS)
+        if (
+            template
+            and not may_make_anchors(template)
+            and not any(pattern.search(template) for pattern in patterns)
+        ):
+            return None
+        return f"made by the shortcode `{construct.name}` in line {construct.line}?"
+
+    def _template(self, name: str) -> str | None:
+        if name not in self._templates:
+            folders = ("layouts/shortcodes", "layouts/_shortcodes")
+            paths = (posixpath.join(self._root, folder, f"{name}.html") for folder in folders)
+            texts = (self._repository.text(path) for path in paths)
+            self._templates[name] = next((text for text in texts if text is not None), None)
+        return self._templates[name]
 
 
 RULES = Rules(
@@ -401,7 +417,8 @@ def make(repository: Repository, root: str) -> Site | None:
     )
     roots = [*(posixpath.normpath(posixpath.join(root, folder)) for folder in sources), *contents]
     lookup = _Lookup(roots)
-    shortcode = Effect(includes=partial(_included, roots), unknown=partial(_shortcode, roots))
+    shortcodes = _Shortcodes(repository, root, [*roots, root, posixpath.join(root, "assets")])
+    shortcode = Effect(includes=shortcodes.included, unknown=shortcodes.unknown)
     links, images = _ways(lookup, repository, root, config, plurals)
     static = literals.texts(config.get("staticdir")) or ["static"]
     static += [str(mount["source"]) for mount in mounts if str(mount.get("target")).split("/")[0] == "static"]
@@ -422,6 +439,7 @@ def make(repository: Repository, root: str) -> Site | None:
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in static),
         slug=slug or slugs.hugo,
         terms=literals.get(parser, "autodefinitiontermid") is True,
+        other_pages=_sections(repository, contents, ("", *languages)),
         effects={SHORTCODE: shortcode, LIQUID: shortcode},
     )
     if literals.get(parser, "autoheadingid") is False:
@@ -432,6 +450,16 @@ def make(repository: Repository, root: str) -> Site | None:
     if literals.get(parser, "attribute", "block") is True:
         rules = rules.changed(named=("attribute_ids",))
     return Site(as_hosted(rules, repository, root), repository, root, content, path)
+
+
+def _sections(repository: Repository, contents: Sequence[str], languages: Sequence[str]) -> frozenset[str]:
+    """The home pages, and the lists that Hugo makes of the folders at the top, with _index.md or without."""
+    tops = {""}
+    for folder in repository.folders:
+        place = next((place for root in contents if (place := Site.within(folder, root)) is not None), "")
+        tops.add(_urlized(place) if "/" not in place else "")
+    addresses = (posixpath.join("/", language, top) for language in languages for top in tops)
+    return frozenset(form for address in addresses for form in _forms(address))
 
 
 def _permalinks(config: Mapping[str, Any]) -> dict[str, str]:
@@ -458,7 +486,7 @@ def _ways(
     lookup: _Lookup, repository: Repository, root: str, config: Mapping[str, Any], taxonomies: Sequence[str]
 ) -> tuple[Any, Any]:
     """How links and images are followed: by a render hook where there is one, then as addresses."""
-    addresses = (page_at_address, _other_page, partial(_term, tuple(taxonomies)), outside_base)
+    addresses = (page_at_address, _other_page, partial(_term, frozenset(taxonomies)), outside_base)
     hooks = literals.get(config, "markup", "goldmark", "renderhooks")
     languages = config.get("languages")
     theme = literals.get(config, "theme") or literals.get(config, "module", "imports")

@@ -16,10 +16,10 @@ from docmap.sites.site import (
     Rules,
     Site,
     at_address,
-    doubtful,
     file_beside,
     found,
     itself,
+    made_perhaps,
     page_at_address,
 )
 from docmap.sites.ways import (
@@ -76,7 +76,7 @@ def _chapter(
         # A chapter that Git ignores.
         return found()
     if place in chapters and creates:
-        return doubtful(f"an empty chapter that mdBook makes, since SUMMARY.md lists {place}?")
+        return made_perhaps(f"an empty chapter that mdBook makes, since SUMMARY.md lists {place}?")
     if place in site.repository.files:
         return nothing_because(
             site, link, source, f"SUMMARY.md does not list {place}, so the book has no page of it"

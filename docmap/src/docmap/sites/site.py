@@ -160,12 +160,12 @@ class Rules:
     # Files of the content root are served beside the pages: all but these suffixes; None: no file is.
     not_copied: tuple[str, ...] | None = ()
     redirects: Mapping[str, str] = field(default_factory=dict)  # old address -> new one, anchor and all
+    # Addresses of pages that are no documents: scripts, HTML.
+    other_pages: frozenset[str] = frozenset()
     # Addresses that the site makes itself: pattern of the whole address -> None, or why that is doubtful.
     made: Mapping[str, str | None] = field(default_factory=dict)
     # Why any address may be made without a file (a preprocessor, a plugin), if so.
     any_target: str | None = None
-    # The same for addresses alone, targets that name no file: a preprocessor that does not write files.
-    any_address: str | None = None
     # The same for links to source files: only what makes those before links are followed can do so.
     any_source: str | None = None
     # Wiki links: whether these are links here; else they are text.
@@ -397,8 +397,8 @@ class Site:
         is_source = path.lower().endswith(self.rules.page_suffixes)
         why = self.rules.any_source if is_source else self.rules.any_target
         if why is not None:
-            return doubtful(why)
-        if self._climbs_out(path, source) and not path.lower().endswith(self.rules.page_suffixes):
+            return made_perhaps(why)
+        if self.defined_by and not is_source and self._climbs_out(path, source):
             return doubtful("it leads out of the site; is another served beside it?")
         places = [self.place(path, source)]
         if path.startswith("/"):
@@ -574,6 +574,8 @@ def at_address(site: Site, address: str, hops: int = 0) -> Resolution | None:
         if hops > 5 or not path.startswith("/"):
             return found()
         return at_address(site, site.normalised_address(path), hops + 1) or found()
+    if address in site.rules.other_pages:
+        return found()
     path = address.strip("/")
     for folder in site.rules.static:
         if posixpath.join(folder, path) in site.repository.files:

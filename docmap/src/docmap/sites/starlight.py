@@ -13,7 +13,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
 from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, page_at_address
-from docmap.sites.ways import as_host_serves, as_hosted, must_exist, nothing_because, outside_base
+from docmap.sites.ways import as_host_serves, as_hosted, configured, must_exist, nothing_because, outside_base
 
 KIND = "starlight"
 
@@ -100,18 +100,14 @@ RULES = Rules(
 
 def find(repository: Repository) -> Iterator[str]:
     """The folders of all configurations of Astro that name Starlight."""
-    for path in repository.files:
-        match = _CONFIG.fullmatch(path)
-        if match is not None and "@astrojs/starlight" in (repository.text(path) or ""):
-            yield match[1] or ""
+    for root, path in configured(repository, _CONFIG).items():
+        if "@astrojs/starlight" in (repository.text(path) or ""):
+            yield root
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
-    paths = (
-        path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
-    )
-    path = next(paths, "")
+    path = configured(repository, _CONFIG).get(root, "")
     script = literals.Script(path, repository.text)
     config, starlight = script.exported, script.arguments("starlight")
     source = posixpath.normpath(posixpath.join(root, _text(config, "srcDir", "src")))
@@ -133,7 +129,11 @@ def make(repository: Repository, root: str) -> Site | None:
         effects=component_effects(_KNOWN, aliases),
     )
     redirects = literals.get(config, "redirects")
-    made = {**rules.made, **_own_pages(repository, posixpath.join(source, "pages"))}
+    pages = _own_pages(repository, posixpath.join(source, "pages"))
+    rules = rules.changed(
+        other_pages=frozenset(form for route, _ in pages for form in _both(route.strip("/")))
+    )
+    made = {**rules.made, **{_pattern(route): f"made of {path}?" for route, path in pages if "[" in route}}
     for old, new in redirects.items() if isinstance(redirects, dict) else ():
         new = literals.get(new, "destination") if isinstance(new, dict) else new
         if "[" in old or not isinstance(new, str):
@@ -190,15 +190,14 @@ def _pattern(route: str) -> str:
     return re.sub(r"\\\[.*?\\\]", "[^/]+", rest) + "/?"
 
 
-def _own_pages(repository: Repository, folder: str) -> dict[str, str | None]:
-    """Pages that are no documents: those of src/pages."""
-    made: dict[str, str | None] = {}
+def _own_pages(repository: Repository, folder: str) -> list[tuple[str, str]]:
+    """Pages that are no documents, those of src/pages: their routes and paths."""
+    pages = []
     for path in repository.files:
         place = Site.within(path, folder)
         if place is not None and not any(part.startswith("_") for part in place.split("/")):
             route, suffix = posixpath.splitext(place)
-            route = route if suffix in {".ts", ".js"} else re.sub(r"(?:^|/)index$", "", route)
-            made["/" + _pattern(route).removesuffix("/?") + "/?"] = (
-                f"made of {path}?" if "[" in route else None
+            pages.append(
+                ("/" + (route if suffix in {".ts", ".js"} else re.sub(r"(?:^|/)index$", "", route)), path)
             )
-    return made
+    return pages

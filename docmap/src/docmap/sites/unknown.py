@@ -23,10 +23,12 @@ _DEFINED_BY = {
     r"(.*/)?pelicanconf\.py": "",
     r"(.*/)?zensical\.toml": "",
     r"(.*/)?book\.json": r"plugins|structure|gitbook",
-    r"(.*/)?index\.html": r"\$docsify",
+    # Docsify, and the wikis of code hosts.
+    r"(.*/)?(?:_[Ss]idebar|_coverpage|_navbar)\.md": "",
     r"(.*/)?_config\.ya?ml": r"(?i)# hexo|hexo-",
 }
 _PATTERNS = {re.compile(pattern): re.compile(text) for pattern, text in _DEFINED_BY.items()}
+_SUFFIXES = ("js", "ts", "json", "yml", "yaml", "py", "toml", "bar.md", "page.md")
 # A Markdown file of these names is read on the code host, wherever a site is made.
 _FOR_THE_HOST = re.compile(
     r"(?:readme|changelog|contributing|license|security|code_of_conduct)\.\w+", re.IGNORECASE
@@ -35,28 +37,30 @@ _FOR_THE_HOST = re.compile(
 
 def _takes(site: Site, path: str) -> bool:
     place = site.within(path, site.content) or path
-    return "/" in place or (site.content != "" and _FOR_THE_HOST.fullmatch(place) is None)
+    return "/" in place or _FOR_THE_HOST.fullmatch(place) is None
 
 
 def find(repository: Repository) -> Iterator[str]:
     """The folders with a configuration of one of these generators."""
+    yield from _configurations(repository)
+
+
+def _configurations(repository: Repository) -> dict[str, str]:
+    """The folders, with the file that defines the site."""
+    found: dict[str, str] = {}
     for path in repository.files:
-        folder = _folder(repository, path)
-        if folder is not None:
-            yield folder
-
-
-def _folder(repository: Repository, path: str) -> str | None:
-    for pattern, text in _PATTERNS.items():
-        match = pattern.fullmatch(path)
-        if match is not None and text.search(repository.text(path) or ""):
-            return (match[1] or "").rstrip("/")
-    return None
+        if not path.endswith(_SUFFIXES):
+            continue
+        for pattern, text in _PATTERNS.items():
+            match = pattern.fullmatch(path)
+            if match is not None and text.search(repository.text(path) or ""):
+                found.setdefault((match[1] or "").rstrip("/"), path)
+    return found
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
-    path = next((path for path in repository.files if _folder(repository, path) == root), root)
+    path = _configurations(repository).get(root, root)
     why = f"made by the generator that {path} configures?"
     rules = code_host.RULES.changed(
         kind=KIND, takes=_takes, any_target=why, any_source=why, any_anchor=why, any_label=why

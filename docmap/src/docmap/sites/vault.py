@@ -100,7 +100,10 @@ def _distance(page: str, source: str) -> tuple[int, str]:
 
 def _slugs(site: Site, page: str, facts: Facts) -> Iterable[str]:
     """Markdown links to headings are also written as code hosts do."""
-    return (slugs.github(heading.text) for heading in facts.headings)
+    for heading in facts.headings:
+        yield slugs.github(heading.text)
+        # Note programs keep the source of a heading: "See [x](y)" is "See x y".
+        yield heading.raw
 
 
 # How wiki links find notes; also where another kind of site makes pages of the notes.

@@ -25,7 +25,7 @@ from docmap.sites.site import (
     itself,
     page_at_address,
 )
-from docmap.sites.ways import as_hosted, by_web_server, must_exist, outside_base
+from docmap.sites.ways import as_hosted, by_web_server, configured, must_exist, outside_base
 
 KIND = "vitepress"
 
@@ -101,18 +101,12 @@ RULES = Rules(
 
 def find(repository: Repository) -> Iterator[str]:
     """The folders that .vitepress lies in."""
-    for path in repository.files:
-        match = _CONFIG.fullmatch(path)
-        if match is not None:
-            yield match[1] or ""
+    yield from configured(repository, _CONFIG)
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
-    paths = (
-        path for path in repository.files if (match := _CONFIG.fullmatch(path)) and (match[1] or "") == root
-    )
-    path = next(paths, "")
+    path = configured(repository, _CONFIG).get(root, "")
     script = literals.Script(path, repository.text)
     config = script.exported
     source = literals.get(config, "srcDir")

@@ -27,6 +27,16 @@ def folders_of(repository: Repository, *names: str) -> Iterator[str]:
             yield folder
 
 
+def configured(repository: Repository, pattern: re.Pattern[str]) -> dict[str, str]:
+    """The folders (group 1 of the pattern of a path) with the first file in each that configures a site."""
+    found: dict[str, str] = {}
+    for path in repository.files:
+        match = pattern.fullmatch(path)
+        if match is not None:
+            found.setdefault(match[1] or "", path)
+    return found
+
+
 def outside_base(site: Site, link: Link, source: str) -> Resolution | None:
     """A path that begins with a slash, on the site's host but not below the site's own address."""
     base = site.rules.base.rstrip("/")

@@ -83,12 +83,7 @@ def _colocated(site: Site, link: Link, source: str) -> Resolution | None:
 
 def _shortcode(site: Site, construct: Construct, page: str) -> str | None:
     name = construct.name.partition("(")[0]
-    files = (f"{name}.html", f"{name}.md")
-    paths = [
-        path
-        for path in site.repository.files
-        if path.endswith(tuple(f"templates/shortcodes/{file}" for file in files))
-    ]
+    paths = [path for path in site.files_by_name.get(name, ()) if "templates/shortcodes/" in path]
     texts = [site.repository.text(path) for path in paths]
     if name in _KNOWN or (
         texts and not any(text is None or may_make_anchors(text) or "\n#" in text for text in texts)
@@ -150,6 +145,8 @@ def make(repository: Repository, root: str) -> Site | None:
         made={**RULES.made, **_taxonomies(literals.texts(taxonomies))},
         unread_anchors=_transliterated if anchors == "on" else None,
     )
+    homes = ("/", *(f"/{name}/" for name in (languages if isinstance(languages, dict) else ())))
+    rules = rules.changed(other_pages=frozenset(homes))
     return Site(as_hosted(rules, repository, root), repository, root, posixpath.join(root, "content"), path)
 
 
