@@ -19,7 +19,8 @@ _LIBRARIES = {
     "libpthread.so.0",
     "ld-linux-x86-64.so.2",
     "ld-linux-aarch64.so.1",
-    "libc.so",
+    "libc.musl-x86_64.so.1",
+    "libc.musl-aarch64.so.1",
     "/usr/lib/libSystem.B.dylib",
 }
 _NEWEST = {"GLIBC": (2, 17)}

@@ -1,5 +1,6 @@
 """Makes an interpreter that was made to start one frozen program take a command line, as far as tests need it."""
 
+import os
 import runpy
 import sys
 
@@ -10,6 +11,7 @@ def init():
     """Put the packages on the path, and name the program that starts this one with its libraries."""
     sys.executable = sys.executable.removesuffix("frozen") + "python"
     sys.path.append(f"{sys.path[-1]}/site-packages")
+    sys.path[:0] = [folder for folder in os.environ.get("PYTHONPATH", "").split(":") if folder]
     import site
 
     site.addsitedir(sys.path[-1])

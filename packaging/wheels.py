@@ -84,6 +84,9 @@ def make_wheel(target: Target, version: str, module: Path, metadata: Path, dist:
         debug = dist / "debug" / f"{module.name}.{target.name}.debug"
         run("llvm-objcopy", "--only-keep-debug", module, debug)
         run("llvm-objcopy", "--strip-all", f"--add-gnu-debuglink={debug}", module, engines / module.name)
+        if "musl" in target.name:  # Zig links with the name that the library has while it is built
+            libc = f"libc.musl-{target.processor}.so.1"
+            run("patchelf", "--replace-needed", "libc.so", libc, engines / module.name)
     else:
         shutil.copy(module, engines)
     shutil.copy(ROOT / "engines" / "markdown" / "markdown.pyi", engines)
@@ -117,7 +120,10 @@ def faults_of(wheel: Path, target: Target, version: str, offered: set[str]) -> t
     if size > module_file.MAX_SIZE:
         faults.append(f"installs {size} bytes")
     if target.system == "Linux":
-        shown = subprocess.run(["auditwheel", "show", wheel], capture_output=True, text=True)
+        # It must not look for another machine's libraries among this one's.
+        shown = subprocess.run(
+            ["auditwheel", "show", "--ldpaths", BUILD / "none", wheel], capture_output=True, text=True
+        )
         if f'"{target.platform.split(".")[-1]}"' not in shown.stdout:
             faults.append(f"auditwheel: {shown.stdout} {shown.stderr}")
     return faults, size, newest
