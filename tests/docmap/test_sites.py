@@ -69,6 +69,7 @@ STARLIGHT = {
     "src/content/docs/index.md": "# Home\n",
     "src/content/docs/a.mdx": "## Tab&shy;len\n\n## Same\n\n## Same\n",
     "src/content/docs/Some Guide/b.md": "---\nslug: b\n---\n",
+    "src/content/docs/Some Guide/c.md": "",
     "src/content/docs/de/index.md": "",
     "src/pages/about.astro": "",
     "src/assets/x.png": "",
@@ -80,7 +81,7 @@ HUGO = {
     "content/_index.md": "# Home\n",
     "content/docs/_index.md": "# Docs\n",
     "content/docs/a.md": "---\naliases: [/old/]\n---\n\n## Same `x`\n\n## Own {#own}\n\nSame x\n: what\n\n{{< unknown >}}\n",
-    "content/docs/b.md": "## B\n",
+    "content/docs/b.md": "## B\n\n## See [b](/b)\n",
     "content/docs/bundle/index.md": "# Bundle\n",
     "content/docs/bundle/x.png": "",
     "content/news/p.md": "---\ndate: 2024-05-06\nslug: first\ntags: [Big News]\n---\n",
@@ -98,7 +99,7 @@ ZOLA = {
 JEKYLL = {
     "_config.yml": "baseurl: /base\nrepository: https://x.org/y\npermalink: pretty\ncollections: {guides: {output: true}, hidden: {}}\n",
     "index.md": "---\n---\n# Home\n",
-    "a.md": "---\n---\n# A\n\n## It's `x`\n\n## Own {#own}\n\n## Below\n{: #below}\n",
+    "a.md": "---\n---\n# A\n\n## It's `x`\n\n## Own {#own}\n\n## Below\n{: #below}\n\ntext\n{: #para}\n",
     "about.html": "---\npermalink: /about-us/\n---\n",
     "_posts/2024-05-06-first-post.md": "---\ncategories: news\n---\n",
     "_guides/g.md": "---\n---\n# G\n",
@@ -135,7 +136,7 @@ HOST = {
 
 SITES = [
     site("mdbook", BOOK, "src/guide/b.md", {
-        "[x](a.md)": OK, "[x](a.html)": OK, "[x](../README.md)": OK, "[x](../index.html)": OK, "[x](../print.html)": OK,
+        "[x](a.md)": OK, "[x](a.html)": OK, "[x](../README.md)": OK, "[x](../README.md#nope)": BROKEN, "[x](../index.html)": OK, "[x](../print.html)": OK,
         "[x](unlisted.md)": BROKEN, "[x](../../README.md)": BROKEN, "[x](../old.html)": OK, "[x](/old.html)": OK,
         "[x](a)": DOUBTFUL, "![x](../img/x.png)": OK, "![x](/img/y.png)": BROKEN, "[x](a.md#same-1)": OK,
         "[x](a.md#same-2)": BROKEN, "[x](a.md#own)": OK, "[x](a.md#Own)": BROKEN, "[x](a.md#हिन्दी)": OK,
@@ -159,7 +160,7 @@ SITES = [
         "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,
         "[x](/was)": OK, "[x](/older/x)": OK, "[x](draft.md)": BROKEN, "[x](/posts/one)": DOUBTFUL,
         "![x](y.png)": OK, "![x](/x.png)": OK, "![x](./x.png)": BROKEN, "[x](./#uber-1-2-ok)": OK, "[x](./#_1st)": OK,
-        "[x](./#own)": OK, "[x](./#included)": OK, "[x](./#nope)": BROKEN, "[x](/a#nope)": DOUBTFUL,
+        "[x](./#own)": OK, "[x](./#Own)": OK, "[x](./#included)": OK, "[x](./#nope)": BROKEN, "[x](/a#nope)": DOUBTFUL,
         "[x](/pkg/b#nope)": BROKEN,
     }),
     site("docusaurus", DOCUSAURUS, "docs/page.md", {
@@ -173,7 +174,7 @@ SITES = [
     }),
     site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
         "[x](/a/)": OK, "[x](/a)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a.mdx)": BROKEN, "[x](/b/)": OK,
-        "[x](/some-guide/b/)": BROKEN, "[x](/de/a/)": OK, "[x](/fr/a/)": BROKEN, "[x](/about/)": OK, "[x](/old/)": OK,
+        "[x](/some-guide/b/)": BROKEN, "[x](/some-guide/c/)": OK, "[x](/de/a/)": OK, "[x](/fr/a/)": BROKEN, "[x](/about/)": OK, "[x](/old/)": OK,
         "[x](/a/#tablen)": OK, "[x](/a/#same-1)": OK, "[x](/a/#same_1)": BROKEN, "[x](/a/#_top)": OK,
         "![x](../../../assets/x.png)": OK, "![x](/y.png)": OK, "![x](../y.png)": BROKEN,
     }),
@@ -181,7 +182,7 @@ SITES = [
         "[x](../a/)": OK, "[x](/docs/a)": OK, "[x](/docs/)": OK, "[x](/news/)": OK, "[x](a.md)": BROKEN, "[x](/old/)": OK,
         "[x](/n/2024/first/)": OK, "[x](/news/p/)": BROKEN, "[x](/tags/big-news/)": OK, "[x](/tags/none/)": BROKEN,
         "![x](/y.png)": OK, "![x](../bundle/x.png)": OK, "![x](x.png)": BROKEN, "[x](../a/#same-x)": OK,
-        "[x](../a/#same-x-1)": OK, "[x](../a/#own)": OK, "[x](../a/#nope)": DOUBTFUL, "[x](../b/#nope)": BROKEN,
+        "[x](../a/#same-x-1)": OK, "[x](../a/#own)": OK, "[x](../a/#nope)": DOUBTFUL, "[x](../b/#nope)": BROKEN, "[x](../b/#see-bb)": OK, "[x](../b/#see-b)": BROKEN,
         '[x]({{< ref "a.md" >}})': OK, '[x]({{% relref "/docs/b#b" %}})': OK, '[x]({{% relref "/docs/b#c" %}})': BROKEN,
         '[x]({{< ref "c" >}})': BROKEN, "[x]({{< other >}})": DOUBTFUL,
     }),
@@ -198,7 +199,7 @@ SITES = [
         "[x](a.md)": OK, "[x](/base/a/)": OK, "[x](../a/)": OK, "[x](a/)": BROKEN, "[x](/a/)": OK, "[x](/base/b/)": BROKEN,
         "[x](/base/about-us/)": OK, "[x](/base/about/)": BROKEN, "[x](/base/guides/g/)": OK, "[x](/base/hidden/h/)": BROKEN,
         "[x](/base/news/2024/05/06/first-post/)": OK, "[x](/base/docs/)": OK, "![x](/base/img/x.png)": OK,
-        "![x](../img/x.png)": OK, "[x](a.md#its-x)": OK, "[x](a.md#own)": OK, "[x](a.md#below)": OK, "[x](a.md#a-1)": BROKEN,
+        "![x](../img/x.png)": OK, "[x](a.md#its-x)": OK, "[x](a.md#own)": OK, "[x](a.md#below)": OK, "[x](a.md#para)": OK, "[x](a.md#a-1)": BROKEN,
         "[x]({% link a.md %})": OK, "[x]({% link a.md %}#nope)": BROKEN, "[x]({% link b.md %})": BROKEN,
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
         "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
@@ -208,7 +209,7 @@ SITES = [
     }),
     site("sphinx", SPHINX, "docs/sub/page.md", {
         "[x](../a.md)": OK, "[x](../a)": OK, "[x](/a.md)": OK, "[x](../b.rst)": OK, "[x](../out.md)": BROKEN,
-        "[x](#the-target)": OK, "[x](the-target)": OK, "[x](#from-rst)": OK, "[x](#fig)": OK, "[x](#in-note)": OK,
+        "[x](#the-target)": OK, "[x](#The-Target)": OK, "[x](the-target)": OK, "[x](#from-rst)": OK, "[x](#fig)": OK, "[x](#in-note)": OK,
         "[x](#nope)": DOUBTFUL, "[x](../a.md#same-1)": OK, "[x](../a.md#nope)": BROKEN, "[x](../auto.md#nope)": DOUBTFUL,
         "[x](project:../a.md)": OK, "[x](project:../none.md)": BROKEN, "<project:#the-target>": OK,
         "[x](path:../x.png)": OK, "![x](../x.png)": OK, "![x](/x.png)": OK, "![x](x.png)": BROKEN,
@@ -222,6 +223,9 @@ SITES = [
     }),
     site("wiki links without a vault", {"a.md": "# A b\n", "b.md": "[[a]] [[page]] [[A]]\n"}, "page.md", {
         "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN,
+    }),
+    site("a generator without rules", {"docs/.vuepress/config.js": "", "docs/b.md": "# B\n"}, "docs/page.md", {
+        "[x](b.md)": OK, "[x](/b/)": DOUBTFUL, "[x](c.md)": DOUBTFUL, "[x](b.md#nope)": DOUBTFUL,
     }),
     site("code host", HOST, "docs/page.md", {
         "[x](a.md)": OK, "[x](A.md)": BROKEN, "[x](a)": BROKEN, "[x](/README.md)": OK, "[x](/docs)": OK, "[x](.)": OK,
@@ -259,6 +263,7 @@ def test_links_are_judged_by_the_rules_of_their_site(tmp_path, files, page, fron
         (slugs.python_markdown_unicode, "Größe: 日本", "größe-日本"),
         (slugs.pymdown("lower"), "Größe: x y", "größe-x-y"),
         (slugs.mdit, "1.2 Über `x`—y", "_1-2-uber-x-—y"),
+        (slugs.mdit, "(a) b!", "a-b"),
         (slugs.mdbook, "A  b, c-d_e", "a--b-c-d_e"),
         (slugs.zola, "What's new_in É?", "what-s-new-in-e"),
         (slugs.docutils, "1. Größe a", "groe-a"),

@@ -11,6 +11,7 @@ from collections.abc import Iterable, Iterator, Mapping
 from dataclasses import dataclass
 from typing import Final
 
+from docmap.documents import PAGE_SUFFIXES
 from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
 from docmap.inline import same_label
 from docmap.repository import Repository
@@ -250,18 +251,17 @@ class Judge:
         stem = _stem(name)
         names = self._names_of_files()
         alike = sorted(names.get(stem.casefold(), ()), key=lambda path: _distance(path, source))
-        wants_page = link.form not in {IMAGE, SRC}
-        for path in alike[:5]:
-            if (self._repository.facts(path) is not None) == wants_page or posixpath.basename(path) == name:
-                yield path
+        shows = link.form in {IMAGE, SRC}
+        fitting = [path for path in alike[:5] if shows != path.lower().endswith(PAGE_SUFFIXES)]
+        yield from fitting or alike[:1]
         folder = posixpath.dirname(place)
         beside = self._names_of_files(folder)
         close = self._spelling.closest(stem.casefold(), beside, 0.75, of=("beside", folder))
-        if close is not None:
-            yield beside[close][0]
+        similar = [] if close is None else beside[close][:1]
         close = self._spelling.closest(stem.casefold(), names, 0.85, of="anywhere")
         if close is not None:
-            yield min(names[close], key=lambda path: _distance(path, source))
+            similar.append(min(names[close], key=lambda path: _distance(path, source)))
+        yield from (path for path in similar if not (shows and path.lower().endswith(PAGE_SUFFIXES)))
 
     def _names_of_files(self, folder: str | None = None) -> Mapping[str, list[str]]:
         """Files by name, without suffix and letter case: those of a folder, or all."""

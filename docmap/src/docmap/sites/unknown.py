@@ -15,7 +15,8 @@ KIND = "unknown"
 _DEFINED_BY = {
     r"(.*/)?\.vuepress/config\.[cm]?[jt]s": "",
     r"(.*/)?astro\.config\.[cm]?[jt]s": r"\A(?!(?s:.*)@astrojs/starlight)",
-    r"(.*/)?(?:gatsby|gridsome|rspress|eleventy|nuxt|vocs)[.-]config\.[cm]?[jt]s": "",
+    r"(.*/)?(?:gatsby|gridsome|rspress|eleventy|vocs)[.-]config\.[cm]?[jt]s": "",
+    r"(.*/)?nuxt\.config\.[cm]?[jt]s": r"@nuxt/content|docus|nuxt-content",
     r"(.*/)?\.eleventy\.c?js": "",
     r"(.*/)?next\.config\.[cm]?[jt]s": r"nextra|fumadocs|mdx",
     r"(.*/)?(?:mint|docs|docfx)\.json": r"navigation|mintlify|docfx|\"build\"",

@@ -93,7 +93,6 @@ RULES = Rules(
     slug=slugs.mdit,
     # VitePress turns the anchors of links into slugs, too.
     compare=slugs.mdit,
-    case_doubt="VitePress finds it, since it lowers the case of anchors; others that read the file do not",
     custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
     named=("attribute_ids",),
 )
