@@ -1,6 +1,6 @@
 """What docmap's commands cost beside the bare parse of the same files: one process, processor time, in turns.
 
-    python bench/commands.py FOLDER...    prints one row per folder; limits are those of docs/docmap.md
+python bench/commands.py FOLDER...    prints one row per folder; limits are those of docs/docmap.md
 """
 
 from __future__ import annotations
