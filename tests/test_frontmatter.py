@@ -12,6 +12,15 @@ from quarnel.engines import markdown
 from sweep_yaml import difference, is_read_natively
 
 FrontMatter, Heading = markdown._FrontMatter, markdown._Heading
+ABSENT = dict.fromkeys(FrontMatter._fields)
+
+
+def fields(title=None, description=None):
+    """The front matter with these fields and no others."""
+    return FrontMatter(**ABSENT | {"title": title, "description": description})
+
+
+NOTHING = fields()
 
 
 def read(body, kind="minus_metadata", prefix="P"):
@@ -62,16 +71,16 @@ BODIES = [
 
 @pytest.mark.parametrize(("text", "expected"), BODIES)
 def test_bodies(text, expected):
-    assert read(text) == expected
+    assert read(text) == fields(*expected)
     # A node of any other type is read as TOML, even when its body is YAML.
     toml = read(text, "plus_metadata")
-    assert toml == (("x", None) if b"=" in text else (None, None))
+    assert toml == (fields("x") if b"=" in text else NOTHING)
 
 
 def test_length_is_counted_in_characters(records):
     filler = "é" * (65536 - len("title: a\n#"))
     assert read(f"title: a\n#{filler}").title == "a" and not records
-    assert read(f"title: a\n#{filler}é", prefix="docs.x") == (None, None)
+    assert read(f"title: a\n#{filler}é", prefix="docs.x") == NOTHING
     [record] = records
     assert (record.msg, record.args) == (
         "The front matter of %s is too long to read (%d chars)",
@@ -103,7 +112,7 @@ ERRORS = [
 
 @pytest.mark.parametrize("body", ERRORS, ids=[body[:14] for body in ERRORS])
 def test_what_the_loader_cannot_read_is_a_debug_record(body, records):
-    assert read(f"description: d\n{body}", prefix="docs.x") == (None, None)
+    assert read(f"description: d\n{body}", prefix="docs.x") == NOTHING
     [record] = records
     assert (record.levelno, record.msg, record.args[0]) == (
         logging.DEBUG, "The front matter of %s is not YAML: %s", "docs.x",
@@ -114,7 +123,7 @@ def test_what_the_loader_cannot_read_is_a_debug_record(body, records):
 def test_a_template_for_a_title_is_an_error_that_only_the_loader_words():
     # Without debug records, the loader is not called. With them it is called, as for every error above.
     body = "title: {{ name }}\ndescription: d"
-    assert is_read_natively(body) and read(body) == (None, None)
+    assert is_read_natively(body) and read(body) == NOTHING
 
 
 @pytest.mark.parametrize(
@@ -215,7 +224,7 @@ def run():
                for chain in chains]
     for body in bodies:
         node = SimpleNamespace(type="minus_metadata", text=f"---\\n{body}\\n---\\n".encode())
-        assert tuple(markdown._front_matter(node, "P")) == (None, None)
+        assert set(markdown._front_matter(node, "P")) == {None}
     print("done")
 threading.stack_size(256 * 1024)
 thread = threading.Thread(target=run)
@@ -241,12 +250,12 @@ def test_another_loader_gets_every_body(monkeypatch, records):
     monkeypatch.setattr(
         yaml, "safe_load", lambda body: bodies.append(body) or {"title": True, "description": 10**30}
     )
-    assert read("title: a") == (None, str(10**30))
-    assert read("[" * 100) == (None, str(10**30))
-    assert markdown._yaml_fields("x", "P") == {"title": True, "description": 10**30}
+    assert read("title: a") == fields(description=str(10**30))
+    assert read("[" * 100) == fields(description=str(10**30))
+    assert markdown._yaml_fields("x", "P") == ABSENT | {"title": True, "description": 10**30}
     assert bodies == ["title: a", "[" * 100, "x"]
     monkeypatch.setattr(yaml, "safe_load", lambda body: 1 / 0)
-    assert read("title: a") == (None, None) and isinstance(records[0].args[1], ZeroDivisionError)
+    assert read("title: a") == NOTHING and isinstance(records[0].args[1], ZeroDivisionError)
 
 
 def test_integers_of_any_length():
@@ -319,12 +328,12 @@ TITLES_APPLIED = [
 @pytest.mark.parametrize(("headings", "front", "following", "expected"), TITLES_APPLIED)
 def test_title_section(headings, front, following, expected):
     given = list(headings)
-    result = markdown._with_front_matter(given, FrontMatter(*front), following)
+    result = markdown._with_front_matter(given, fields(*front), following)
     assert result == expected
     added = len(expected) > len(headings)
     assert (result is not given) == added and (given == list(headings)) == (added or expected == headings)
 
-    body = "".join(f"{key}: {text}\n" for key, text in FrontMatter(*front)._asdict().items() if text)
+    body = "".join(f"{key}: {text}\n" for key, text in fields(*front)._asdict().items() if text)
     blocks = [Node("minus_metadata", text=f"---\n{body}---\n".encode())] + ([following] if following else [])
     for name, level, row, summary in headings:
         blocks += [heading(level, name, row)] + ([paragraph(summary, row + 1)] if summary else [])
