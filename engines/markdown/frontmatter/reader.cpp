@@ -18,9 +18,10 @@ std::optional<std::string> plain_field(PlainText& plain_text, std::string_view t
 }
 
 // The decimal digits of an int. A very long int gives only its leading digits, at least as many as plain text reads.
-// The interpreter writes an int out only up to a limit of digits, and a host may have lowered that limit. So a larger
-// int is written in pieces of 18 digits, from the last piece to the first. Splitting a piece off divides all that is
-// left, which takes time in its length. So the digits that nobody reads are dropped first, by one division.
+// The interpreter writes an int out only up to a limit of digits, and a host may have lowered that limit. So an int
+// of more than 64 bits is written in pieces of 18 digits, from the last piece to the first. Splitting a piece off
+// divides all that is left, which takes time in its length. So the digits that nobody reads are dropped first, by one
+// division.
 std::string integer_text(PyObject* number) {
   int overflow = 0;
   const long long value = PyLong_AsLongLongAndOverflow(number, &overflow);

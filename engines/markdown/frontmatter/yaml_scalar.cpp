@@ -18,7 +18,7 @@ constexpr text::ByteSet kNumberBytes("0123456789_:+-. abcdefABCDEFxTtZ");
 constexpr text::ByteSet kNotInNumbers("", [](char c) { return !kNumberBytes.has(c); });
 constexpr text::ByteSet kAfterPoint("0123456789iInN");
 
-// YAML 1.1 knows only these spellings. "yEs" is text, and to PyYAML so are "y" and "n".
+// PyYAML knows only these spellings. "yEs" is text, and so are "y" and "n".
 constexpr auto kBools =
     std::to_array<std::string_view>({"yes", "Yes", "YES", "no", "No", "NO", "true", "True", "TRUE", "on", "On", "ON",
                                      "false", "False", "FALSE", "off", "Off", "OFF"});

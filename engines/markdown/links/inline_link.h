@@ -34,9 +34,10 @@ struct InlineLink {
 // the failed chain has a bracketed run, which ends at the next "]". The chain of this opener ends at that "]" as well,
 // unless an escape, as in `[b\]`, carries it past the "]"; then it would continue exactly as the chain that failed, so
 // the scan stops there. `failed_until_` remembers where the failed chain ended. Chains that fail therefore do not
-// overlap each other, nor do the short ones inside them. What follows a "](" is scanned once for that offset. At most
-// two failing destinations hold the same byte, because parentheses nest only once. At most three failing titles do, one
-// for each kind of quote, because a title ends at the next closer of its kind.
+// overlap each other, nor do the short ones inside them. What follows a "](" is scanned once for that offset, and few
+// such scans read the same byte. At most two of them read it in a bare destination, because parentheses nest only once.
+// At most one reads it in a destination in angle brackets, and at most one in a title of each kind, because each of
+// these ends at the next delimiter of its kind.
 class InlineLinkSearch {
  public:
   InlineLinkSearch() = default;

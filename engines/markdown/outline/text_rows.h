@@ -27,9 +27,8 @@ inline constexpr Row kNoRow = std::numeric_limits<Row>::min();
 //
 //   Row count()                     The number of rows.
 //   Place end_of(Row row)           The end of `row`, which is not negative; of the last row when there are fewer rows.
-//   bool skip_blank_row(Place& at)  Whether the row of `at` is blank. If so, moves `at` to the end of the row above;
-//   from
-//                                   the first row, moves it to kNoRow.
+//   bool skip_blank_row(Place& at)  Whether the row of `at` is blank. If so, moves `at` to the end of the row above.
+//                                   Above the first row is kNoRow.
 //   void for_each_row(visit)        Calls `visit(bool holds_text)` for each row in order.
 //
 // Linear: the rows that a document asks for never decrease. So a text finds their places by moving over its rows once.
