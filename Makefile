@@ -40,7 +40,7 @@ check-links: ready  ## DOCS=path: report links whose file or anchor does not exi
 page: ready $(STAMPS)/page  ## DOCS=folder: write docmap.html, a page that shows what is in the folder (OPTIONS="--open")
 	@$(docs); $(BIN)/docmap page $(OPTIONS) "$$@"
 
-test: ready $(STAMPS)/test  ## run the tests (TESTS="tests/test_links.py -k title" for some of them)
+test: ready $(STAMPS)/test  ## run the tests (TESTS="tests/test_links.py -k wiki" for some of them)
 	@$(BIN)/python -m pytest $(or $(TESTS),-n $(JOBS))
 
 .PHONY: test-page test-examples pictures
@@ -72,7 +72,7 @@ dev: dev-module  ## build the debug module, in a second after a change (TESTS=..
 quick: dev-module  ## run all but the long tests on the debug module
 	@LEAVE_OUT_LENGTHS=2 $(on_dev) -m pytest -m "not long" $(or $(TESTS),-n $(JOBS))
 
-debug: dev-module  ## TESTS="tests/test_links.py -k title": run them on the debug module in gdb, which stops at a crash
+debug: dev-module  ## TESTS="tests/test_links.py -k wiki": run them on the debug module in gdb, which stops at a crash
 	@command -v gdb >/dev/null || { echo "gdb is missing: install your system's package of that name." >&2; exit 1; }
 	@PYTHONPATH=$(abspath $(dev_folder))/site gdb -q -ex run --args $(BIN)/python -m pytest -s -p no:faulthandler $(TESTS)
 

@@ -1,4 +1,4 @@
-"""The benchmark: documents beside parse and floor, worst cases, memory, import. All ratios are taken within this run."""
+"""The benchmark: real documents, worst cases, memory and import. Each ratio is between two times of the same run."""
 
 from __future__ import annotations
 
@@ -63,7 +63,7 @@ def _heading(title: str) -> None:
 
 
 def _machine() -> str:
-    """The machine and what the engine runs on, in words."""
+    """A description of the machine, the interpreter and the compiler."""
     cpu = platform.processor() or platform.machine()
     cpuinfo = Path("/proc/cpuinfo")
     if cpuinfo.exists():

@@ -1,7 +1,7 @@
 """The same outline and links in plain Python over markdown-it-py's tokens: what a user would otherwise write.
 
-It follows the engine's rules as far as the tokens allow. Where they cannot agree (names are rendered text here, links are
-resolved as CommonMark has it) the answers differ; how often is part of the benchmark's table.
+It follows the engine's rules as far as the tokens allow. Some answers differ: names are rendered text here, and
+links are resolved by the rules of CommonMark. The benchmark's table says how often answers are the same.
 """
 
 from __future__ import annotations
@@ -62,7 +62,7 @@ def _inline_text(token: Token) -> str:
 
 
 def _headings(tokens: list[Token], front: dict[str, str], first_line: int) -> list[list[Any]]:
-    """Name, level, line and summary of each heading of the outline."""
+    """A list of name, level, line and summary for each heading of the outline."""
     found = []
     for index, token in enumerate(tokens):
         if token.type == "heading_open" and token.level == 0:
@@ -96,8 +96,8 @@ def _sections(headings: list[list[Any]], text: str, prefix: str) -> list[Symbol]
         end = next(following, len(lines) + 1) - 1
         while end > line and not lines[end - 1].strip():
             end -= 1
-        _, holder, path = open_sections[-1] if open_sections else (0, prefix, ())
-        fqn = unique_fqn(f"{holder}.{name}")
+        _, parent, path = open_sections[-1] if open_sections else (0, prefix, ())
+        fqn = unique_fqn(f"{parent}.{name}")
         path = (*path, name)
         open_sections.append((level, fqn, path))
         signature = " > ".join(path)
@@ -155,8 +155,8 @@ def _inline_targets(token: Token, line: int) -> list[tuple[str, str, int]]:
         if child.type in ("softbreak", "hardbreak"):
             line += 1
         elif child.type == "link_open" and child.markup != "autolink":
-            # Reference links are reported where they are defined, and tokens do not tell them from inline ones
-            # but for the destination standing in the text.
+            # A reference link is reported where it is defined. Its tokens look like those of an inline link; only an
+            # inline link has its destination in the text.
             target = str(child.attrs["href"])
             if "](" in token.content:
                 found.append((REF_DOC_LINK, target, line))
@@ -169,10 +169,10 @@ def _inline_targets(token: Token, line: int) -> list[tuple[str, str, int]]:
 
 
 def _section_at(sections: list[Symbol], line: int) -> str | None:
-    holder = None
+    innermost = None
     for section in sections:
         if section.start_line > line:
             break
         if section.end_line >= line:
-            holder = section.fqn
-    return holder
+            innermost = section.fqn
+    return innermost

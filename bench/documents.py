@@ -1,4 +1,4 @@
-"""The engine on real documents, beside the parse, its floor, and a reader over markdown-it-py's tokens."""
+"""The engine on real documents, compared with the parse, the floor, and a reader of markdown-it-py's tokens."""
 
 from __future__ import annotations
 
@@ -39,7 +39,7 @@ HEADER = (
 
 @dataclass(frozen=True)
 class Document:
-    """A document with what is worked out before anything is timed."""
+    """A document, and what is worked out before anything is timed."""
 
     prefix: str
     text: str
@@ -49,7 +49,7 @@ class Document:
 
 @dataclass(frozen=True)
 class Row:
-    """One folder's figures; seconds are medians for one reading of the whole folder."""
+    """The figures of one folder. Each time is the median, in seconds, of reading the whole folder once."""
 
     name: str
     files: int
@@ -86,12 +86,12 @@ class Row:
 
 
 def folders_of(corpus: Path) -> list[Path]:
-    """The folders directly below a corpus, each of which becomes a row."""
+    """The folders directly below a corpus. Each becomes a row of the table."""
     return sorted(path for path in corpus.iterdir() if path.is_dir())
 
 
 def report(folders: Sequence[Path], *, rounds: int, limit: int | None) -> list[str]:
-    """Print the table; return what misses a target. `limit` takes that many documents, spread over a folder."""
+    """Print the table; return the rows that miss a target. `limit` documents are read, spread over each folder."""
     rows = []
     for folder in folders:
         documents = _load(folder, limit)
@@ -149,7 +149,7 @@ def _run_tokens(documents: list[Document]) -> None:
 
 
 def _compare_with_floor(documents: list[Document]) -> None:
-    """The floor must give the very records that the engine gives, or it would be the floor of something else."""
+    """End the run unless the floor's records equal the engine's: it would be the floor of something else."""
     for document, root in zip(documents, _parse(documents), strict=True):
         plan = document.plan
         symbols = floor.sections(
@@ -161,7 +161,7 @@ def _compare_with_floor(documents: list[Document]) -> None:
 
 
 def _agreement(documents: list[Document]) -> tuple[float, float]:
-    """The shares of documents whose outline, and whose links, are the same by tokens."""
+    """The share of documents whose outline is the same by tokens, and the share whose links are."""
     outlines = links = 0
     for document in documents:
         sections, references = by_tokens.read(document.text, document.prefix)
@@ -180,8 +180,8 @@ def _measure(name: str, documents: list[Document], rounds: int) -> Row:
     trees: list[list[Node]] = []
 
     def fresh_trees() -> None:
-        # The binding keeps children on their nodes, so a tree that was read before is cheaper to read. All trees of a
-        # round are made first: what is compared then runs back to back.
+        # A node keeps its children once they are read, so a tree is cheaper to read for the second time. Each candidate
+        # therefore gets a fresh tree. Both trees of a round are made first, so that the candidates run back to back.
         trees.clear()
         begin = timing.clock()
         trees.append(_parse(documents))

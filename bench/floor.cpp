@@ -1,8 +1,8 @@
-// The floor of the engine's cost: the node reads that the two walks cannot do without, and the calls of the host's
-// rules and record types with every value ready at hand. It reads no text and decides nothing.
+// The floor of the engine's cost: the node reads without which the two walks are impossible, and the calls of the
+// host's rules and record types. The values for these calls are given. The floor reads no text and decides nothing.
 //
-// What to read is a program made beforehand (floor_plan.py): one byte for each node in document order, whose bits say
-// which of the node's attributes are read. The children of a node that is entered come next.
+// A program says what to read; floor_plan.py makes it before anything is timed. It has one byte for each node in
+// document order, whose bits say which attributes of the node are read. The children of a node follow it.
 #include "python/api.h"
 // After the interpreter's header.
 #include <array>
@@ -19,7 +19,7 @@ using markdown::python::Ref;
 
 enum Read : unsigned char { kType = 1, kChildren = 2, kText = 4, kStartPoint = 8 };
 
-// A floor is measured in one interpreter, by one thread: static objects will do here.
+// The floor runs in one interpreter and in one thread, so static objects are good enough.
 struct {
   PyTypeObject* node_type;
   PyGetSetDef* type;
@@ -32,7 +32,7 @@ struct {
   PyObject* reference_keywords;
 } bound;
 
-// The binding's own getter: what an attribute read comes down to after the name has been looked up.
+// The binding's getter of an attribute: what reading the attribute calls in the end.
 PyGetSetDef* getter_of(PyTypeObject* type, const char* name) {
   PyObject* descriptor = PyDict_GetItemString(type->tp_dict, name);
   if (descriptor == nullptr || !Py_IS_TYPE(descriptor, &PyGetSetDescr_Type)) {
@@ -43,7 +43,7 @@ PyGetSetDef* getter_of(PyTypeObject* type, const char* name) {
 
 Ref read(PyObject* node, const PyGetSetDef* attribute) { return Ref::steal(attribute->get(node, attribute->closure)); }
 
-// A node keeps the list of its children and the list keeps them, so none needs to be held while the root is.
+// A node owns the list of its children, and the list owns them. So the root alone keeps all nodes alive.
 class Walk {
  public:
   Walk(PyObject* root, std::string_view program) : program_(program) { visit(root); }

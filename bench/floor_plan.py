@@ -1,7 +1,7 @@
-"""What the floor is told about a document beforehand, so that it has nothing to work out while it is timed.
+"""The plan for a document: what the floor is told before it is timed, so that it has nothing left to work out.
 
-A program holds one byte for each node in document order: which of its attributes to read. It follows the same two walks
-as the engine and leaves out every read whose result the answer does not depend on.
+A program has one byte for each node in document order, which says what attributes of the node to read. It follows the
+same two walks as the engine, and leaves out every read on which the answer does not depend.
 """
 
 from __future__ import annotations
@@ -23,7 +23,7 @@ _FRONT_MATTER = (markdown._YAML_FRONT_MATTER, markdown._TOML_FRONT_MATTER)
 
 @dataclass(frozen=True)
 class Plan:
-    """Programs and record values for one document, with the engine's own answers that they were taken from."""
+    """The programs and the record values for one document, and the engine's answers from which they were made."""
 
     section_program: bytes
     section_records: list[tuple[str, str | None, tuple[Any, ...]]]
@@ -34,7 +34,7 @@ class Plan:
 
 
 def plan_for(root: Node, text: str, prefix: str) -> Plan:
-    """Ask the engine for its answers, and note what it asked of the host on the way."""
+    """Return the plan for a document, made from the engine's answers and from its calls of the host."""
     numbering = FqnNumbering()
     records: list[list[Any]] = []
 
@@ -90,7 +90,7 @@ def _front_matter_id(blocks: list[Node]) -> int | None:
 
 
 def _needs_first_paragraph(blocks: list[Node], prefix: str) -> bool:
-    """Whether front matter adds a title section whose summary is the paragraph below the front matter."""
+    """Whether front matter adds a title section whose summary is the paragraph below it."""
     front = markdown._front_matter(blocks[0], prefix)
     headings = [markdown._heading(block, None) for block in blocks if block.type in _HEADINGS]
     added = len(markdown._with_front_matter(headings, front, None)) > len(headings)
@@ -98,7 +98,7 @@ def _needs_first_paragraph(blocks: list[Node], prefix: str) -> bool:
 
 
 def _heading_parts(heading: Node) -> bytes:
-    """The children of a heading: types are read until its marker and its content are found."""
+    """The part of a program for the children of a heading. Types are read until marker and content are found."""
     content = "inline" if heading.type == markdown._ATX_HEADING else "paragraph"
     has_level = has_content = False
     program = bytearray()

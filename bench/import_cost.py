@@ -1,4 +1,4 @@
-"""What loading the module costs beyond the libraries that it imports, and what the cost is made of."""
+"""The time that loading the module takes beyond its libraries, and the parts of that time."""
 
 from __future__ import annotations
 

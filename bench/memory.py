@@ -1,10 +1,12 @@
-"""Peak memory of a call beyond the parsed tree and its result, and what stays behind after it.
+"""The peak memory of a call, beyond the parsed tree and the result of the call, and the memory that is left after it.
 
-Each case runs in a fresh process, whose record types give back nothing, so that a result is one pointer a record. The
-tree's nodes are made before, since the tree keeps them. What is measured is the process's resident memory, page for
-page as the kernel counts it: its high-water mark during the call, reset just before, less what it was before and the
-list that the call returns. Python's own small blocks come from malloc here, and malloc gives what is free back first,
-so that no free memory of an earlier phase can hide what a call needs.
+Each case runs in a fresh process. The record types of that process return None, so a result is one pointer for each
+record. The nodes of the tree are made before the call, because the tree keeps them.
+
+Resident memory is measured, as the kernel counts it. The kernel's high-water mark is reset just before the call. The
+peak is the mark after the call, less the memory before the call and less the list that the call returns. Python's
+small blocks come from malloc here, and malloc returns its free memory to the kernel before each call. So no memory that
+an earlier phase has freed can hide what a call needs.
 """
 
 from __future__ import annotations
@@ -30,12 +32,13 @@ HEADER = (
     "",
 )
 _PROSE_LINE = "The quick brown fox jumps over the lazy dog, and then it does so once more.\n"
-# Pages, malloc's bookkeeping, and the kernel's counting in batches: a call that allocates little shows up to this much.
+# The grain of the measurement: a call that allocates little may show as much as this. Memory is counted in pages,
+# malloc needs some for itself, and the kernel updates its counts in batches.
 _GRAIN = 256 * 1024
 
 
 def _links(size: int, before: str, after: str) -> str:
-    """200,000 links in place of 50 MB, and in proportion."""
+    """One link for every 250 bytes of `size`: 200,000 links stand for 50 MB."""
     return "".join(f"{before}[a](b{i}.md){after}" for i in range(size // 250))
 
 
@@ -91,7 +94,7 @@ def _megabytes(size: int) -> str:
 
 
 def _in_fresh_process(name: str, size: int) -> dict[str, int]:
-    # Fixed thresholds, or malloc would learn during the set-up to keep what is freed.
+    # The thresholds are fixed, because malloc would otherwise learn during the set-up to keep freed memory.
     settings = {
         "PYTHONMALLOC": "malloc",
         "MALLOC_MMAP_THRESHOLD_": "65536",
@@ -116,7 +119,7 @@ def _measure(name: str, size: int) -> dict[str, int]:
     data = text.encode()
     root = Parser(Language(tree_sitter_markdown.language())).parse(data).root_node
     largest_run = _make_nodes(root, markdown)
-    # A first call on a small document, so that nothing is counted that is made once for all calls.
+    # The first call is on a small document, so that what is made once for all calls is not counted.
     small = Parser(Language(tree_sitter_markdown.language())).parse(b"# a\n\n[a](b.md)\n").root_node
     rules = {"unique_fqn": lambda fqn: fqn, "cap_docstring": lambda text: text}
     markdown.extract_sections(small, "# a\n\n[a](b.md)\n", "p", 0, **rules)
@@ -138,7 +141,7 @@ def _measure(name: str, size: int) -> dict[str, int]:
 
 
 def _make_nodes(root, markdown) -> int:
-    """Have the tree make all nodes that the walks enter; return the bytes of the largest inline run."""
+    """Make the tree create all nodes that the walks read; return the size of the largest inline run in bytes."""
     largest = 0
     pending = [root]
     while pending:
@@ -160,7 +163,7 @@ def _peak(call: Callable[[], list]) -> int:
 
 
 def _settled() -> int:
-    """The resident memory after all that is free was given back, in bytes."""
+    """The resident memory in bytes, after all free memory was returned to the kernel."""
     import ctypes
     import gc
 

@@ -8,17 +8,20 @@ Shape = Callable[[int], str]
 
 
 def repeat(unit: str, *, before: str = "", after: str = "") -> Shape:
-    """`unit` over and over, between two fixed ends."""
+    """`unit` repeated, between `before` and `after`."""
     return lambda n: before + unit * ((n - len(before) - len(after)) // len(unit)) + after
 
 
 def halves(first: str, second: str, *, between: str = "", after: str = "") -> Shape:
-    """One unit over and over, then another."""
+    """One unit repeated, then another unit repeated."""
     return lambda n: first * (n // 2 // len(first)) + between + second * (n // 2 // len(second)) + after
 
 
 def every_run(letter: str, between: str, *, longest: int = 0, after: str = "") -> Shape:
-    """Runs of 1, 2, 3, ... letters, starting over behind the longest (0: never), so that no run finds its equal."""
+    """Runs of 1, 2, 3, ... letters. After a run of `longest` letters, they start again at 1; with 0, they never do.
+
+    Without `longest`, no two runs are equally long.
+    """
 
     def make(n: int) -> str:
         parts, size, length = [], 0, 1
@@ -32,7 +35,7 @@ def every_run(letter: str, between: str, *, longest: int = 0, after: str = "") -
 
 
 def named(shapes: Iterable[str], **more: Shape) -> dict[str, Shape]:
-    """A table of shapes: a text stands for its repetition and is its own name."""
+    """A table of shapes. Each text of `shapes` is a unit to repeat, and names itself."""
     return {repr(unit): repeat(unit) for unit in shapes} | more
 
 
@@ -102,7 +105,7 @@ INLINE = (
             "openers, then closers": halves("*a ", "b* "),
             "triple openers, then single closers": halves("***a ", "b* "),
             "escaped closers": repeat("\\*", before="*a "),
-            "closers behind white space": repeat(" *", before="*a"),
+            "closers after white space": repeat(" *", before="*a"),
             "underscores inside words": repeat("a_b", before=" _"),
             "word closers": repeat("é_é ", before="_"),
         },
@@ -122,7 +125,7 @@ INLINE = (
     )
 )
 
-# Every one holds what the reader looks for before it searches a run at all.
+# Each shape holds "](" or "]]": a run without them is not searched at all.
 LINKS = {
     "many links": repeat("[a](b.md) "),
     "many links on lines": repeat("[a](b.md#c)\n"),
@@ -159,14 +162,15 @@ LINKS = {
     "](": repeat("]("),
     "![a](b.md)": repeat("![a](b.md)"),
     "[![a](b)](c) ": repeat("[![a](b)](c) "),
-    "line feeds": repeat("\n", before="[a", after="](b.md)"),
+    "newlines": repeat("\n", before="[a", after="](b.md)"),
     "links in spans": repeat("`[a](b.md)` "),
     "Chinese links": repeat("[今日](世界.md) "),
     "prose with one link": repeat(PROSE, after="[a](b.md)"),
     "percent sequences": repeat("%41%ff", before="[a](", after=")"),
 }
 
-# A library finds one byte so fast that it takes many more of these to see that it looks for it again and again.
+# Openers that are searched for one byte. The C library finds one byte so fast that repeated searches only show in very
+# long texts.
 OPENERS = named(("[", "![", "[[", "`a", "<"))
 
 CODE_SPANS = {
@@ -188,9 +192,9 @@ TOML = {
     "title that does not end": repeat("a", before='title = "'),
     "title of quotes": repeat("'", before="title = "),
     "spaces before the equals sign": repeat(" ", before="title", after='= "a"'),
-    "spaces behind the value": repeat(" ", before='title = "a"', after="x"),
+    "spaces after the value": repeat(" ", before='title = "a"', after="x"),
     "spaces only": repeat(" "),
-    "line feeds only": repeat("\n"),
+    "newlines only": repeat("\n"),
     "tables": repeat("[a]\n"),
     "an endless table": repeat("[", before="a = 1\n"),
     "other keys": repeat("key = 'value'\n"),
@@ -204,5 +208,5 @@ CLOSING_SEQUENCES = {
     "number signs, then spaces, then text": lambda n: "a " + halves("#", " ")(n - 3) + "b",
     "spaces, then number signs, then text": lambda n: "a" + halves(" ", "#")(n - 2) + "b",
     "tabs and number signs": repeat("\t#\t", after="b"),
-    "closing sequences before line feeds": repeat(" #\n", before="a"),
+    "closing sequences before newlines": repeat(" #\n", before="a"),
 }

@@ -1,4 +1,4 @@
-"""Time in paired rounds: candidates alternate, and what counts is the ratio within a round."""
+"""Timing in paired rounds: the candidates alternate, and the result is the ratio of their times within a round."""
 
 from __future__ import annotations
 
@@ -9,7 +9,7 @@ from collections.abc import Callable, Sequence
 from contextlib import contextmanager
 from typing import NamedTuple
 
-# Time on the processor, not on the wall: what else runs on the machine takes turns with us, and that is no cost of ours.
+# Processor time and not elapsed time: other programs on the machine interrupt us, and that is no cost of the engine.
 clock = time.thread_time
 
 
@@ -25,7 +25,7 @@ class Spread(NamedTuple):
 
 
 def spread(values: Sequence[float]) -> Spread:
-    """Return median and quartiles; of fewer than three values, median and extremes."""
+    """Return the median and the quartiles of the values; for fewer than three values, the median and the extremes."""
     if len(values) < 3:
         return Spread(statistics.median(values), min(values), max(values))
     low, median, high = statistics.quantiles(values, method="inclusive")
@@ -39,7 +39,7 @@ def ratios(upper: Sequence[float], lower: Sequence[float]) -> Spread:
 
 @contextmanager
 def quiet():
-    """Keep the garbage collector from running inside a timed stretch."""
+    """Keep the garbage collector from running while something is timed."""
     gc.collect()
     gc.freeze()
     gc.disable()
@@ -58,7 +58,7 @@ def timed(call: Callable[[], object]) -> float:
 
 
 def alternate(rounds: int, *candidates: Callable[[], float]) -> list[list[float]]:
-    """Let each candidate time itself once a round, in an order that turns around from round to round."""
+    """Let each candidate time itself once in each round. The order of the candidates is reversed every second round."""
     times: list[list[float]] = [[] for _ in candidates]
     for turn in range(rounds):
         order = range(len(candidates))

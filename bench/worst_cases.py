@@ -1,4 +1,4 @@
-"""Time at n and at 4n for inputs that stall a reader which looks back or starts over."""
+"""The time at n and at 4n, for inputs that are slow for a reader that looks back or starts again."""
 
 from __future__ import annotations
 
@@ -27,7 +27,7 @@ HEADER = ("shape", "n", "time at n", "time at 4n", "growth", "ns/unit", "")
 
 @dataclass(frozen=True)
 class Case:
-    """An input of some size: `prepare` makes, untimed, what is then timed; `size` is in `unit`s."""
+    """An input. `prepare(n)` returns the call that is timed, and is not timed itself; `size` is a number of `unit`s."""
 
     name: str
     prepare: Callable[[int], Callable[[], object]]
@@ -45,7 +45,7 @@ def report(*, quick: bool) -> list[str]:
         with timing.quiet():
             for case in cases:
                 row, misses = _measure(case, rounds=3 if quick else 5)
-                if misses:  # what is only noise does not come back
+                if misses:  # noise does not come back in a second, longer measurement
                     row, misses = _measure(case, rounds=9 if quick else 15)
                 rows.append(row)
                 if misses:
@@ -62,7 +62,7 @@ def report(*, quick: bool) -> list[str]:
 
 
 def _keep_freed_memory() -> None:
-    """At some size malloc starts to give memory back to the kernel, and time takes a step there that is no growth."""
+    """Keep malloc from returning memory to the kernel, which starts at some size and would look like growth."""
     libc = ctypes.CDLL(None)
     if hasattr(libc, "mallopt"):
         trim_threshold, mmap_threshold = -1, -3
@@ -124,8 +124,8 @@ def _on_text(function: Callable[[str], object], shape: Shape) -> Callable[[int],
 
 
 def _all_targets(text: str) -> None:
-    # Dropped as they come: the memory of many kept ones is given back after each call and got anew page by page, that of
-    # fewer is not, and a step there would be taken for growth.
+    # The targets are not kept. The memory of many targets would be returned after each call, and the memory of few
+    # would not, which would look like growth.
     deque(markdown._inline_targets(text, 1), maxlen=0)
 
 
@@ -140,7 +140,7 @@ def _yaml_fields(body: str) -> dict[str, Any]:
 
 
 def _yaml_unit(body: str) -> str:
-    """PyYAML spends some microseconds on a character, and that is not the engine's to shorten."""
+    """The unit of a body. PyYAML takes some microseconds for a character, which the engine cannot shorten."""
     calls = []
     load, parse = yaml.load, yaml.parse
     yaml.load = lambda *args, **keywords: calls.append(load) or load(*args, **keywords)
@@ -163,7 +163,7 @@ def _outline(root: Any, text: str) -> list[Any]:
 
 
 def _section_ranges(lines: int) -> Iterator[Case]:
-    """Headings that close over long blank stretches, in real trees; the unit is a line."""
+    """Headings whose sections end before many blank lines, in real trees. The unit is a line."""
     stairs = "".join(f"{'#' * level} a\n" for level in range(1, 7))
 
     def case(name: str, make: Callable[[int], str]) -> Case:
@@ -185,7 +185,7 @@ def _section_ranges(lines: int) -> Iterator[Case]:
 
 
 def _documents_of_links(links: int) -> Iterator[Case]:
-    """Many links under many sections, in real trees; the unit is a link."""
+    """Many links in many sections, in real trees. The unit is a link."""
 
     def case(name: str, make: Callable[[int], str]) -> Case:
         def prepare(n: int) -> Callable[[], object]:
@@ -249,7 +249,7 @@ def _deep_nesting(depth: int) -> Iterator[Case]:
 def _measure(case: Case, rounds: int) -> tuple[list[str], list[str]]:
     small, large = case.prepare(case.size), case.prepare(4 * case.size)
     first = timing.timed(small)
-    # Short calls are repeated until the clock's own grain no longer shows.
+    # Short calls are repeated, so that the resolution of the clock does not matter.
     repeats = max(1, min(1000, int(2e-3 / max(first, 1e-6))))
     rounds = rounds if first < 0.1 else 3
 

@@ -1,4 +1,4 @@
-"""Front matter that makes a YAML reader slow, whether the engine reads it itself or leaves it to PyYAML."""
+"""Front matter that makes a YAML reader slow. The engine reads some of it itself, and PyYAML reads the rest."""
 
 from __future__ import annotations
 
@@ -6,7 +6,7 @@ from shapes import Shape, repeat
 
 
 def numbered(line: str, *, before: str = "", after: str = "") -> Shape:
-    """Lines that hold their own number where they say {i}, and the number of the line before where they say {before}."""
+    """A line, repeated: {i} in it is replaced by the number of the line, {before} by the number of the line before."""
 
     def make(n: int) -> str:
         parts, size = [], len(before) + len(after)
@@ -25,7 +25,7 @@ def nested(indicator: str, closing: str = "") -> Shape:
 
 
 def staircase(n: int) -> str:
-    """Mappings, each in the one before: lines grow by their indentation, so there are as many as the root of 2n."""
+    """Mappings, each inside the one before. Lines are indented ever further, so n characters make sqrt(2n) lines."""
     return "".join(" " * depth + "a:\n" for depth in range(int((2 * n) ** 0.5) - 4))
 
 

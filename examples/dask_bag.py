@@ -2,9 +2,9 @@
 
     python dask_bag.py FOLDER OUTPUT [--parquet]
 
-Every partition of the bag writes files of its own, under names that depend on its number only, and puts them in
-place when they are whole. So a partition that is done again, because its worker died, changes nothing, and what
-is in place when a run breaks off is good. A document that cannot be read costs itself alone.
+Each partition of the bag writes files of its own, under names that depend on its number only, and renames them when
+they are complete. So a partition that is done again, because its worker died, changes nothing, and the files that are
+there when a run breaks off are good. A document that cannot be read is left out alone.
 """
 
 # mypy: allow-untyped-calls, disable-error-code="import-untyped"
@@ -38,9 +38,10 @@ Row = dict[str, Any]
 
 @dataclass
 class Report:
-    """What was done. `errors` are documents that could not be read, `lost` whole partitions (number, reason):
+    """What was done.
 
-    their files could not be written, or their workers died again and again, as from a lack of memory.
+    `errors` are the documents that could not be read, with the reasons. `lost` are whole partitions (number, reason):
+    their files could not be written, or their workers died again and again, for example from a lack of memory.
     """
 
     counts: Counter[str] = field(default_factory=Counter)
@@ -57,7 +58,7 @@ def index(bag: dask.bag.Bag, folder: str, client: Client, *, parquet: bool = Fal
     """Write sections and links of the documents of a bag of `Item`s to `folder`, which all workers can reach."""
     os.makedirs(folder, exist_ok=True)
     parts = enumerate(bag.to_delayed())
-    # Each task is pure but for its own files, so the scheduler may run it again wherever it likes.
+    # A task changes nothing but its own files, so the scheduler may run it again on any worker.
     futures = client.compute(
         [delayed(write_partition)(part, number, folder, parquet) for number, part in parts]
     )
@@ -65,14 +66,14 @@ def index(bag: dask.bag.Bag, folder: str, client: Client, *, parquet: bool = Fal
     blamed: list[int] = []
     for number, future in enumerate(futures):
         try:
-            # Waits; and waits again when the result was lost with the worker that held it.
+            # Waits for the result, and again when it was lost with the worker that held it.
             report.add(*future.result())
         except KilledWorker:
             blamed.append(number)
         except Exception as error:
             report.lost.append((number, repr(error)))
-    # A partition that only stood in line at workers that another one killed is blamed as well. One after the
-    # other, with nothing beside them, they show which it is.
+    # A partition is also blamed when it only waited at workers that another partition killed. Each is now done alone,
+    # which shows the one that kills.
     for number in blamed:
         try:
             futures[number].retry()
@@ -109,7 +110,7 @@ def write_partition(
         write = write_parquet if parquet else write_json_lines
         suffix = "parquet" if parquet else "jsonl"
         target = os.path.join(folder, f"{kind}-{number:05}.{suffix}")
-        # The process id keeps two workers apart that both believe the partition to be theirs.
+        # Two workers may do the same partition at the same time; the process id gives each a file of its own.
         unfinished = f"{target}.{os.getpid()}.part"
         write(unfinished, rows[kind], fields)
         os.replace(unfinished, target)
@@ -117,7 +118,7 @@ def write_partition(
 
 
 def normalise(text: str) -> str:
-    """Text as the grammar and the engine want it: no byte order mark, LF line ends, the last line ended."""
+    """Text as the grammar and the engine need it: no byte order mark, LF line ends, a newline at the end."""
     text = text.removeprefix("\ufeff").replace("\r\n", "\n")
     return text if text.endswith("\n") or not text else f"{text}\n"
 
@@ -145,7 +146,7 @@ def write_parquet(path: str, rows: list[Row], fields: Sequence[str]) -> None:
     import pyarrow
     import pyarrow.parquet
 
-    # Named here, not guessed from the rows: a column without a value in one partition has its type in all.
+    # The types are stated and not guessed from the rows, so that a column without a value has the same type everywhere.
     types = {name: pyarrow.int32() if name in INTEGERS else pyarrow.string() for name in ("file", *fields)}
     pyarrow.parquet.write_table(pyarrow.Table.from_pylist(rows, pyarrow.schema(types)), path)
 

@@ -21,7 +21,7 @@ def index(folder: Path, database: sqlite3.Connection) -> None:
     database.executescript(TABLES)
     for file_id, path in enumerate(sorted(folder.rglob("*.md")), 1):
         name = path.relative_to(folder).as_posix()
-        # LF line ends, no byte order mark, a line feed at the end; ill-formed bytes become U+FFFD.
+        # LF line ends, no byte order mark, a newline at the end; ill-formed bytes become U+FFFD.
         text = path.read_bytes().decode("utf-8-sig", "replace").replace("\r\n", "\n")
         text += "" if text.endswith("\n") else "\n"
         root = parser.parse(text.encode()).root_node

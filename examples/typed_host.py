@@ -1,4 +1,4 @@
-"""A small host with full type annotations: what the engine is given, what it gives back, and nothing of `Any`.
+"""A small host with full type annotations: what it passes to the engine and what it gets back, without `Any`.
 
 python typed_host.py FILE... prints, per file, the sections that most links start from.
 """
@@ -24,7 +24,7 @@ class Rule(Protocol):
 
 
 class Section(Protocol):
-    """As much of a section as this host keeps; the engine's symbols have it."""
+    """The part of a section that this host uses; the engine's symbols have it."""
 
     @property
     def fqn(self) -> str: ...
@@ -35,7 +35,7 @@ class Section(Protocol):
 
 
 class Link(Protocol):
-    """As much of a link as this host keeps."""
+    """The part of a link that this host uses."""
 
     @property
     def name(self) -> str: ...
@@ -85,7 +85,7 @@ class Entry:
 
 
 def markdown_grammar() -> Language:
-    """The grammar of Markdown's blocks. Its package has no types, so its one function is cast to what it is."""
+    """The grammar of Markdown's blocks. Its package has no annotations, so the type of its one function is stated here."""
     return Language(cast(Callable[[], object], tree_sitter_markdown.language)())
 
 

@@ -1,4 +1,4 @@
-// What a fuzz target says of its input: a claim that does not hold ends the run with the place and the claim.
+// The assertion of the fuzz targets: a claim that does not hold ends the run and is printed with its place.
 #pragma once
 
 #include <cstdio>

@@ -1,9 +1,9 @@
 """Fuzzes both functions on whole documents: ``documents.py --seconds 60 --seed 1 --corpus path``.
 
-Documents are put together from the corpus (from the samples below without one) and from pieces of syntax, parsed by the
-real grammar, and read as a host reads them. What comes out is held against rules that any outline and any list of links
-must keep, and against the rules on text done by ``re``. A document that breaks one is written to the folder ``--found``,
-made as small as removing lines and characters makes it, and the exit status is 1.
+Each document is put together from documents of the corpus, or from the samples below when there is none, and from
+pieces of syntax. The real grammar parses it, and it is read as a host reads it. The outline and the links are then compared
+with rules that hold for any document, and with the rules on text in ``re``. A document that breaks a rule is made
+smaller while it still breaks it, and written to the folder ``--found``; the exit status is then 1.
 """
 
 from __future__ import annotations
@@ -28,7 +28,7 @@ SAMPLES = (
     "# A\n\n| h [i](j) | k |\n|---|---|\n| [[l]] | `m|n` |\n\n```\n# no\n[o](p)\n```\n\n<div>\n# no\n</div>\n\n# A\n",
     "> # quoted\n> [a](b)\n\n1. # item\n   - [c](d.md#e%20f?g)\n\nB *c*\nd\n---\n\n***\n\n\t# code\n\n###### E\r\n",
 )
-# Between commas.
+# Separated by commas.
 _PIECES = (
     "# ,## ,### ,###### ,#, #,\n===\n,\n---\n,---\n,+++\n,***\n,\n\n,\n,> ,- ,1. ,    ,\t,```\n,~~~\n,`,``,*,**,_,~~,[,]"
     ",(,),](,[[,]],|,|---|---|\n,![,<,>,<!--,-->,<div>\n,</div>\n,[a](b.md),[[P#q|r]],[r]: s.md\n,\\,%20,%C3,?,#x,title: "
@@ -38,7 +38,7 @@ PIECES = _PIECES.split(",")
 
 
 def mutated(rng: random.Random, known: list[str]) -> str:
-    """A document of some lines of one or two that are known, with pieces and cuts at random places."""
+    """Lines of one or two known documents, changed at random places: pieces put in, characters taken out."""
     lines = rng.choice(known).split("\n")
     begin = 0 if rng.random() < 0.5 else rng.randrange(len(lines))
     lines = lines[begin : begin + rng.randint(1, 60)]
@@ -56,7 +56,7 @@ def mutated(rng: random.Random, known: list[str]) -> str:
 
 
 class Host:
-    """The host's rules, which keep what they were asked and what they answered."""
+    """The host's rules, which record the calls that they get."""
 
     def __init__(self) -> None:
         self.asked: list[tuple[str, str]] = []
@@ -72,7 +72,7 @@ class Host:
 
 
 def headings_of(root, source: str):
-    """Name, level, first row and summary of each heading, by the rules, through the tree's own nodes."""
+    """The headings of a document by the slow rules. They are read from the nodes of the tree."""
     blocks, pending = [], [root]
     while pending:
         node = pending.pop()
@@ -108,13 +108,13 @@ def decoded(node) -> str:
 
 
 def check_sections(source: str, root, symbols, host: Host) -> None:
-    """Every claim is about one call of extract_sections alone, but for the headings themselves."""
+    """Checks the symbols of one call of extract_sections. Their names are compared with the slow rules."""
     last_row = source.count("\n")
     headings = [heading for heading in headings_of(root, source) if heading.name]
     assert [(s.name, s.start_line) for s in symbols] == [(h.name, h.first_row + 1) for h in headings], "names"
     assert len({s.fqn for s in symbols}) == len(symbols), "FQNs are unique"
     lines = source.split("\n")
-    asked, holders = [], []
+    asked, open_sections = [], []
     for symbol, heading in zip(symbols, headings, strict=True):
         assert (
             symbol.id is None
@@ -124,14 +124,14 @@ def check_sections(source: str, root, symbols, host: Host) -> None:
         )
         assert 1 <= symbol.start_line <= symbol.end_line <= last_row + 1, "a range lies in the file"
         assert symbol.end_line == symbol.start_line or lines[symbol.end_line - 1].strip(), "it ends with text"
-        while holders and holders[-1][0] >= heading.level:
-            holders.pop()
-        holder = holders[-1][1] if holders else None
-        # A heading without a name closes sections too, so the holder by level may have been closed before.
-        if holder and holder.end_line >= symbol.start_line:
-            assert symbol.end_line <= holder.end_line, "ranges nest"
-            assert symbol.fqn.startswith(holder.fqn + "."), "FQNs nest"
-        holders.append((heading.level, symbol))
+        while open_sections and open_sections[-1][0] >= heading.level:
+            open_sections.pop()
+        enclosing = open_sections[-1][1] if open_sections else None
+        # A heading without a name ends sections too, so the enclosing section by level may have ended already.
+        if enclosing and enclosing.end_line >= symbol.start_line:
+            assert symbol.end_line <= enclosing.end_line, "ranges nest"
+            assert symbol.fqn.startswith(enclosing.fqn + "."), "FQNs nest"
+        open_sections.append((heading.level, symbol))
         parent = symbol.fqn
         asked += [entry for entry in (("fqn", parent), ("docstring", heading.summary)) if entry[1]]
         assert len(symbol.signature) <= markdown.MAX_PATH_LENGTH
@@ -178,7 +178,7 @@ def check_links(source: str, root, symbols, links) -> None:
 
 
 def check(source: str) -> None:
-    # The host gives sources with line feeds only; the grammar would start a heading behind a lone carriage return.
+    # A host passes no carriage returns. The grammar would start a heading after a lone one.
     source = source.encode("utf-8", "replace").decode().replace("\r\n", "\n").replace("\r", "\n")
     root, host = parse(source), Host()
     symbols = markdown.extract_sections(
@@ -205,7 +205,7 @@ def failure(source: str) -> str | None:
 
 
 def smallest(source: str) -> str:
-    """A part of the document that still fails, from which no line and no character can be taken."""
+    """A part of the document that still fails, and that no longer fails without any one of its lines or characters."""
     for separator in ("\n", ""):
         parts = source.split(separator) if separator else list(source)
         size = max(1, len(parts) // 2)

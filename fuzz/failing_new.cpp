@@ -1,11 +1,11 @@
-// A library to preload: lets one `operator new` of a process fail, and counts what C++ holds.
+// A library to preload. It lets one `operator new` of a process fail, and counts the allocations that are not freed.
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
 
 namespace {
-std::atomic<long> left{0};  // allocations up to and with the one that fails; 0 for none
+std::atomic<long> left{0};  // allocations up to the one that fails, which is counted too; 0 when none is to fail
 std::atomic<long> live{0};
 }  // namespace
 

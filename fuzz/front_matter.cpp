@@ -1,7 +1,7 @@
-// TOML fields against their patterns, the YAML recogniser against itself on bodies that mean the same.
+// Compares the TOML fields with their patterns, and the YAML recogniser with itself on bodies that mean the same.
 //
-// Whether the recogniser is right only the loader can tell: the inputs that the fuzzer keeps are read by both
-// afterwards.
+// Only PyYAML can tell whether the recogniser is right. So replay.py later reads the inputs that the fuzzer keeps by
+// both.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -31,18 +31,18 @@ TomlFields toml_by_pattern(std::string_view body) {
   static const Pattern table{frontmatter::kTomlTable};
   TomlFields found;
   for (bool more = true; more;) {
-    const std::size_t feed = body.find('\n');
-    const std::string_view line = body.substr(0, feed);
+    const std::size_t newline = body.find('\n');
+    const std::string_view line = body.substr(0, newline);
     if (table.matches_at_start(line)) break;
     const auto groups = field.search(line);
     if (!groups.empty()) found.emplace_back(groups[1].in(line), groups[2].in(line));
-    more = feed != std::string_view::npos;
-    if (more) body.remove_prefix(feed + 1);
+    more = newline != std::string_view::npos;
+    if (more) body.remove_prefix(newline + 1);
   }
   return found;
 }
 
-// A JSON string of any text: every other character as an escape.
+// A JSON string of the text, in which every second character is written as an escape.
 std::string quoted(std::string_view text) {
   std::string out = "\"";
   const auto escape = [&out](char32_t unit) {

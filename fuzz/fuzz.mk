@@ -1,4 +1,4 @@
-# --- What must hold on any input and with any host ----------------------------------------------------------------
+# --- What must hold for any input and any host -------------------------------------------------------------------
 
 .PHONY: sanitize fuzz soak
 sanitize: ready $(STAMPS)/test  ## run the tests on a module with address, undefined-behaviour and leak sanitizers

@@ -1,4 +1,4 @@
-// Plain text of inline Markdown: the scanners and their order against the published patterns.
+// Compares the plain text of inline Markdown with what the published patterns give in the same order.
 #include <algorithm>
 #include <string>
 
@@ -17,7 +17,7 @@
 namespace markdown::fuzz {
 namespace {
 
-// Collapsed one character at a time.
+// The text with its white space collapsed, one character at a time.
 std::string collapsed(std::string_view text) {
   std::string out;
   bool pending = false;
@@ -87,7 +87,7 @@ void check_shape(std::string_view given, std::string_view plain) {
 
 void check(std::string_view text) {
   static const ByPattern by_pattern;
-  static inlines::PlainText used;  // its buffers hold what the inputs before left there
+  static inlines::PlainText used;  // its buffers still hold what earlier inputs have left in them
   inlines::PlainText fresh;
 
   const std::string plain(used.of(text));

@@ -1,7 +1,7 @@
 """Runs pytest with the given arguments and then LeakSanitizer's check; the exit status is 1 when either finds something.
 
-For a process that AddressSanitizer was preloaded into. The check knows memory that nothing points to any more: an object
-whose reference was lost is found unless the collector still has it on its lists.
+For a process into which AddressSanitizer was preloaded. The check finds memory that nothing points to any more. So it
+finds an object whose reference was lost, unless the garbage collector still has that object on its lists.
 """
 
 from __future__ import annotations
@@ -18,7 +18,7 @@ from quarnel.engines import markdown
 
 
 def leaks() -> list[str]:
-    """The reports of memory that is lost, each with its stack as far as it could be unwound."""
+    """The reports of lost memory, each with the stack of its allocation as far as that could be unwound."""
     check = ctypes.CDLL(None).__lsan_do_recoverable_leak_check
     gc.collect()
     with tempfile.TemporaryFile() as report:
@@ -47,4 +47,4 @@ def main() -> int:
 if __name__ == "__main__":
     status = main()
     sys.stdout.flush()
-    os._exit(status)  # without the interpreter's end, at which much is still allocated
+    os._exit(status)  # without finalising the interpreter, which leaves much memory allocated

@@ -1,5 +1,5 @@
-// Link targets, destinations and percent-decoding: against the published patterns, and against themselves on texts with
-// something put before or behind.
+// Compares link targets, destinations and percent-decoding with the published patterns, and with themselves on texts to
+// which something is added before or after.
 #include <algorithm>
 #include <optional>
 #include <string>
@@ -35,7 +35,7 @@ Targets scan(links::InlineTargets& search, std::string_view text, std::int64_t f
   return found;
 }
 
-// Trimmed one character at a time.
+// The text without white space at its ends, one character at a time.
 std::string trimmed(std::string_view text) {
   std::size_t begin = text.size();
   std::size_t end = 0;
@@ -79,8 +79,8 @@ class ByPattern {
     Targets found;
     for (const Note& note : notes) {
       if (note.target.empty()) continue;
-      const auto feeds = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(note.begin), '\n');
-      found.push_back({note.kind, note.target, first_line + feeds});
+      const auto newlines = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(note.begin), '\n');
+      found.push_back({note.kind, note.target, first_line + newlines});
     }
     return found;
   }
@@ -93,7 +93,7 @@ class ByPattern {
 };
 
 void check_targets(const ByPattern& by_pattern, const std::string& text) {
-  static links::InlineTargets used;  // its buffers hold what the inputs before left there
+  static links::InlineTargets used;  // its buffers still hold what earlier inputs have left in them
   constexpr std::int64_t kFirstLine = 10;
   const Targets found = scan(used, text, kFirstLine);
   std::int64_t line = kFirstLine;
@@ -107,7 +107,8 @@ void check_targets(const ByPattern& by_pattern, const std::string& text) {
   links::InlineTargets fresh;
   CHECK(scan(fresh, text, kFirstLine) == found);
 
-  // No bracket or backtick stands in front, so nothing there takes part in a link; nothing behind closes one.
+  // The text that is added before has no opening bracket and no backtick, so it opens no link and no code span. The
+  // text that is added after closes none.
   CHECK(scan(fresh, "a](b) *\n\n\xC3\xA9 " + text, kFirstLine - 2) == found);
   CHECK(scan(fresh, text + " [a \"\n[b](c 'd\n[[e\n", kFirstLine) == found);
 
@@ -126,7 +127,7 @@ void check_destination(const ByPattern& by_pattern, const std::string& text) {
   CHECK(by_pattern.destination(text) == target);
 }
 
-// Each stretch of ASCII characters by itself, one character after the other.
+// The text percent-decoded, each stretch of ASCII characters by itself, one character after the other.
 std::string unquoted(const std::string& text) {
   const auto digit = [&text](std::size_t pos) {
     const std::string_view digits = "00112233445566778899aAbBcCdDeEfF";

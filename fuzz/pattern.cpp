@@ -7,7 +7,8 @@
 
 namespace markdown::text {
 
-// Any set will do that the patterns are given too. This one is small and has letters of two, three and four bytes.
+// Stands in for the interpreter's tables. Any set is good enough, if the patterns use the same one (kWords). This set
+// is small and has letters of two, three and four bytes.
 bool is_wide_word(char32_t c) noexcept {
   return (c >= 0xC0 && c <= 0x24F) || (c >= 0x4E00 && c <= 0x9FFF) || (c >= 0x10400 && c <= 0x1044F);
 }
@@ -22,7 +23,7 @@ constexpr std::string_view kSpaces =
 constexpr std::string_view kWords = R"(0-9A-Z_a-z\x{C0}-\x{24F}\x{4E00}-\x{9FFF}\x{10400}-\x{1044F})";
 constexpr std::uint32_t kMatchLimit = 200'000;
 
-// `\s`, `\S` and `\w` as sets of their own, inside brackets and outside.
+// The pattern with `\s`, `\S` and `\w` written out as sets, inside brackets and outside.
 std::string spelled_out(std::string_view pattern) {
   std::string out;
   bool in_brackets = false;
@@ -91,7 +92,7 @@ std::string Pattern::substitute(std::string_view text, const Replacement& replac
   std::string out;
   std::size_t done = 0;
   for (auto groups = search(text); !groups.empty(); groups = search(text, done)) {
-    CHECK(groups[0].begin < groups[0].end);  // no pattern matches nothing, so every step goes on
+    CHECK(groups[0].begin < groups[0].end);  // no pattern matches the empty text, so every step moves forward
     out += text.substr(done, groups[0].begin - done);
     out += replacement(groups);
     done = groups[0].end;

@@ -1,7 +1,7 @@
-// The published patterns, run by PCRE2 as a second opinion on the scanners that stand for them.
+// The published patterns, run by PCRE2. The fuzz targets compare the scanners with them.
 //
-// PCRE2 differs from `re` in what `\s` and `\w` take, so these are spelled out before a pattern is compiled; the other
-// constructs that the patterns use mean the same to both. Texts are well-formed UTF-8, offsets are bytes.
+// In PCRE2 `\s` and `\w` match other characters than in `re`, so these are written out as sets before a pattern is
+// compiled. The other constructs of the patterns mean the same to both. Texts are well-formed UTF-8, offsets are bytes.
 #pragma once
 
 #define PCRE2_CODE_UNIT_WIDTH 8
@@ -18,7 +18,7 @@
 
 namespace markdown::fuzz {
 
-// A pattern that backtracks too long on a text has no opinion on it.
+// Thrown when a pattern backtracks too long on a text. There is then no answer to compare with.
 class TooLong {};
 
 class Pattern {
@@ -26,14 +26,14 @@ class Pattern {
   enum Flags { kNone, kDotAll };
   explicit Pattern(std::string_view text, Flags flags = kNone);
 
-  // Groups of the first match at or behind `pos`, the whole match first; empty when there is none. A group that took no
-  // part is an empty span at npos. Throws TooLong.
+  // The groups of the first match at or after `pos`, the whole match first; empty when there is no match. A group that
+  // took no part in the match is an empty span at npos. Throws TooLong.
   std::vector<text::Span> search(std::string_view text, std::size_t pos = 0) const;
   bool matches_at_start(std::string_view text) const;
 
   using Replacement = std::function<std::string(const std::vector<text::Span>&)>;
   std::string substitute(std::string_view text, const Replacement& replacement) const;
-  // Every match is replaced by one of its groups; 0 for nothing at all.
+  // Replaces each match by one of its groups, or by nothing when `group` is 0.
   std::string keep(std::string_view text, std::size_t group) const;
 
  private:

@@ -1,7 +1,7 @@
-"""Reads what the fuzz targets kept as the module does: ``replay.py folder...``, each named after its target.
+"""Reads the inputs that the fuzz targets kept: ``replay.py folder...``; each folder is named after its target.
 
-The targets have no PyYAML and no ``re``. The inputs that they keep reach every branch that they found, so reading these
-once by the module and once by the interpreter's own libraries compares both in every branch. Prints every difference;
+The targets cannot call PyYAML or ``re``. But the inputs that they keep reach every branch that they have found. So each
+input is read by the module and by Python's own libraries, which compares both in every branch. Prints every difference;
 the exit status is 1 when there is one.
 """
 

@@ -1,4 +1,4 @@
-// Bytes as UTF-8, rows of a text, section ranges and heading paths: each against its rule, done the slow way.
+// Compares UTF-8 decoding, rows of a text, section ranges and heading paths with the same rules, written the slow way.
 #include <algorithm>
 #include <span>
 #include <string>
@@ -16,7 +16,7 @@ namespace {
 
 using outline::Row;
 
-// The well-formed byte sequences of Unicode's table, each by the ranges of its bytes.
+// The well-formed byte sequences, as in Unicode's table: the range of each byte.
 struct Sequence {
   unsigned char low[4];
   unsigned char high[4];
@@ -34,12 +34,12 @@ constexpr Sequence kSequences[] = {
     {{0xF4, 0x80, 0x80, 0x80}, {0xF4, 0x8F, 0xBF, 0xBF}, 4},
 };
 
-// Characters, with `valid_bytes` the length of the well-formed prefix.
+// The characters of the bytes. Sets `valid_bytes` to the length of the well-formed prefix.
 std::u32string decoded(std::string_view bytes, std::size_t& valid_bytes) {
   std::u32string out;
   valid_bytes = std::string_view::npos;
   for (std::size_t pos = 0; pos < bytes.size();) {
-    std::size_t longest = 0;  // bytes here that begin some sequence
+    std::size_t longest = 0;  // the number of bytes here that begin a sequence
     bool whole = false;
     for (const Sequence& sequence : kSequences) {
       std::size_t n = 0;
@@ -116,7 +116,7 @@ void check_rows(const Lines& lines, std::u32string_view text, std::span<const ou
   const auto ends = outline::section_ends(headings, rows);
   CHECK(ends.size() == headings.size());
   CHECK(rows.count() == count);
-  CHECK(outline::section_ends(headings, rows) == ends);  // the count is known now, and the rows go back
+  CHECK(outline::section_ends(headings, rows) == ends);  // a second time: the count is known, and the rows go back
   CHECK(outline::SourceText<Unit>(units).count() == count);
   for (std::size_t i = 0; i < headings.size(); ++i) {
     const auto next = std::find_if(headings.begin() + static_cast<std::ptrdiff_t>(i) + 1, headings.end(),
@@ -126,7 +126,7 @@ void check_rows(const Lines& lines, std::u32string_view text, std::span<const ou
   }
 }
 
-// Headings at rows that the bytes choose: mostly forward, now and then anywhere.
+// Headings at rows that the bytes choose. Most rows go forward; some are anywhere.
 std::vector<outline::Heading> headings_from(std::string_view bytes, Row rows) {
   std::vector<outline::Heading> headings;
   Row row = 0;

@@ -1,4 +1,4 @@
-// The fuzzer's bytes as a text that the scanners may be given: ill-formed sequences are replaced, as on reading a node.
+// The fuzzer's bytes as a text for the scanners. Ill-formed sequences are replaced, as they are when a node is read.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,7 @@
-"""The engine's rules on text, once more, by the pattern objects that the module publishes.
+"""The engine's rules on text, written a second time with the patterns that the module publishes.
 
-Slow and obviously right: every substitution is `re.Pattern.sub`. The tests hold the native scanners against this.
+These functions are slow and obviously right: every substitution is `re.Pattern.sub`. The tests compare the native
+scanners with them.
 """
 
 import itertools
@@ -13,10 +14,11 @@ LEFT_OUT = int(os.environ.get("LEAVE_OUT_LENGTHS", "1"))
 
 
 def every_string(letters, longest, before=()):
-    """Every string over `letters` up to the length `longest`, but those that an alphabet of `before` makes as well.
+    """Every string over `letters` up to the length `longest`, without those that an alphabet of `before` makes too.
 
-    LEAVE_OUT_LENGTHS leaves out that many of the longest lengths, one when it is not set. An alphabet holds each
-    letter once, and two letters of one class (two white spaces, say) only where the scanners tell their bytes apart.
+    The environment variable LEAVE_OUT_LENGTHS says how many of the longest lengths are left out; by default one is. An
+    alphabet has each letter once. It has two letters of one class, such as two white spaces, only where the scanners
+    treat their bytes differently.
     """
     assert len(set(letters)) == len(letters)
     for length in range(longest - LEFT_OUT + 1):
@@ -70,17 +72,17 @@ def inline_targets(run, first_line):
 
 
 def section_at(sections, line):
-    holder = None
+    innermost = None
     for section in sections:
         if section.start_line > line:
             break
         if section.end_line >= line:
-            holder = section.fqn
-    return holder
+            innermost = section.fqn
+    return innermost
 
 
 def links(targets, sections):
-    """The fields of each reference: name, line, kind, qualifier, source."""
+    """The references as tuples of name, line, kind, qualifier and source."""
     seen, found = set(), []
     for kind, target, line in targets:
         path, _, anchor = target.partition("#")

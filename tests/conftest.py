@@ -1,4 +1,4 @@
-"""What the tests share with pytest: the mark by which `make quick` leaves tests out."""
+"""Declares the mark of long tests, which `make quick` leaves out."""
 
 
 def pytest_configure(config):

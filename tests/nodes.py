@@ -1,4 +1,4 @@
-"""Block-tree nodes for tests: real ones, parsed, and stand-ins that can misbehave."""
+"""Block-tree nodes for tests: parsed ones, and stand-ins that can misbehave."""
 
 import importlib.util
 
@@ -18,7 +18,7 @@ def parse(source):
 
 
 class Node:
-    """A stand-in node: `Node("paragraph", text=b"...")`, children as further arguments."""
+    """A stand-in node: `Node("paragraph", text=b"...")`. Its children are further arguments."""
 
     def __init__(self, type, *children, row=0, text=b""):
         self.type, self.children, self.start_point, self.text = type, list(children), (row, 0), text
@@ -41,13 +41,13 @@ def document(*children):
 
 
 def sections(source, prefix="P", root=None, **host):
-    """The symbols of a source text, by a host with the usual rules unless others are given."""
+    """The symbols of a source text. The host has the usual rules unless `host` gives others."""
     host = {"unique_fqn": FqnNumbering(), "cap_docstring": cap_docstring} | host
     return markdown.extract_sections(root or parse(source), source, prefix, 7, **host)
 
 
 def load_module(Symbol=quarnel.models.Symbol, ReferenceInfo=quarnel.engines.references.ReferenceInfo):
-    """A module object of its own, over the record types that stand in the host's when it is loaded."""
+    """A new module object that makes records of the given types."""
     origin = importlib.util.find_spec("quarnel.engines.markdown")
     module = importlib.util.module_from_spec(origin)
     with pytest.MonkeyPatch.context() as patch:
@@ -58,7 +58,7 @@ def load_module(Symbol=quarnel.models.Symbol, ReferenceInfo=quarnel.engines.refe
 
 
 class Counting:
-    """Counts uses over all that share it, and acts at one of them: raises Failure unless told otherwise."""
+    """Counts the uses of all objects that share it. At the use `act_at`, it calls `act`; the default raises Failure."""
 
     def __init__(self, act_at=None, act=None):
         self.uses, self.act_at, self.act = 0, act_at, act or self.fail
@@ -84,7 +84,7 @@ class Failure(Exception):
 
 
 class CountedNode:
-    """A node whose every attribute read is counted, wrapped around another node."""
+    """A wrapper around a node that counts every read of an attribute."""
 
     def __init__(self, node, counting):
         object.__setattr__(self, "_held", (node, counting))

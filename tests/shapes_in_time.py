@@ -1,7 +1,7 @@
 """Reads one table of inputs that make a reader slow: `shapes_in_time.py TABLE`.
 
-Each input is named on standard output before its turn. A signal ends the process as soon as one takes more processor
-time than the limit, which is hundreds of times what linear time needs: only a wrong order of growth gets there.
+The name of each input is printed before the input is read. A signal ends the process when one input takes more
+processor time than the limit. The limit is hundreds of times what linear time needs, so only a wrong order of growth reaches it.
 """
 
 import signal
@@ -51,7 +51,7 @@ def definition(text):
 
 
 def texts(shapes, *readers, length=CHARACTERS):
-    """Every shape by every reader, under the names of both."""
+    """Each shape with each reader: the names of both, and the call that reads the shape."""
     for name, shape in shapes.items():
         text = shape(length)
         for read in readers:
@@ -62,14 +62,14 @@ def yaml_by_recogniser():
     def refuse(*_):
         raise yaml.YAMLError
 
-    # What PyYAML would take for so much is its own affair.
+    # PyYAML is kept out: the time that it takes for so long a body is its own.
     yaml.load = yaml.parse = yaml.compose = refuse
     yield from texts(YAML, partial(markdown._yaml_fields, prefix=""))
     yield from texts(YAML, partial(in_front_matter, "minus_metadata", "---"), length=60_000)
 
 
 def yaml_by_loader():
-    # What some of these name grows by powers of two. Longer ones would be refused because they nest too deep.
+    # In some of these, each line doubles what its aliases name. Longer ones are refused because they nest too deep.
     aliases = {name: shape for name, shape in YAML.items() if "*" in shape(1000)}
     yield from texts(aliases, partial(markdown._yaml_fields, prefix=""), length=1000)
 

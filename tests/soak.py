@@ -1,7 +1,8 @@
-"""Reads a corpus many times and watches what the process holds: ``soak.py --corpus path --rounds 100``.
+"""Reads a corpus many times and measures the memory of the process: ``soak.py --corpus path --rounds 100``.
 
-Every round parses each document anew and calls both functions on it. The exit status is 1 when the resident memory or
-the interpreter's blocks after the last round are more than after the tenth, beyond what allocators round up to.
+Each round parses every document again and calls both functions on it. The process has grown when the last round ends
+with more resident memory, or more of the interpreter's blocks, than the tenth round, by more than allocators round up. The
+exit status is then 1.
 """
 
 from __future__ import annotations
@@ -18,8 +19,10 @@ from quarnel.engines import markdown
 from quarnel.engines.rules import FqnNumbering, cap_docstring
 
 WARM_UP = 10
-GROWTH_KIB = 1024  # one arena of the allocator and some
-GROWTH_BLOCKS = 500  # the interpreter keeps some for itself; one for each document would be far more
+GROWTH_KIB = 1024  # a little more than one arena of the allocator
+GROWTH_BLOCKS = (
+    500  # the interpreter keeps some blocks for itself; one lost block a document would be far more
+)
 
 
 def resident_kib() -> int:

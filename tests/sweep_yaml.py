@@ -1,8 +1,8 @@
 """Compares the reading of YAML front matter with PyYAML: ``sweep_yaml.py --bodies 1000000 --seed 1``.
 
-Half of the bodies are mutations of samples and of the front matter below ``--corpus``, half are generated.
-Each is read through the module's names and by ``yaml.safe_load``. Prints every difference, and how many
-bodies the module read without PyYAML; the exit status is 1 when there is a difference.
+Half of the bodies are generated. The other half are mutations of samples and of the front matter below ``--corpus``.
+Each body is read by the module and by ``yaml.safe_load``. Prints every difference, and how many bodies the module read
+without PyYAML. The exit status is 1 when there is a difference.
 """
 
 from __future__ import annotations
@@ -42,7 +42,7 @@ def difference(body: str) -> str | None:
     """How the module's reading of ``body`` differs from PyYAML's, None if it does not."""
     expected = loaded_fields(body)
     fields = markdown._yaml_fields(body, "sweep")
-    # By their text: it tells 1, 1.0 and True apart, and a NaN is not equal to itself.
+    # Compared by their text, which tells 1, 1.0 and True apart; and a NaN does not equal itself.
     if repr(fields) != repr(expected):
         return f"_yaml_fields({body!r}) is {fields!r}, not {expected!r}"
     front = tuple(front_matter(body))
@@ -58,7 +58,7 @@ def front_matter(body: str) -> tuple[str | None, ...]:
 
 
 def is_read_natively(body: str) -> bool:
-    # `yaml.safe_load` itself must stay the function that it is; it does its work through `yaml.load`.
+    # `yaml.safe_load` calls `yaml.load`. It must not be replaced itself, because the module calls any replacement.
     with mock.patch("yaml.load", wraps=yaml.load) as load:
         front_matter(body)
     return not load.called

@@ -73,7 +73,7 @@ def test_text_decodes_as_the_interpreter_replaces():
         for tail in tails:
             for data in (bytes([first]) + tail, b"a" * 100 + bytes([first]) + tail):
                 assert markdown._text(Node("inline", text=data)) == data.decode("utf-8", "replace"), data
-    # Bytes are looked at by the block, from both ends.
+    # The decoder looks at blocks of bytes from both ends, so the odd bytes stand at every place of a block.
     for before, after in itertools.product(range(72), (0, 1, 7, 8, 9, 31, 32, 40)):
         for odd in (b"\xff", b"\xe2\x82", "é".encode()):
             data = b"a" * before + odd + b"b" * after

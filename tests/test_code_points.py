@@ -1,4 +1,4 @@
-"""Every code point there is: what is white space and what is part of a word, held against `re`."""
+"""White space and word characters: every code point is classified as `re` classifies it."""
 
 import re
 
@@ -12,7 +12,7 @@ SPACES = re.findall(r"\s", EVERY)
 
 @pytest.mark.long
 def test_white_space():
-    # At the end of a text and at its start, as UTF-8 and as the code points of a string.
+    # At the end and at the start of a text in UTF-8, and among the code points of a string.
     assert [c for c in EVERY if markdown._destination(f"x{c}") == "x"] == SPACES
     assert [c for c in EVERY if markdown._destination(f"{c}x") == "x"] == SPACES
     assert [c for c in EVERY if markdown._last_text_row(["", c], 0, 1) == 0] == SPACES
@@ -20,7 +20,7 @@ def test_white_space():
 
 @pytest.mark.long
 def test_word_characters():
-    # An underscore inside a word opens nothing; after a backslash it does not either.
+    # An underscore opens no emphasis after a word character, nor after a backslash.
     assert [c for c in EVERY if "_" in markdown._unmarked(f"{c}_a_")] == re.findall(r"[\w\\]", EVERY)
     assert [c for c in EVERY[0x80:] if "_" in markdown._unmarked(f"_a_{c}")] == re.findall(
         r"\w", EVERY[0x80:]
@@ -35,5 +35,5 @@ def test_white_space_in_a_document(c):
     [symbol] = sections(f"# a\n{c}\n", root=root)
     assert (symbol.name, symbol.end_line) == ("a * b* *b *", 1)
     targets = [(link.name, link.qualifier) for link in markdown.extract_links(root, [symbol])]
-    inside = [("p", None), ("P", "Q")] if c != "\n" else []  # no line break in either
+    inside = [("p", None), ("P", "Q")] if c != "\n" else []  # neither syntax may contain a newline
     assert targets == [*inside, ("q", None)]

@@ -1,4 +1,4 @@
-"""The examples do what they say; the one for Dask also when a worker is killed while it works."""
+"""The examples do what they say. The one for Dask does so even when a worker is killed at work."""
 
 import importlib
 import json

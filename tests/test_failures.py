@@ -1,4 +1,4 @@
-"""Failure at every step: of a node, a record, a callable, a record type, and of every allocation."""
+"""Failures: every use of a node, a record, a callable and a record type fails in turn, and so does every allocation."""
 
 import gc
 import itertools
@@ -80,7 +80,7 @@ class CountedNumber:
 
 
 def wrapped(node, counting):
-    """A node whose every part counts its uses too."""
+    """A copy of a tree in which the values of each attribute count their uses."""
     children = [wrapped(child, counting) for child in node.children]
     return SimpleNamespace(
         type=node.type, children=CountedSequence(children, counting), text=CountedBytes(node.text, counting),
@@ -111,7 +111,7 @@ CALLS = {
 
 
 def fail_at_every_use(call):
-    """The number of uses that a successful call makes, after one failing call for each of them."""
+    """Lets each use of a call fail in turn, until the call succeeds; returns how many uses that takes."""
     for k in itertools.count(1):
         COUNTING.uses, COUNTING.act_at = 0, k
         try:

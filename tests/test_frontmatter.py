@@ -1,4 +1,4 @@
-"""Front matter: the reader, YAML by both ways, and the title section."""
+"""Front matter: the reader, YAML read natively and by PyYAML, and the title section."""
 
 import logging
 import random
@@ -12,6 +12,15 @@ from quarnel.engines import markdown
 from sweep_yaml import difference, is_read_natively
 
 FrontMatter, Heading = markdown._FrontMatter, markdown._Heading
+ABSENT = dict.fromkeys(FrontMatter._fields)
+
+
+def fields(title=None, description=None):
+    """The front matter with these fields and no others."""
+    return FrontMatter(**ABSENT | {"title": title, "description": description})
+
+
+NOTHING = fields()
 
 
 def read(body, kind="minus_metadata", prefix="P"):
@@ -21,7 +30,7 @@ def read(body, kind="minus_metadata", prefix="P"):
 
 @pytest.fixture
 def records(monkeypatch):
-    """The debug records of the module's logger, as they come."""
+    """The debug records that the module's logger has made so far."""
     made = []
     monkeypatch.setattr(markdown.logger, "level", logging.DEBUG)
     monkeypatch.setattr(markdown.logger, "handle", made.append)
@@ -62,16 +71,16 @@ BODIES = [
 
 @pytest.mark.parametrize(("text", "expected"), BODIES)
 def test_bodies(text, expected):
-    assert read(text) == expected
-    # Any other type is read as TOML, also where the body would be YAML.
+    assert read(text) == fields(*expected)
+    # A node of any other type is read as TOML, even when its body is YAML.
     toml = read(text, "plus_metadata")
-    assert toml == (("x", None) if b"=" in text else (None, None))
+    assert toml == (fields("x") if b"=" in text else NOTHING)
 
 
 def test_length_is_counted_in_characters(records):
     filler = "é" * (65536 - len("title: a\n#"))
     assert read(f"title: a\n#{filler}").title == "a" and not records
-    assert read(f"title: a\n#{filler}é", prefix="docs.x") == (None, None)
+    assert read(f"title: a\n#{filler}é", prefix="docs.x") == NOTHING
     [record] = records
     assert (record.msg, record.args) == (
         "The front matter of %s is too long to read (%d chars)",
@@ -103,7 +112,7 @@ ERRORS = [
 
 @pytest.mark.parametrize("body", ERRORS, ids=[body[:14] for body in ERRORS])
 def test_what_the_loader_cannot_read_is_a_debug_record(body, records):
-    assert read(f"description: d\n{body}", prefix="docs.x") == (None, None)
+    assert read(f"description: d\n{body}", prefix="docs.x") == NOTHING
     [record] = records
     assert (record.levelno, record.msg, record.args[0]) == (
         logging.DEBUG, "The front matter of %s is not YAML: %s", "docs.x",
@@ -112,9 +121,9 @@ def test_what_the_loader_cannot_read_is_a_debug_record(body, records):
 
 
 def test_a_template_for_a_title_is_an_error_that_only_the_loader_words():
-    # Without anybody to read the record the loader is not asked; with somebody it is, as for every error above.
+    # Without debug records, the loader is not called. With them it is called, as for every error above.
     body = "title: {{ name }}\ndescription: d"
-    assert is_read_natively(body) and read(body) == (None, None)
+    assert is_read_natively(body) and read(body) == NOTHING
 
 
 @pytest.mark.parametrize(
@@ -124,7 +133,7 @@ def test_what_is_no_mapping_or_lacks_fields_makes_no_record(body, records):
     assert difference(body) is None and not records
 
 
-# Within the limits: on nesting, on the height of what aliases reach, on entries that merge keys copy.
+# Bodies just within the limits: on nesting, on nesting through aliases, and on entries that merge keys copy.
 ALLOWED = [
     "a: " + "[" * 47 + "]" * 47, "a: {b: " + "[" * 46 + "]" * 46 + "}", "\n".join(" " * i + "a:" for i in range(48)),
     chain(47, "[*a{0}]"), chain(47, "{{<<: *a{0}, x: y}}"), chain(16, "{{<<: [*a{0}, *a{0}]}}"),
@@ -140,7 +149,7 @@ def test_what_stays_within_the_limits_is_loaded(body, records):
     assert "a: &a {?" in body or (not records and read(f"title: t\n{body}").title == "t")
 
 
-# Each construct that the engine reads without PyYAML, since front matter of real documents is written in them.
+# The constructs that the engine reads without PyYAML. Most front matter of real documents has no others.
 NATIVE = [
     "# c\n\ntitle: a:b #c", "title : a#b  # c\n'b': \"c\"#d\n-e: http://f/?g=h#i", "title: a\ntitle:",
     "'title': 'it''s'\n\"description\": \"\\\"\\\\\\/\\n\\t\\x41\\u00e9\\U0010FFFF\"", "title: 1.5\ndescription: -12", "title: +0\na: -.x\nb: ../c",
@@ -157,7 +166,7 @@ def test_what_documents_hold_is_read_without_the_loader(body):
     assert difference(body) is None
 
 
-# Next to what is read natively: the loader raises for these, or gives them another meaning.
+# Values that are nearly native. The loader raises for them, or gives them another meaning.
 DATES = [
     "2023-02-29",
     "2024-02-29",
@@ -199,7 +208,7 @@ def test_what_is_nearly_native_is_read_as_the_loader_reads_it(value):
 
 @pytest.mark.long
 def test_depth_is_refused_under_any_limit_on_a_small_stack():
-    # In a process of its own, since a stack that overflows takes the process with it.
+    # In a process of its own, because a stack overflow ends the process.
     import subprocess
     import sys
 
@@ -216,7 +225,7 @@ def run():
                for chain in chains]
     for body in bodies:
         node = SimpleNamespace(type="minus_metadata", text=f"---\\n{body}\\n---\\n".encode())
-        assert tuple(markdown._front_matter(node, "P")) == (None, None)
+        assert set(markdown._front_matter(node, "P")) == {None}
     print("done")
 threading.stack_size(256 * 1024)
 thread = threading.Thread(target=run)
@@ -242,19 +251,19 @@ def test_another_loader_gets_every_body(monkeypatch, records):
     monkeypatch.setattr(
         yaml, "safe_load", lambda body: bodies.append(body) or {"title": True, "description": 10**30}
     )
-    assert read("title: a") == (None, str(10**30))
-    assert read("[" * 100) == (None, str(10**30))
-    assert markdown._yaml_fields("x", "P") == {"title": True, "description": 10**30}
+    assert read("title: a") == fields(description=str(10**30))
+    assert read("[" * 100) == fields(description=str(10**30))
+    assert markdown._yaml_fields("x", "P") == ABSENT | {"title": True, "description": 10**30}
     assert bodies == ["title: a", "[" * 100, "x"]
     monkeypatch.setattr(yaml, "safe_load", lambda body: 1 / 0)
-    assert read("title: a") == (None, None) and isinstance(records[0].args[1], ZeroDivisionError)
+    assert read("title: a") == NOTHING and isinstance(records[0].args[1], ZeroDivisionError)
 
 
 def test_integers_of_any_length():
     number = (1 << 80_000) + 12345
     for body in (f"title: {hex(number)}", f"title: !!int {hex(number)}", f"title: -{hex(number)}"):
         title = read(body).title
-        # The interpreter's limit for text of an int counts digits, so they are compared as a number is.
+        # The interpreter limits the digits of an int that becomes text, so the digits are compared in pieces.
         sign = -1 if title.startswith("-") else 1
         digits = title.lstrip("-")
         assert len(title) == markdown.MAX_INLINE_LENGTH and sign == (-1 if "-" in body else 1)
@@ -287,7 +296,7 @@ def test_yaml_is_read_as_the_loader_reads_it(seed, records):
         )
         assert difference(body) is None
         natives += is_read_natively(body)
-    assert natives > 150  # or nothing was compared
+    assert natives > 150  # otherwise little was compared
 
 
 @pytest.mark.long
@@ -321,12 +330,12 @@ TITLES_APPLIED = [
 @pytest.mark.parametrize(("headings", "front", "following", "expected"), TITLES_APPLIED)
 def test_title_section(headings, front, following, expected):
     given = list(headings)
-    result = markdown._with_front_matter(given, FrontMatter(*front), following)
+    result = markdown._with_front_matter(given, fields(*front), following)
     assert result == expected
     added = len(expected) > len(headings)
     assert (result is not given) == added and (given == list(headings)) == (added or expected == headings)
 
-    body = "".join(f"{key}: {text}\n" for key, text in FrontMatter(*front)._asdict().items() if text)
+    body = "".join(f"{key}: {text}\n" for key, text in fields(*front)._asdict().items() if text)
     blocks = [Node("minus_metadata", text=f"---\n{body}---\n".encode())] + ([following] if following else [])
     for name, level, row, summary in headings:
         blocks += [heading(level, name, row)] + ([paragraph(summary, row + 1)] if summary else [])

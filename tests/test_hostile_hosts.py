@@ -1,4 +1,4 @@
-"""Hosts whose objects misbehave: what comes of each is a result or an exception, and the table says which."""
+"""Hosts whose objects misbehave. Each gets a result or an exception, and the table says which."""
 
 import array
 import signal
@@ -33,7 +33,7 @@ def with_children(children, type="document"):
 
 
 class Str(str):
-    """A str that answers for itself wherever it is asked."""
+    """A str whose Python methods raise: the engine must not call them."""
 
     def refuse(self, *args):
         raise ZeroDivisionError
@@ -49,14 +49,14 @@ class Bytes(bytes):
 
 
 class Liar(list):
-    """A list that is longer, by its own word, than it is."""
+    """A list that says that it is longer than it is."""
 
     def __len__(self):
         return super().__len__() + 5
 
 
 class Acting:
-    """A node that acts whenever its type is read."""
+    """A node that calls `act` whenever its type is read."""
 
     children, start_point, text = (), (0, 0), b"[a](b)"
 
@@ -71,7 +71,7 @@ class Acting:
 
 def growing_heading():
     children = [Node("atx_h2_marker")]
-    # Every child but the last adds another, so that the end is never in sight until the text comes.
+    # Each child but the last adds another one when it is read, so the list grows until the text comes.
     add = iter([Acting(lambda: children.append(next(add)), "other") for _ in range(50)] + [inline("late")])
     children.append(next(add))
     return document(with_children(children, "atx_heading"))
@@ -107,7 +107,7 @@ class Section:
 
 
 class Emptying(Section):
-    """A section record that empties the list it stands in when it is asked for its end."""
+    """A section record that empties its own list when its end is read."""
 
     def __init__(self, records):
         super().__init__()
@@ -160,7 +160,7 @@ def called_again():
 
 
 def loaded(value):
-    """The title that comes of what a loader of the host's gives."""
+    """The title when the host has replaced the loader by one that returns `value`."""
     own = yaml.safe_load
     yaml.safe_load = lambda body: value
     try:
@@ -187,7 +187,7 @@ HOSTS = [
     pytest.param(lambda: names(with_children(Liar([heading(1, "A")]))), IndexError, id="a list that lies"),
     pytest.param(lambda: names(with_children(range(3))), AttributeError, id="children that are no nodes"),
     pytest.param(lambda: names(growing_heading()), ["late"], id="a list that grows"),
-    pytest.param(lambda: links(shrinking_root()), [("b", 1, None), ("d", 1, None), ("f", 1, None)], id="emptied behind"),
+    pytest.param(lambda: links(shrinking_root()), [("b", 1, None), ("d", 1, None), ("f", 1, None)], id="list emptied"),
     pytest.param(lambda: names(document(Node(Str("atx_heading"), inline("A")))), ["A"], id="type a str subclass"),
     pytest.param(lambda: names(document(Node("\ud800"))), [], id="type a lone surrogate"),
     pytest.param(lambda: names(document(Node(b"atx_heading"))), TypeError, id="type bytes"),
@@ -243,11 +243,11 @@ def test_what_comes_of_a_hostile_host(host, expected):
 
 
 def lists_of(node):
-    """The list of children of a node of the binding and of every node below: each node gives the same list again."""
+    """The lists of children of a node of the binding and of all nodes below it. A node always gives the same list."""
     return [node.children, *(found for child in node.children for found in lists_of(child))]
 
 
-# What is done to each list, and what the walks then still give of "1", "2" and "3", the first of which they gave before.
+# What is done to each list after the walks have given "1", and what they then still give of "1", "2" and "3".
 CHANGES = {
     "cleared": (list.clear, [], []),
     "cut short": (lambda children: children.__delitem__(slice(2, None)), ["2"], ["2"]),
@@ -275,7 +275,7 @@ def test_lists_of_the_bindings_nodes_that_change_between_items(change, blocks, t
 @pytest.mark.long
 @pytest.mark.parametrize("change", [change for change, _, _ in CHANGES.values()], ids=CHANGES)
 def test_lists_of_the_bindings_nodes_that_change_during_a_call(change):
-    """At every read of a stand-in that stands among them, and at every call of the host."""
+    """The lists change at every read of a stand-in among their nodes, and at every call of the host."""
 
     def made_by(counting):
         root = parse("# 1\n\n[1](1)\n\n- [1](1)\n\n## 1\n\n> [1](1)\n\n[1]: 1\n")
@@ -322,20 +322,20 @@ def test_an_endless_tree_can_be_interrupted(walk, copies):
 def test_iterators_asked_while_they_work():
     found = []
 
-    def ask():
+    def advance():
         with pytest.raises(ValueError, match="already executing"):
             next(walk)
         found.append("refused")
 
-    walk = markdown._blocks(document(Acting(ask), paragraph("after")))
+    walk = markdown._blocks(document(Acting(advance), paragraph("after")))
     assert [node.text for node in walk] == [b"[a](b)", b"after"]
-    walk = markdown._link_targets(document(Acting(ask), inline("[c](d)")))
+    walk = markdown._link_targets(document(Acting(advance), inline("[c](d)")))
     assert [target for _, target, _ in walk] == ["b", "d"]
     assert found == ["refused"] * 2
     broken = markdown._link_targets(document(Node(7), inline("[c](d)")))
     with pytest.raises(TypeError):
         next(broken)
-    assert list(broken) == []  # as a generator that raised
+    assert list(broken) == []  # like a generator that has raised
 
 
 def test_modules_deleted_from_the_interpreter(monkeypatch):
@@ -343,7 +343,7 @@ def test_modules_deleted_from_the_interpreter(monkeypatch):
     before = sections("x\n", root=tree), links(tree)
     gone = ("quarnel", "yaml", "re", "logging", "json", "urllib", "tree_sitter", "collections")
     for name in [name for name in sys.modules if name.split(".")[0] in gone]:
-        if not name.startswith("yaml."):  # PyYAML's own business
+        if not name.startswith("yaml."):  # PyYAML imports these itself
             monkeypatch.delitem(sys.modules, name)
     assert (sections("x\n", root=tree), links(tree)) == before
     monkeypatch.setattr(markdown, "_CONTAINERS", {}, raising=True)

@@ -49,7 +49,7 @@ def test_plain_text(text, expected):
     assert markdown._plain_text(text) == expected == by_re.plain_text(text)
 
 
-# Letters that one step of the pipeline can tell apart, and how long every string over them may be.
+# The letters that one step of the pipeline tells apart, and the length of the longest strings over them.
 ALPHABETS = [
     ("`\\a\n", 7),
     ("![](a\\)", 6),
@@ -69,7 +69,7 @@ def test_every_short_string_equals_the_patterns(index):
         assert markdown._unmarked(text) == by_re.unmarked(text), repr(text)
 
 
-# Where a scanner asks of which class a character is.
+# The places where a scanner asks for the class of a character.
 PLACES = [
     "{}*a*", "\\{}", "<{}>", "<a{}>", "<a{}b>", "</{}>", "</a{}>", "<a {}>", "<b{}:c>", "<{}:c>", "_{}_", "*{}a*", "*a{}*",
     "{}_a_", "_a_{}", "~~{}~~", "[{}](b)", "[a]{}b)", "{}[a](b)", "!{}a](b)", "[a](b{})", "[a][{}]", "`{}`", "{}`a`", "<!-{}-->",
@@ -115,13 +115,13 @@ UNCLOSED = ["[", "*a ", "_a ", "~~a ", "<!--", "![a](", "<a "]
 def test_openers_that_never_close_stay(unit):
     text = unit * (4000 // len(unit))
     assert markdown._plain_text(text) == " ".join(text.split())
-    longer = unit * 100_000  # a text of any length is taken, and only its first characters are read
+    longer = unit * 100_000  # a text may have any length, but only its first characters are read
     assert markdown._plain_text(longer) == markdown._plain_text(longer[: markdown.MAX_INLINE_LENGTH])
     assert markdown._unmarked(longer) == longer
 
 
 def test_runs_of_backticks_of_every_length():
-    # No run finds a partner but those of the lengths that stand twice.
+    # Only a length that stands twice has a pair of runs.
     runs = ["`" * length for length in range(1, 80)]
     text = "a".join(runs)
     assert markdown._plain_text(text) == text

@@ -67,7 +67,7 @@ def test_a_module_is_loaded_and_dropped_a_thousand_times():
 
     held = [tree, tree.children[0], type(tree), str, sys.modules["yaml"], markdown.Symbol, markdown.logger]
     grown = []
-    for _ in range(3):  # the first rounds fill what the interpreter keeps for itself
+    for _ in range(3):  # the first rounds fill the interpreter's own caches
         gc.collect()
         counts, blocks = [sys.getrefcount(thing) for thing in held], sys.getallocatedblocks()
         last = [use() for _ in range(1000)][-1]
@@ -96,7 +96,7 @@ def run_in_sub_interpreter(script):
         if not importlib.util.find_spec(name):
             continue
         interpreters = importlib.import_module(name)
-        # Legacy ones share the interpreter lock, as most extension modules, the grammar's binding too, demand.
+        # A legacy interpreter shares the interpreter lock. Most extension modules need that, the grammar's binding too.
         own = (
             interpreters.create("legacy") if name == "_interpreters" else interpreters.create(isolated=False)
         )
@@ -115,4 +115,4 @@ def test_sub_interpreters_one_after_the_other(tmp_path):
     for _ in range(3):
         run_in_sub_interpreter(script)
     assert [json.loads(line) for line in out.read_text().splitlines()] == [["P.T", "b c", "P.T"]] * 3
-    assert sections(SOURCES[0])[0].name == "T 0"  # the main one is as it was
+    assert sections(SOURCES[0])[0].name == "T 0"  # the main interpreter still works

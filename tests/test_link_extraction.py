@@ -1,4 +1,4 @@
-"""Link extraction: names and anchors, repeats, and the section that a link stands in."""
+"""Link extraction: names and anchors, repeats, and the section that encloses a link."""
 
 import random
 from types import SimpleNamespace

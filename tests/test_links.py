@@ -51,7 +51,8 @@ ALPHABETS = [
 
 @pytest.mark.parametrize("index", range(len(ALPHABETS)), ids=[letters for letters, _ in ALPHABETS])
 def test_every_short_run_equals_the_patterns(index):
-    # As a text and as a destination too, where the strings mean most; the shorter of them by themselves.
+    # Each string is read as a destination, where it matters most. All but the longest are also read by themselves and
+    # as a link text.
     letters, longest = ALPHABETS[index]
     for form, length in (("{}", longest - 1), ("[a{}](b)", longest - 1), ("[a](b{})", longest)):
         before = [(other, its_longest - (length < longest)) for other, its_longest in ALPHABETS[:index]]
@@ -60,7 +61,7 @@ def test_every_short_run_equals_the_patterns(index):
             assert list(markdown._inline_targets(run, 1)) == by_re.inline_targets(run, 1), repr(run)
 
 
-# Where a scanner asks of which class a character is.
+# The places where a scanner asks for the class of a character.
 PLACES = [
     "{}[a](b)", "[a{}](b)", "[a]{}(b)", "[a]({}b)", "[a](b{}c)", "[a](<b{}c>)", "[a](b {}t{})", "[a](b(c{}d))", "[a](b{})", "[a{}b](c)",
     "[[{}]]", "[[a{}b]]", "{}[[a]]", "[[a]{}]", "[[a#{}]]", "[[a|{}]]", "[a]({}:x)", "[a](b{}:x)", "[a](b{}c:x)", "`{}[a](b)`",
@@ -97,7 +98,8 @@ def test_random_runs_equal_the_patterns(seed):
         assert list(markdown._inline_targets(run, 1)) == by_re.inline_targets(run, 1), repr(run)
 
 
-# Shapes that take a backtracking engine quadratic time or worse; far too long for the patterns, so answers are closed.
+# Runs for which a backtracking engine takes quadratic time or worse. They are far too long for the patterns, so the
+# number of links is given.
 N = 200_000
 ENDLESS = [
     ("[a](" + " " * N + "x y", 0),

@@ -1,4 +1,4 @@
-"""The last byte of memory: a process that runs out of it goes on with MemoryError."""
+"""The last byte of memory: a process that has no memory left gets MemoryError and goes on."""
 
 import os
 import subprocess
@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-# The process has thrown no exception in C++ before, and small objects take what is left of its memory.
+# The process has not thrown a C++ exception before. Small objects use up the memory that it has left.
 PROGRAM = """
 import resource
 from nodes import Node

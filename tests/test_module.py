@@ -1,4 +1,4 @@
-"""The module as its host sees it: names, their order and kinds, signatures, and how it loads."""
+"""The module as a host sees it: its names in order, their kinds, the signatures, and how it is loaded."""
 
 import ast
 import importlib.util
@@ -138,7 +138,9 @@ def test_loading_fails_with_the_imports_own_error(missing):
     assert done.stdout == "ModuleNotFoundError True\n", done.stderr
 
 
-FOREIGN = {"type": types.FunctionType.__dict__["__code__"]}  # a getter that reads another type's memory
+FOREIGN = {
+    "type": types.FunctionType.__dict__["__code__"]
+}  # a getter that would read the memory of another type
 
 
 @pytest.mark.parametrize(

@@ -65,7 +65,7 @@ def test_summaries():
     )
     assert markdown._summary(paragraph("Run **make** first.\nThen test.")) == "Run make first. Then test."
     assert markdown._summary(paragraph("<b></b>")) is None
-    # The cut to a length in characters comes before anything is read of what lies behind it.
+    # The text is cut to a length in characters first, and nothing after the cut matters.
     assert markdown._summary(paragraph("\U0001f600" * 5000)) == "\U0001f600" * 4000
     assert markdown._summary(Node("paragraph", text=b"\xff" * 20_000)) == "\ufffd" * 4000
 
@@ -89,7 +89,7 @@ def ends_by_rule(headings, lines):
 
 @pytest.mark.parametrize("wide", ["", "\u0100", "\U0001f600"], ids=["one byte", "two bytes", "four bytes"])
 def test_section_ranges_equal_their_rule(wide):
-    # Both ways: over lines that are given, and over a source that is never split.
+    # The rows are read in both ways: from lines that are given, and from a source that is never split.
     rng = random.Random(len(wide.encode()))
     for _ in range(400):
         lines = [
@@ -99,7 +99,7 @@ def test_section_ranges_equal_their_rule(wide):
         if rng.random() < 0.2:
             lines = [line + "pad " * 40 for line in lines]
         rows = sorted(rng.sample(range(30), rng.randint(0, 12)))
-        if rng.random() < 0.3:  # as in no parsed document: backwards, and outside the text
+        if rng.random() < 0.3:  # rows of no parsed document: backwards, and outside the text
             rows = [rng.randint(-5, 40) for _ in rows]
         headings = [Heading(str(row), rng.randint(1, 6), row, None) for row in rows]
         expected = ends_by_rule(headings, lines)

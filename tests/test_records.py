@@ -1,4 +1,4 @@
-"""Records: what the engine makes is what calling the host's record type by keyword makes."""
+"""Records: the engine makes what a call of the host's record type by keyword makes."""
 
 import abc
 import enum
@@ -129,7 +129,7 @@ def test_a_record_is_what_a_call_by_keyword_makes(record_type):
 
 
 class Key(str):
-    """A name among a class's own that does something when it is compared with another."""
+    """A name in the dict of a class. Comparing it with another name calls `compare`."""
 
     __hash__ = str.__hash__
 

@@ -1,4 +1,4 @@
-"""Every example of docs/rules.md: a document, parsed, and all that a host sees of its reading."""
+"""Every example of docs/rules.md: its document is parsed, and compared is all that a host gets for it."""
 
 import logging
 import re
@@ -21,12 +21,12 @@ def written_out(text):
 
 
 def stand_in(node):
-    """A copy of a tree in stand-in nodes: the engine reads those of the binding by a way of their own."""
+    """A copy of a tree in stand-in nodes, because the engine reads the binding's own nodes in a different way."""
     return Node(node.type, *map(stand_in, node.children), row=node.start_point[0], text=node.text)
 
 
 def seen_by_host(root, source):
-    """The calls that the host's rules get, and the records, as the lines of an example."""
+    """The lines of an example: the records, and what the host's rules were called with."""
     calls, number = [], FqnNumbering()
 
     def unique_fqn(fqn):

@@ -1,4 +1,4 @@
-"""Section extraction: names of every length and kind, and what the host passes and gets."""
+"""Section extraction: names of every length and kind, the arguments of the host, and the records that it gets."""
 
 import random
 

@@ -1,4 +1,4 @@
-"""TOML front matter: tables, and equality with the published patterns and the interpreter's JSON decoder."""
+"""TOML front matter: tables of cases, and equality with the published patterns and with Python's JSON decoder."""
 
 import json
 import random

@@ -1,6 +1,6 @@
-"""YAML bodies to compare the native reading of front matter with PyYAML's: real, mutated and generated ones.
+"""YAML bodies (real, mutated and generated) for which the native reading of front matter is compared with PyYAML's.
 
-Every generator takes a seeded ``random.Random``: the same seed gives the same bodies.
+Each generator takes a seeded ``random.Random``. The same seed gives the same bodies.
 """
 
 from __future__ import annotations
@@ -11,7 +11,7 @@ import re
 from collections.abc import Iterator
 from pathlib import Path
 
-# The letters that the scanner tells apart, and those of numbers, times and the words that are no text.
+# The letters that the scanner tells apart; those of numbers and times; those of words that are not text, such as "yes".
 SYNTAX_LETTERS = "a:- \n#'\"[],{}0.~"
 NUMBER_LETTERS = "0x1_.:+-eE89T "
 WORD_LETTERS = "yesnotrufalYESNO~"
@@ -46,7 +46,7 @@ _NUMBER_PARTS = _parts(
     "0o .inf .NaN ff ABC -1- :59 :60",
     " ",
 )
-_TIME_PARTS = [  # one after the other, each inside or outside its range
+_TIME_PARTS = [  # the parts of a timestamp in order, each with values inside and outside its range
     _parts(choices, ",")
     for choices in _parts(
         "2024,2023,1900,2000,0000,0001,9999,24/-/00,02,2,12,13/-/00,1,28,29,30,31,32/T,t, ,  ,\n  ,x/0"
@@ -64,7 +64,7 @@ _PLACES = _parts(
 
 
 def bodies_of(corpus: Path) -> Iterator[tuple[str, str]]:
-    """The first path part and the body of every Markdown file below ``corpus`` that has YAML front matter."""
+    """For each Markdown file below ``corpus`` that has YAML front matter: the first part of its path, and the body."""
     for path in sorted(corpus.rglob("*.md")):
         match = _FRONT_MATTER.match(path.read_bytes().decode("utf-8", "replace"))
         if match:
@@ -72,13 +72,13 @@ def bodies_of(corpus: Path) -> Iterator[tuple[str, str]]:
 
 
 def short_strings(letters: str, longest: int) -> Iterator[str]:
-    """Every string of up to ``longest`` letters."""
+    """Every string over ``letters`` up to the length ``longest``."""
     for length in range(longest + 1):
         yield from map("".join, itertools.product(letters, repeat=length))
 
 
 def mutated(rng: random.Random, body: str) -> str:
-    """``body`` with a few characters or lines deleted, inserted, swapped, moved, repeated or indented."""
+    """``body`` after one to three changes: characters or lines removed, put in, swapped, moved, repeated, indented."""
     for _ in range(rng.choice((1, 1, 1, 2, 3))):
         at = rng.randrange(len(body) + 1)
         lines = body.split("\n")
@@ -104,7 +104,7 @@ def mutated(rng: random.Random, body: str) -> str:
 
 
 def generated(rng: random.Random) -> str:
-    """A small body: one or two scalars in a fixed place, or nested blocks by the grammar, perhaps mutated."""
+    """A small body: one or two scalars in a fixed place, or nested blocks, which may be mutated."""
     if rng.random() < 0.5:
         place = rng.choice(_PLACES)
         return place.format(*(_scalar(rng, 2) for _ in range(2)))
@@ -162,7 +162,9 @@ def _scalar(rng: random.Random, indent: int) -> str:
             return space.join(rng.choices(_WORDS, k=rng.randint(1, 4)))
         case 6:
             return "".join(rng.choices(SYNTAX_LETTERS, k=rng.randint(0, 6)))
-        case 7:  # around the limits: on the length of a key, on the digits of an int, on the parts of a float
+        case (
+            7
+        ):  # values around the limits on the length of a key, the digits of an int and the parts of a float
             if rng.random() < 0.9:
                 return rng.choice(_WORDS)
             long = "1" + ":1" * 180 + ".5"

@@ -11,7 +11,7 @@ using python::to_str;
 namespace {
 
 Ref imported(const char* name) {
-  // A dotted name gives the submodule itself, as `importlib.import_module` does.
+  // For a dotted name this returns the submodule, as `importlib.import_module` does.
   return Ref::steal(PyImport_ImportModule(name));
 }
 
@@ -49,7 +49,7 @@ void Binder::integer(const char* name, std::size_t value) const { bind(name, Ref
 void Binder::string(const char* name, std::string_view value) const { bind(name, to_str(value)); }
 
 void Binder::types(const char* name, bool (*contains)(blocks::Kind)) const {
-  const Ref set = Ref::steal(PyFrozenSet_New(nullptr));  // may be filled as long as nobody else has seen it
+  const Ref set = Ref::steal(PyFrozenSet_New(nullptr));  // PySet_Add may fill it while no other code has a reference
   for (std::size_t i = 0; i < blocks::kTypeNames.size(); ++i) {
     if (contains(static_cast<blocks::Kind>(i))) checked(PySet_Add(set.get(), to_str(blocks::kTypeNames[i]).get()));
   }

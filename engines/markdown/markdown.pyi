@@ -36,6 +36,8 @@ class _Section(Protocol):
     def fqn(self) -> str: ...
 
 class _WikiMatch(Protocol):
+    """What _wiki_target reads of a match; a match of _WIKI_LINK is one."""
+
     def group(self, number: int, /) -> Any: ...
 
 _AnyNode = TypeVar("_AnyNode", bound=_BlockNode)

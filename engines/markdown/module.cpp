@@ -29,12 +29,11 @@ using markdown::python::Ref;
 constexpr char kModuleDoc[] =
     R"(Markdown documents as the outline a reader sees.
 
-A file is indexed as one `section` symbol per heading, spanning everything up to the next
-heading of its level or a higher one, nested as the levels nest. The block tree of
-tree-sitter-markdown decides what is a heading. Front matter contributes a title and a
-description. Links that a reader follows to another file of the repository are references.
-The functions are pure: the engine supplies the FQN prefix and the rules that it shares
-with its other languages (numbering repeated FQNs, capping docstrings).)";
+A file has one `section` symbol for each heading. A section extends to the next heading of
+its level or a higher one, and sections nest as their levels nest. The block tree of
+tree-sitter-markdown decides what is a heading. Front matter gives a title and a description.
+Links that a reader follows to another file of the repository are references. The host
+supplies the FQN prefix and two rules: numbering repeated FQNs, and capping docstrings.)";
 
 void bind_imports(const Binder& bind, ModuleState& state) {
   bind.module("re");
@@ -91,11 +90,11 @@ void bind_patterns(const Binder& bind) {
 
 void bind_records(const Binder& bind, ModuleState& state) {
   state.heading_type = bind.record("_Heading", {"name", "level", "first_row", "summary"},
-                                   "A heading of the outline, with what the section it heads takes from it.")
+                                   "A heading of the outline: what its section takes from it.")
                            .release();
 #define FIELD_NAME(field, key, published) key,
   state.front_matter_type = bind.record("_FrontMatter", {MARKDOWN_FIELDS(FIELD_NAME, FIELD_NAME)},
-                                        "What the front matter says of its document.")
+                                        "The fields of front matter, each as plain text or None.")
                                 .release();
 #undef FIELD_NAME
 }
@@ -108,7 +107,7 @@ void bind_functions(const Binder& bind) {
   }
 }
 
-// The order is part of the module's face: imports, constants, patterns, records, functions.
+// The order in which names are bound is part of the interface: imports, constants, patterns, records, functions.
 int execute(PyObject* module) {
   return markdown::python::guarded_status([&] {
     ModuleState& state = markdown::python::state_of(module);

@@ -1,4 +1,4 @@
-// The module quarnel.engines.markdown: its definition, and what executing it binds.
+// The module quarnel.engines.markdown: its definition, and the names that it binds.
 #pragma once
 
 #include "python/api.h"

@@ -1,6 +1,7 @@
-"""Lets every allocation of every call fail in turn, and prints how many did: `failing_allocations.py interpreter|core`.
+"""Lets each allocation of each call fail in turn and prints how many failed: `failing_allocations.py interpreter|core`.
 
-`interpreter` is its own allocator, `core` is C++'s, under fuzz/failing_new.cpp. A crash ends this process only.
+`interpreter` means the allocations of Python objects. `core` means those of C++ and needs fuzz/failing_new.cpp preloaded.
+This is a process of its own, because a fault may end it.
 """
 
 import collections
@@ -30,7 +31,7 @@ CALLS = {
     "unquote": lambda: markdown.unquote("%C3%A9é" * 9),
     "YAML fields": lambda: markdown._yaml_fields("title: 1.5\ndescription: " + "9" * 600, "P"),
 }
-if sys.version_info < (3, 12):  # the interpreter then forgets to say that it lacks memory for a type
+if sys.version_info < (3, 12):  # from 3.12 on, making a type may fail for lack of memory without an exception
     CALLS["load"] = load
 OF_LIBRARIES = {"load", "sections, loaded", "sections, broken"}
 
@@ -38,7 +39,7 @@ OF_LIBRARIES = {"load", "sections, loaded", "sections, broken"}
 def of_interpreter():
     from _testcapi import remove_mem_hooks, set_nomemory
 
-    # The interpreter's own compiler, which namedtuple calls, does not survive a lack of memory.
+    # `namedtuple` calls the interpreter's compiler, which does not survive a lack of memory.
     types = {type._fields[0]: type for type in (markdown._Heading, markdown._FrontMatter)}
     collections.namedtuple = lambda name, fields: types[fields[0]]
 
@@ -61,7 +62,7 @@ def of_interpreter():
             failed += in_a_row == 0
         if name not in OF_LIBRARIES:
             begin = 1
-            while fails(call, begin, 0):  # this one and all that follow
+            while fails(call, begin, 0):  # this allocation and all later ones fail
                 begin += 1
             blocks = sys.getallocatedblocks()
             for k in range(1, begin):
@@ -93,5 +94,5 @@ def of_core():
 
 if __name__ == "__main__":
     for call in CALLS.values():
-        call()  # the first time fills caches
+        call()  # the first call fills caches
     print({"interpreter": of_interpreter, "core": of_core}[sys.argv[1]]())

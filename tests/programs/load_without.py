@@ -1,4 +1,4 @@
-"""Loads the module while the import named by the argument fails, and prints the error."""
+"""Loads the module in a process where the import of the argument fails, and prints the error."""
 
 import importlib.util
 import sys

@@ -1,4 +1,4 @@
-"""Reads one document many times and adds what was found to the file that the argument names, as a line of JSON."""
+"""Reads one document many times, and appends what was found, as a line of JSON, to the file that the argument names."""
 
 import json
 import sys
@@ -7,7 +7,7 @@ from types import SimpleNamespace
 try:
     import tree_sitter
 except ImportError:
-    # A binding for one interpreter only: its node type is all that the module asks of it.
+    # The binding may load in one interpreter only. The module needs nothing of it but its node type.
     tree_sitter = sys.modules["tree_sitter"] = type(sys)("tree_sitter")
     tree_sitter.Node = type("Node", (), {})
 from quarnel.engines import markdown

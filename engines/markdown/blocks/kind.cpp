@@ -22,7 +22,8 @@ Kind atx_marker(const char* type) noexcept {
 
 }  // namespace
 
-// The length of a name, and sometimes one letter, leave one type to compare it with.
+// The length of a name, and for some lengths one letter, leaves only one type that the name can be. Only that type is
+// compared.
 Kind kind_of(std::string_view name) noexcept {
   const char* type = name.data();
   switch (name.size()) {

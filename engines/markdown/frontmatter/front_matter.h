@@ -1,6 +1,7 @@
-// What front matter says of its document: the table of its fields, and one value for each of them.
+// The fields of front matter: a table of them, and one value for each.
 //
-// All that reads or publishes a field is made from the table, so that a further field is a further row.
+// YAML, TOML, the loader and the published records are all made from the table. A new field is therefore one more row.
+// What a field means for the outline stands in outline/title_section.h.
 #pragma once
 
 #include <array>
@@ -14,8 +15,8 @@ namespace markdown::frontmatter {
 // The longest body that is read, in characters.
 inline constexpr std::size_t kMaxFrontMatterLength = 65536;
 
-// A row: the field's enumerator, its key, and the name under which the module publishes the key. Rows after the first
-// have a macro of their own, which can put a separator before them.
+// A row is the field's enumerator, its key, and the name under which the module publishes the key. The first row goes
+// through FIRST and every later row through NEXT, so that a user of the table can put a separator before NEXT.
 #define MARKDOWN_FIELDS(FIRST, NEXT) \
   FIRST(kTitle, "title", "_TITLE")   \
   NEXT(kDescription, "description", "_DESCRIPTION")
@@ -32,10 +33,10 @@ inline constexpr std::array<const char*, kFieldCount> kKeys = {MARKDOWN_FIELDS(M
 template <class Value>
 using Fields = std::array<Value, kFieldCount>;
 
-// One-line plain text, never empty.
+// The text of each field: plain text on one line, never empty.
 using FrontMatter = Fields<std::optional<std::string>>;
 
-// The place of the field with this key among `fields`, null when no field has it.
+// Points to the value of the field with this key; null when no field has that key.
 template <class Value>
 Value* find_field(Fields<Value>& fields, std::string_view key) noexcept {
   for (std::size_t i = 0; i < kFieldCount; ++i) {

@@ -17,10 +17,11 @@ std::optional<std::string> plain_field(PlainText& plain_text, std::string_view t
   return plain.empty() ? std::nullopt : std::optional<std::string>(plain);
 }
 
-// The digits of an int; of a very long one, at least as many leading digits as plain text reads. The interpreter turns
-// ints into text only up to a limit of digits, which a host may have lowered, so larger ints are cut into pieces. The
-// pieces come from the end, and each division takes time in the length of what is left. One division therefore drops
-// the digits that nobody reads, before all others.
+// The decimal digits of an int. A very long int gives only its leading digits, at least as many as plain text reads.
+// The interpreter writes an int out only up to a limit of digits, and a host may have lowered that limit. So an int
+// of more than 64 bits is written in pieces of 18 digits, from the last piece to the first. Splitting a piece off
+// divides all that is left, which takes time in its length. So the digits that nobody reads are dropped first, by one
+// division.
 std::string integer_text(PyObject* number) {
   int overflow = 0;
   const long long value = PyLong_AsLongLongAndOverflow(number, &overflow);
@@ -28,7 +29,8 @@ std::string integer_text(PyObject* number) {
     if (value == -1 && PyErr_Occurred()) throw python::PythonError();
     return std::to_string(value);
   }
-  // An int of a subclass may divide as it likes; hexadecimal digits, which have no limit, give a plain one.
+  // A subclass of int may define its own division, so the number is made into a plain int first: by its hexadecimal
+  // digits, to which the limit does not apply.
   const Ref written = Ref::steal(PyNumber_ToBase(number, 16));
   const std::string hex(python::Utf8(written.get()).view().substr(overflow < 0 ? 3 : 2));
   Ref rest = Ref::steal(PyLong_FromString(hex.c_str(), nullptr, 16));
@@ -55,13 +57,13 @@ std::string integer_text(PyObject* number) {
   }
 }
 
-// The shortest decimal form that reads back as the same number: float's own `repr`, also for a subclass.
+// The shortest decimal form that reads back as the same number: the `repr` of float itself, even for a subclass.
 std::string float_text(PyObject* number) {
   const Ref text = Ref::steal(PyFloat_Type.tp_repr(number));
   return std::string(python::Utf8(text.get()).view());
 }
 
-// The body between the first and the last line of a front matter block's text.
+// The body of a front matter block: its text without the first and the last line.
 std::string_view body_of(std::string_view text) noexcept {
   while (text.ends_with('\n')) text.remove_suffix(1);
   const std::size_t first = text.find('\n');
@@ -100,7 +102,7 @@ void log_too_long(const ModuleState& state, PyObject* prefix, std::size_t chars)
 }  // namespace
 
 std::optional<std::string> field_of(PlainText& plain_text, PyObject* value) {
-  if (PyBool_Check(value)) return std::nullopt;  // an int to the interpreter, but no number that a title is made of
+  if (PyBool_Check(value)) return std::nullopt;  // bool is a subclass of int, but `title: yes` is not the title "1"
   if (PyUnicode_Check(value)) return plain_field(plain_text, python::Utf8(value).view());
   if (PyLong_Check(value)) return plain_field(plain_text, integer_text(value));
   if (PyFloat_Check(value)) return plain_field(plain_text, float_text(value));

@@ -13,7 +13,7 @@ bool is_at(std::string_view text, std::size_t pos, char byte) noexcept {
   return pos < text.size() && text[pos] == byte;
 }
 
-// The offset after the string whose opening quote stands at `pos`, npos when it has no end.
+// The offset after the string whose opening quote is at `pos`; npos when the string has no end.
 std::size_t string_end(std::string_view line, std::size_t pos) noexcept {
   if (is_at(line, pos, '\'')) {
     const std::size_t close = line.find('\'', pos + 1);
@@ -33,7 +33,7 @@ std::optional<char32_t> escaped_unit(std::string_view text, std::size_t pos) noe
   return text.substr(pos, 2) == "\\u" ? text::hex_number(text, pos + 2, 4) : std::nullopt;
 }
 
-// Decodes the escape at `pos` and steps over it; false when JSON knows no such escape.
+// Decodes the escape at `pos` and moves `pos` past it. Returns false when JSON has no such escape.
 bool decode_escape(std::string_view text, std::size_t& pos, std::string& out) {
   constexpr std::string_view kLetters = "\"\\/bfnrt";
   constexpr std::string_view kValues = "\"\\/\b\f\n\r\t";
@@ -87,7 +87,7 @@ std::optional<TomlField> match_toml_field(std::string_view line) noexcept {
 bool match_toml_table(std::string_view line) noexcept { return is_at(line, text::skip_space(line, 0), '['); }
 
 std::string toml_string(std::string_view literal) {
-  // Without a character for each quote there is nothing between them.
+  // A literal of fewer than two characters has no content.
   const std::string_view content = literal.size() < 2 ? std::string_view() : literal.substr(1, literal.size() - 2);
   if (literal.starts_with('\'')) return std::string(content);
   return decode_basic(content).value_or(std::string(content));

@@ -1,7 +1,7 @@
-// The fields of TOML front matter: strings under the keys of the table of fields, each on a line of its own.
+// The fields of TOML front matter. In `title = "Guide"  # note`, the field is `title` and the literal is `"Guide"`.
 //
-// This is no TOML reader: any other line is skipped, and the first table ends the reading. Tested by
-// tests/test_toml.py.
+// This is not a TOML parser. It reads fields whose value is a string on the line of its key, skips every other line,
+// and stops at the first table. Tested by tests/test_toml.py.
 #pragma once
 
 #include <optional>
@@ -25,17 +25,20 @@ struct TomlField {
   std::string_view literal;  // with its quotes
 };
 
-// Equal: only one key can be followed by `\s*=`. A string has one end: the first quote that no backslash escapes, or
-// the first quote of a literal string. The line holds no newline. Linear: one forward pass.
+// Matches a line, which has no newline, against kTomlField.
+// Equal: at most one of the keys is followed by `\s*=`. A string in double quotes can only end at the first quote that
+// no backslash escapes, and a string in single quotes only at the next quote. So the pattern can match in one way only.
+// Linear: one forward pass.
 std::optional<TomlField> match_toml_field(std::string_view line) noexcept;
+// Matches a line against kTomlTable, in the same sense.
 bool match_toml_table(std::string_view line) noexcept;
 
-// The value of a string literal with its quotes. Text between single quotes is taken as it is. JSON's escapes between
-// double quotes are decoded; when one does not decode, that text is taken as it is too. An escape for a lone surrogate
-// gives that surrogate, as three bytes.
+// The value of a string literal, which is passed with its quotes. Text between single quotes is the value. Between
+// double quotes, JSON's escapes are decoded; when one of them does not decode, the text between the quotes is the
+// value. An escape for a lone surrogate gives that surrogate, as three bytes.
 std::string toml_string(std::string_view literal);
 
-// Calls `visit` with each field in order, also with a key that came before, up to the first table.
+// Calls `visit` with each field before the first table, in order. A key that stands twice is visited twice.
 template <class Visit>
 void for_each_toml_field(std::string_view body, Visit&& visit) {
   while (true) {

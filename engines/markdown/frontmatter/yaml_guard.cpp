@@ -21,8 +21,9 @@ std::string text_of(PyObject* object, const char* name) {
   return text.get() == Py_None ? std::string() : std::string(python::Utf8(text.get()).view());
 }
 
-// An upper bound of the levels that a body can nest: each needs an indicator of its own. A bracket may open two, since
-// a single pair in a flow sequence is a mapping too; the indicators of blocks stand before white space.
+// An upper bound on the levels that a body can nest, by counting indicators, since every level needs one of its own. A
+// bracket counts as two levels: in `[a: b]` it opens a sequence, and the pair inside is a mapping. The indicators of
+// block collections ('-', '?', ':') count only before white space.
 std::size_t depth_bound(std::string_view body) noexcept {
   std::size_t bound = 0;
   for (std::size_t i = 0; i < body.size(); ++i) {
@@ -40,24 +41,26 @@ constexpr char kTooMany[] = "merge keys copy too many entries";
 constexpr char kCycle[] = "keys that merge or stand for themselves";
 
 struct Node {
-  std::size_t height = 0;       // the levels of collections in it
-  std::size_t entries = 1;      // that merging it copies
-  bool is_special_key = false;  // a merge key or a value key, where it stands as a key
-  bool is_open = false;         // it has not ended yet, or is a sequence with an item that had not
+  std::size_t height = 0;       // levels of collections inside it, aliases followed
+  std::size_t entries = 1;      // how many entries a merge of this node copies
+  bool is_special_key = false;  // when used as a key, it is a merge key or a value key
+  bool is_open = false;         // it has not ended yet; or it is a sequence, and an item of it had not
 };
 
-// The nodes of a body so far, from the parser's events. An alias names a node that began before it, so one pass serves.
-//
-// The loader recurses along two kinds of keys, whatever the nesting. A merge key ("<<") copies the entries of a
-// mapping, or of each mapping in a sequence. A value key ("=") lets its value stand for the mapping. Aliases make long
-// chains of such keys, and merging twice at each link of a chain doubles the entries:
+// The nodes of a body so far, from the parser's events. An alias names a node that began before it, so one pass is
+// enough.
 //
 //     a: &a {k: v}
 //     b: &b {<<: [*a, *a]}
 //     c: &c {<<: [*b, *b]}
 //
-// Here b has 2 entries and c has 4, and the loader copies 6. A chain is never longer than the height of its last node.
-// So the limits are on height and on copied entries; a special key that leads to an open node is refused at once.
+// Here b has 2 entries and c has 4, and the loader copies 6. Each further line doubles the entries.
+//
+// The loader follows two kinds of keys by recursion, however little the body nests. A merge key ("<<") copies the
+// entries of a mapping, or of each mapping in a sequence. A value key ("=") makes the value of its pair the value of
+// the mapping. Aliases can link such keys to a long chain. The height of a node includes what its aliases name, so no
+// chain is longer than the height of its last node. So two limits are enough: on height, and on copied entries. A
+// special key whose value is still open would lead back to itself, so it is refused at once.
 class Nodes {
  public:
   void open(std::string anchor, bool is_mapping, bool is_special_key) {
@@ -73,7 +76,7 @@ class Nodes {
   }
   void alias(const std::string& anchor) { add(anchors_[anchor], {}); }
 
-  // A node that is complete, to the innermost open collection.
+  // Adds a complete node to the innermost open collection.
   void add(const Node& node, const std::string& anchor) {
     if (!anchor.empty()) anchors_[anchor] = node;
     if (node.height > kMaxYamlDepth) reason_ = kTooDeep;
@@ -103,7 +106,7 @@ class Nodes {
     Node node;
     std::string anchor;
     bool is_mapping;
-    bool has_key = false;  // whose value comes next
+    bool has_key = false;  // in a mapping: the next node is the value of a key
     bool key_is_special = false;
   };
 

@@ -1,4 +1,4 @@
-// What the safe loader must not be given: YAML on which it would recurse or multiply without bound.
+// The guard of the safe loader: it refuses YAML on which the loader would recurse without bound, or copy without bound.
 //
 // Tested by tests/test_frontmatter.py.
 #pragma once
@@ -10,18 +10,18 @@
 
 namespace markdown::frontmatter {
 
-// Front matter nests a few levels. The loader takes some three calls of the interpreter for each, so this many fit any
-// stack that a thread which runs Python can have.
+// The limit on levels of nesting. Front matter that people write nests a few levels deep. The loader makes about three
+// nested calls for each level, and the stack of any thread that runs Python has room for the 150 calls of this limit.
 inline constexpr std::size_t kMaxYamlDepth = 48;
 
-// Merge keys multiply what a few aliases name. No body that people write merges more entries than it may have
-// characters.
+// The limit on entries that merge keys copy. Thirty lines like `b: &b {<<: [*a, *a]}` copy two billion entries. No body
+// that people write copies more entries than it may have characters.
 inline constexpr std::size_t kMaxMergedEntries = 65536;
 
-// Why the loader must not have the body, or null when it may. `body` is the str of `utf8`.
+// The reason why the loader must not read this body; null when it may. `body` is `utf8` as a str.
 //
-// A body is followed through the parser's events, which takes no recursion and one pass, when it has enough indicators
-// to nest too deep or has aliases.
+// Most bodies have no alias and too few indicators to nest too deep; they pass at once. Any other body is followed
+// through the events of PyYAML's parser, in one pass and without recursion.
 const char* refusal_reason(const python::ModuleState& state, PyObject* body, std::string_view utf8);
 
 }  // namespace markdown::frontmatter

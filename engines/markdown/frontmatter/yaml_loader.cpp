@@ -9,8 +9,9 @@ namespace {
 using python::ModuleState;
 using python::Ref;
 
-// The exception that is set, which is cleared; one that front matter may not fail with is thrown on. The loader raises
-// more than its own errors: ValueError for a date like 2024-13-45, KeyError, AttributeError, RecursionError.
+// Clears the exception that is set and returns it; MemoryError and what is no Exception are thrown on. Every other
+// exception counts as unreadable front matter, because the loader raises more than its own errors: ValueError for a
+// date like 2024-13-45, and KeyError, AttributeError and RecursionError for other bodies.
 Ref take_error() {
   python::require_ordinary_error();
   PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
@@ -38,7 +39,7 @@ Ref yaml_error(const ModuleState& state, const char* reason) {
   return Ref::steal(PyObject_CallOneArg(error_type.get(), python::to_str(reason).get()));
 }
 
-// An empty Ref stands for what could not be loaded.
+// What the loader returns for the body; an empty Ref, after a debug record, when it could not be loaded.
 Ref load(const ModuleState& state, std::string_view body, PyObject* prefix) {
   const Ref safe_load = Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load));
   const Ref text = python::to_str(body);
@@ -59,7 +60,8 @@ std::optional<YamlFields> read_natively(const ModuleState& state, std::string_vi
   const Ref safe_load = Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load));
   if (safe_load.get() != state.yaml_safe_load) return std::nullopt;
   auto fields = recognise_yaml(body);
-  // Only the loader can word the error, but nobody reads it when debug records are not made.
+  // The loader raises for such a body, and the debug record quotes its error. Without debug records, nobody needs the
+  // loader.
   if (fields && fields->is_unloadable && makes_debug_records(state)) return std::nullopt;
   return fields;
 }

@@ -1,4 +1,4 @@
-// YAML front matter by either way: the recogniser where it may, PyYAML's safe loader for everything else.
+// The two ways to read YAML front matter: natively by the recogniser, or by PyYAML's safe loader.
 //
 // Tested by tests/test_frontmatter.py.
 #pragma once
@@ -12,16 +12,19 @@
 
 namespace markdown::frontmatter {
 
-// The fields of a body that the recogniser accepts. It is asked only while `yaml.safe_load` is the function that it was
-// when the module was loaded: a host that has put another one in its place gets that called for every body.
+// The fields of a body, when the recogniser accepts it. Nothing when the loader must be called:
+//
+// - The recogniser declines the body.
+// - The body is unloadable and debug records are made: the record quotes the loader's error.
+// - A host has replaced `yaml.safe_load` since the module was loaded: the replacement is called for every body.
 std::optional<YamlFields> read_natively(const python::ModuleState& state, std::string_view body);
 
-// The value as the loader gives it; an empty Ref when only the loader can make it.
+// The value as the object that the loader would make. An empty Ref for kOther, which only the loader can make.
 python::Ref to_object(const YamlValue& value);
 
-// What the loader finds in a body, None under a key that the mapping lacks. Nothing when that is no mapping. Nothing,
-// with a debug record that names `prefix`, when the loader raises an Exception other than MemoryError; a body on which
-// the loader would recurse or multiply without bound is refused in the same way.
+// The fields of a body as the loader reads it, None for a field that the mapping does not have. Nothing when the body
+// is no mapping. Nothing, after a debug record that names `prefix`, when the loader raises an Exception other than
+// MemoryError, and when the guard refuses the body.
 std::optional<Fields<python::Ref>> load_fields(const python::ModuleState& state, std::string_view body,
                                                PyObject* prefix);
 

@@ -8,18 +8,23 @@ namespace markdown::frontmatter {
 namespace {
 
 constexpr int kDeepestNesting = 16;
-// PyYAML's limit on a key, in characters. Counted in bytes here: a longer key is declined, not refused.
+// PyYAML's limit on the length of a key, in characters. Here it is in bytes, so it may decline a key that the loader
+// takes.
 constexpr std::size_t kLongestKey = 1024;
 
-// A recursive descent over the text, one call deep for each level of nesting. A function returns false to decline; what
-// it has stored then is not used. A function that reads a block collection, node or leaf starts at its first token and
-// ends at the token that does not belong to it, or at the end of the text.
+// A recursive descent over the text. Every function returns false to decline the text; what it has stored then is not
+// used. A function that reads a block collection, a node or a leaf starts at its first token. It ends at the first
+// token after it, or at the end of the text.
 //
-// Some tokens belong to no block: their column is none of the blocks', or they stand after a value on its line. The
-// second line of "a: b" and "  c" is such a token. It ends every block, the outermost one too, and the text is declined
-// because it goes on.
+// A token may belong to no block, such as the second line of
 //
-// `sink` takes the value read. It is null for all values but those of fields.
+//     a: b
+//       c
+//
+// Its column is not that of any open block. Such a token ends every block, the outermost one included. The text then
+// has not ended with its outermost block, and is declined. The same holds for a token after a value on the same line.
+//
+// `sink` receives the value that is read. It is null for a value that is not that of a field.
 class Recogniser {
  public:
   explicit Recogniser(std::string_view body) noexcept : scanner_(body) {}
@@ -46,7 +51,7 @@ class Recogniser {
     if (sink != nullptr) sink->kind = kind;
   }
 
-  // Whether the line ends after a value, but for a comment.
+  // Whether nothing but a comment follows on the line of a value. Moves to the next token.
   bool end_line() noexcept { return scanner_.skip_to_token() || scanner_.is_at_end(); }
 
   YamlScanner scanner_;
@@ -66,7 +71,7 @@ bool Recogniser::read_block_mapping(bool is_root) {
   return true;
 }
 
-// A key and its ':', on one line.
+// Reads a key and its ':', which stand on one line. Sets `sink` when the key is that of a field.
 bool Recogniser::read_key(YamlValue*& sink, bool is_root) {
   const std::size_t begin = scanner_.place().pos;
   if (scanner_.peek() == '"' || scanner_.peek() == '\'') {
@@ -81,11 +86,11 @@ bool Recogniser::read_key(YamlValue*& sink, bool is_root) {
   scanner_.skip_spaces();
   if (!scanner_.is_at_indicator(':') || scanner_.place().pos - begin > kLongestKey) return false;
   scanner_.advance();
-  if (sink != nullptr) *sink = {};  // the last of two equal keys counts
+  if (sink != nullptr) *sink = {};  // of two equal keys, the later one counts
   return true;
 }
 
-// What follows a key of the mapping at `column`.
+// Reads the value after a key of the mapping at `column`; a key may have none.
 bool Recogniser::read_mapping_value(std::size_t column, YamlValue* sink) {
   const bool is_on_later_line = scanner_.skip_to_token();
   if (!scanner_.is_at_end() && scanner_.column() > column) {
@@ -93,7 +98,7 @@ bool Recogniser::read_mapping_value(std::size_t column, YamlValue* sink) {
   }
   const bool is_sequence = scanner_.column() == column && scanner_.is_at_indicator('-');
   store(sink, is_sequence ? YamlKind::kOther : YamlKind::kNull);
-  return !is_sequence || read_block_sequence();  // at the column of its mapping, whose next key ends it
+  return !is_sequence || read_block_sequence();  // at the column of the mapping; the next key ends the sequence
 }
 
 bool Recogniser::read_block_sequence() {
@@ -109,12 +114,13 @@ bool Recogniser::read_block_sequence() {
   return true;
 }
 
-// A node where a block collection may start: on a line of its own or after '-'. `indent` is the column of the enclosing
-// block.
+// Reads a node at a place where a block collection may start: on a line of its own, or after '-'. `indent` is the
+// column of the enclosing block.
 bool Recogniser::read_block_node(std::size_t indent, YamlValue* sink) {
   store(sink, YamlKind::kOther);
   if (scanner_.is_at_indicator('-')) return read_block_sequence();
-  // A scalar may turn out to be the first key of a mapping. It is then read again, once: a leaf contains no blocks.
+  // What looks like a scalar may be the first key of a mapping, as in "a: b". It is then read a second time. There is
+  // no third time: a leaf contains no blocks, so these second readings do not nest.
   const YamlScanner::Place begin = scanner_.place();
   if (read_leaf(indent, sink)) return true;
   scanner_.return_to(begin);
@@ -122,7 +128,7 @@ bool Recogniser::read_block_node(std::size_t indent, YamlValue* sink) {
   return read_block_mapping(false);
 }
 
-// A scalar or a flow sequence.
+// Reads a scalar or a flow sequence.
 bool Recogniser::read_leaf(std::size_t indent, YamlValue* sink) {
   std::string* const out = sink == nullptr ? nullptr : &sink->text;
   switch (scanner_.peek()) {
@@ -130,8 +136,9 @@ bool Recogniser::read_leaf(std::size_t indent, YamlValue* sink) {
       store(sink, YamlKind::kOther);
       return read_flow_sequence() && end_line();
     case '{':
-      // A key that is a collection cannot be hashed: if what follows can be parsed at all, constructing the mapping
-      // fails. Pages that site generators fill in have many such values, "title: {{ name }}".
+      // "title: {{ name }}" is frequent in the templates of site generators. It is a mapping whose key is a collection,
+      // and a collection cannot be hashed. So the loader raises: when it parses what follows, or when it makes the
+      // dict.
       scanner_.advance();
       scanner_.skip_to_token();
       is_unloadable_ = scanner_.peek() == '{' || scanner_.peek() == '[';

@@ -1,10 +1,17 @@
-// The fields of YAML front matter, without PyYAML.
+// The YAML recogniser: reads the fields of plain YAML front matter without PyYAML, and declines any other.
 //
-// The recogniser accepts a body only when the meaning of each line is beyond doubt: block mappings with plain or quoted
-// keys, block sequences, flow sequences of scalars, plain and quoted scalars of one line, block scalars. It then gives
-// what `yaml.safe_load` would find under the keys. It declines everything else (anchors, tags, scalars over lines,
-// tabs, flow mappings, ...) and nearly all that the loader would raise for. Linear time; nesting deeper than a small
-// constant is declined. Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
+//     title: Guide               accepted: a plain scalar on one line
+//     tags: [a, "b"]             accepted: a flow sequence of scalars
+//     title: &t Guide            declined: an anchor
+//
+// The recogniser accepts a body only when the meaning of every line is beyond doubt. It then gives what
+// `yaml.safe_load` would find under the keys. It knows block mappings with plain or quoted keys, block sequences, flow
+// sequences of scalars, plain and quoted scalars of one line, and block scalars. It declines everything else: anchors,
+// tags, scalars over several lines, tabs, flow mappings. It may decline any body, because the loader reads what it
+// declines. One kind of body that the loader raises for is not declined but reported: see `is_unloadable`.
+//
+// Takes linear time. Nesting deeper than a small constant is declined. Tested by tests/test_frontmatter.py and
+// tests/sweep_yaml.py.
 #pragma once
 
 #include <optional>
@@ -16,21 +23,20 @@
 
 namespace markdown::frontmatter {
 
-// kNull: also the value of a key that is not there.
+// The value of one field. A field whose key is missing is kNull.
 struct YamlValue {
   YamlKind kind = YamlKind::kNull;
   std::string text;  // kText: the value; kInteger, kFloat: the number as it is written
 };
 
-// `is_mapping` is false for a body without content, and for one that is unloadable: the loader raises for that,
-// whatever its words.
+// What an accepted body says.
 struct YamlFields {
-  bool is_mapping = false;
-  bool is_unloadable = false;
+  bool is_mapping = false;     // false for a body without content, and for one that is unloadable
+  bool is_unloadable = false;  // the loader is certain to raise for the body
   Fields<YamlValue> values;
 };
 
-// The fields of a body, the lines between the delimiters joined by "\n"; nothing when the loader must decide. Raises
+// The fields of a body (the lines between the delimiters, joined by "\n"). Nothing when the body is declined. Raises
 // nothing but std::bad_alloc.
 std::optional<YamlFields> recognise_yaml(std::string_view body);
 

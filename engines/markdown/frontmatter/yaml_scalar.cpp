@@ -9,15 +9,16 @@
 namespace markdown::frontmatter {
 namespace {
 
-// A host may lower the interpreter's limit on the digits that `int` reads, but not below this.
+// `int` reads numbers of up to this many digits under any limit: a host may lower the limit, but not further.
 constexpr std::size_t kMostDigits = 640;
 
-// Every byte of a number that begins with a digit, in any base, and of a timestamp. A word holds some other byte.
+// The bytes of a number in any base and of a timestamp. A scalar that begins with a digit and has any other byte, such
+// as "3 ways", is text.
 constexpr text::ByteSet kNumberBytes("0123456789_:+-. abcdefABCDEFxTtZ");
 constexpr text::ByteSet kNotInNumbers("", [](char c) { return !kNumberBytes.has(c); });
 constexpr text::ByteSet kAfterPoint("0123456789iInN");
 
-// Only these spellings: "yEs" is text, and so are "y" and "n".
+// PyYAML knows only these spellings. "yEs" is text, and so are "y" and "n".
 constexpr auto kBools =
     std::to_array<std::string_view>({"yes", "Yes", "YES", "no", "No", "NO", "true", "True", "TRUE", "on", "On", "ON",
                                      "false", "False", "FALSE", "off", "Off", "OFF"});
@@ -37,7 +38,7 @@ std::optional<YamlKind> type_word(std::string_view scalar) noexcept {
   return YamlKind::kText;
 }
 
-// Whether the text has a digit wherever the shape has '0', and the shape's own byte everywhere else.
+// Whether the text has the shape: a digit wherever the shape has '0', and the same byte everywhere else.
 bool has_shape(std::string_view text, std::string_view shape) noexcept {
   return std::equal(text.begin(), text.end(), shape.begin(), shape.end(),
                     [](char c, char wanted) { return wanted == '0' ? is_digit(c) : c == wanted; });
@@ -45,9 +46,9 @@ bool has_shape(std::string_view text, std::string_view shape) noexcept {
 
 int two_digits(std::string_view text, std::size_t pos) noexcept { return (text[pos] - '0') * 10 + text[pos + 1] - '0'; }
 
-// 2024-05-01, also with a time such as "T10:00:00" or " 10:00:00", also with a zone such as "Z" or "+02:00". A zone
-// such as " +0200" makes it text. The loader raises for what names no moment. The 29th of February is declined,
-// whatever the year.
+// A date such as 2024-05-01. A time such as "T10:00:00" or " 10:00:00" may follow, and then a zone such as "Z" or
+// "+02:00". With a zone such as " +0200" the scalar is text. The loader raises for a date or a time that does not
+// exist, so these are declined. The 29th of February is declined in every year.
 std::optional<YamlKind> type_timestamp(std::string_view scalar) noexcept {
   constexpr std::array<int, 12> kDays{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   constexpr std::size_t kDateWidth = 10;
@@ -69,12 +70,13 @@ std::optional<YamlKind> type_timestamp(std::string_view scalar) noexcept {
   return YamlKind::kOther;
 }
 
-// A scalar that begins with a digit, a sign or a point.
+// Types a scalar that begins with a digit, a sign or a point.
 std::optional<YamlKind> type_number(std::string_view scalar) noexcept {
   const bool has_sign = scalar[0] == '+' || scalar[0] == '-';
   const std::string_view number = scalar.substr(has_sign ? 1 : 0);
   if (number.starts_with('.')) {
-    // A fraction, infinity and no number begin with a point, and so do ".net" and "../images".
+    // ".5", ".inf" and ".nan" are numbers, which are declined; so is ".net", which begins like one. "../images" is
+    // text.
     if (number.size() > 1 && kAfterPoint.has(number[1])) return std::nullopt;
     return YamlKind::kText;
   }

@@ -1,7 +1,8 @@
-// Plain (unquoted) YAML scalars typed by the rules of YAML 1.1, as PyYAML's safe loader resolves them.
+// The types of plain (unquoted) YAML scalars by the rules of YAML 1.1, as PyYAML's safe loader resolves them: "5" is an
+// integer, "1.2.3" is text, "yes" is a bool.
 //
-// A scalar is passed without the white space around it and is not empty. Quoted and block scalars are always text and
-// do not come here. Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
+// Quoted and block scalars are always text, so they are not passed here. Tested by tests/test_frontmatter.py and
+// tests/sweep_yaml.py.
 #pragma once
 
 #include <cstdint>
@@ -10,11 +11,13 @@
 
 namespace markdown::frontmatter {
 
-// What a value is. kInteger: a sign or none and decimal digits, as many as `int` reads under any limit. kFloat: the
-// same with one point among the digits. kOther: a bool, a timestamp, a list, a mapping; no field is made of these.
+// The type of a value. kInteger: decimal digits, perhaps after a sign, as many as `int` reads under any limit. kFloat:
+// the same with one point among the digits. kOther: a bool, a timestamp, a list or a mapping, of which no field is
+// made.
 enum class YamlKind : std::uint8_t { kNull, kText, kInteger, kFloat, kOther };
 
-// Nothing for a number or a time in any other form, and for what the loader raises for or treats in a way of its own.
+// The type of a scalar, which is not empty and has no white space at its ends. Nothing when the loader must decide:
+// numbers and timestamps of any other form, scalars that the loader raises for, and those that it treats specially.
 std::optional<YamlKind> type_plain(std::string_view scalar) noexcept;
 
 }  // namespace markdown::frontmatter

@@ -12,14 +12,15 @@ namespace {
 constexpr std::string_view kFlowIndicators = ",[]{}";
 constexpr text::ByteSet kNotFirstInPlain("?:,[]{}#&*!|>'\"%@`");
 
-// What may end a run of a plain scalar, outside and inside flow sequences.
+// The bytes that may end a run of a plain scalar, outside and inside flow sequences.
 constexpr text::ByteSet kPlainEnds("\n :");
 constexpr text::ByteSet kFlowPlainEnds("\n :?,[]{}");
-// Control characters, line breaks among them, and the bytes that begin a wide character which may be forbidden.
+// The bytes at which `is_scannable` has to look: control characters, newlines included, and the lead bytes of
+// characters some of which are forbidden.
 constexpr text::ByteSet kSuspects("\x7F\xC2\xE2\xED\xEF", [](char c) { return static_cast<unsigned char>(c) < 0x20; });
 
-// C1 controls (U+0085 among them, a line break), U+2028 and U+2029 (line breaks), surrogates, U+FEFF (no part of a
-// column), U+FFFE and U+FFFF.
+// Forbidden are: the C1 controls, because U+0085 is a line break; U+2028 and U+2029, which are line breaks; surrogates;
+// U+FEFF, which PyYAML does not count in a column; U+FFFE and U+FFFF.
 constexpr bool is_forbidden_wide(char32_t c) noexcept {
   return c < 0xA0 || c == 0x2028 || c == 0x2029 || (c >= 0xD800 && c < 0xE000) || c == 0xFEFF || c == 0xFFFE ||
          c == 0xFFFF;
@@ -28,12 +29,12 @@ constexpr bool is_forbidden_wide(char32_t c) noexcept {
 constexpr bool is_blank_or_end(char c) noexcept { return c == ' ' || c == '\n' || c == '\0'; }
 
 bool starts_with_marker(std::string_view line) noexcept {
-  if (line.empty() || (line[0] != '-' && line[0] != '.')) return false;  // nearly every line
+  if (line.empty() || (line[0] != '-' && line[0] != '.')) return false;  // so it is for nearly every line
   if (!line.starts_with("---") && !line.starts_with("...")) return false;
   return line.size() == 3 || is_blank_or_end(line[3]);
 }
 
-// Over what a plain scalar may hold without a white space.
+// Skips characters of a plain scalar up to its next space or to its end.
 std::size_t skip_plain_run(std::string_view text, std::size_t pos, bool in_flow) noexcept {
   const text::ByteSet& ends = in_flow ? kFlowPlainEnds : kPlainEnds;
   for (pos = text::find_any(text, pos, ends); pos < text.size(); pos = text::find_any(text, pos + 1, ends)) {
@@ -44,7 +45,8 @@ std::size_t skip_plain_run(std::string_view text, std::size_t pos, bool in_flow)
   return pos;
 }
 
-// What a backslash makes of the character after it. All others but those of hexadecimal escapes are unusual.
+// A backslash and a letter of kEscapes stand for the byte at the same place in kEscaped. Every other escape is either
+// hexadecimal or unusual.
 constexpr std::string_view kEscapes = "\"\\/nt";
 constexpr std::string_view kEscaped = "\"\\/\n\t";
 
@@ -95,7 +97,7 @@ std::optional<std::string_view> YamlScanner::scan_plain(bool in_flow) noexcept {
   return text_.substr(begin, end - begin);
 }
 
-// From a backslash to after its escape sequence.
+// Scans from a backslash to after its escape sequence.
 bool YamlScanner::scan_escape(std::string* out) {
   const char kind = peek(1);
   place_.pos += 2;
@@ -116,7 +118,7 @@ bool YamlScanner::scan_escape(std::string* out) {
 bool YamlScanner::scan_quoted(std::string* out) {
   const char quote = peek();
   advance();
-  std::size_t run = place_.pos;  // of text that stands for itself
+  std::size_t run = place_.pos;  // the start of text that stands for itself
   while (!is_at_end() && peek() != '\n') {
     const bool is_escape = peek() == '\\' && quote == '"';
     if (!is_escape && peek() != quote) {
@@ -130,7 +132,7 @@ bool YamlScanner::scan_quoted(std::string* out) {
     } else {
       advance();
       if (quote == '"' || peek() != quote) return true;
-      run = place_.pos;  // of two single quotes the second one is part of the value
+      run = place_.pos;  // two single quotes stand for one; the second one begins the next run
       advance();
     }
   }
@@ -147,22 +149,22 @@ bool YamlScanner::scan_block(std::size_t indent, std::string* out) {
   if (peek() == '#') skip_line();
   if (!is_at_end() && peek() != '\n') return false;
 
-  std::size_t content = 0;  // the column of the text, once a line of it is known
-  std::size_t breaks = 0;   // since the last line of text
+  std::size_t content = 0;  // the column of the text; 0 until its first line
+  std::size_t breaks = 0;   // newlines since the last line of text
   while (peek() == '\n') {
     const std::size_t begin = place_.pos + 1;
     const std::size_t end = line_end(begin);
     const std::size_t width = std::min(text_.find_first_not_of(' ', begin), end) - begin;
     if (begin + width == end) {
-      if (width > content) return false;  // spaces of the text, or such as move its column
+      if (width > content) return false;  // these spaces would belong to the text, or would set its column
       ++breaks;
     } else {
       if (width <= indent || width < content) break;
       const bool folds = !is_literal && content > 0;
-      if (folds && width > content) return false;  // an indented line is not folded
+      if (folds && width > content) return false;  // a line that is indented further is not folded
       if (content == 0) content = width;
       if (out != nullptr) {
-        // One line break becomes a space, n + 1 of them become n.
+        // Folding: one newline becomes a space, and n + 1 newlines become n.
         out->append(folds ? breaks - 1 : breaks, '\n');
         if (folds && breaks == 1) out->push_back(' ');
         out->append(text_.substr(begin + content, end - begin - content));
@@ -171,7 +173,7 @@ bool YamlScanner::scan_block(std::size_t indent, std::string* out) {
     }
     place_.pos = end;
   }
-  const bool ends_with_body = is_at_end() && breaks == 1;  // which has no line break at its end
+  const bool ends_with_body = is_at_end() && breaks == 1;  // the body has no newline at its end
   if (out != nullptr && content > 0 && !strips && !ends_with_body) out->push_back('\n');
   return true;
 }

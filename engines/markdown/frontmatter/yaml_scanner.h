@@ -1,8 +1,8 @@
 // Scalars, comments and line breaks of a YAML text, read as PyYAML's scanner reads them.
 //
-// The text holds only what `is_scannable` allows. Offsets are bytes; a column is the bytes since the line's start. That
-// equals PyYAML's column, which counts characters, wherever a block begins, because only spaces and '-' stand before
-// it. Every scan is one forward pass. Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
+// The text must satisfy `is_scannable`. Offsets are bytes, and a column is the number of bytes since the start of the
+// line. PyYAML counts characters instead. Both columns are equal wherever a block begins, because only spaces and '-'
+// stand before it. Every scan is one forward pass. Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
 #pragma once
 
 #include <cstddef>
@@ -12,8 +12,9 @@
 
 namespace markdown::frontmatter {
 
-// Whether the text holds none of the following: characters that YAML forbids; line breaks other than "\n"; tabs, byte
-// order marks and surrogates; a document marker ("---" or "...") at the start of a line.
+// Whether the scanner can read the text. It cannot when the text has any of these: a character that YAML forbids; a
+// line break other than "\n"; a tab, a byte order mark or a surrogate; a document marker ("---" or "...") at the start
+// of a line.
 bool is_scannable(std::string_view text) noexcept;
 
 class YamlScanner {
@@ -29,7 +30,7 @@ class YamlScanner {
   void return_to(Place place) noexcept { place_ = place; }
   std::size_t column() const noexcept { return place_.pos - place_.line_begin; }
 
-  // The byte `ahead` of the scanner; NUL beyond the end.
+  // The byte that is `ahead` bytes after the scanner's place; NUL after the end of the text.
   char peek(std::size_t ahead = 0) const noexcept {
     return place_.pos + ahead < text_.size() ? text_[place_.pos + ahead] : '\0';
   }
@@ -39,23 +40,23 @@ class YamlScanner {
   }
   bool is_at_end() const noexcept { return place_.pos >= text_.size(); }
 
-  // Whether the character at the scanner is the indicator `c` of block context, with a space, a line break or the end
-  // after it.
+  // Whether the scanner is at the block indicator `c`: that character, followed by a space, a newline or the end.
   bool is_at_indicator(char c) const noexcept;
 
-  // Over spaces, comments and line breaks; whether there were line breaks.
+  // Skips spaces, comments and newlines. Returns whether there were newlines.
   bool skip_to_token() noexcept;
 
-  // A plain scalar, as far as it stands on the line, without the white space around it; nothing where none can start.
+  // Scans the part of a plain scalar that is on this line, without white space at its ends. Returns nothing where no
+  // plain scalar can start.
   std::optional<std::string_view> scan_plain(bool in_flow) noexcept;
 
-  // From one quote to after the other, on one line; appends the value unless `out` is null. False: not closed on the
-  // line, or an unusual escape.
+  // Scans from an opening quote to after the closing quote, and appends the value unless `out` is null. Returns false
+  // when the line ends before the closing quote, and for an unusual escape.
   bool scan_quoted(std::string* out);
 
-  // From '|' or '>' to the line break before the line that ends the scalar, or to the end of the text; appends the
-  // value unless `out` is null. `indent` is the column of the enclosing block. False: an unusual header, or lines
-  // whose indentation has a meaning of its own.
+  // Scans a block scalar from its '|' or '>' to the newline before the line that ends it, or to the end of the text.
+  // Appends the value unless `out` is null. `indent` is the column of the enclosing block. Returns false for an unusual
+  // header, and for lines whose indentation has a meaning of its own.
   bool scan_block(std::size_t indent, std::string* out);
 
  private:

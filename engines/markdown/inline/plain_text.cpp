@@ -13,8 +13,9 @@
 namespace markdown::inlines {
 namespace {
 
-// Which of the characters that some pattern needs a text holds. What no pattern can match is not searched for it; since
-// substitutions only take text away, a marker that the text lacks stays absent.
+// The marker characters that occur in a text, as bits. A text without a backtick has no code span, so it is not
+// searched for one; the same holds for every other marker. Substitutions only take text away, so a marker that is
+// absent stays absent.
 enum Marker : std::uint8_t {
   kBacktick = 1,
   kBracket = 2,
@@ -23,7 +24,7 @@ enum Marker : std::uint8_t {
   kUnderscore = 16,
   kTilde = 32,
   kBackslash = 64,
-  kSpace = 128,  // white space other than one space between two other characters, or a byte that may begin some
+  kSpace = 128,  // white space that collapsing may change: any but a single space between two other characters
 };
 
 constexpr auto kMarkers = [] {
@@ -36,13 +37,15 @@ constexpr auto kMarkers = [] {
   table['~'] = kTilde;
   table['\\'] = kBackslash;
   for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    // A lead byte of white space counts as white space. The same byte may begin another character; collapsing finds
+    // out.
     const bool may_be_space = text::kSpaceClass[byte] != text::SpaceClass::kNone;
     if (may_be_space && byte != ' ') table[byte] = kSpace;
   }
   return table;
 }();
 
-// Whether two spaces stand one after the other. The loop has no early exit, so that compilers look at many bytes at a
+// Whether the text has two spaces in a row. The loop has no early exit, so that compilers can look at many bytes at a
 // time.
 bool has_space_pair(std::string_view text) noexcept {
   unsigned found = 0;
@@ -107,11 +110,11 @@ std::string_view PlainText::unmarked(std::string_view text, std::uint8_t markers
   if (markers & kAsterisk) drop.template operator()<AsteriskSearch>();
   if (markers & kUnderscore) drop.template operator()<UnderscoreSearch>();
   if (markers & kTilde) drop.template operator()<StrikethroughSearch>();
-  if (markers & kBackslash) drop.template operator()<EscapeSearch>();  // last: until here a backslash keeps delimiters
+  if (markers & kBackslash) drop.template operator()<EscapeSearch>();  // last: the searches above respect backslashes
   return text;
 }
 
-// Every run of white space becomes one space, and none is left at either end.
+// Each run of white space becomes one space, and none is left at either end.
 std::string_view PlainText::collapsed(std::string_view text) {
   if (result_.size() < text.size()) result_.resize(text.size());
   char* out = result_.data();
@@ -125,7 +128,7 @@ std::string_view PlainText::collapsed(std::string_view text) {
       after_space = true;
       pos += space;
     } else {
-      *out++ = text[pos++];  // a lead byte, of no white space
+      *out++ = text[pos++];  // a lead byte that begins no white space
       after_space = false;
     }
   }

@@ -1,4 +1,5 @@
-// The plain text of inline Markdown: what a reader sees of it, on one line.
+// The plain text of inline Markdown: what a reader sees of it, on one line. "See [the *guide*](g.md)" becomes "See the
+// guide".
 //
 // Tested by tests/test_inline.py.
 #pragma once
@@ -10,17 +11,19 @@
 
 namespace markdown::inlines {
 
-// Only so many leading characters of inline Markdown are read.
+// The number of characters that are read of inline Markdown.
 inline constexpr std::size_t kMaxInlineLength = 4000;
 
-// Works through one text after another in buffers of its own. The views that it gives point into these or into the text
-// it was given, and hold until its next call.
+// Converts one text after another, in buffers that are reused. A view that is returned points into a buffer or into the
+// text, and is valid until the next call.
 class PlainText {
  public:
-  // Code spans keep their content, all other markup goes, white space is collapsed. Reads kMaxInlineLength characters.
+  // The plain text. Code spans keep their content, all other markup is removed, and white space is collapsed. At most
+  // kMaxInlineLength characters are read.
   std::string_view of(std::string_view markdown);
 
-  // The text without its markup, white space untouched and code spans not known: the stretch between two code spans.
+  // The text of a stretch between two code spans, without its markup. White space is kept. A backtick is an ordinary
+  // character here.
   std::string_view unmarked(std::string_view text);
 
  private:

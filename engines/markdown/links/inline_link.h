@@ -26,16 +26,18 @@ struct InlineLink {
 // Equal: the first character of an item decides its kind and where it ends. After an opener there is therefore exactly
 // one chain, which ends at the "]" that closes the text, or fails. No "](" stands at an earlier item boundary. After
 // "](" backtracking can succeed in one way only: `\s*` gives back one space, so that an empty destination can be
-// followed by a title, as in `[a]( "t")`. It does not help to give back a part of the destination. One in angle
-// brackets has a fixed end, and a bare one must be followed by white space or ")", which it cannot hold outside
-// parentheses.
+// followed by a title with a space in it, as in `[a]( "t u")`. It does not help to give back a part of the destination.
+// One in angle brackets has a fixed end, and a bare one must be followed by white space or ")", which it cannot hold
+// outside parentheses.
 //
 // Linear: let a chain fail, as that of the first "[" in `[a [b] [c`, and look at an opener inside it. It stands where
 // the failed chain has a bracketed run, which ends at the next "]". The chain of this opener ends at that "]" as well,
 // unless an escape, as in `[b\]`, carries it past the "]"; then it would continue exactly as the chain that failed, so
 // the scan stops there. `failed_until_` remembers where the failed chain ended. Chains that fail therefore do not
-// overlap each other, nor do the short ones inside them. What follows a "](" is scanned once for that offset. At most
-// two destinations or titles that fail hold the same byte, because parentheses nest only once.
+// overlap each other, nor do the short ones inside them. What follows a "](" is scanned once for that offset, and few
+// such scans read the same byte. At most two of them read it in a bare destination, because parentheses nest only once.
+// At most one reads it in a destination in angle brackets, and at most one in a title of each kind, because each of
+// these ends at the next delimiter of its kind.
 class InlineLinkSearch {
  public:
   InlineLinkSearch() = default;

@@ -53,7 +53,7 @@ std::optional<LinkTarget> InlineTargets::next() {
       found = {LinkKind::kWiki, wiki_target(wiki_link_->page.in(text_), wiki_link_->anchor.in(text_), joined_), 0};
       wiki_link_ = wiki_links_.next();
     }
-    line_ += static_cast<std::int64_t>(text::count_feeds(text_.substr(counted_, begin - counted_)));
+    line_ += static_cast<std::int64_t>(text::count_newlines(text_.substr(counted_, begin - counted_)));
     counted_ = begin;
     found.line = line_;
     if (!found.target.empty()) return found;

@@ -19,7 +19,7 @@ enum class LinkKind : std::uint8_t { kDocument, kWiki };
 struct LinkTarget {
   LinkKind kind;
   std::string_view target;  // never empty; valid until the next target is asked for
-  std::int64_t line;        // on the scale of the first line's number that `start` was given
+  std::int64_t line;        // counted from the number of the first line, which `start` was given
 };
 
 // Returns the targets in the order in which the links start. Of two links that start at one offset, the inline link
@@ -44,11 +44,11 @@ class InlineTargets {
   std::int64_t line_ = 0;
 };
 
-// Whether a run needs to be searched at all: most runs have no link syntax.
+// Whether a run may hold a link. Most runs have no link syntax, and need not be searched.
 bool may_hold_link(std::string_view markdown) noexcept;
 
-// The text with every code span replaced by as many spaces as the span has characters, newlines included. The view is
-// the text itself when it has no code span; otherwise it points into `blanked`.
+// The text with each code span replaced by spaces, one for each character of the span. A newline in a span becomes a
+// space too. The view is the text itself when it has no code span; otherwise it points into `blanked`.
 std::string_view blank_code_spans(std::string_view text, std::string& blanked);
 
 }  // namespace markdown::links

@@ -40,8 +40,8 @@ class KeyReader {
 
 bool names_nothing(const LinkKey& key) noexcept { return key.name.empty() && !key.qualifier; }
 
-// The links among the first `count` targets, all remembered. Only a tree whose rows go backwards needs this. A second
-// scan for such a tree is the price for remembering just one line in all others.
+// Remembers the links among the first `count` targets, by a second scan. Only a tree whose rows go backwards needs
+// this. For every other tree, it is enough to remember the links of one line.
 SeenLinks remember_all(const blocks::NodeReader& nodes, PyObject* root, std::size_t count) {
   SeenLinks seen(SeenLinks::Lines::kAnyOrder);
   LinkScan scan(root);

@@ -1,4 +1,4 @@
-// Link extraction: the references of a document, each from the section it stands in.
+// Link extraction: the references of a document, each with the section that encloses it.
 //
 // Tested by tests/test_link_extraction.py.
 #pragma once

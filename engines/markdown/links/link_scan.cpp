@@ -18,7 +18,7 @@ std::optional<LinkTarget> LinkScan::next(const blocks::NodeReader& nodes) {
       text_ = std::move(text);
       run_.start(text_.view(), 0);
       if (auto target = run_.next()) {
-        first_line_ = nodes.row(node.get()) + 1;  // not read for the many runs whose links all lead to the web
+        first_line_ = nodes.row(node.get()) + 1;  // read only now, because in many runs all links lead to the web
         target->line += first_line_;
         return target;
       }

@@ -15,11 +15,11 @@ class LinkScan {
  public:
   explicit LinkScan(PyObject* root) : pending_(root) {}
 
-  // Nodes are read as the scan reaches them; lines are 1-based.
+  // The next target, or nothing at the end. A node is read when the scan reaches it. Lines are 1-based.
   std::optional<LinkTarget> next(const blocks::NodeReader& nodes);
 
   const blocks::PendingNodes& pending() const noexcept { return pending_; }
-  void clear() noexcept {  // nothing more comes
+  void clear() noexcept {  // ends the scan
     pending_.clear();
     run_ = InlineTargets();
   }
@@ -29,9 +29,9 @@ class LinkScan {
   std::optional<LinkTarget> read_definition(const blocks::NodeReader& nodes, PyObject* node);
 
   blocks::PendingNodes pending_;
-  blocks::NodeText text_;  // the current targets point into this
+  blocks::NodeText text_;  // of the current run or destination; targets point into it
   InlineTargets run_;
-  std::int64_t first_line_ = 0;  // of the run
+  std::int64_t first_line_ = 0;  // of the current run
 };
 
 }  // namespace markdown::links

@@ -1,4 +1,4 @@
-// Section lookup: the innermost section that holds a line.
+// Section lookup: the innermost section that encloses a line.
 //
 // Tested by tests/test_link_extraction.py.
 #pragma once
@@ -39,7 +39,7 @@ class SectionLookup {
   std::vector<Section> table_;
   Section next_;  // the section after the table once its start has been read; else without a record
   std::int64_t last_line_ = INT64_MIN;
-  std::vector<std::size_t> enclosing_;  // indexes of sections that enclosed the line at which they were read
+  std::vector<std::size_t> enclosing_;  // indexes of the sections that enclosed the line for which they were read
 };
 
 }  // namespace markdown::links

@@ -9,7 +9,7 @@ using python::Ref;
 
 constexpr std::size_t kFew = 8;
 
-// None of these bytes stands in UTF-8.
+// The bytes that separate the parts of a key. None of them occurs in UTF-8.
 constexpr char kQualifier = '\xFD';
 constexpr char kWiki = '\xFE';
 constexpr char kDocument = '\xFF';
@@ -21,7 +21,7 @@ std::size_t SeenLinks::KeyedHash::operator()(const std::string& key) const {
   return static_cast<std::size_t>(PyObject_Hash(bytes.get()));
 }
 
-// Keys are equal for equal links only, since each part is separated from the next.
+// Only equal links have equal keys, because no part of a key contains a separator.
 void SeenLinks::write_key(const LinkKey& key) {
   key_.clear();
   if (lines_ == Lines::kAnyOrder) key_.append(std::to_string(key.line));
@@ -34,7 +34,7 @@ void SeenLinks::write_key(const LinkKey& key) {
 
 void SeenLinks::forget() {
   few_.clear();
-  // Not cleared, which would visit as many buckets as the longest line needed.
+  // A new set: clearing the old one would visit every bucket that the longest line so far has needed.
   if (!others_.empty()) others_ = KeySet();
 }
 

@@ -1,4 +1,4 @@
-// The links already reported: a link written twice on one line is reported once.
+// The links that were reported already: a link that is written twice on one line is reported once.
 //
 // Tested by tests/test_link_extraction.py.
 #pragma once
@@ -23,8 +23,9 @@ struct LinkKey {
   std::int64_t line;
 };
 
-// Repeats share their line, so while lines do not go backwards, and those of a parsed document do not, only the links
-// of one line are remembered. Lines that do go backwards need every link remembered, from the first one on.
+// The set of links that were seen. Only a link on the same line can be a repeat. The lines of a parsed document never
+// go backwards, so the links of one line are all that is remembered: kForward. The lines of a host's own tree may go
+// backwards; then every link is remembered, from the first one on: kAnyOrder.
 class SeenLinks {
  public:
   enum class Lines { kForward, kAnyOrder };
@@ -32,12 +33,11 @@ class SeenLinks {
 
   bool goes_backwards(std::int64_t line) const noexcept { return lines_ == Lines::kForward && line < line_; }
 
-  // Whether the link is new; it is remembered from then on. The line must not go backwards unless any order is
-  // expected.
+  // Remembers the link and returns whether it is new. With kForward, its line must not be before that of the last link.
   bool add(const LinkKey& key);
 
  private:
-  // The interpreter's hash, which is keyed: the author of a document cannot foresee which keys collide.
+  // The interpreter's hash function has a secret key, so the author of a document cannot make keys collide.
   struct KeyedHash {
     std::size_t operator()(const std::string& key) const;
   };
@@ -48,10 +48,10 @@ class SeenLinks {
 
   Lines lines_;
   std::int64_t line_ = INT64_MIN;
-  std::string key_;  // of the link at hand
-  // The first few keys are compared one by one, which is cheaper than a hash: most lines have no more links.
+  std::string key_;  // of the link that is being added
+  // The first few keys of a line are compared one by one, which is cheaper than hashing. Most lines have no more links.
   std::vector<std::string> few_;
-  KeySet others_;
+  KeySet others_;  // all further keys
 };
 
 }  // namespace markdown::links

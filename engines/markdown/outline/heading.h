@@ -1,4 +1,4 @@
-// A heading of the outline, with what the section it heads takes from it.
+// A heading of the outline: what its section takes from it.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ struct Heading {
   std::string name;  // plain text, empty for a heading without text
   std::int64_t level = 1;
   text::Row first_row = 0;             // 0-based
-  std::optional<std::string> summary;  // plain text of the paragraph directly below, never empty
+  std::optional<std::string> summary;  // plain text of the paragraph directly below it, never empty
 };
 
 }  // namespace markdown::outline

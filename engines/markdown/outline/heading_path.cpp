@@ -33,8 +33,8 @@ std::string heading_path(std::span<const PathName> names) {
     append_joined(path, names);
     return path;
   }
-  // Each name makes the path longer, so the largest number of names that fits is found by adding from the last one. All
-  // of them do not fit, so this ends before the first.
+  // Names are added from the last one backwards while they fit. Not all of them fit, as the test above has shown, so
+  // the loop ends before it runs out of names.
   std::size_t start = names.size();
   std::size_t chars = kEllipsisChars;
   while (chars + kSeparatorChars + names[start - 1].chars <= kMaxPathLength) {

@@ -1,5 +1,6 @@
-// The heading path, a section's signature: the names of its enclosing sections, from the outermost, and its own name.
+// The heading path of a section, which is its signature. In "Install > Linux", the section "Linux" stands in "Install".
 //
+// A heading path has the names of the enclosing sections, from the outermost inwards, and then the section's own name.
 // Tested by tests/test_outline.py.
 #pragma once
 
@@ -19,12 +20,12 @@ struct PathName {
   std::size_t chars = 0;
 };
 
-// Whether a path of all the names is at most kMaxPathLength characters long. Needs at least one name. Stops counting at
-// the first name that is too much.
+// Whether the path of all the names is at most kMaxPathLength characters long. There must be at least one name. Takes
+// constant time, because counting stops at the first name that is too much.
 bool fits(std::span<const PathName> names) noexcept;
 
-// A path of at most kMaxPathLength characters. It keeps as many names as fit, counted from the last one; an ellipsis
-// stands for the names before them. A last name that does not fit is cut. Empty for no names.
+// The path of the names, at most kMaxPathLength characters long. When not all names fit, the last ones are kept, as
+// many as fit after an ellipsis. When the last name alone does not fit, it is cut. The path is empty for no names.
 std::string heading_path(std::span<const PathName> names);
 
 }  // namespace markdown::outline

@@ -11,7 +11,7 @@ using blocks::Kind;
 using inlines::PlainText;
 using python::Ref;
 
-// A character takes at most four bytes, so no text after these is ever read.
+// A character has at most four bytes, so no text after this many bytes can matter.
 constexpr std::size_t kMaxInlineBytes = 4 * inlines::kMaxInlineLength;
 
 struct HeadingParts {
@@ -19,7 +19,7 @@ struct HeadingParts {
   Ref content;  // the first child that holds the heading's text
 };
 
-// One pass over the children. Each is classified once, and the pass ends when both parts are found.
+// Reads both parts in one pass over the children, which ends when both are found.
 HeadingParts read_parts(const blocks::NodeReader& nodes, const Block& heading) {
   const Kind content_kind = heading.kind == Kind::kAtxHeading ? Kind::kInline : Kind::kParagraph;
   const Ref children = nodes.children(heading.node.get());

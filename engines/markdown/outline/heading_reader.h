@@ -1,4 +1,4 @@
-// Reading a heading block: its level, its name, its row, and the paragraph below it.
+// The heading reader: from a heading block to its level, its name, its row, and the paragraph below it.
 //
 // Tested by tests/test_outline.py.
 #pragma once
@@ -10,11 +10,12 @@
 
 namespace markdown::outline {
 
-// `node` is a heading block and `following` the block after it; a block without a node means that there is none.
+// `node` is a heading block. `following` is the block after it, or a block without a node when there is none.
 Heading read_heading(const blocks::NodeReader& nodes, inlines::PlainText& plain_text, const blocks::Block& node,
                      const blocks::Block& following);
 
-// The plain text of a paragraph block; nothing for any other block and for none.
+// The plain text of a paragraph block. Nothing when the text is empty, for any other block, and for a block without a
+// node.
 std::optional<std::string> read_summary(const blocks::NodeReader& nodes, inlines::PlainText& plain_text,
                                         const blocks::Block& block);
 

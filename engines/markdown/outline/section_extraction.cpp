@@ -19,18 +19,18 @@ using python::checked;
 using python::ModuleState;
 using python::Ref;
 
-// A heading block with the block behind it, as far as the outline may read that.
+// A heading block and the block after it, which is kept only if it is a paragraph.
 struct HeadingSite {
   Block heading;
   Block following;  // without a node unless it is a paragraph
 };
 
-// What the outline needs of a document's blocks. All are walked before any is read, but only these are held: a document
-// has many more blocks than headings.
+// The blocks that the outline needs. All blocks are walked before any is read, but only these are kept, because a
+// document has many more blocks than headings.
 struct DocumentBlocks {
   std::vector<HeadingSite> headings;
-  Block front_matter;        // the first block, if it is front matter
-  Block after_front_matter;  // the second one then, if it is a paragraph
+  Block front_matter;        // the first block of the document, if it is front matter
+  Block after_front_matter;  // the block after front matter, if it is a paragraph
 };
 
 Block if_paragraph(const Block& block) {
@@ -93,15 +93,15 @@ std::vector<Row> ends_of(std::span<const Heading> headings, PyObject* source) {
   }
 }
 
-// Nests the headings by level and makes a symbol of each that has a name.
+// Nests headings by level and makes a symbol of each heading that has a name.
 class SymbolBuilder {
  public:
   SymbolBuilder(const ModuleState& state, const SectionRequest& request)
       : state_(state), request_(request), symbols_(Ref::steal(PyList_New(0))) {}
 
   void add(const Heading& heading, Row end_row) {
-    while (!holders_.empty() && holders_.back().level >= heading.level) {
-      holders_.pop_back();
+    while (!open_sections_.empty() && open_sections_.back().level >= heading.level) {
+      open_sections_.pop_back();
       path_.pop_back();
     }
     if (heading.name.empty()) return;
@@ -109,7 +109,7 @@ class SymbolBuilder {
     Ref fqn = request_fqn(name.get());
     path_.push_back({heading.name, static_cast<std::size_t>(PyUnicode_GET_LENGTH(name.get()))});
     const Ref signature = make_signature(name.get());
-    holders_.push_back({heading.level, Ref::share(fqn.get()), Ref::share(signature.get())});
+    open_sections_.push_back({heading.level, Ref::share(fqn.get()), Ref::share(signature.get())});
     const Ref start_line = Ref::steal(PyLong_FromLongLong(heading.first_row + 1));
     const Ref end_line = Ref::steal(PyLong_FromLongLong(end_row + 1));
     const Ref docstring = cap(heading.summary);
@@ -122,14 +122,14 @@ class SymbolBuilder {
   Ref finish() { return std::move(symbols_); }
 
  private:
-  struct Holder {
+  struct OpenSection {
     std::int64_t level;
     Ref fqn;
     Ref signature;
   };
 
   Ref request_fqn(PyObject* name) const {
-    PyObject* parent = holders_.empty() ? request_.prefix : holders_.back().fqn.get();
+    PyObject* parent = open_sections_.empty() ? request_.prefix : open_sections_.back().fqn.get();
     const Ref asked = python::join(parent, ".", name);
     Ref fqn = Ref::steal(PyObject_CallOneArg(request_.unique_fqn, asked.get()));
     python::require_str(fqn.get(), "what unique_fqn returns");  // the FQNs of subsections are built on it
@@ -137,10 +137,11 @@ class SymbolBuilder {
     return fqn;
   }
 
-  // The heading path: the parent's and the name, as long as nothing has to go.
+  // The heading path. While all names fit, it is the parent's path, the separator and the name.
   Ref make_signature(PyObject* name) const {
     if (!fits(path_)) return python::to_str(heading_path(path_));
-    return holders_.empty() ? Ref::share(name) : python::join(holders_.back().signature.get(), kPathSeparator, name);
+    return open_sections_.empty() ? Ref::share(name)
+                                  : python::join(open_sections_.back().signature.get(), kPathSeparator, name);
   }
 
   Ref cap(const std::optional<std::string>& summary) const {
@@ -151,8 +152,9 @@ class SymbolBuilder {
   const ModuleState& state_;
   const SectionRequest& request_;
   Ref symbols_;
-  std::vector<Holder> holders_;  // the sections that are open, levels strictly increasing
-  std::vector<PathName> path_;   // their names
+  std::vector<OpenSection>
+      open_sections_;           // those that enclose the next heading so far; their levels increase strictly
+  std::vector<PathName> path_;  // their names
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Rows of a document's text: which of them hold text.
+// The rows of a document's text, and which of them hold text.
 //
 // Tested by tests/test_outline.py.
 #pragma once
@@ -19,21 +19,22 @@ namespace markdown::outline {
 
 using text::Row;
 
-// Stands above the first row, and so above every floor.
+// A row above the first row and above every floor: there is no row.
 inline constexpr Row kNoRow = std::numeric_limits<Row>::min();
 
-// The rule, over any text that has these members. A place is the end of a row, which it knows as `row`.
+// Answers `last_text_row` over any kind of text. A `Text` has these members; a `Place` is the end of a row, and has
+// that row's number as `row`.
 //
 //   Row count()                     The number of rows.
-//   Place end_of(Row row)           The end of `row`, which is not negative, or of the last row when there are fewer.
-//   bool skip_blank_row(Place& at)  Whether the row holds no text. Then `at` moves to the end of the row above, and
-//                                   above the first row to kNoRow.
+//   Place end_of(Row row)           The end of `row`, which is not negative; of the last row when there are fewer rows.
+//   bool skip_blank_row(Place& at)  Whether the row of `at` is blank. If so, moves `at` to the end of the row above.
+//                                   Above the first row is kNoRow.
 //   void for_each_row(visit)        Calls `visit(bool holds_text)` for each row in order.
 //
-// Linear: a document asks for rows that do not decrease, so a text finds their places by moving over its rows once. Of
-// each question it is remembered which rows were found blank. A later question that reaches these rows goes on above
-// them, so no row is read twice, however many sections end at one blank stretch. Once a row does decrease, which no
-// parsed document does, a table of all rows is made in one pass.
+// Linear: the rows that a document asks for never decrease. So a text finds their places by moving over its rows once.
+// After each call, the rows that were found blank are remembered. A later call that reaches these rows goes on above
+// them, so no row is read twice, even when many sections end at the same blank rows. A row that does decrease comes
+// from a host's own tree; then one pass makes a table of all rows.
 template <class Text>
 class TextRows {
  public:
@@ -41,8 +42,8 @@ class TextRows {
 
   Row count() { return text_.count(); }
 
-  // The last row at or above `row` that holds text, but not above `floor`; `row` itself when it is not below `floor`.
-  // Rows outside the text hold none.
+  // The last row that holds text, from `row` upwards; `floor` when there is none below `floor`. When `row` is not below
+  // `floor`, the answer is `row`. Rows outside the text hold no text.
   Row last_text_row(Row floor, Row row) {
     if (row <= floor) return row;
     if (row < 0) return floor;
@@ -79,15 +80,16 @@ class TextRows {
   }
 
   Text text_;
-  // The last question and where its answer was found: the rows after `found_` up to `asked_` hold no text.
+  // The row of the last call, and where its search ended. The rows after `found_`, up to `asked_`, hold no text.
   Row asked_ = 0;
   typename Text::Place found_{};
-  bool found_holds_text_ = false;  // false also when the floor ended the search there
-  std::vector<Row> table_;         // for each row the last one at or above it that holds text; empty while not needed
+  bool found_holds_text_ = false;  // false also when the search ended there because of the floor
+  std::vector<Row> table_;         // for each row, the last row with text at or above it; empty until it is needed
 };
 
-// The text of a document as the code points of the host's string. It is read where it stands and never split: it may be
-// megabytes. `Unit` is what the string stores a code point in: one, two or four bytes.
+// The text of a document: the code points of the host's string, read in place. The string is neither copied nor split,
+// because it may be megabytes long. `Unit` is the integer in which the string stores a code point: one, two or four
+// bytes.
 template <class Unit>
 class SourceText {
  public:
@@ -98,28 +100,27 @@ class SourceText {
     std::size_t offset;
   };
 
-  // Counts from the last row that was asked for on.
+  // Counts the rows once, starting from the last row that `end_of` has found.
   Row count() noexcept {
-    if (count_ == 0) count_ = cursor_row_ + count_feeds(units_.subspan(cursor_)) + 1;
+    if (count_ == 0) count_ = cursor_row_ + count_newlines(units_.subspan(cursor_)) + 1;
     return count_;
   }
 
   Place end_of(Row row) noexcept {
     if (count_ != 0 && row >= count_ - 1) return {count_ - 1, units_.size()};
-    // Whole blocks are counted at a time, which is much faster than finding each newline.
+    // Counting the newlines of a whole block is much faster than finding each newline.
     for (const std::size_t block : {std::size_t{512}, std::size_t{64}}) {
       for (; cursor_ + block <= units_.size(); cursor_ += block) {
-        const Row feeds = count_feeds(units_.subspan(cursor_, block));
-        if (cursor_row_ + feeds > row) break;
-        cursor_row_ += feeds;
+        const Row newlines = count_newlines(units_.subspan(cursor_, block));
+        if (cursor_row_ + newlines > row) break;
+        cursor_row_ += newlines;
       }
     }
-    // The cursor need not stand at the start of a row: it counts the newlines before it.
-    Row feeds = cursor_row_;
+    Row newlines = cursor_row_;
     for (std::size_t at = cursor_; at < units_.size(); ++at) {
-      if (units_[at] == Unit{'\n'} && feeds++ == row) return {row, at};
+      if (units_[at] == Unit{'\n'} && newlines++ == row) return {row, at};
     }
-    return {feeds, units_.size()};
+    return {newlines, units_.size()};
   }
 
   bool skip_blank_row(Place& at) const noexcept {
@@ -142,12 +143,14 @@ class SourceText {
   }
 
  private:
-  static Row count_feeds(std::span<const Unit> units) noexcept { return static_cast<Row>(text::count_feeds(units)); }
+  static Row count_newlines(std::span<const Unit> units) noexcept {
+    return static_cast<Row>(text::count_newlines(units));
+  }
 
   std::span<const Unit> units_;
-  Row count_ = 0;  // 0 while it is not known
-  std::size_t cursor_ = 0;
-  Row cursor_row_ = 0;
+  Row count_ = 0;           // 0 while it is not known
+  std::size_t cursor_ = 0;  // an offset, which need not be the start of a row
+  Row cursor_row_ = 0;      // the number of newlines before the cursor
 };
 
 }  // namespace markdown::outline

@@ -1,4 +1,5 @@
-// The title section: what front matter says of a document, applied to its headings.
+// The title section: how front matter changes the headings of a document. A document with `title: Guide` and no H1 gets
+// a first heading "Guide".
 //
 // Tested by tests/test_frontmatter.py.
 #pragma once
@@ -11,12 +12,13 @@
 
 namespace markdown::outline {
 
-// A document's first H1 names it and takes the description as its summary. Where there is none, the front matter's
-// title heads a section of its own, from the first row of the file on. That section's summary is the description, or
-// else what `read_summary()` gives for the block after the front matter.
+// With an H1, the document has a name already: the title is not used, and the description becomes the summary of the
+// first H1. Without an H1, the title becomes a heading of level 1 at the first row of the file. The summary of that
+// heading is the description, or without a description what `read_summary()` returns: the summary of the block after
+// the front matter.
 //
-// `headings` may be of any kind. Of it are used: `size()`; `level(i)`; `describe(i, summary)`, which changes a heading;
-// `put_first(heading)`.
+// `Headings` is any list with these members: `size()`, `level(i)`, `describe(i, summary)`, which sets the summary of a
+// heading, and `put_first(heading)`.
 template <class Headings, class ReadSummary>
 void apply_front_matter(Headings& headings, frontmatter::FrontMatter front, ReadSummary&& read_summary) {
   auto& title = front[frontmatter::kTitle];

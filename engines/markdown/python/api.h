@@ -63,11 +63,11 @@ inline void require_ordinary_error() {
 }
 
 // Makes the C++ runtime's record of this thread's exceptions. The runtime makes it when a thread throws for the first
-// time, and ends the process when there is no memory left for it. Returns false when so little memory is left that the
-// record had better not be tried for.
+// time, and ends the process when there is no memory left for it. Returns false, without trying, when less than 4 KiB
+// of memory is left.
 inline bool make_exception_record() noexcept {
-  constexpr std::size_t kMuchMoreThanItNeeds = 4096;
-  void* const probe = PyMem_RawMalloc(kMuchMoreThanItNeeds);
+  constexpr std::size_t kMuchMoreThanTheRecordNeeds = 4096;
+  void* const probe = PyMem_RawMalloc(kMuchMoreThanTheRecordNeeds);
   PyMem_RawFree(probe);
   if (probe) static_cast<void>(std::current_exception());
   return probe != nullptr;

@@ -3,8 +3,8 @@
 namespace markdown::python {
 namespace {
 
-// What a name means in a type: looks it up in the dict of each type of the method resolution order and returns the
-// first value found, without binding it. Returns nothing when no type has the name.
+// Looks a name up in a type: in the dict of each type of its method resolution order. Returns the first value found,
+// without binding it, or nothing when no type has the name.
 Ref find_in_type(PyTypeObject* type, PyObject* name) {
   // Owned, because comparing names may run code of the host that gives the type other bases.
   const Ref order = Ref::share(type->tp_mro);

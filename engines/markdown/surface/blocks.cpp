@@ -40,8 +40,8 @@ The blocks of a document, in document order.
 
 root: a block-tree node, normally the document's root.
 
-Returns an iterator over the outermost nodes below root that are no `document`, `section`
-or `ERROR` node; root itself when it is none of these. Nodes are read as it is advanced.)";
+Returns an iterator over the outermost nodes that are no `document`, `section` or `ERROR`
+node: those below root, or root itself. Nodes are read as the iterator is advanced.)";
 
 PyObject* block_after(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<2> kParameters = {"_block_after", {"blocks", "index"}};
@@ -62,7 +62,7 @@ The block after a position of the walk.
 blocks: a sequence of nodes.
 index: the 0-based position of one of them.
 
-Returns the element at index + 1, or None when that is not below the length.)";
+Returns the element at index + 1, or None after the last one.)";
 
 PyObject* text(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<1> kParameters = {"_text", {"node"}};

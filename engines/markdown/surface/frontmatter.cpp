@@ -47,9 +47,9 @@ A front matter block as a _FrontMatter.
 node: a `minus_metadata` node, read as YAML; one of any other type is read as TOML.
 prefix: the file's FQN prefix, for log records only.
 
-Returns a new _FrontMatter: each field as one-line plain text, None where the front matter
-does not give it as text or cannot be read. A lone surrogate from an escape
-of a TOML string stays in the text as it is.)";
+Returns a new _FrontMatter: each field as plain text on one line. A field is None when it is
+missing, when it is no text or number, and when the front matter cannot be read. A lone
+surrogate from an escape in a TOML string is kept.)";
 
 PyObject* field(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<2> kParameters = {"_field", {"fields", "key"}};
@@ -69,7 +69,7 @@ A field of front matter as plain text.
 fields: a mapping from key to value.
 key: a str.
 
-Returns a str, or None when the field is absent, empty, or no str, int or float.)";
+Returns a str, or None when the field is missing, empty, or no str, int or float.)";
 
 Ref to_dict(const frontmatter::Fields<Ref>& values) {
   Ref fields = Ref::steal(PyDict_New());
@@ -105,8 +105,8 @@ The fields of YAML front matter, as yaml.safe_load reads them.
 body: a str, the lines between the delimiters.
 prefix: the file's FQN prefix, for log records only.
 
-Returns a new dict: each field's key with its value or None, or nothing at all when the body
-is no mapping or cannot be read; the latter makes a debug record.)";
+Returns a new dict with the value of each field, None for a field that is missing. The dict is
+empty when the body is no mapping, and when it cannot be read, which makes a debug record.)";
 
 PyObject* toml_fields(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<1> kParameters = {"_toml_fields", {"body"}};
@@ -129,7 +129,7 @@ The fields of TOML front matter: strings on one line in its top table.
 
 body: a str, the lines between the delimiters.
 
-Returns a new dict with those fields that a line gives, as str.)";
+Returns a new dict with the fields that are there, as str.)";
 
 PyObject* toml_string(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<1> kParameters = {"_toml_string", {"literal"}};
@@ -147,10 +147,10 @@ The value of a TOML string literal.
 
 literal: a str, a basic or literal string with its quotes.
 
-Returns a str: JSON's escapes of a basic string decoded, or what stands between the quotes
-when one does not decode. An escape of a lone surrogate gives that surrogate.)";
+Returns a str: the text between the quotes. In a basic string JSON's escapes are decoded; when
+one does not decode, none is. An escape of a lone surrogate gives that surrogate.)";
 
-// A list of _Heading. One that gains a heading becomes a new list.
+// A list of _Heading, as apply_front_matter uses it. Putting a heading first makes a new list.
 struct RecordList {
   const ModuleState& state;
   Ref records;
@@ -195,14 +195,15 @@ PyObject* with_front_matter(PyObject* module, PyObject* const* args, Py_ssize_t 
 constexpr char kWithFrontMatter[] = R"(_with_front_matter($module, /, headings, front, following)
 --
 
-The headings of a document with what its front matter says applied.
+The headings of a document, with its front matter applied.
 
 headings: a list of _Heading in document order.
 front: the document's _FrontMatter.
 following: the block after the front matter, or None.
 
-Returns headings itself, its first H1 replaced in place by one with the description as its
-summary when there are both; or, without an H1, a new list that begins with a title section.)";
+Returns a new list that begins with the title as a heading, when there is a title and no H1.
+Otherwise returns headings itself; when there are a description and an H1, the first H1 is
+replaced in place by one with the description as its summary.)";
 
 }  // namespace
 

@@ -1,9 +1,11 @@
 // The module's functions as Python calls them. Each array ends with an empty entry.
 //
-// Only two of them are for hosts. The others, whose names begin with an underscore, make each rule of the engine
-// callable by itself. That is how the tests compare one rule with its pattern on millions of short texts, how a report
-// about one heading or one link is narrowed down without a document, and how the fuzzers find out which rule is at
-// fault. A document on its way through the two public functions passes none of these wrappers.
+// `extract_sections` and `extract_links` are for hosts. The other 22 functions make each rule of the engine callable by
+// itself. That is how the tests compare one rule with its pattern on millions of short texts, and how a report about
+// one heading or one link is narrowed down without a document. Their names begin with an underscore; only `unquote` is
+// named after the function of the standard library that it equals.
+//
+// The two public functions use none of these wrappers: they call the rules directly.
 #pragma once
 
 #include "python/api.h"

@@ -25,8 +25,8 @@ The text that a reader sees of inline Markdown, on one line.
 
 markdown: a str, of which the first MAX_INLINE_LENGTH characters are read.
 
-Returns a str without markup: code spans keep their content, links and images their
-text, and every run of white space is one space, none at either end.)";
+Returns a str without markup: code spans keep their content, links and images keep their
+text. Each run of white space becomes one space, and none is left at either end.)";
 
 PyObject* unmarked(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<1> kParameters = {"_unmarked", {"text"}};

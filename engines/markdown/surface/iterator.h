@@ -1,4 +1,4 @@
-// Python iterators over C++ sources of items, which are read one at a time.
+// Python iterators over C++ sources of items. An item is read when the iterator is asked for it.
 #pragma once
 
 #include "python/state.h"
@@ -8,8 +8,8 @@
 
 namespace markdown::surface {
 
-// `Source` has `Ref next(const ModuleState&)`, which returns an empty Ref at the end, and for the references that it
-// owns `int traverse(visitproc, void*) const` and `void clear() noexcept`.
+// `Source` has `Ref next(const ModuleState&)`, which returns an empty Ref at the end. For the references that it owns,
+// it has `int traverse(visitproc, void*) const` and `void clear() noexcept`.
 template <class Source>
 class Iterator {
  public:
@@ -45,7 +45,7 @@ class Iterator {
 
   static PyObject* next(PyObject* self) {
     Object* object = object_of(self);
-    // Reading a node may run code that asks this same iterator for its next item, and may let another thread do so.
+    // Reading a node may run Python code. That code, or another thread meanwhile, may ask this iterator for an item.
     if (object->running) {
       PyErr_SetString(PyExc_ValueError, "iterator already executing");
       return nullptr;

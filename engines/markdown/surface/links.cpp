@@ -45,8 +45,8 @@ class InlineTargetSource {
   InlineTargetSource(PyObject* markdown, blocks::Row first_line)
       : markdown_(Ref::steal(PyUnicode_FromObject(markdown))), first_line_(first_line) {}
   Ref next(const ModuleState& state) {
-    // The run points into buffers of this object, so it starts when the first item is asked for: until then the object
-    // may still be moved.
+    // The search points into buffers of this object. The object may be moved until the iterator has it, so the search
+    // starts with the first item.
     if (markdown_) {
       text_.emplace(markdown_.get());
       if (links::may_hold_link(text_->view())) targets_.start(text_->view(), first_line_);
@@ -54,7 +54,7 @@ class InlineTargetSource {
     }
     return to_tuple(state, targets_.next());
   }
-  int traverse(visitproc, void*) const noexcept { return 0; }  // an exact str is in no cycle
+  int traverse(visitproc, void*) const noexcept { return 0; }  // an exact str is part of no cycle
   void clear() noexcept {
     markdown_ = Ref();
     targets_ = links::InlineTargets();
@@ -104,7 +104,7 @@ The link targets of one run of inline Markdown, in the order in which the links 
 markdown: a str, the run.
 first_line: the number of its first line.
 
-Returns an iterator over triples as _link_targets does. The newlines in code spans are not
+Returns an iterator over triples, as _link_targets does. Newlines in code spans are not
 counted.)";
 
 PyObject* destination(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
@@ -152,8 +152,8 @@ The target of a wiki link.
 match: a match of _WIKI_LINK, or any object whose group(1) is the page, a str, and whose
     group(2) is the anchor, a str or None.
 
-Returns the page, the page and the anchor with "#" between them, or None when there is
-neither.)";
+Returns the page, or the page, "#" and the anchor when there is one; None when both are
+empty.)";
 
 PyObject* unquote(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<1> kParameters = {"unquote", {"text"}};
@@ -172,7 +172,7 @@ A text with its percent sequences decoded as UTF-8.
 
 text: a str.
 
-Returns a str, as urllib.parse.unquote does: U+FFFD for what is ill-formed, "+" stays.)";
+Returns the str that urllib.parse.unquote returns: U+FFFD for ill-formed bytes; "+" stays.)";
 
 PyObject* section_at(PyObject* module, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<2> kParameters = {"_section_at", {"sections", "line"}};

@@ -67,7 +67,7 @@ block: a block-tree node, or None.
 
 Returns a str, or None for no block, any other block, and a paragraph without text.)";
 
-// A text as the lines that a host split it into: a sequence of str.
+// A text that the caller has split into lines: a sequence of str. It has the members that TextRows needs.
 class LineSequence {
  public:
   explicit LineSequence(PyObject* lines) : lines_(lines), count_(checked(PySequence_Size(lines))) {}
@@ -110,9 +110,9 @@ PyObject* section_ends(PyObject* module, PyObject* const* args, Py_ssize_t nargs
   static constexpr Parameters<2> kParameters = {"_section_ends", {"headings", "lines"}};
   return python::guarded([&] {
     const auto [headings, lines] = kParameters.bind(args, nargs, keywords);
-    const std::vector<outline::Heading> places = read_places(state_of(module), headings);
+    const std::vector<HeadingPlace> places = read_heading_places(state_of(module), headings);
     outline::TextRows rows{LineSequence(lines)};
-    const std::vector<Row> ends = outline::section_ends(std::span<const outline::Heading>(places), rows);
+    const std::vector<Row> ends = outline::section_ends(std::span<const HeadingPlace>(places), rows);
     Ref list = Ref::steal(PyList_New(0));
     for (const Row end : ends) {
       checked(PyList_Append(list.get(), Ref::steal(PyLong_FromLongLong(end)).get()));
@@ -124,12 +124,12 @@ PyObject* section_ends(PyObject* module, PyObject* const* args, Py_ssize_t nargs
 constexpr char kSectionEnds[] = R"(_section_ends($module, /, headings, lines)
 --
 
-The last row of text of every heading's section.
+The last row of text of each heading's section.
 
-headings: a sequence of _Heading in document order, of which level and row are read.
-lines: the document's text split at line feeds, a sequence of str.
+headings: a sequence of _Heading in document order; only level and first_row are read.
+lines: the document's text split at newlines, a sequence of str.
 
-Returns a new list of int, one 0-based row per heading, both in the same order.)";
+Returns a new list of int: one 0-based row for each heading, in the same order.)";
 
 PyObject* last_text_row(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<3> kParameters = {"_last_text_row", {"lines", "floor", "row"}};
@@ -145,12 +145,12 @@ PyObject* last_text_row(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyOb
 constexpr char kLastTextRow[] = R"(_last_text_row($module, /, lines, floor, row)
 --
 
-The last row at or above a row that holds text, but not above a floor.
+The last row that holds text, searched from a row upwards to a floor.
 
-lines: the document's text split at line feeds, a sequence of str.
+lines: the document's text split at newlines, a sequence of str.
 floor, row: 0-based rows. Rows outside the lines hold no text.
 
-Returns an int; row itself when it is not below floor.)";
+Returns an int: floor when no row below it holds text; row itself when it is not below floor.)";
 
 PyObject* heading_path(PyObject*, PyObject* const* args, Py_ssize_t nargs, PyObject* keywords) {
   static constexpr Parameters<1> kParameters = {"_heading_path", {"names"}};
@@ -176,8 +176,8 @@ The heading path of a section, its signature.
 
 names: a sequence of str, from the outermost section's name to the section's own.
 
-Returns a str of at most MAX_PATH_LENGTH characters: as many names as fit, counted from
-the last, behind an ellipsis for those left out; '' for no names.)";
+Returns a str of at most MAX_PATH_LENGTH characters, '' for no names. When not all names
+fit, the last ones are kept after an ellipsis; when the last one does not fit, it is cut.)";
 
 }  // namespace
 

@@ -26,19 +26,19 @@ constexpr char kExtractSections[] =
 The sections of a Markdown document, in document order.
 
 One `section` symbol per heading with a name, from the heading's first line to the
-last line of text before the next heading of its level or a higher one. Front matter
-at the top describes the first H1, or names a section of its own where there is none.
+last line of text before the next heading of its level or a higher one. The description
+of front matter becomes the docstring of the first H1. Without an H1, the title of front
+matter becomes a section of its own.
 
 root: the root node of the document's block tree (tree-sitter-markdown's block
     grammar); read through `type`, `children`, `start_point` and `text` only.
 source: the str that the tree was parsed from, with LF line endings.
 prefix: the str that the FQN of every top-level section starts with.
 file_id: the id that every symbol carries, passed on as it is.
-unique_fqn: called once per section, in document order, with the FQN that the
-    section's place gives it; returns the str that the section keeps and that its
-    subsections' FQNs are built on.
-cap_docstring: called with a section's summary, after unique_fqn for that section and
-    only when there is one; returns the docstring, which is stored as it is.
+unique_fqn: called once per section, in document order, with the FQN of the enclosing
+    section (or prefix), a dot and the name. It returns a str, the section's FQN.
+cap_docstring: called with a section's summary if it has one, after unique_fqn for that
+    section. It returns the docstring, which is stored as it is.
 
 Returns a new list of quarnel.models.Symbol; lines are numbered from 1, both ends
 inclusive. Lone surrogates in names and FQNs pass through.
@@ -69,7 +69,7 @@ sections: the sequence of symbols that extract_sections returned for the documen
 Returns a new list of quarnel.engines.references.ReferenceInfo: the path as written,
 percent-decoded and without its query ('' for a link within the document), the line
 numbered from 1, the kind, the anchor or None, and the FQN of the innermost section that
-holds the line or None.
+encloses the line, or None.
 Raises TypeError for objects of a wrong shape, OverflowError for rows beyond 2**62, and
 whatever a node, a section record or the record type raises; nothing partial is returned.)";
 

@@ -28,16 +28,14 @@ Ref with_summary(const ModuleState& state, PyObject* heading, PyObject* summary)
   return Ref::steal(PyObject_Vectorcall(state.heading_type, values, 4, nullptr));
 }
 
-std::vector<outline::Heading> read_places(const ModuleState& state, PyObject* headings) {
-  std::vector<outline::Heading> places;
+std::vector<HeadingPlace> read_heading_places(const ModuleState& state, PyObject* headings) {
+  std::vector<HeadingPlace> places;
   python::for_each_item(headings, [&](const Ref& heading) {
     const auto number = [&](PyObject* name) {
       return blocks::to_row(Ref::steal(PyObject_GetAttr(heading.get(), name)).get());
     };
-    outline::Heading place;
-    place.level = number(state.names.level);
-    place.first_row = number(state.names.first_row);
-    places.push_back(std::move(place));
+    const std::int64_t level = number(state.names.level);
+    places.push_back({level, number(state.names.first_row)});
   });
   return places;
 }

@@ -12,8 +12,9 @@
 
 namespace markdown::text {
 
-// The number of units for which the predicate is true. The count of a block is kept in an integer as wide as a unit,
-// and a block is so short that this cannot overflow. The compiler then counts many units with each instruction.
+// The number of units for which the predicate is true. Units are counted block by block, in an integer as wide as a
+// unit. So the compiler can count many units with each instruction. A block is so short that the integer cannot
+// overflow.
 template <class Unit, class Predicate>
 std::size_t count_units(std::span<const Unit> units, Predicate is_counted) noexcept {
   using Count = std::make_unsigned_t<Unit>;
@@ -30,12 +31,12 @@ std::size_t count_units(std::span<const Unit> units, Predicate is_counted) noexc
 }
 
 template <class Unit>
-std::size_t count_feeds(std::span<const Unit> units) noexcept {
+std::size_t count_newlines(std::span<const Unit> units) noexcept {
   return count_units(units, [](Unit unit) { return unit == Unit{'\n'}; });
 }
 
-inline std::size_t count_feeds(std::string_view text) noexcept {
-  return count_feeds(std::span(text.data(), text.size()));
+inline std::size_t count_newlines(std::string_view text) noexcept {
+  return count_newlines(std::span(text.data(), text.size()));
 }
 
 }  // namespace markdown::text

@@ -10,7 +10,7 @@ REF_WIKI_LINK = "wiki_link"
 
 @dataclass(frozen=True, slots=True)
 class ReferenceInfo:
-    """A reference as written; `line` counts from 1, `qualifier` is the anchor without its "#"."""
+    """A reference as it is written. `line` counts from 1. `qualifier` is the anchor without its "#"."""
 
     name: str
     line: int

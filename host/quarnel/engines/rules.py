@@ -11,7 +11,7 @@ class FqnNumbering:
 
     def __init__(self) -> None:
         self._given: set[str] = set()
-        # Where the search for a free number goes on, so that n repeats cost n steps, not n * n.
+        # For each FQN, the last number that was given: the search goes on from there, so n repeats take n steps.
         self._numbers: dict[str, int] = {}
 
     def __call__(self, fqn: str) -> str:
@@ -28,7 +28,7 @@ class FqnNumbering:
 
 
 def cap_docstring(text: str) -> str:
-    """Return `text`, cut to MAX_DOCSTRING_LENGTH characters, the last of them "..." when it was cut."""
+    """Return `text`. When it is longer than MAX_DOCSTRING_LENGTH, cut it to that length, with "..." at the end."""
     if len(text) <= MAX_DOCSTRING_LENGTH:
         return text
     return text[: MAX_DOCSTRING_LENGTH - len(_CUT)] + _CUT
