@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "python/text.h"
@@ -37,14 +38,19 @@ std::size_t depth_bound(std::string_view body) noexcept {
 
 constexpr char kTooDeep[] = "nested too deep to read";
 constexpr char kTooMany[] = "merge keys copy too many entries";
-constexpr char kCycle[] = "keys that merge or stand for themselves";
+constexpr char kCycle[] = "keys that stand for themselves";
+
+enum class Key { kOrdinary, kMerge, kValue };
 
 struct Node {
-  std::size_t height = 0;       // the levels of collections in it
-  std::size_t entries = 1;      // that merging it copies
-  bool is_special_key = false;  // a merge key or a value key, where it stands as a key
-  bool is_open = false;         // it has not ended yet, or is a sequence with an item that had not
+  std::size_t height = 0;    // the levels of collections in it
+  std::size_t entries = 1;   // that merging it copies
+  Key key = Key::kOrdinary;  // what it is where it stands as a key
+  bool is_open = false;      // it has not ended yet, or is a sequence with an item that had not
 };
+
+// How many entries an open node will have is not known yet. With this many it can be merged four times.
+constexpr std::size_t kEntriesOfOpen = kMaxMergedEntries / 4;
 
 // The nodes of a body so far, from the parser's events. An alias names a node that began before it, so one pass serves.
 //
@@ -57,12 +63,18 @@ struct Node {
 //     c: &c {<<: [*b, *b]}
 //
 // Here b has 2 entries and c has 4, and the loader copies 6. A chain is never longer than the height of its last node.
-// So the limits are on height and on copied entries; a special key that leads to an open node is refused at once.
+// So the limits are on height and on copied entries.
+//
+// The loader drops a merge key before it follows it, so a merge key that leads to an open node makes no endless chain.
+// But a chain may then begin again at the open node, and its entries may be copied again: few such keys are allowed, and
+// each takes its share of the height. The loader follows a value key only in a mapping that has the tag of a scalar. A
+// chain that goes through an open node is endless there.
 class Nodes {
  public:
-  void open(std::string anchor, bool is_mapping, bool is_special_key) {
-    if (!anchor.empty()) anchors_[anchor].is_open = true;
-    levels_.push_back({{1, 0, is_special_key, false}, std::move(anchor), is_mapping});
+  void open(std::string anchor, bool is_mapping, Key key, bool has_tag) {
+    if (!anchor.empty()) anchors_[anchor] = {0, kEntriesOfOpen, Key::kOrdinary, true};
+    levels_.push_back({{1, 0, key, false}, std::move(anchor), is_mapping});
+    has_tagged_mapping_ |= is_mapping && has_tag;
     if (levels_.size() > kMaxYamlDepth) reason_ = kTooDeep;
   }
   void close() {
@@ -76,7 +88,7 @@ class Nodes {
   // A node that is complete, to the innermost open collection.
   void add(const Node& node, const std::string& anchor) {
     if (!anchor.empty()) anchors_[anchor] = node;
-    if (node.height > kMaxYamlDepth) reason_ = kTooDeep;
+    if (node.height > kMaxYamlDepth / (1 + open_merges_)) reason_ = kTooDeep;
     if (levels_.empty()) return;
     Level& level = levels_.back();
     level.node.height = std::max(level.node.height, node.height + 1);
@@ -84,19 +96,20 @@ class Nodes {
       level.node.entries = std::min(level.node.entries + node.entries, kMaxMergedEntries + 1);
       level.node.is_open |= node.is_open;
     } else if (!level.has_key) {
-      level.key_is_special = node.is_special_key;
-    } else if (level.key_is_special) {
-      if (node.is_open) reason_ = kCycle;
+      level.key = node.key;
+    } else if (level.key == Key::kMerge) {
+      if (node.is_open) ++open_merges_;
       level.node.entries += node.entries;
       copied_entries_ += node.entries;
       if (copied_entries_ > kMaxMergedEntries) reason_ = kTooMany;
     } else {
+      value_is_open_ |= level.key == Key::kValue && node.is_open;
       ++level.node.entries;
     }
     level.has_key = level.is_mapping && !level.has_key;
   }
 
-  const char* refusal_reason() const noexcept { return reason_; }
+  const char* refusal_reason() const noexcept { return value_is_open_ && has_tagged_mapping_ ? kCycle : reason_; }
 
  private:
   struct Level {
@@ -104,23 +117,27 @@ class Nodes {
     std::string anchor;
     bool is_mapping;
     bool has_key = false;  // whose value comes next
-    bool key_is_special = false;
+    Key key = Key::kOrdinary;
   };
 
   std::vector<Level> levels_;
   std::map<std::string, Node> anchors_;
   std::size_t copied_entries_ = 0;
+  std::size_t open_merges_ = 0;
+  bool value_is_open_ = false;
+  bool has_tagged_mapping_ = false;
   const char* reason_ = nullptr;
 };
 
-bool is_special_key(PyObject* event, bool is_scalar) {
-  const std::string tag = text_of(event, "tag");
-  if (tag == "tag:yaml.org,2002:merge" || tag == "tag:yaml.org,2002:value") return true;
-  if (!is_scalar) return false;
+Key key_of(PyObject* event, std::string_view tag, bool is_scalar) {
+  if (tag == "tag:yaml.org,2002:merge") return Key::kMerge;
+  if (tag == "tag:yaml.org,2002:value") return Key::kValue;
+  if (!is_scalar) return Key::kOrdinary;
   const std::string text = text_of(event, "value");
-  if (text != "<<" && text != "=") return false;
+  if (text != "<<" && text != "=") return Key::kOrdinary;
   const Ref is_plain = Ref::steal(PySequence_GetItem(attribute(event, "implicit").get(), 0));
-  return python::checked(PyObject_IsTrue(is_plain.get())) == 1;
+  if (python::checked(PyObject_IsTrue(is_plain.get())) == 0) return Key::kOrdinary;
+  return text == "<<" ? Key::kMerge : Key::kValue;
 }
 
 void add_event(Nodes& nodes, PyObject* event) {
@@ -128,9 +145,10 @@ void add_event(Nodes& nodes, PyObject* event) {
   if (type == "AliasEvent") {
     nodes.alias(text_of(event, "anchor"));
   } else if (type == "ScalarEvent") {
-    nodes.add({0, 1, is_special_key(event, true), false}, text_of(event, "anchor"));
+    nodes.add({0, 1, key_of(event, text_of(event, "tag"), true), false}, text_of(event, "anchor"));
   } else if (type == "MappingStartEvent" || type == "SequenceStartEvent") {
-    nodes.open(text_of(event, "anchor"), type == "MappingStartEvent", is_special_key(event, false));
+    const std::string tag = text_of(event, "tag");
+    nodes.open(text_of(event, "anchor"), type == "MappingStartEvent", key_of(event, tag, false), !tag.empty());
   } else if (type == "MappingEndEvent" || type == "SequenceEndEvent") {
     nodes.close();
   }

@@ -10,8 +10,8 @@
 
 namespace markdown::frontmatter {
 
-// Front matter nests a few levels. The loader takes some three calls of the interpreter for each, so this many fit any
-// stack that a thread which runs Python can have.
+// Front matter nests a few levels. The loader takes some three calls of the interpreter for each, so this many fit a
+// stack of 64 KiB.
 inline constexpr std::size_t kMaxYamlDepth = 48;
 
 // Merge keys multiply what a few aliases name. No body that people write merges more entries than it may have
