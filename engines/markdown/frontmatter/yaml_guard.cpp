@@ -72,7 +72,7 @@ constexpr std::size_t kEntriesOfOpen = kMaxMergedEntries / 4;
 class Nodes {
  public:
   void open(std::string anchor, bool is_mapping, Key key, bool has_tag) {
-    if (!anchor.empty()) anchors_[anchor] = {0, kEntriesOfOpen, Key::kOrdinary, true};
+    if (!anchor.empty()) anchors_[anchor] = {0, kEntriesOfOpen, key, true};
     levels_.push_back({{1, 0, key, false}, std::move(anchor), is_mapping});
     has_tagged_mapping_ |= is_mapping && has_tag;
     if (levels_.size() > kMaxYamlDepth) reason_ = kTooDeep;
@@ -133,7 +133,8 @@ Key key_of(PyObject* event, std::string_view tag, bool is_scalar) {
   if (tag == "tag:yaml.org,2002:merge") return Key::kMerge;
   if (tag == "tag:yaml.org,2002:value") return Key::kValue;
   if (!is_scalar) return Key::kOrdinary;
-  const std::string text = text_of(event, "value");
+  std::string text = text_of(event, "value");
+  if (text.ends_with('\n')) text.pop_back();  // PyYAML's patterns for the two end in "$", which allows for one
   if (text != "<<" && text != "=") return Key::kOrdinary;
   const Ref is_plain = Ref::steal(PySequence_GetItem(attribute(event, "implicit").get(), 0));
   if (python::checked(PyObject_IsTrue(is_plain.get())) == 0) return Key::kOrdinary;
