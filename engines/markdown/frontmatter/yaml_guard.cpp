@@ -66,9 +66,9 @@ constexpr std::size_t kEntriesOfOpen = kMaxMergedEntries / 4;
 // So the limits are on height and on copied entries.
 //
 // The loader drops a merge key before it follows it, so a merge key that leads to an open node makes no endless chain.
-// But a chain may then begin again at the open node, and its entries may be copied again: few such keys are allowed, and
-// each takes its share of the height. The loader follows a value key only in a mapping that has the tag of a scalar. A
-// chain that goes through an open node is endless there.
+// But a chain may begin again at the open node, and the node's entries may be copied again. So few such keys are
+// allowed, and each of them lowers the limit on height. A value key is followed only in a mapping that has the tag of a
+// scalar; there a chain that goes through an open node is endless.
 class Nodes {
  public:
   void open(std::string anchor, bool is_mapping, Key key, bool has_tag) {
