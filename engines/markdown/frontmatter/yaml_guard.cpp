@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "python/text.h"
@@ -38,14 +39,19 @@ std::size_t depth_bound(std::string_view body) noexcept {
 
 constexpr char kTooDeep[] = "nested too deep to read";
 constexpr char kTooMany[] = "merge keys copy too many entries";
-constexpr char kCycle[] = "keys that merge or stand for themselves";
+constexpr char kCycle[] = "keys that stand for themselves";
+
+enum class Key { kOrdinary, kMerge, kValue };
 
 struct Node {
-  std::size_t height = 0;       // levels of collections inside it, aliases followed
-  std::size_t entries = 1;      // how many entries a merge of this node copies
-  bool is_special_key = false;  // when used as a key, it is a merge key or a value key
-  bool is_open = false;         // it has not ended yet; or it is a sequence, and an item of it had not
+  std::size_t height = 0;    // levels of collections inside it, aliases followed
+  std::size_t entries = 1;   // how many entries a merge of this node copies
+  Key key = Key::kOrdinary;  // what kind of key it is where it is used as one
+  bool is_open = false;      // it has not ended yet; or it is a sequence, and an item of it had not
 };
+
+// How many entries an open node will have is not known yet. With this many it can be merged four times.
+constexpr std::size_t kEntriesOfOpen = kMaxMergedEntries / 4;
 
 // The nodes of a body so far, from the parser's events. An alias names a node that began before it, so one pass is
 // enough.
@@ -59,13 +65,18 @@ struct Node {
 // The loader follows two kinds of keys by recursion, however little the body nests. A merge key ("<<") copies the
 // entries of a mapping, or of each mapping in a sequence. A value key ("=") makes the value of its pair the value of
 // the mapping. Aliases can link such keys to a long chain. The height of a node includes what its aliases name, so no
-// chain is longer than the height of its last node. So two limits are enough: on height, and on copied entries. A
-// special key whose value is still open would lead back to itself, so it is refused at once.
+// chain is longer than the height of its last node. So two limits are enough: on height, and on copied entries.
+//
+// A special key may name a node that is still open around it, as in `a: &a {<<: *a}`. The loader drops a merge key
+// before it follows it, so such a merge ends. But a chain may begin again at the open node, and its entries may be
+// copied again; so few merges of open nodes are allowed, and each lowers the limit on height. A value key is followed
+// only in a mapping that has the tag of a scalar. There a chain through an open node would never end, so it is refused.
 class Nodes {
  public:
-  void open(std::string anchor, bool is_mapping, bool is_special_key) {
-    if (!anchor.empty()) anchors_[anchor].is_open = true;
-    levels_.push_back({{1, 0, is_special_key, false}, std::move(anchor), is_mapping});
+  void open(std::string anchor, bool is_mapping, Key key, bool has_tag) {
+    if (!anchor.empty()) anchors_[anchor] = {0, kEntriesOfOpen, key, true};
+    levels_.push_back({{1, 0, key, false}, std::move(anchor), is_mapping});
+    has_tagged_mapping_ |= is_mapping && has_tag;
     if (levels_.size() > kMaxYamlDepth) reason_ = kTooDeep;
   }
   void close() {
@@ -79,7 +90,7 @@ class Nodes {
   // Adds a complete node to the innermost open collection.
   void add(const Node& node, const std::string& anchor) {
     if (!anchor.empty()) anchors_[anchor] = node;
-    if (node.height > kMaxYamlDepth) reason_ = kTooDeep;
+    if (node.height > kMaxYamlDepth / (1 + open_merges_)) reason_ = kTooDeep;
     if (levels_.empty()) return;
     Level& level = levels_.back();
     level.node.height = std::max(level.node.height, node.height + 1);
@@ -87,19 +98,20 @@ class Nodes {
       level.node.entries = std::min(level.node.entries + node.entries, kMaxMergedEntries + 1);
       level.node.is_open |= node.is_open;
     } else if (!level.has_key) {
-      level.key_is_special = node.is_special_key;
-    } else if (level.key_is_special) {
-      if (node.is_open) reason_ = kCycle;
+      level.key = node.key;
+    } else if (level.key == Key::kMerge) {
+      if (node.is_open) ++open_merges_;
       level.node.entries += node.entries;
       copied_entries_ += node.entries;
       if (copied_entries_ > kMaxMergedEntries) reason_ = kTooMany;
     } else {
+      value_is_open_ |= level.key == Key::kValue && node.is_open;
       ++level.node.entries;
     }
     level.has_key = level.is_mapping && !level.has_key;
   }
 
-  const char* refusal_reason() const noexcept { return reason_; }
+  const char* refusal_reason() const noexcept { return value_is_open_ && has_tagged_mapping_ ? kCycle : reason_; }
 
  private:
   struct Level {
@@ -107,23 +119,28 @@ class Nodes {
     std::string anchor;
     bool is_mapping;
     bool has_key = false;  // in a mapping: the next node is the value of a key
-    bool key_is_special = false;
+    Key key = Key::kOrdinary;
   };
 
   std::vector<Level> levels_;
   std::map<std::string, Node> anchors_;
   std::size_t copied_entries_ = 0;
+  std::size_t open_merges_ = 0;
+  bool value_is_open_ = false;
+  bool has_tagged_mapping_ = false;
   const char* reason_ = nullptr;
 };
 
-bool is_special_key(PyObject* event, bool is_scalar) {
-  const std::string tag = text_of(event, "tag");
-  if (tag == "tag:yaml.org,2002:merge" || tag == "tag:yaml.org,2002:value") return true;
-  if (!is_scalar) return false;
-  const std::string text = text_of(event, "value");
-  if (text != "<<" && text != "=") return false;
+Key key_of(PyObject* event, std::string_view tag, bool is_scalar) {
+  if (tag == "tag:yaml.org,2002:merge") return Key::kMerge;
+  if (tag == "tag:yaml.org,2002:value") return Key::kValue;
+  if (!is_scalar) return Key::kOrdinary;
+  std::string text = text_of(event, "value");
+  if (text.ends_with('\n')) text.pop_back();  // PyYAML's patterns for the two end in "$", which allows for one
+  if (text != "<<" && text != "=") return Key::kOrdinary;
   const Ref is_plain = Ref::steal(PySequence_GetItem(attribute(event, "implicit").get(), 0));
-  return python::checked(PyObject_IsTrue(is_plain.get())) == 1;
+  if (python::checked(PyObject_IsTrue(is_plain.get())) == 0) return Key::kOrdinary;
+  return text == "<<" ? Key::kMerge : Key::kValue;
 }
 
 void add_event(Nodes& nodes, PyObject* event) {
@@ -131,9 +148,10 @@ void add_event(Nodes& nodes, PyObject* event) {
   if (type == "AliasEvent") {
     nodes.alias(text_of(event, "anchor"));
   } else if (type == "ScalarEvent") {
-    nodes.add({0, 1, is_special_key(event, true), false}, text_of(event, "anchor"));
+    nodes.add({0, 1, key_of(event, text_of(event, "tag"), true), false}, text_of(event, "anchor"));
   } else if (type == "MappingStartEvent" || type == "SequenceStartEvent") {
-    nodes.open(text_of(event, "anchor"), type == "MappingStartEvent", is_special_key(event, false));
+    const std::string tag = text_of(event, "tag");
+    nodes.open(text_of(event, "anchor"), type == "MappingStartEvent", key_of(event, tag, false), !tag.empty());
   } else if (type == "MappingEndEvent" || type == "SequenceEndEvent") {
     nodes.close();
   }

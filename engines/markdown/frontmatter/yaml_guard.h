@@ -11,7 +11,7 @@
 namespace markdown::frontmatter {
 
 // The limit on levels of nesting. Front matter that people write nests a few levels deep. The loader makes about three
-// nested calls for each level, and the stack of any thread that runs Python has room for the 150 calls of this limit.
+// nested calls for each level, and a stack of 64 KiB has room for the 150 calls of this limit.
 inline constexpr std::size_t kMaxYamlDepth = 48;
 
 // The limit on entries that merge keys copy. Thirty lines like `b: &b {<<: [*a, *a]}` copy two billion entries. No body
