@@ -56,9 +56,9 @@ class Search {
       const named = Math.min(fit(key.title, query, words) * 5, fit(key.file, query, words) * 5 + 1);
       let [best, section] = [Math.min(named, fit(key.path, query, words) * 5 + 3), null];
       const consider = (rank, row) => { if (rank < best) [best, section] = [rank, row]; };
-      key.names.forEach((name, index) => consider(fit(name, query, words) * 5 + 2, each.sections[index]));
-      // A paragraph counts by the words in it alone: how it begins says nothing.
-      key.texts.forEach((paragraph, index) => consider(Math.max(2, fit(paragraph, query, words)) * 5 + 4, each.sections[index - 1] ?? null));
+      if (best > 2) key.names.forEach((name, index) => consider(fit(name, query, words) * 5 + 2, each.sections[index]));
+      // A paragraph counts by the words in it alone: how it begins says nothing, and two letters say nothing.
+      if (best > 14 && query.length > 2) key.texts.forEach((paragraph, index) => consider(Math.max(2, fit(paragraph, query, words)) * 5 + 4, each.sections[index - 1] ?? null));
       found.push({ each, best, section });
     }
     return found.sort((one, other) => one.best - other.best || byImportance(one.each, other.each) || one.each.title.length - other.each.title.length);
