@@ -17,11 +17,10 @@ std::optional<std::string> plain_field(PlainText& plain_text, std::string_view t
   return plain.empty() ? std::nullopt : std::optional<std::string>(plain);
 }
 
-// The decimal digits of an int. A very long int gives only its leading digits, at least as many as plain text reads.
-// The interpreter writes an int out only up to a limit of digits, and a host may have lowered that limit. So an int
-// of more than 64 bits is written in pieces of 18 digits, from the last piece to the first. Splitting a piece off
-// divides all that is left, which takes time in its length. So the digits that nobody reads are dropped first, by one
-// division.
+// The decimal digits of an int; of a very long one the leading digits, at least as many as plain text reads. The
+// interpreter limits how many digits it writes out, and a host may have lowered the limit. So an int of more than 64
+// bits is written in pieces of 18 digits, the last one first. Splitting off a piece takes time in the length of all
+// that is left, so the digits that nobody reads are dropped before, by one division.
 std::string integer_text(PyObject* number) {
   int overflow = 0;
   const long long value = PyLong_AsLongLongAndOverflow(number, &overflow);
@@ -42,7 +41,6 @@ std::string integer_text(PyObject* number) {
     const Ref unread = power_of_ten(least_digits - inlines::kMaxInlineLength);
     rest = Ref::steal(PyNumber_FloorDivide(rest.get(), unread.get()));
   }
-
   constexpr std::size_t kPieceDigits = 18;
   const Ref piece_base = power_of_ten(kPieceDigits);
   std::string text;

@@ -87,7 +87,6 @@ std::optional<TomlField> match_toml_field(std::string_view line) noexcept {
 bool match_toml_table(std::string_view line) noexcept { return is_at(line, text::skip_space(line, 0), '['); }
 
 std::string toml_string(std::string_view literal) {
-  // A literal of fewer than two characters has no content.
   const std::string_view content = literal.size() < 2 ? std::string_view() : literal.substr(1, literal.size() - 2);
   if (literal.starts_with('\'')) return std::string(content);
   return decode_basic(content).value_or(std::string(content));

@@ -1,7 +1,7 @@
 // The fields of TOML front matter. In `title = "Guide"  # note`, the field is `title` and the literal is `"Guide"`.
 //
-// This is not a TOML parser. It reads fields whose value is a string on the line of its key, skips every other line,
-// and stops at the first table. Tested by tests/test_toml.py.
+// No TOML parser: it reads fields whose value is a string on the line of its key, skips all other lines, and stops at
+// the first table. Tested by tests/test_toml.py.
 #pragma once
 
 #include <optional>

@@ -22,9 +22,8 @@ std::string text_of(PyObject* object, const char* name) {
   return text.get() == Py_None ? std::string() : std::string(python::Utf8(text.get()).view());
 }
 
-// An upper bound on the levels that a body can nest, by counting indicators, since every level needs one of its own. A
-// bracket counts as two levels: in `[a: b]` it opens a sequence, and the pair inside is a mapping. The indicators of
-// block collections ('-', '?', ':') count only before white space.
+// An upper bound on the levels that a body can nest: every level needs an indicator of its own. A bracket counts twice,
+// since `[a: b]` is a mapping in a sequence. The indicators '-', '?' and ':' count only before white space.
 std::size_t depth_bound(std::string_view body) noexcept {
   std::size_t bound = 0;
   for (std::size_t i = 0; i < body.size(); ++i) {
@@ -38,8 +37,6 @@ std::size_t depth_bound(std::string_view body) noexcept {
 }
 
 constexpr char kTooDeep[] = "nested too deep to read";
-constexpr char kTooMany[] = "merge keys copy too many entries";
-constexpr char kCycle[] = "keys that stand for themselves";
 
 enum class Key { kOrdinary, kMerge, kValue };
 
@@ -53,24 +50,21 @@ struct Node {
 // How many entries an open node will have is not known yet. With this many it can be merged four times.
 constexpr std::size_t kEntriesOfOpen = kMaxMergedEntries / 4;
 
-// The nodes of a body so far, from the parser's events. An alias names a node that began before it, so one pass is
-// enough.
+// The nodes of a body so far, from the parser's events. An alias names a node that began before it, so one pass serves.
 //
 //     a: &a {k: v}
 //     b: &b {<<: [*a, *a]}
-//     c: &c {<<: [*b, *b]}
-//
-// Here b has 2 entries and c has 4, and the loader copies 6. Each further line doubles the entries.
+//     c: &c {<<: [*b, *b]}   c has 4 entries, and each further line doubles them
 //
 // The loader follows two kinds of keys by recursion, however little the body nests. A merge key ("<<") copies the
-// entries of a mapping, or of each mapping in a sequence. A value key ("=") makes the value of its pair the value of
-// the mapping. Aliases can link such keys to a long chain. The height of a node includes what its aliases name, so no
-// chain is longer than the height of its last node. So two limits are enough: on height, and on copied entries.
+// entries of a mapping, or of each mapping in a sequence. A value key ("=") lets the value of its pair stand for the
+// mapping. Aliases link such keys to chains. No chain is longer than the height of its last node, which includes what
+// aliases name. So two limits are enough: on height, and on copied entries.
 //
-// A special key may name a node that is still open around it, as in `a: &a {<<: *a}`. The loader drops a merge key
-// before it follows it, so such a merge ends. But a chain may begin again at the open node, and its entries may be
-// copied again; so few merges of open nodes are allowed, and each lowers the limit on height. A value key is followed
-// only in a mapping that has the tag of a scalar. There a chain through an open node would never end, so it is refused.
+// Such a key may name a node around it, as in `a: &a {<<: *a}`. The loader drops a merge key before it follows it, so
+// this ends. But a chain may begin again at the open node and copy its entries again: few merges of open nodes are
+// allowed, and each lowers the limit on height. A value key is followed only in a mapping that has the tag of a scalar.
+// There a chain through an open node would never end, so it is refused.
 class Nodes {
  public:
   void open(std::string anchor, bool is_mapping, Key key, bool has_tag) {
@@ -103,7 +97,7 @@ class Nodes {
       if (node.is_open) ++open_merges_;
       level.node.entries += node.entries;
       copied_entries_ += node.entries;
-      if (copied_entries_ > kMaxMergedEntries) reason_ = kTooMany;
+      if (copied_entries_ > kMaxMergedEntries) reason_ = "merge keys copy too many entries";
     } else {
       value_is_open_ |= level.key == Key::kValue && node.is_open;
       ++level.node.entries;
@@ -111,7 +105,9 @@ class Nodes {
     level.has_key = level.is_mapping && !level.has_key;
   }
 
-  const char* refusal_reason() const noexcept { return value_is_open_ && has_tagged_mapping_ ? kCycle : reason_; }
+  const char* refusal_reason() const noexcept {
+    return value_is_open_ && has_tagged_mapping_ ? "keys that stand for themselves" : reason_;
+  }
 
  private:
   struct Level {

@@ -20,8 +20,8 @@ inline constexpr std::size_t kMaxMergedEntries = 65536;
 
 // The reason why the loader must not read this body; null when it may. `body` is `utf8` as a str.
 //
-// Most bodies have no alias and too few indicators to nest too deep; they pass at once. Any other body is followed
-// through the events of PyYAML's parser, in one pass and without recursion.
+// Most bodies have no alias and too few indicators to nest too deep. Any other is followed through the events of
+// PyYAML's parser, in one pass and without recursion.
 const char* refusal_reason(const python::ModuleState& state, PyObject* body, std::string_view utf8);
 
 }  // namespace markdown::frontmatter

@@ -60,8 +60,7 @@ std::optional<YamlFields> read_natively(const ModuleState& state, std::string_vi
   const Ref safe_load = Ref::steal(PyObject_GetAttr(state.yaml, state.names.safe_load));
   if (safe_load.get() != state.yaml_safe_load) return std::nullopt;
   auto fields = recognise_yaml(body);
-  // The loader raises for such a body, and the debug record quotes its error. Without debug records, nobody needs the
-  // loader.
+  // The loader raises for such a body. Only a debug record needs its error.
   if (fields && fields->is_unloadable && makes_debug_records(state)) return std::nullopt;
   return fields;
 }

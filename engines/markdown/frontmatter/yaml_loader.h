@@ -12,11 +12,9 @@
 
 namespace markdown::frontmatter {
 
-// The fields of a body, when the recogniser accepts it. Nothing when the loader must be called:
-//
-// - The recogniser declines the body.
-// - The body is unloadable and debug records are made: the record quotes the loader's error.
-// - A host has replaced `yaml.safe_load` since the module was loaded: the replacement is called for every body.
+// The fields of a body that the recogniser accepts. Nothing when the loader must be called: for any other body; for an
+// unloadable body when debug records are made, which quote the loader's error; and for every body when a host has
+// replaced `yaml.safe_load` since the module was loaded.
 std::optional<YamlFields> read_natively(const python::ModuleState& state, std::string_view body);
 
 // The value as the object that the loader would make. An empty Ref for kOther, which only the loader can make.

@@ -8,23 +8,15 @@ namespace markdown::frontmatter {
 namespace {
 
 constexpr int kDeepestNesting = 16;
-// PyYAML's limit on the length of a key, in characters. Here it is in bytes, so it may decline a key that the loader
-// takes.
+// PyYAML's limit on the length of a key counts characters. This one counts bytes, so it may decline a key.
 constexpr std::size_t kLongestKey = 1024;
 
 // A recursive descent over the text. Every function returns false to decline the text; what it has stored then is not
 // used. A function that reads a block collection, a node or a leaf starts at its first token. It ends at the first
-// token after it, or at the end of the text.
+// token after it, or at the end of the text. `sink` receives the value that is read; it is null when no field has it.
 //
-// A token may belong to no block, such as the second line of
-//
-//     a: b
-//       c
-//
-// Its column is not that of any open block. Such a token ends every block, the outermost one included. The text then
-// has not ended with its outermost block, and is declined. The same holds for a token after a value on the same line.
-//
-// `sink` receives the value that is read. It is null for a value that is not that of a field.
+// A token whose column is that of no open block, such as `c` in "a: b\n  c", ends every block. The text then goes on
+// after its outermost block, and is declined. The same holds for a token after a value on the same line.
 class Recogniser {
  public:
   explicit Recogniser(std::string_view body) noexcept : scanner_(body) {}
@@ -119,8 +111,8 @@ bool Recogniser::read_block_sequence() {
 bool Recogniser::read_block_node(std::size_t indent, YamlValue* sink) {
   store(sink, YamlKind::kOther);
   if (scanner_.is_at_indicator('-')) return read_block_sequence();
-  // What looks like a scalar may be the first key of a mapping, as in "a: b". It is then read a second time. There is
-  // no third time: a leaf contains no blocks, so these second readings do not nest.
+  // What looks like a scalar may be the first key of a mapping, as in "a: b". It is then read a second time, but never
+  // a third: a leaf contains no blocks.
   const YamlScanner::Place begin = scanner_.place();
   if (read_leaf(indent, sink)) return true;
   scanner_.return_to(begin);
@@ -136,9 +128,8 @@ bool Recogniser::read_leaf(std::size_t indent, YamlValue* sink) {
       store(sink, YamlKind::kOther);
       return read_flow_sequence() && end_line();
     case '{':
-      // "title: {{ name }}" is frequent in the templates of site generators. It is a mapping whose key is a collection,
-      // and a collection cannot be hashed. So the loader raises: when it parses what follows, or when it makes the
-      // dict.
+      // "title: {{ name }}" is frequent in templates. It is a mapping whose key, a collection, cannot be hashed. So the
+      // loader raises: when it parses what follows, or when it makes the dict.
       scanner_.advance();
       scanner_.skip_to_token();
       is_unloadable_ = scanner_.peek() == '{' || scanner_.peek() == '[';

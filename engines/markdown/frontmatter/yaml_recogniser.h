@@ -4,11 +4,9 @@
 //     tags: [a, "b"]             accepted: a flow sequence of scalars
 //     title: &t Guide            declined: an anchor
 //
-// The recogniser accepts a body only when the meaning of every line is beyond doubt. It then gives what
-// `yaml.safe_load` would find under the keys. It knows block mappings with plain or quoted keys, block sequences, flow
-// sequences of scalars, plain and quoted scalars of one line, and block scalars. It declines everything else: anchors,
-// tags, scalars over several lines, tabs, flow mappings. It may decline any body, because the loader reads what it
-// declines. One kind of body that the loader raises for is not declined but reported: see `is_unloadable`.
+// It accepts a body only when the meaning of every line is beyond doubt, and gives what `yaml.safe_load` would find
+// under the keys. It knows block mappings, block sequences, flow sequences of scalars, plain and quoted scalars of one
+// line, and block scalars. It may decline any body, because the loader reads what it declines.
 //
 // Takes linear time. Nesting deeper than a small constant is declined. Tested by tests/test_frontmatter.py and
 // tests/sweep_yaml.py.

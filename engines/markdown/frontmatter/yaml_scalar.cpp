@@ -9,7 +9,7 @@
 namespace markdown::frontmatter {
 namespace {
 
-// `int` reads numbers of up to this many digits under any limit: a host may lower the limit, but not further.
+// `int` reads this many digits under any limit: a host may lower the limit, but not further.
 constexpr std::size_t kMostDigits = 640;
 
 // The bytes of a number in any base and of a timestamp. A scalar that begins with a digit and has any other byte, such
@@ -29,9 +29,7 @@ constexpr bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 std::optional<YamlKind> type_word(std::string_view scalar) noexcept {
   if (scalar.size() > kLongestWord) return YamlKind::kText;
-  const auto is_in = [scalar](const auto& words) {
-    return std::find(words.begin(), words.end(), scalar) != words.end();
-  };
+  const auto is_in = [scalar](const auto& words) { return std::count(words.begin(), words.end(), scalar) > 0; };
   if (is_in(kBools)) return YamlKind::kOther;
   if (is_in(kNulls)) return YamlKind::kNull;
   if (scalar == "<<" || scalar == "=") return std::nullopt;  // special as keys, an error everywhere else
@@ -46,9 +44,9 @@ bool has_shape(std::string_view text, std::string_view shape) noexcept {
 
 int two_digits(std::string_view text, std::size_t pos) noexcept { return (text[pos] - '0') * 10 + text[pos + 1] - '0'; }
 
-// A date such as 2024-05-01. A time such as "T10:00:00" or " 10:00:00" may follow, and then a zone such as "Z" or
-// "+02:00". With a zone such as " +0200" the scalar is text. The loader raises for a date or a time that does not
-// exist, so these are declined. The 29th of February is declined in every year.
+// A date such as 2024-05-01. A time such as "T10:00:00" or " 10:00:00" may follow, then a zone such as "Z" or "+02:00";
+// with " +0200" the scalar is text. The loader raises for what does not exist, so that is declined, and so is every
+// 29th of February.
 std::optional<YamlKind> type_timestamp(std::string_view scalar) noexcept {
   constexpr std::array<int, 12> kDays{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   constexpr std::size_t kDateWidth = 10;
@@ -58,7 +56,6 @@ std::optional<YamlKind> type_timestamp(std::string_view scalar) noexcept {
   const int day = two_digits(scalar, 8);
   if (month < 1 || month > kDays.size() || day < 1 || day > kDays[month - 1]) return std::nullopt;
   if (scalar.size() == kDateWidth) return YamlKind::kOther;
-
   const std::string_view time = scalar.substr(kDateWidth);
   if ((time[0] != 'T' && time[0] != ' ') || !has_shape(time.substr(1, kTimeWidth - 1), "00:00:00")) return std::nullopt;
   if (two_digits(time, 1) > 23 || two_digits(time, 4) > 59 || two_digits(time, 7) > 59) return std::nullopt;
@@ -75,14 +72,12 @@ std::optional<YamlKind> type_number(std::string_view scalar) noexcept {
   const bool has_sign = scalar[0] == '+' || scalar[0] == '-';
   const std::string_view number = scalar.substr(has_sign ? 1 : 0);
   if (number.starts_with('.')) {
-    // ".5", ".inf" and ".nan" are numbers, which are declined; so is ".net", which begins like one. "../images" is
-    // text.
+    // ".5", ".inf" and ".nan" are declined, and so is ".net", which begins like one. "../images" is text.
     if (number.size() > 1 && kAfterPoint.has(number[1])) return std::nullopt;
     return YamlKind::kText;
   }
   if (number.empty() || !is_digit(number[0])) return YamlKind::kText;
   if (text::find_any(number, 0, kNotInNumbers) < number.size()) return YamlKind::kText;
-
   const auto points = std::count(number.begin(), number.end(), '.');
   const auto digits = std::count_if(number.begin(), number.end(), is_digit);
   if (static_cast<std::size_t>(points + digits) < number.size()) return type_timestamp(scalar);

@@ -45,8 +45,7 @@ std::size_t skip_plain_run(std::string_view text, std::size_t pos, bool in_flow)
   return pos;
 }
 
-// A backslash and a letter of kEscapes stand for the byte at the same place in kEscaped. Every other escape is either
-// hexadecimal or unusual.
+// A backslash and a letter of kEscapes stand for the byte at the same place in kEscaped.
 constexpr std::string_view kEscapes = "\"\\/nt";
 constexpr std::string_view kEscaped = "\"\\/\n\t";
 
@@ -66,10 +65,6 @@ bool is_scannable(std::string_view text) noexcept {
 }
 
 bool YamlScanner::is_at_indicator(char c) const noexcept { return peek() == c && is_blank_or_end(peek(1)); }
-
-std::size_t YamlScanner::line_end(std::size_t pos) const noexcept {
-  return std::min(text_.find('\n', pos), text_.size());
-}
 
 bool YamlScanner::skip_to_token() noexcept {
   for (bool has_breaks = false;; has_breaks = true) {
@@ -148,7 +143,6 @@ bool YamlScanner::scan_block(std::size_t indent, std::string* out) {
   skip_spaces();
   if (peek() == '#') skip_line();
   if (!is_at_end() && peek() != '\n') return false;
-
   std::size_t content = 0;  // the column of the text; 0 until its first line
   std::size_t breaks = 0;   // newlines since the last line of text
   while (peek() == '\n') {

@@ -5,6 +5,7 @@
 // stand before it. Every scan is one forward pass. Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -12,16 +13,14 @@
 
 namespace markdown::frontmatter {
 
-// Whether the scanner can read the text. It cannot when the text has any of these: a character that YAML forbids; a
-// line break other than "\n"; a tab, a byte order mark or a surrogate; a document marker ("---" or "...") at the start
-// of a line.
+// Whether the text is free of what the scanner cannot read: characters that YAML forbids, line breaks other than "\n",
+// tabs, byte order marks, surrogates, and document markers ("---" or "...") at the start of a line.
 bool is_scannable(std::string_view text) noexcept;
 
 class YamlScanner {
  public:
   explicit YamlScanner(std::string_view text) noexcept : text_(text) {}
 
-  // Where the scanner stands.
   struct Place {
     std::size_t pos = 0;
     std::size_t line_begin = 0;
@@ -62,7 +61,7 @@ class YamlScanner {
  private:
   bool scan_escape(std::string* out);
   void skip_line() noexcept { place_.pos = line_end(place_.pos); }
-  std::size_t line_end(std::size_t pos) const noexcept;
+  std::size_t line_end(std::size_t pos) const noexcept { return std::min(text_.find('\n', pos), text_.size()); }
 
   std::string_view text_;
   Place place_;
