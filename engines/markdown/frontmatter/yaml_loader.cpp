@@ -9,9 +9,8 @@ namespace {
 using python::ModuleState;
 using python::Ref;
 
-// Clears the exception that is set and returns it; MemoryError and what is no Exception are thrown on. Every other
-// exception counts as unreadable front matter, because the loader raises more than its own errors: ValueError for a
-// date like 2024-13-45, and KeyError, AttributeError and RecursionError for other bodies.
+// Clears the exception that is set and returns it; MemoryError and what is no Exception are thrown on. The loader
+// raises more than its own errors, such as ValueError for 2024-13-45. Each of them means unreadable front matter.
 Ref take_error() {
   python::require_ordinary_error();
   PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;

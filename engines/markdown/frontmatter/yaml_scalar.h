@@ -1,8 +1,7 @@
 // The types of plain (unquoted) YAML scalars by the rules of YAML 1.1, as PyYAML's safe loader resolves them: "5" is an
-// integer, "1.2.3" is text, "yes" is a bool.
+// integer, "1.2.3" is text, "yes" is a bool. Quoted and block scalars are always text, so they are not passed here.
 //
-// Quoted and block scalars are always text, so they are not passed here. Tested by tests/test_frontmatter.py and
-// tests/sweep_yaml.py.
+// Tested by tests/test_frontmatter.py and tests/sweep_yaml.py.
 #pragma once
 
 #include <cstdint>
