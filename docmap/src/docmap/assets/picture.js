@@ -6,8 +6,10 @@ const LONGEST_LABEL = 28;
 const MOST_REGIONS = 16;
 // In a crowd only the strongest link of each document is always drawn; all of them would hide each other.
 const CROWD = 25;
-// So many documents are sure to get their label, the most linked.
+// Marks make room for the labels of so many documents, the most linked.
 const SURE_LABELS = 20;
+// A map is usually drawn at this scale, while its labels keep their size.
+const USUAL_SCALE = 0.8;
 
 const shapes = {
   document: (radius) => d3.symbol(d3.symbolCircle, Math.PI * radius ** 2)(),
@@ -79,7 +81,7 @@ class Picture {
     const links = `${plural(each.into.size, "document")} ${each.into.size === 1 ? "links" : "link"} here, links to ${each.out.size}`;
     return {
       kind: "document", each, label: cut(each.title, LONGEST_LABEL), shape: broken ? "broken" : "document",
-      radius: 4 + Math.min(11, 1.7 * Math.sqrt(each.into.size)), weight: each.into.size,
+      radius: (4 + Math.min(11, 1.7 * Math.sqrt(each.into.size))) * (this.isNarrow() ? 0.75 : 1), weight: each.into.size,
       about: `${cut(each.title, 200)}, ${links}${broken ? `, ${plural(broken, "broken link")}` : ""}`,
     };
   }
@@ -184,21 +186,22 @@ class Picture {
       .force("x", d3.forceX(({ region }) => region.x).strength(0.06))
       .force("y", d3.forceY(({ region }) => region.y).strength(0.06))
       .force("collide", d3.forceCollide(({ radius }) => radius + Math.min(9, near / 5)).iterations(2))
+      .force("labels", this.roomForLabels(nodes))
       .force("inside", keepInside)
       .stop().tick(220);
   }
 
-  // A force that moves marks off the places of the labels that are sure to be drawn, below their marks.
+  // A force that moves marks off the places of the most important labels, below their marks.
   roomForLabels(nodes) {
     const sure = [...nodes].sort((one, other) => other.weight - one.weight).slice(0, SURE_LABELS);
-    const halves = new Map(sure.map((node) => [node, measure(node.label) / 2 + 2]));
+    const halves = new Map(sure.map((node) => [node, measure(node.label) / 2 / USUAL_SCALE + 2]));
     return () => {
       for (const [node, half] of halves) {
-        const [top, bottom] = [node.y + node.radius, node.y + node.radius + LABEL_SIZE + 5];
+        const [top, bottom] = [node.y + node.radius, node.y + node.radius + (LABEL_SIZE + 5) / USUAL_SCALE];
         for (const other of nodes) {
           if (other === node) continue;
           // A label below the other mark counts with it.
-          const [wide, under] = [halves.get(other) ?? other.radius, halves.has(other) ? LABEL_SIZE + 3 : 0];
+          const [wide, under] = [halves.get(other) ?? other.radius, halves.has(other) ? (LABEL_SIZE + 3) / USUAL_SCALE : 0];
           const aside = half + wide - Math.abs(other.x - node.x);
           const above = other.y + other.radius + under - top;
           const below = bottom - (other.y - other.radius);
@@ -388,24 +391,26 @@ class Picture {
     const tall = LABEL_SIZE + 3;
     const shown = [];
     const order = [...this.nodes].sort((one, other) => (other.chosen ?? 0) - (one.chosen ?? 0) || other.weight - one.weight);
-    for (const node of order) {
+    const sure = SURE_LABELS + this.rings.size();
+    for (const [rank, node] of order.entries()) {
       if (this.lit && !this.lit.has(node)) continue;
       const [x, y] = at(node);
       const bold = node.kind === "folder" || node.chosen ? 700 : 400;
       const space = node.room ?? (node.kind === "folder" ? Math.max(130, 2 * node.size * transform.k + 24) : node.centre ? width * 0.24 : Infinity);
       const free = (box) => box[0] >= 2 && box[2] <= width - 2 && box[1] >= 2 && box[3] <= height - 2 &&
         !taken.some((other) => other.node !== node && overlaps(box, other.box));
-      const [gap, ring] = [node.radius + 4, node.kind === "folder" ? (node.size + 4) * transform.k : 0];
+      const [gap, near, ring] = [node.radius + 4, node.radius * 0.8, node.kind === "folder" ? (node.size + 4) * transform.k : 0];
       let [text, box] = ["", null];
-      // Where the whole label finds no room its beginning may.
-      for (const most of this.isMap && node.kind === "document" ? [space, 105] : [space]) {
+      // Where the whole label finds no room its beginning may; a name of one word is worth it for the most linked alone.
+      for (const most of this.isMap && node.kind === "document" ? [space, 105, ...(rank < sure ? [70] : [])] : [space]) {
         text = fitted(node.label, most, bold);
         const wide = measure(text, bold) + 2;
         const places = node.kind === "folder"
           ? [[x - wide / 2, y - ring - tall], [x - wide / 2, y + ring + 1], [x + 2 - wide, y - ring - tall], [x - 2, y - ring - tall], [x - wide / 2, y - ring + 2]]
           : node.side === "left" && !this.isNarrow() ? [[x - gap - wide, y - tall / 2]]
           : node.side || (node.centre && this.isNarrow()) ? [[x + gap, y - tall / 2]]
-          : [[x - wide / 2, y + gap - 2], [x + gap, y - tall / 2], [x - wide / 2, y - gap - tall + 2], [x - gap - wide, y - tall / 2]];
+          : [[x - wide / 2, y + gap - 2], [x + gap, y - tall / 2], [x - wide / 2, y - gap - tall + 2], [x - gap - wide, y - tall / 2],
+            [x + near, y + near - 2], [x + near, y - near - tall + 2], [x - near - wide, y + near - 2], [x - near - wide, y - near - tall + 2]];
         box = places.map(([left, top]) => [left, top, left + wide, top + tall]).find(free);
         if (box) break;
       }
