@@ -72,6 +72,11 @@ def test_the_map_names_what_links_lead_to_and_nothing_of_this_machine(tmp_path):
     assert str(tmp_path) not in page.read_text() and data["link"] == "./docs/{path}#L{line}"
 
 
+def test_numbers_in_names_count(tmp_path):
+    order = ["chapter-2/9.md", "chapter-10/1.md", "p.md", "P2.md", "p10.md", "\u0663.md"]
+    assert list(data_of(write_page(tmp_path, dict.fromkeys(order, "")))[1]) == order
+
+
 @pytest.mark.parametrize(
     ("path", "text", "title"),
     [

@@ -33,6 +33,7 @@ _LABEL = re.compile(r"\[([^\[\]]+)\]")
 _DIRECTIVE = re.compile(r":::|!!!|\{[%{<]|\{\w+\}|(?:import|export)\s.*['\"{]")
 # Outside ASCII other signs end a sentence.
 _SENTENCE_END = re.compile(r"[.!?:\u0080-\U0010ffff]['\")\]]*$")
+_NUMBER = re.compile(r"([0-9]+)")
 _MARKUP = re.compile(r"[\\`*_\[\]<&~{]")
 # The first paragraph of a document is looked for in so many characters.
 _FAR_ENOUGH = 4000
@@ -202,6 +203,7 @@ def folder_map(
     root: str, documents: Sequence[Described], *, title: str | None, link: str | None, base: str | None
 ) -> FolderMap:
     """Return the data of the page of the folder `root`; `title`, `link`, `base`: see `FolderMap`."""
+    documents = sorted(documents, key=_reading_order)
     numbers = {document.path: number for number, document in enumerate(documents)}
     of_documents = _cut_for([document.text for document in documents])
     of_sections = _cut_for([s.docstring for document in documents for s in document.sections if s.docstring])
@@ -217,6 +219,16 @@ def folder_map(
         base=base if whole else None,
         documents=entries,
     )
+
+
+def _reading_order(document: Described) -> tuple[list[list[str | int]], str]:
+    """Orders by path, case aside, with numbers by their value: chapter 2 comes before chapter 10."""
+    # Text and numbers alternate, text first, so that like is compared with like.
+    names = [
+        [int(part) if place % 2 else part for place, part in enumerate(_NUMBER.split(name))]
+        for name in posixpath.splitext(document.path.casefold())[0].split("/")
+    ]
+    return names, document.path
 
 
 def shown(text: str) -> str:

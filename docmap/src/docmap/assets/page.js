@@ -63,8 +63,9 @@ function drawPicture({ each, folder, map: isMap }) {
     const lines = drawn > CROWD ? " Thick lines sum up links between folders; point at a mark for all of its own." : "";
     say(drawn ? `${some}${rest}.${lines}` : `Nothing to draw: no document links to another.`);
   } else {
-    picture.showNear(each);
-    say(each.into.size + each.out.size === 0 ? "No document links here, and this one links to none." : "Arrows show which document links to which.");
+    const left = picture.showNear(each);
+    const arrows = each.into.size + each.out.size === 0 ? "No document links here, and this one links to none." : "Arrows show which document links to which.";
+    say(left ? `${arrows} ${plural(left, "more broken link")} listed, not drawn.` : arrows);
   }
   const shapesShown = new Set(picture.nodes.map(({ shape, kind }) => (kind === "folder" ? "region" : shape)));
   if (each) shapesShown.add("chosen");

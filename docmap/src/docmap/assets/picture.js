@@ -218,7 +218,7 @@ class Picture {
   }
 
   // A document in the middle: what links to it on the left, what it links to on the right, or above and below
-  // where the picture is narrow. Returns how many of its links there was room for.
+  // where the picture is narrow. Returns how many targets of broken links there was no room for.
   showNear(chosen) {
     this.again = () => this.showNear(chosen);
     const { width, height } = this.size();
@@ -272,7 +272,7 @@ class Picture {
       ...caption(right, `Linked to: ${side(right.length, outs.length)}`, "start"),
     ];
     this.draw([centre, ...left, ...right, ...gone], false);
-    return { left: left.length, ins: ins.length, right: right.length, outs: outs.length };
+    return targets.length - missing.length;
   }
 
   // --- drawing -----------------------------------------------------------------------------------------------------
