@@ -95,6 +95,11 @@ class Cache:
                 os.replace(path, path + ".broken")
         return None
 
+    @property
+    def is_open(self) -> bool:
+        """Whether anything is kept."""
+        return self._connection is not None
+
     def get(self, keys: list[bytes]) -> dict[bytes, bytes]:
         """The entries that are there, of these keys."""
         found: dict[bytes, bytes] = {}

@@ -5,7 +5,7 @@ from __future__ import annotations
 import json
 import os
 from collections.abc import Callable, Generator, Iterator, Sequence
-from dataclasses import astuple, dataclass, replace
+from dataclasses import dataclass, replace
 from functools import cached_property
 
 from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
@@ -16,12 +16,14 @@ from docmap.repository import Repository
 from docmap.sites import find_sites, kinds
 from docmap.sites.site import Site
 
-# Reads documents in several processes: takes the absolute paths, returns what each file holds, in order.
-ReadAll = Callable[[Sequence[str]], Generator["bytes | OSError", None, None]]
+# What a file holds: bytes where it is kept or comes from another process.
+Held = bytes | tuple[Facts, list[Section]] | OSError
+# Reads documents, perhaps in several processes: takes the absolute paths, returns what each file holds, in order.
+ReadAll = Callable[[Sequence[str]], Generator[Held, None, None]]
 
 
-def read_packed(path: str) -> bytes | OSError:
-    """What a file holds, as it is kept and as it passes between processes; errors are returned."""
+def read_held(path: str) -> tuple[Facts, list[Section]] | OSError:
+    """What a file holds; errors are returned."""
     from docmap.extraction import read_facts
 
     try:
@@ -29,7 +31,13 @@ def read_packed(path: str) -> bytes | OSError:
             data = file.read()
     except OSError as error:
         return error
-    return packed(*read_facts(data))
+    return read_facts(data)
+
+
+def read_packed(path: str) -> bytes | OSError:
+    """What a file holds, as it is kept and as it passes between processes; errors are returned."""
+    held = read_held(path)
+    return held if isinstance(held, OSError) else packed(*held)
 
 
 @dataclass(frozen=True)
@@ -115,8 +123,13 @@ class Checked:
     def _key_of(self, path: str) -> bytes | None:
         """The key of what a file holds now."""
         if path not in self._keys:
+            place = self._absolute(path)
+            if not self._cache.is_open and os.access(place, os.R_OK):
+                # Nothing is looked up by it.
+                self._keys[path] = b""
+                return b""
             try:
-                with open(self._absolute(path), "rb") as file:
+                with open(place, "rb") as file:
                     self._keys[path] = key_of(file.read(), self._versions)
             except OSError as error:
                 self._keys[path] = None
@@ -133,19 +146,21 @@ class Checked:
         for path, result in zip(unread, results, strict=True):
             if isinstance(result, OSError):
                 self._fail(path, result)
-            elif self._take(path, result):
-                fresh.append((keys[path], result))
+            elif self._take(path, result) and self._cache.is_open:
+                fresh.append((keys[path], result if isinstance(result, bytes) else packed(*result)))
         if fresh:
             self._cache.put(fresh)
 
-    def _take(self, path: str, entry: bytes | None) -> bool:
+    def _take(self, path: str, entry: bytes | tuple[Facts, list[Section]] | None) -> bool:
         """Take over what a file holds; returns whether the entry says it."""
-        facts = None if entry is None else unpacked(entry)
-        if facts is None or entry is None:
+        if entry is None:
+            return False
+        facts = unpacked(entry) if isinstance(entry, bytes) else entry[0]
+        if facts is None:
             return False
         self.repository.known_facts[path] = facts
         if self._sections is not None:
-            self._sections[path] = unpacked_sections(entry)
+            self._sections[path] = unpacked_sections(entry) if isinstance(entry, bytes) else entry[1]
         return True
 
     def _read_one(self, path: str) -> Facts | None:
@@ -185,12 +200,14 @@ class Checked:
         return key_of(json.dumps(state).encode("ascii"), self._versions + " report")
 
     def _keep(self, key: bytes, report: Report) -> None:
+        if not self._cache.is_open:
+            return
         entry = {
             "texts": self.repository.texts_read,
             "files": {p: k.hex() for p, k in self._keys.items() if k is not None and p not in self._listed},
             "used": sorted(self.config.used),
             "links": report.links,
-            "findings": [astuple(finding) for finding in report.findings],
+            "findings": [list(vars(finding).values()) for finding in report.findings],
         }
         self._cache.put([(key, json.dumps(entry, separators=(",", ":")).encode("ascii"))])
 

@@ -6,7 +6,7 @@ import os
 import signal
 import sys
 import time
-from collections.abc import Generator, Iterator, Mapping, Sequence
+from collections.abc import Callable, Generator, Iterator, Mapping, Sequence
 from contextlib import closing, contextmanager
 from pathlib import Path
 from typing import TYPE_CHECKING, Annotated, Any, Optional
@@ -20,7 +20,7 @@ from docmap.terminal import printable
 
 # What only one of the commands needs is imported there, so that none waits for it.
 if TYPE_CHECKING:
-    from docmap.checking import Checked
+    from docmap.checking import Checked, Held
     from docmap.reading import Document
 
 PIPE_CLOSED = 128 + signal.SIGPIPE
@@ -210,11 +210,14 @@ def check(
         write = FORMATS[form]
         counts = {"broken": 0, "doubtful": 0}
         columns = Columns(checked.repository.root)
+        shown: dict[str, str] = {}
         report = checked.report()
         for finding in report.findings:
             counts[finding.degree] += 1
             if finding.degree == "broken" or strict:
-                sys.stdout.write(write(finding, _shown(checked, finding.file), columns))
+                if finding.file not in shown:
+                    shown[finding.file] = _shown(checked, finding.file)
+                sys.stdout.write(write(finding, shown[finding.file], columns))
         for words in checked.config.unused(of_ignore=checked.covers_all):
             _note(f"{checked.config.origin or 'options'}: {words}")
     if not checked.documents and not errors.count:
@@ -322,11 +325,14 @@ def _checked(
 ) -> Checked:
     """Read what is needed to judge the documents that `paths` name."""
     from docmap.cache import Cache, cache_folder
-    from docmap.checking import Checked, read_packed
+    from docmap.checking import Checked, read_held, read_packed
     from docmap.config import ConfigError, find_config, read_config
 
-    def read_all(files: Sequence[str]) -> Generator[bytes | OSError, None, None]:
-        read = map_in_order(read_packed, files, jobs or default_jobs(len(files)))
+    def read_all(files: Sequence[str]) -> Generator[Held, None, None]:
+        processes = jobs or default_jobs(len(files))
+        # Only what comes from another process, or is kept, need be packed.
+        work: Callable[[str], Held] = read_held if processes == 1 else read_packed
+        read = map_in_order(work, files, processes)
         return track(read, len(files), streaming=False) if len(files) > 1 else read
 
     cache = Cache(cache_folder() if cached else None)

@@ -33,12 +33,12 @@ _BRACES = re.compile(
 _SNIPPET = re.compile(rb"(?P<snippet>;*)-+8<-+(?P<snippet_rest>[^\n]*)")
 _INCLUDE = re.compile(
     rb"""<!--[ \t]*@?(?P<include>include)(?P<include_rest>[^\n]{0,2000}?)-->
-      | (?<![^\s])@(?P<at>include)\b(?P<at_rest>[^\n]*)
+      | @(?<!\S@)(?P<at>include)\b(?P<at_rest>[^\n]*)
       | \[!(?P<docfx>INCLUDE)[ \t]*\[[^\[\]\n]*\]\((?P<docfx_rest>[^()\n]*)\)
     """,
     re.VERBOSE,
 )
-_IMPORT_LINE = re.compile(rb"^(?P<import>import)[ \t]+(?P<import_rest>[^\n]+)", re.MULTILINE)
+_IMPORT_LINE = re.compile(rb"import(?<![^\n]import)[ \t]+(?P<import_rest>[^\n]+)")
 _FENCE_LINE = re.compile(rb":::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)")
 _PATTERNS = (
     ((b"{{", b"{%"), _BRACES),

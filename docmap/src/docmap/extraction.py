@@ -4,16 +4,17 @@ from __future__ import annotations
 
 import html
 import re
+from array import array
 from bisect import bisect_right
-from collections.abc import Iterable, Iterator
+from collections.abc import Iterable, Iterator, Sequence
+from itertools import accumulate
 from types import SimpleNamespace
 from typing import Any, cast
 
-import tree_sitter_markdown
 from quarnel.engines.markdown import extract_links
-from quarnel.engines.references import REF_WIKI_LINK
+from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
-from tree_sitter import Language, Node, Query, QueryCursor
+from tree_sitter import Node
 
 from docmap.constructs import find_constructs, literal_spans
 from docmap.documents import normalise
@@ -36,30 +37,31 @@ from docmap.front_matter import read_fields
 from docmap.inline import Element, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.reading import parse, sections_of
 
-_BLOCKS = Query(
-    Language(tree_sitter_markdown.language()),
-    """
-    [(atx_heading) (setext_heading)] @heading
-    (fenced_code_block) @fence
-    (indented_code_block) @code
-    [(inline) (pipe_table_cell)] @inline
-    (html_block) @html
-    (link_reference_definition) @definition
-    [(minus_metadata) (plus_metadata)] @front_matter
-    """,
-)
+# What is read of a tree, by type of node.
+_KINDS = {
+    "atx_heading": "heading",
+    "setext_heading": "heading",
+    "fenced_code_block": "fence",
+    "indented_code_block": "code",
+    "inline": "inline",
+    "pipe_table_cell": "inline",
+    "html_block": "html",
+    "link_reference_definition": "definition",
+    "minus_metadata": "front_matter",
+    "plus_metadata": "front_matter",
+}
 
 # Where a run of inline Markdown holds what the engine does not report.
 _INLINE_SIGN = re.compile(rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)")
-_DEFINES = re.compile(
-    rb"^[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:", re.MULTILINE
-)
-_BRACES = re.compile(rb"(?<!\{)\{:?([^{}\n]{1,1000})\}")
+# Patterns of whole lines are for `_find_lines`. Those begin with a newline, since `re` finds a literal quickly, while
+# "^" makes it try every byte.
+_DEFINES = re.compile(rb"\n[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:")
+_BRACES = re.compile(rb"\{(?<!\{\{):?([^{}\n]{1,1000})\}")
 _ID_IN_BRACES = re.compile(rb"""(?:^|[ \t])(?:#([^\s#=]+)|id=(?:"([^"]*)"|'([^']*)'|([^\s"']+)))(?![^ \t])""")
 _BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
-_TARGET = re.compile(rb"^[ >\t]*\(([^()\n]+)\)=[ \t]*$", re.MULTILINE)
+_TARGET = re.compile(rb"\n[ >\t]*\(([^()\n]+)\)=[ \t]*$", re.MULTILINE)
 # The name that an option gives what a directive makes; and a target in reStructuredText, which directives can hold.
-_DIRECTIVE_NAME = re.compile(rb"^[ \t>]*(?::name:[ \t]+([^\n]+)|\.\. _([^:\n]+):)", re.MULTILINE)
+_DIRECTIVE_NAME = re.compile(rb"\n[ \t>]*(?::name:[ \t]+([^\n]+)|\.\. _([^:\n]+):)")
 # What stands below a term of a definition list.
 _DEFINITION = re.compile(rb"\n[ ]{0,3}[:~][ \t]")
 _FENCE_INFO = re.compile(rb"[ \t>]*[`~]{3,}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
@@ -71,7 +73,7 @@ _BEFORE_TEXT = re.compile(rb"^[ \t>]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)?")
 _COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
 _NOT_NAMES = frozenset({"section", "document"})
 # What site generators indent: an admonition, a tab.
-_ADMONITION = re.compile(rb"^([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*\n", re.MULTILINE)
+_ADMONITION = re.compile(rb"\n([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*")
 # Directives whose body is no Markdown.
 _CODE_DIRECTIVES = frozenset(
     [
@@ -119,16 +121,14 @@ class _Reader:
         self._text, self._depth = text, depth
         self._labels, self._notes = labels, notes
         self._data = text.encode("utf-8")
-        self._starts: list[int] | None = None
+        self._starts: Sequence[int] | None = None
         self._facts = Facts()
 
     def read(self) -> tuple[Facts, list[Symbol]]:
         root = parse(self._text)
         sections = sections_of(root, self._text, "")
-        blocks = QueryCursor(_BLOCKS).captures(root)
-        for nodes in blocks.values():
-            # They come in no order.
-            nodes.sort(key=_begin)
+        references = extract_links(root, sections)
+        blocks = _blocks(root)
         self._literal = sorted(
             (node.start_byte, node.end_byte) for kind in ("fence", "code") for node in blocks.get(kind, ())
         )
@@ -139,7 +139,7 @@ class _Reader:
         comments = self._read_html(blocks.get("html", ()))
         comments += self._read_runs(blocks.get("inline", ()))
         self._read_spans(comments, root)
-        self._read_links(root, sections, blocks.get("definition", ()), comments)
+        self._read_links(references, blocks.get("definition", ()), comments)
         self._read_constructs(blocks.get("fence", ()))
         self._read_names()
         self._read_bodies(blocks)
@@ -150,7 +150,9 @@ class _Reader:
 
     def _line_of(self, position: int) -> int:
         if self._starts is None:
-            self._starts = [0, *(match.end() for match in re.finditer(rb"\n", self._data))]
+            # An array, since a list would hold an object for every line.
+            self._starts = array("Q", [0])
+            self._starts.extend(accumulate(len(line) + 1 for line in self._data.split(b"\n")))
         return bisect_right(self._starts, position)
 
     def _is_code(self, position: int) -> bool:
@@ -203,10 +205,11 @@ class _Reader:
 
     def _read_labels(self, definitions: Iterable[Node]) -> None:
         labels: dict[str, None] = {}
-        for match in _DEFINES.finditer(self._data) if b"]:" in self._data else ():
+        for begin, match in self._find_lines(_DEFINES) if b"]:" in self._data else ():
             label = _text(match[1])
             if label.startswith("^"):
-                self._facts.footnotes.append(Named(self._line_of(match.start(1)), label[1:]))
+                # The line of the label, which is the line that begins here: nothing before the label ends a line.
+                self._facts.footnotes.append(Named(self._line_of(begin), label[1:]))
             else:
                 labels[same_label(label)] = None
         self._facts.labels = list(labels)
@@ -309,7 +312,10 @@ class _Reader:
         return Span(row + 1, max(last, row + 1), "ignore")
 
     def _read_links(
-        self, root: Node, sections: list[Symbol], definitions: Iterable[Node], comments: list[tuple[int, int]]
+        self,
+        references: Iterable[ReferenceInfo],
+        definitions: Iterable[Node],
+        comments: list[tuple[int, int]],
     ) -> None:
         notes = {
             node.start_point[0] + 1
@@ -320,7 +326,7 @@ class _Reader:
             (self._line_of(begin), self._line_of(end - 1), _text(self._data[begin:end]))
             for begin, end in comments
         ]
-        for reference in extract_links(root, sections):
+        for reference in references:
             # The text of a footnote can look like the destination of a definition.
             if reference.line in notes:
                 continue
@@ -356,12 +362,20 @@ class _Reader:
                     if line not in heading_lines:
                         facts.attribute_ids.append(Named(line, _text(own[own.lastindex or 1])))
         if b"^" in data:
-            facts.block_ids.extend(self._named(_BLOCK_ID))
+            facts.block_ids.extend(
+                Named(self._line_of(match.start()), _text(match[1]))
+                for match in _BLOCK_ID.finditer(data)
+                if not self._is_code(match.start(1))
+            )
         if b")=" in data:
-            facts.targets.extend(self._named(_TARGET))
+            facts.targets.extend(
+                Named(self._line_of(begin), _text(match[1]).strip())
+                for begin, match in self._find_lines(_TARGET)
+                if not self._is_code(begin + match.start(1) - match.start() - 1)
+            )
         if b":name:" in data or b"\n.. _" in data:
-            for match in _DIRECTIVE_NAME.finditer(data):
-                facts.targets.append(Named(self._line_of(match.start()), _text(match[1] or match[2]).strip()))
+            for begin, match in self._find_lines(_DIRECTIVE_NAME):
+                facts.targets.append(Named(self._line_of(begin), _text(match[1] or match[2]).strip()))
         for match in _DEFINITION.finditer(data):
             # One empty line may stand between.
             end = match.start() if data[match.start() - 1 : match.start()] != b"\n" else match.start() - 1
@@ -370,10 +384,11 @@ class _Reader:
             if term and term[0] not in ":|>#-~" and not self._is_code(begin):
                 facts.terms.append(Named(self._line_of(begin), term))
 
-    def _named(self, pattern: re.Pattern[bytes]) -> Iterator[Named]:
-        for match in pattern.finditer(self._data):
-            if not self._is_code(match.start(1)):
-                yield Named(self._line_of(match.start(1)), _text(match[1]).strip())
+    def _find_lines(self, pattern: re.Pattern[bytes]) -> Iterator[tuple[int, re.Match[bytes]]]:
+        """Where lines begin that a pattern which begins with a newline matches, and the matches."""
+        for match in pattern.finditer(b"\n" + self._data):
+            # The newline put in front makes up for the one that is matched.
+            yield match.start(), match
 
     def _read_bodies(self, blocks: dict[str, list[Node]]) -> None:
         """Read what is Markdown to some sites though the grammar calls it code: bodies of directives."""
@@ -389,12 +404,14 @@ class _Reader:
             for child in node.children:
                 if child.type == "code_fence_content":
                     self._add_body("fence", name, child.start_byte, child.end_byte)
-        if blocks.get("code") and _ADMONITION.search(self._data):
+        if blocks.get("code"):
             end = 0
-            for match in _ADMONITION.finditer(self._data):
-                if match.start() >= end and not self._is_fenced(match.start(), blocks):
-                    end = self._end_of_indented(match.end(), len(match[1]) + 4)
-                    self._add_body("admonition", "", match.end(), end)
+            for begin, match in self._find_lines(_ADMONITION):
+                if begin >= end and not self._is_fenced(begin, blocks):
+                    # Past the newline at its end.
+                    first = begin + len(match[0])
+                    end = self._end_of_indented(first, len(match[1]) + 4)
+                    self._add_body("admonition", "", first, end)
 
     def _is_fenced(self, position: int, blocks: dict[str, list[Node]]) -> bool:
         return any(node.start_byte <= position < node.end_byte for node in blocks.get("fence", ()))
@@ -422,8 +439,24 @@ class _Reader:
         self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
 
 
-def _begin(node: Node) -> int:
-    return node.start_byte
+def _blocks(root: Node) -> dict[str, list[Node]]:
+    """The nodes of each kind in `_KINDS`, in document order.
+
+    A walk over children that the engine has asked for already costs a fifth of a query, which visits every token.
+    """
+    found: dict[str, list[Node]] = {}
+    waiting = [root]
+    while waiting:
+        node = waiting.pop()
+        kind = _KINDS.get(node.type)
+        if kind is not None:
+            found.setdefault(kind, []).append(node)
+            if kind != "heading":
+                continue
+        children = node.children
+        if children:
+            waiting.extend(reversed(children))
+    return found
 
 
 def _text(data: bytes) -> str:

@@ -28,17 +28,19 @@ _ATTRIBUTE = re.compile(
     rb"""(?:^|[\s"'}])(id|name|href|src|to)\s*=\s*(?:\{\s*)?(?:"([^"]*)"|'([^']*)'|`([^`$]*)`|(?<!\{)(?<![{\s])([^\s"'<>{}`]+))""",
     re.IGNORECASE,
 )
+# Each alternative begins with one character, outside of groups: `re` then skips what begins with none of these.
 _TOKEN = re.compile(
     rb"""\\[!-/:-@\[-`{-~]
-      | (?P<ticks>`+)
-      | (?P<comment><!--.*?(?:-->|\Z))
+      | `(?P<ticks>`*)
+      | <!--(?P<comment>.*?(?:-->|\Z))
       | <(?P<autolink>[A-Za-z][A-Za-z0-9+.-]{1,31}:[^\s<>]*)>
-      | (?P<tag><(?=/?[A-Za-z]))
+      | <(?P<tag>(?=/?[A-Za-z]))
       | !\[\[(?P<embed>[^\[\]\n]+)\]\]
       | \[\[[^\[\]\n]+\]\]
       | \[\^(?P<footnote>[^\[\]\s^]+)\](?P<defines>:?)
-      | (?P<open>!?\[)
-      | (?P<close>\])
+      | !\[(?P<image>)
+      | \[(?P<open>)
+      | \](?P<close>)
     """,
     re.VERBOSE | re.DOTALL,
 )
@@ -192,8 +194,8 @@ class _Scanner:
         elif kind == "defines":
             if not token["defines"]:
                 self._add_label(start, FOOTNOTE, token["footnote"], self._notes)
-        elif kind == "open":
-            self._open.append((start, token["open"] == b"!["))
+        elif kind == "open" or kind == "image":
+            self._open.append((start, kind == "image"))
         elif kind == "close" and self._open:
             return self._close(start, after)
         return after

@@ -327,7 +327,11 @@ def _stem(path: str) -> str:
 
 def _distance(path: str, source: str) -> tuple[int, str]:
     """How far a file is from another, in folders to go up and down; the path itself settles a tie."""
-    return posixpath.relpath(path, posixpath.dirname(source) or ".").count("/"), path
+    ours, theirs = path.split("/"), source.split("/")[:-1]
+    shared = 0
+    while shared < len(theirs) and ours[shared] == theirs[shared]:
+        shared += 1
+    return len(ours) + len(theirs) - 2 * shared - 1, path
 
 
 def _finding(

@@ -32,11 +32,31 @@ class Spelling:
         shortest, longest = len(name) * cutoff / (2 - cutoff), len(name) * (2 - cutoff) / cutoff
         alike = [other for other in names if shortest <= len(other) <= longest]
         self._left -= len(alike) + len(names) // 20
-        close = get_close_matches(name, alike, 1, cutoff)
+        close = get_close_matches(name, _with_letters_of(name, alike, cutoff), 1, cutoff)
         found = close[0] if close else None
         if of is not None:
             self._known[key] = found
         return found
+
+
+def _with_letters_of(name: str, others: list[str], cutoff: float) -> list[str]:
+    """The names that have enough letters in common with `name` to be as close as the cutoff asks.
+
+    An upper bound of the likeness, found much faster than it: the letters that only one of two names has match nothing.
+    """
+    if not name.isascii():
+        return others
+    letters = name.encode("ascii")
+    found = []
+    for other in others:
+        if other.isascii():
+            theirs = other.encode("ascii")
+            ours_alone, theirs_alone = letters.translate(None, theirs), theirs.translate(None, letters)
+            alike = min(len(letters) - len(ours_alone), len(theirs) - len(theirs_alone))
+            if 2.0 * alike / (len(letters) + len(theirs)) < cutoff:
+                continue
+        found.append(other)
+    return found
 
 
 def is_slip(written: str, meant: str) -> bool:

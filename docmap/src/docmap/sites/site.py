@@ -14,7 +14,7 @@ import posixpath
 import re
 from collections.abc import Callable, Iterable, Mapping, Sequence
 from dataclasses import dataclass, field, replace
-from functools import cached_property
+from functools import cached_property, lru_cache
 from importlib import import_module
 from typing import Final, TypeVar, cast
 
@@ -106,6 +106,9 @@ NO_EFFECT: Final = Effect()
 
 # Fewer than these may be found by chance: [[1]] and [[x]] are text in many documents.
 _FEWEST_WIKI_LINKS: Final = 3
+
+# Several ways ask for the same place of a link, one after the other.
+_REMEMBERED: Final = 1024
 
 
 def numbered(first: int = 1, join: str = "-") -> Callable[[str, dict[str, int]], str]:
@@ -305,6 +308,7 @@ class Site:
         return self.normalised_address(path)
 
     @staticmethod
+    @lru_cache(_REMEMBERED)
     def normalised_address(path: str) -> str:
         """An address without "." and ".." and double slashes; a slash at the end stays."""
         end = "/" if path.endswith(("/", "/.", "/..")) else ""
@@ -424,6 +428,7 @@ class Site:
         return False
 
     @staticmethod
+    @lru_cache(_REMEMBERED)
     def place(path: str, source: str) -> str:
         """The path that a path relative to the file `source` stands for; begins with "../" outside the root."""
         place = posixpath.normpath(posixpath.join(posixpath.dirname(source), path))
