@@ -21,8 +21,8 @@ BOOK = {
 }
 MKDOCS = {
     "mkdocs.yml": "site_url: https://x.org/y/\nplugins: [search, {redirects: {redirect_maps: {old.md: a.md}}}]\n"
-    "exclude_docs: left-out.md\nmarkdown_extensions: [attr_list, {pymdownx.snippets: {auto_append: [abbr.md]}}]\n",
-    "abbr.md": "[appended]: https://x.org\n",
+    "exclude_docs: left-out.md\nmarkdown_extensions: [attr_list, {pymdownx.snippets: {auto_append: [abbr.txt]}}]\n",
+    "abbr.txt": "[appended]: https://x.org\n",
     "docs/index.md": "# Home\n",
     "docs/a.md": "# A\n\n## Was ist’s?\n\n## Same\n\n## Same\n\n## Own { #own }\n\n!!! note\n\n    ## In a note\n",
     "docs/left-out.md": "# Out\n",

@@ -127,10 +127,13 @@ class Repository:
 
     # --- Documents ---
 
-    def facts(self, path: str) -> Facts | None:
-        """What a document holds; None for what is no document, is missing or cannot be read."""
+    def facts(self, path: str, *, suffixes: tuple[str, ...] = PAGE_SUFFIXES) -> Facts | None:
+        """What a document holds; None for what is no document, is missing or cannot be read.
+
+        A file that a site takes for Markdown whatever its name is asked for with the empty suffix.
+        """
         if path not in self.known_facts:
-            is_document = path.lower().endswith(PAGE_SUFFIXES) and path in self.files
+            is_document = path.lower().endswith(suffixes) and path in self.files
             self.known_facts[path] = self.read_facts(path) if is_document else None
         return self.known_facts[path]
 

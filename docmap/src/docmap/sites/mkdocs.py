@@ -312,7 +312,8 @@ def _with_extensions(
         labels: set[str] = set()
         for name in literals.texts(snippets.get("auto_append")):
             places = (posixpath.normpath(posixpath.join(base, name)) for base in bases or (root,))
-            appended = next(filter(None, map(repository.facts, places)), None)
+            read = (repository.facts(place, suffixes=("",)) for place in places)
+            appended = next(filter(None, read), None)
             labels.update(appended.labels if appended is not None else ())
             if appended is None:
                 rules = rules.changed(any_label=f"defined by {name}, which pymdownx.snippets appends?")
