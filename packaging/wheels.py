@@ -12,6 +12,7 @@ import shutil
 import subprocess
 import sys
 import zipfile
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import module_file
@@ -41,8 +42,8 @@ def interpreters() -> dict[str, dict[str, str]]:
 
 def compile_module(target: Target, version: str, python: dict[str, str]) -> Path:
     """Compile the module and return its path; it holds its debug information still."""
-    folder = BUILD / f"{target.name}-{version}"
-    headers = BUILD / "headers" / folder.name
+    folder = BUILD / target.name  # one for all versions: what needs no interpreter is compiled once
+    headers = BUILD / "headers" / f"{target.name}-{version}"
     compiler = str(ROOT / "packaging" / "zig-c++")
     make_headers(headers, Path(python["include"]), target, [compiler, f"--target={target.triple}"])
     linux = target.system == "Linux"
@@ -53,6 +54,8 @@ def compile_module(target: Target, version: str, python: dict[str, str]) -> Path
         *(f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_CXX_COMPILER_TARGET={target.triple}"),
         *(f"-DCMAKE_SYSTEM_NAME={target.system}", f"-DCMAKE_SYSTEM_PROCESSOR={target.processor}"),
         *(f"-DCMAKE_CXX_FLAGS_RELEASE={flags}", f"-DCMAKE_MODULE_LINKER_FLAGS={link}"),
+        # CMake tries the compiler with a library, as Zig would compile a C++ library for a program.
+        *("-DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY", f"-DCMAKE_AR={shutil.which('llvm-ar')}"),
         *("-DCMAKE_OSX_SYSROOT=", "-DMARKDOWN_LTO=OFF", "-DMARKDOWN_WERROR=ON"),
         *(f"-DMARKDOWN_SOABI={target.soabi(version)}", f"-DPython_INCLUDE_DIR={headers}"),
         f"-DMARKDOWN_EXTRA_SOURCES={ROOT / 'packaging' / 'no_demangling.cpp'}",
@@ -144,19 +147,27 @@ def main() -> None:
     os.chdir(ROOT)
 
     found = interpreters()
+    versions = options.versions.split() or VERSIONS
+    if missing := [version for version in versions if version not in found]:
+        raise SystemExit(f"no CPython {', '.join(missing)} with its headers is found here")
+    offered = {version: module_file.exported_by_interpreter(found[version]) for version in versions}
     metadata = make_metadata()
-    failed = False
-    print(f"{'target':24}{'CPython':9}{'installed':>10}  newest symbol versions")
-    for version in options.versions.split() or VERSIONS:
-        if version not in found:
-            raise SystemExit(f"no CPython {version} with its headers is found here")
-        offered = module_file.exported_by_interpreter(found[version])
-        for target in chosen(options.targets):
+    print(f"{'target':24}{'CPython':9}{'installed':>10}  newest symbol versions", flush=True)
+
+    def make_for(target: Target) -> bool:
+        right = True
+        for version in versions:
             module = compile_module(target, version, found[version])
             wheel = make_wheel(target, version, module, metadata, options.dist)
-            faults, size, newest = faults_of(wheel, target, version, offered)
-            print(f"{target.name:24}{version:9}{size:10}  {newest}", *faults, sep="\n  wrong: ", flush=True)
-            failed |= bool(faults)
+            faults, size, newest = faults_of(wheel, target, version, offered[version])
+            row = f"{target.name:24}{version:9}{size:10}  {newest}"
+            print("\n  wrong: ".join([row, *faults]), flush=True)
+            right &= not faults
+        return right
+
+    # Zig makes the C++ library of a target one file at a time, so another target keeps the other processors busy.
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        failed = not all(list(pool.map(make_for, chosen(options.targets))))
     if failed:
         raise SystemExit("not every wheel is as it must be")
 
