@@ -15,7 +15,7 @@ import time
 from collections.abc import Callable
 from pathlib import Path
 
-import typer
+import click
 from docmap.cli import app
 from docmap.documents import read_text, walk
 from docmap.reading import parse
@@ -50,7 +50,7 @@ def command(arguments: list[str]) -> None:
         open(os.devnull, "w", encoding="utf-8") as nowhere,
         contextlib.redirect_stdout(nowhere),
         contextlib.redirect_stderr(nowhere),
-        contextlib.suppress(typer.Exit, SystemExit),
+        contextlib.suppress(click.exceptions.Exit, SystemExit),
     ):
         app(arguments, standalone_mode=False)
 

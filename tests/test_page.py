@@ -9,8 +9,8 @@ from importlib import resources
 from pathlib import Path
 
 import pytest
+from click.testing import CliRunner
 from docmap.cli import app
-from typer.testing import CliRunner
 
 pytest.importorskip("gravis", reason="the drawing library is not installed (requirements/page.txt)")
 webdriver = pytest.importorskip(

@@ -110,7 +110,7 @@ def test_the_shell_completes(typed, offered):
         _docmap_completion docmap && printf '%s\\n' "${{COMPREPLY[@]}}"
     """
     path = f"{os.path.dirname(sys.executable)}:{os.environ['PATH']}"
-    environment = os.environ | {"PATH": path, "_TYPER_COMPLETE_TEST_DISABLE_SHELL_DETECTION": "1"}
+    environment = os.environ | {"PATH": path}
     shown = subprocess.run(
         ["bash", "-c", script], capture_output=True, text=True, env=environment, check=False
     )

@@ -2,8 +2,8 @@
 
 import json
 
+from click.testing import CliRunner
 from docmap.cli import app
-from typer.testing import CliRunner
 
 
 def write_tree(root, files):

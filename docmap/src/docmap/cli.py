@@ -9,10 +9,10 @@ import time
 from collections.abc import Callable, Generator, Iterator, Mapping, Sequence
 from contextlib import closing, contextmanager
 from pathlib import Path
-from typing import TYPE_CHECKING, Annotated, Any, Optional
+from typing import TYPE_CHECKING, Any
 from urllib.parse import quote
 
-import typer
+import click
 
 from docmap.documents import STANDARD_INPUT, find_files
 from docmap.jobs import WorkerLostError, default_jobs, map_in_order, track
@@ -25,20 +25,10 @@ if TYPE_CHECKING:
 
 PIPE_CLOSED = 128 + signal.SIGPIPE
 
-app = typer.Typer(
-    name="docmap",
-    no_args_is_help=True,
-    pretty_exceptions_enable=False,
-    # Plain help and errors: no line is broken inside a word, and nothing waits for a layout.
-    rich_markup_mode=None,
-    context_settings={"help_option_names": ["-h", "--help"]},
+_as_json = click.option("--json", "as_json", is_flag=True, help="Print JSON Lines instead of text.")
+_jobs = click.option(
+    "--jobs", "-j", type=click.IntRange(min=1), help="Number of processes; by default one for few files."
 )
-
-Json = Annotated[bool, typer.Option("--json", help="Print JSON Lines instead of text.")]
-Jobs = Annotated[
-    Optional[int],  # noqa: UP045 (typer reads the annotation at run time)
-    typer.Option("--jobs", "-j", min=1, help="Number of processes; by default one for few files."),
-]
 
 
 class _Errors:
@@ -56,7 +46,7 @@ class _Errors:
 
 
 def _note(message: str) -> None:
-    typer.echo(f"docmap: {printable(message)}", err=True)
+    click.echo(f"docmap: {printable(message)}", err=True)
 
 
 def _note_replaced(document: Document) -> None:
@@ -72,11 +62,11 @@ def _ending_cleanly() -> Iterator[None]:
         sys.stdout.flush()
     except WorkerLostError:
         _note("a process was killed before it was done; memory may be short, and --jobs 1 needs the least")
-        raise typer.Exit(1) from None
+        raise click.exceptions.Exit(1) from None
     except BrokenPipeError:
         # What is still buffered would fail again at exit, with a message that nobody can act on.
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
-        raise typer.Exit(PIPE_CLOSED) from None
+        raise click.exceptions.Exit(PIPE_CLOSED) from None
 
 
 def _count(number: int, noun: str) -> str:
@@ -84,37 +74,58 @@ def _count(number: int, noun: str) -> str:
 
 
 def _summary(counts: str, started: float) -> None:
-    typer.echo(f"{counts}, {time.monotonic() - started:.1f} s", err=True)
+    click.echo(f"{counts}, {time.monotonic() - started:.1f} s", err=True)
 
 
-def _print_version(wanted: bool) -> None:
+def _print_version(context: click.Context, _option: click.Parameter, wanted: bool) -> None:
     if wanted:
         from docmap import __version__
 
-        typer.echo(f"docmap {__version__}")
-        raise typer.Exit
+        click.echo(f"docmap {__version__}")
+        context.exit()
 
 
-@app.callback()
-def _options(
-    version: Annotated[
-        bool,
-        typer.Option("--version", callback=_print_version, is_eager=True, help="Print the version and exit."),
-    ] = False,
-) -> None:
+def _print_completion(context: click.Context, shell: str | None) -> None:
+    if shell is not None:
+        from click.shell_completion import get_completion_class
+
+        completion = get_completion_class(shell)
+        assert completion is not None
+        click.echo(completion(app, {}, "docmap", "_DOCMAP_COMPLETE").source())
+        context.exit()
+
+
+@click.group(name="docmap", no_args_is_help=True, context_settings={"help_option_names": ["-h", "--help"]})
+@click.option(
+    "--version",
+    is_flag=True,
+    is_eager=True,
+    expose_value=False,
+    callback=_print_version,
+    help="Print the version and exit.",
+)
+@click.option(
+    "--show-completion",
+    type=click.Choice(["bash", "zsh", "fish"]),
+    is_eager=True,
+    expose_value=False,
+    callback=lambda context, _option, shell: _print_completion(context, shell),
+    help="Print the completion for a shell and exit.",
+)
+def app() -> None:
     """Map a folder of Markdown: its outline, its links, and the links that lead nowhere."""
 
 
 @app.command()
-def outline(
-    paths: Annotated[
-        list[str], typer.Argument(metavar="PATH", help='Files or folders; "-" is standard input.')
-    ],
-    links: Annotated[bool, typer.Option("--links", help="Print each section's links below it.")] = False,
-    as_json: Json = False,
-    jobs: Jobs = None,
-) -> None:
-    """Print the outline of documents: sections, line ranges, first paragraphs."""
+@click.argument("paths", metavar="PATH...", nargs=-1, required=True)
+@click.option("--links", is_flag=True, help="Print each section's links below it.")
+@_as_json
+@_jobs
+def outline(paths: tuple[str, ...], links: bool, as_json: bool, jobs: int | None) -> None:
+    """Print the outline of documents: sections, line ranges, first paragraphs.
+
+    PATH: files or folders; "-" is standard input.
+    """
     from docmap.json_lines import document_lines
     from docmap.outline import TreePrinter
     from docmap.reading import Unreadable, read_document
@@ -145,59 +156,61 @@ def outline(
         _note("there is no Markdown here")
     counts = _count(file_count, "file"), _count(section_count, "section"), _count(link_count, "link")
     _summary(", ".join(counts), started)
-    raise typer.Exit(1 if errors.count else 0)
+    raise click.exceptions.Exit(1 if errors.count else 0)
 
 
 @app.command()
+@click.argument("paths", metavar="[PATH]...", nargs=-1)
+@click.option("--strict", is_flag=True, help="Show doubtful links, too, and count them as broken.")
+@click.option(
+    "--format",
+    "form",
+    metavar="text|json|github",
+    default="text",
+    show_default=True,
+    help="How findings are written.",
+)
+@click.option("--json", "as_json", is_flag=True, help="The same as --format json.")
+@click.option(
+    "--exclude", metavar="GLOB", multiple=True, help="Do not judge these documents; may be repeated."
+)
+@click.option("--ignore", metavar="GLOB", multiple=True, help="Do not judge these targets; may be repeated.")
+@click.option(
+    "--site", metavar="FOLDER=KIND", multiple=True, help="What kind of site a folder is; may be repeated."
+)
+@click.option(
+    "--root", metavar="FOLDER", help="The folder that all links stay in; by default the repository."
+)
+@click.option("--verbose", "-v", is_flag=True, help="Say which sites were found.")
+@click.option("--no-cache", is_flag=True, help="Neither use nor keep what files hold.")
+@_jobs
 def check(
-    paths: Annotated[
-        Optional[list[str]],  # noqa: UP045
-        typer.Argument(
-            metavar="PATH", help="Files and folders whose links are judged; the current folder by default."
-        ),
-    ] = None,
-    strict: Annotated[
-        bool, typer.Option("--strict", help="Show doubtful links, too, and count them as broken.")
-    ] = False,
-    form: Annotated[
-        str, typer.Option("--format", metavar="text|json|github", help="How findings are written.")
-    ] = "text",
-    as_json: Annotated[bool, typer.Option("--json", help="The same as --format json.")] = False,
-    exclude: Annotated[
-        Optional[list[str]],  # noqa: UP045
-        typer.Option("--exclude", metavar="GLOB", help="Do not judge these documents; may be repeated."),
-    ] = None,
-    ignore: Annotated[
-        Optional[list[str]],  # noqa: UP045
-        typer.Option("--ignore", metavar="GLOB", help="Do not judge these targets; may be repeated."),
-    ] = None,
-    site: Annotated[
-        Optional[list[str]],  # noqa: UP045
-        typer.Option("--site", metavar="FOLDER=KIND", help="What kind of site a folder is; may be repeated."),
-    ] = None,
-    root: Annotated[
-        Optional[str],  # noqa: UP045
-        typer.Option(
-            "--root", metavar="FOLDER", help="The folder that all links stay in; by default the repository."
-        ),
-    ] = None,
-    verbose: Annotated[bool, typer.Option("--verbose", "-v", help="Say which sites were found.")] = False,
-    no_cache: Annotated[
-        bool, typer.Option("--no-cache", help="Neither use nor keep what files hold.")
-    ] = False,
-    jobs: Jobs = None,
+    paths: Sequence[str],
+    strict: bool,
+    form: str,
+    as_json: bool,
+    exclude: tuple[str, ...],
+    ignore: tuple[str, ...],
+    site: tuple[str, ...],
+    root: str | None,
+    verbose: bool,
+    no_cache: bool,
+    jobs: int | None,
 ) -> None:
-    """Report links that lead nowhere; the exit status is then 1."""
+    """Report links that lead nowhere; the exit status is then 1.
+
+    PATH: files and folders whose links are judged; the current folder by default.
+    """
     from docmap.columns import Columns
     from docmap.reports import FORMATS
 
     started = time.monotonic()
     form = "json" if as_json else form
     if form not in FORMATS:
-        raise typer.BadParameter(f"{form} is none of {', '.join(FORMATS)}", param_hint="--format")
-    paths = paths or ["."]
+        raise click.BadParameter(f"{form} is none of {', '.join(FORMATS)}", param_hint="--format")
+    paths = paths or (".",)
     if STANDARD_INPUT in paths:
-        raise typer.BadParameter(
+        raise click.BadParameter(
             "links are checked within a repository; name a file of it", param_hint="PATH"
         )
     _must_exist(paths)
@@ -229,42 +242,43 @@ def check(
         verdict += f", {doubtful} doubtful" + ("" if strict else " (--strict shows them)")
     _summary(verdict, started)
     failed = counts["broken"] or errors.count or (strict and doubtful)
-    raise typer.Exit(1 if failed else 0)
+    raise click.exceptions.Exit(1 if failed else 0)
 
 
 @app.command()
+@click.argument("path", metavar="[FOLDER]", default=".")
+@click.option(
+    "--output",
+    "-o",
+    metavar="FILE",
+    default="docmap.html",
+    show_default=True,
+    help='The page to write; "-" is standard output.',
+)
+@click.option("--title", help="What the folder is called; by default as its index or README says.")
+@click.option(
+    "--link",
+    metavar="TEMPLATE",
+    help="Address of a line of a file: https://host/blob/main/docs/{path}#L{line} or "
+    "vscode://file/{path}:{line}; by default the file itself, relative to the page.",
+)
+@click.option("--open", "open_page", is_flag=True, help="Open the page in a browser.")
+@_jobs
 def page(
-    path: Annotated[
-        str, typer.Argument(metavar="FOLDER", help="A folder; by default the current one.")
-    ] = ".",
-    output: Annotated[
-        str, typer.Option("--output", "-o", metavar="FILE", help='The page to write; "-" is standard output.')
-    ] = "docmap.html",
-    title: Annotated[
-        Optional[str],  # noqa: UP045 (typer reads the annotation at run time)
-        typer.Option("--title", help="What the folder is called; by default as its index or README says."),
-    ] = None,
-    link: Annotated[
-        Optional[str],  # noqa: UP045
-        typer.Option(
-            "--link",
-            metavar="TEMPLATE",
-            help="Address of a line of a file: https://host/blob/main/docs/{path}#L{line} or "
-            "vscode://file/{path}:{line}; by default the file itself, relative to the page.",
-        ),
-    ] = None,
-    open_page: Annotated[bool, typer.Option("--open", help="Open the page in a browser.")] = False,
-    jobs: Jobs = None,
+    path: str, output: str, title: str | None, link: str | None, open_page: bool, jobs: int | None
 ) -> None:
-    """Write one HTML page that shows what is in a folder: documents, search, a picture of links, faults."""
+    """Write one HTML page that shows what is in a folder: documents, search, a picture of links, faults.
+
+    FOLDER: by default the current one.
+    """
     from docmap.folder_map import described, folder_map
     from docmap.page import LibraryMissingError, how_to_install, render
 
     started = time.monotonic()
     if not os.path.isdir(path):
-        raise typer.BadParameter(f"{path} is not a folder", param_hint="FOLDER")
+        raise click.BadParameter(f"{path} is not a folder", param_hint="FOLDER")
     if link is not None and ("{path}" not in link or link.lower().startswith(("javascript:", "data:"))):
-        raise typer.BadParameter("an address with {path} in it, and perhaps {line}", param_hint="--link")
+        raise click.BadParameter("an address with {path} in it, and perhaps {line}", param_hint="--link")
     errors = _Errors()
     with _ending_cleanly():
         checked = _checked([path], {}, errors, jobs=jobs, with_sections=True)
@@ -288,20 +302,20 @@ def page(
                 Path(output).write_text(text, "utf-8", newline="\n")
         except LibraryMissingError:
             _note(f"the page needs a drawing library; this installs it: {how_to_install()}")
-            raise typer.Exit(1) from None
+            raise click.exceptions.Exit(1) from None
         except OSError as error:
             if isinstance(error, BrokenPipeError):
                 raise
             errors.say(output, error.strerror or str(error))
-            raise typer.Exit(1) from None
+            raise click.exceptions.Exit(1) from None
     sections = sum(len(entry["sections"]) for entry in folder["documents"])
     broken = sum(problem.doubt is None for document in documents for problem in document.problems)
     name = "" if output == STANDARD_INPUT else f"{output}: "
     counts = f"{_count(len(documents), 'file')}, {_count(sections, 'section')}, {broken} broken"
     _summary(f"{name}{counts}; {len(text) / 1e6:.1f} MB", started)
     if open_page and output != STANDARD_INPUT:
-        typer.launch(Path(output).absolute().as_uri())
-    raise typer.Exit(1 if errors.count else 0)
+        click.launch(Path(output).absolute().as_uri())
+    raise click.exceptions.Exit(1 if errors.count else 0)
 
 
 def _address(folder: str, origin: str) -> str | None:
@@ -342,7 +356,7 @@ def _checked(
         wanted = [os.path.relpath(os.path.abspath(path), root).replace(os.sep, "/") for path in paths]
         outside = [path for path, place in zip(paths, wanted, strict=True) if place.startswith("..")]
         if outside:
-            raise typer.BadParameter(f"{outside[0]} lies outside of the root {root}", param_hint="PATH")
+            raise click.BadParameter(f"{outside[0]} lies outside of the root {root}", param_hint="PATH")
         wanted = ["" if place == "." else place for place in wanted]
         return Checked(
             root,
@@ -354,7 +368,7 @@ def _checked(
             with_sections=with_sections,
         )
     except ConfigError as error:
-        raise typer.BadParameter(str(error), param_hint="settings") from None
+        raise click.BadParameter(str(error), param_hint="settings") from None
 
 
 def _common_folder(paths: Sequence[str]) -> str:
@@ -362,7 +376,7 @@ def _common_folder(paths: Sequence[str]) -> str:
     try:
         return os.path.commonpath([os.path.abspath(folder) for folder in folders])
     except ValueError:
-        raise typer.BadParameter("the paths lie on several drives", param_hint="PATH") from None
+        raise click.BadParameter("the paths lie on several drives", param_hint="PATH") from None
 
 
 def root_of(paths: Sequence[str]) -> str:
@@ -379,7 +393,7 @@ def root_of(paths: Sequence[str]) -> str:
 def _must_exist(paths: Sequence[str]) -> None:
     for path in paths:
         if path != STANDARD_INPUT and not os.path.lexists(path):
-            raise typer.BadParameter(f"{path} does not exist", param_hint="PATH")
+            raise click.BadParameter(f"{path} does not exist", param_hint="PATH")
 
 
 def _relative(path: str) -> str:
@@ -411,7 +425,15 @@ def main() -> None:
             stream.reconfigure(errors="replace")
     signal.signal(signal.SIGTERM, _terminate)
     # Run as a module, it would else name itself, and its completion, after the interpreter.
-    app(prog_name="docmap")
+    try:
+        status = app.main(prog_name="docmap", standalone_mode=False)
+    except click.Abort:
+        click.echo("Aborted.", err=True)
+        status = 128 + signal.SIGINT
+    except click.ClickException as error:
+        error.show()
+        status = error.exit_code
+    sys.exit(status)
 
 
 def _terminate(number: int, _frame: object) -> None:
