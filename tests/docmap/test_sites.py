@@ -47,7 +47,7 @@ VITEPRESS = {
 }
 DOCUSAURUS = {
     "site/docusaurus.config.js": "const docs = { path: '../docs', routeBasePath: '/' };\n"
-    "module.exports = { presets: [['classic', { docs, blog: { routeBasePath: 'news' } }]],\n"
+    "module.exports = { baseUrl: '/base/', presets: [['classic', { docs, blog: { routeBasePath: 'news' } }]],\n"
     " plugins: [['@docusaurus/plugin-client-redirects', { redirects: [{ from: '/was', to: '/a' }] }]] };\n",
     "site/versions.json": '["2.0", "1.0"]',
     "site/versioned_docs/version-2.0/a.md": "# A\n\n## Two\n",
@@ -171,6 +171,7 @@ SITES = [
         "[x](moved.md)": OK, "[x](/next/moved)": BROKEN, "[x](/was)": OK, "[x](/news/2024/05/06/post)": OK,
         "[x](/news)": OK, "[x](/team)": OK, "[x](/next/all)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
         "![x](@site/static/z.png)": BROKEN, "[x](pathname:///api)": OK, "[x](../README.md)": BROKEN,
+        "[x](/base/a)": OK, "[x](/none)": BROKEN, "{/* [x](none.md) */}": OK,
     }),
     site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
         "[x](/a/)": OK, "[x](/a)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a.mdx)": BROKEN, "[x](/b/)": OK,
@@ -220,6 +221,7 @@ SITES = [
         "[[Note one#Head sub part]]": OK, "[[Note one#head: [sub] part]]": OK, "[[Note one#Head#Deep]]": OK,
         "[[Note one#nope]]": BROKEN, "[[Note one#^block]]": OK, "[[Note one#^nope]]": BROKEN, "![[x.png]]": OK,
         "![[y.png]]": BROKEN, "![[Note two]]": OK, "[x](Note%20one.md)": OK, "[x](Note%20two.md)": OK, "[x](none.md)": BROKEN,
+        "%% [[none]] %%": OK, "```\n%%\n```\n\n[[none]]": BROKEN,
     }),
     site("wiki links without a vault", {"a.md": "# A b\n", "b.md": "[[a]] [[page]] [[A]]\n"}, "page.md", {
         "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN,

@@ -6,7 +6,7 @@ Also finds the lines between tags that show their content as it is written.
 from __future__ import annotations
 
 import re
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 
 from docmap.facts import (
     EXPRESSION,
@@ -15,6 +15,8 @@ from docmap.facts import (
     IMPORT,
     INCLUDE,
     LIQUID,
+    MDX_COMMENT,
+    NOTE_COMMENT,
     SHORTCODE,
     SNIPPET,
     Construct,
@@ -105,3 +107,27 @@ def literal_spans(data: bytes) -> Iterator[tuple[int, int, str]]:
         elif opened is not None and closes and opened[1] == tag:
             yield opened[0], position, _text(tag)
             opened = None
+
+
+def comment_spans(data: bytes, is_code: Callable[[int], bool]) -> Iterator[tuple[int, int, str]]:
+    """Where comments of MDX and of note programs fill their lines: begin, end (in bytes), and the kind."""
+    for kind, closer in ((MDX_COMMENT, b"*/}"), (NOTE_COMMENT, b"%%")):
+        begin = _outside_code(data, kind.encode(), 0, is_code)
+        while begin >= 0:
+            closes = _outside_code(data, closer, begin + 2, is_code)
+            if closes < 0:
+                break
+            end = closes + len(closer)
+            before = data[data.rfind(b"\n", 0, begin) + 1 : begin]
+            newline = data.find(b"\n", end)
+            after = data[end : len(data) if newline < 0 else newline]
+            if not before.strip() and not after.strip():
+                yield begin, end, kind
+            begin = _outside_code(data, kind.encode(), end, is_code)
+
+
+def _outside_code(data: bytes, text: bytes, start: int, is_code: Callable[[int], bool]) -> int:
+    position = data.find(text, start)
+    while position >= 0 and is_code(position):
+        position = data.find(text, position + len(text))
+    return position

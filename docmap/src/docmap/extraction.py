@@ -16,7 +16,7 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
 from tree_sitter import Node
 
-from docmap.constructs import find_constructs, literal_spans
+from docmap.constructs import comment_spans, find_constructs, literal_spans
 from docmap.documents import normalise
 from docmap.facts import (
     COMPONENT,
@@ -284,7 +284,7 @@ class _Reader:
     def _read_spans(self, comments: list[tuple[int, int]], root: Node) -> None:
         for begin, end in comments:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
-        for begin, end, tag in literal_spans(self._data):
+        for begin, end, tag in (*literal_spans(self._data), *comment_spans(self._data, self._is_code)):
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), tag))
         if b"docmap-ignore" in self._data:
             for match in _IGNORE.finditer(self._data):

@@ -84,8 +84,16 @@ class Construct(NamedTuple):
     arguments: str
 
 
+# Comments that only some programs know; only those that fill their lines are read.
+MDX_COMMENT: Final = "{/*"  # to */}
+NOTE_COMMENT: Final = "%%"  # to the next %%
+
+
 class Span(NamedTuple):
-    """Lines (both ends belong to it) that are special: `kind` is "comment", "ignore" or a tag such as "raw"."""
+    """Lines (both ends belong to it) that are special.
+
+    `kind` is "comment", MDX_COMMENT, NOTE_COMMENT, "ignore" or a tag such as "raw".
+    """
 
     first: int
     last: int

@@ -186,7 +186,7 @@ class Judge:
             others += anchors.known.values()
         same = next((name for name in others if name.casefold() == wanted.casefold()), None)
         where = "" if target == source else f" in {target}"
-        closest = same or self._closest_anchor(wanted, others, target)
+        closest = same or self._closest_anchor(link, wanted, others, target)
         if same is not None:
             doubt = rules.case_doubt
         elif closest is not None and is_slip(wanted, closest):
@@ -214,9 +214,10 @@ class Judge:
 
     # --- Suggestions ---
 
-    def _closest_anchor(self, wanted: str, anchors: list[str], page: str) -> str | None:
+    def _closest_anchor(self, link: Link, wanted: str, anchors: list[str], page: str) -> str | None:
         unique = dict.fromkeys(anchors)
-        dashed = "-".join(wanted.casefold().split())
+        # Wiki links name headings as they are written.
+        dashed = wanted if link.form in {WIKI, EMBED} else "-".join(wanted.casefold().split())
         if dashed in unique:
             return dashed
         return self._spelling.closest(dashed, unique, _LOWEST_LIKENESS, of=page)

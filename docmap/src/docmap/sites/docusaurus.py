@@ -12,7 +12,7 @@ from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import HREF, IMAGE, SRC, Facts, Link
+from docmap.facts import HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import component_effects
@@ -172,6 +172,7 @@ RULES = Rules(
     slug=slugs.github,
     custom_id=r"\s*\{(?:/\*\s*)?#((?:(?!\{#|\}|\s*\*/).)+)(?:\s*\*/)?\}$",
     always=r"|top|:~:.*|__docusaurus.*|user-content-fn.*|fn(?:ref)?-.*",
+    literal=frozenset({"comment", MDX_COMMENT}),
 )
 
 
@@ -213,12 +214,12 @@ def make(repository: Repository, root: str) -> Site | None:
         partial(_asset, root),
         page_at_address,
         as_host_serves,
-        outside_base,
     )
-    images = (_as_written, partial(_asset, root), page_at_address, outside_base, must_exist)
+    images = (_as_written, partial(_asset, root), page_at_address, must_exist)
     made = {**RULES.made, **_lists(repository, every)}
     rules = RULES.changed(
-        ways={"link": links, HREF: links, IMAGE: images, SRC: images[:-1]},
+        # Docusaurus puts its base before what Markdown links, but not before attributes of HTML.
+        ways={"link": links, HREF: (*links, outside_base), IMAGE: images, SRC: (*images[:-1], outside_base)},
         takes=lambda site, page: (
             (part := _part_of(every, page)) is not None
             and (part.takes(page) or _PARTIAL.search(page[len(part.folder) :]) is not None)

@@ -8,7 +8,7 @@ from collections.abc import Iterator, Sequence
 from functools import partial
 from typing import Any
 
-from docmap.facts import HREF, IMAGE, SRC, Facts, Link
+from docmap.facts import HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
@@ -95,6 +95,7 @@ RULES = Rules(
     partials_keep_paths=True,
     slug=slugs.github,
     always=r"|top|:~:.*|_top|starlight__.*|user-content-fn.*",
+    literal=frozenset({"comment", MDX_COMMENT}),
 )
 
 

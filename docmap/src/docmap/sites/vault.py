@@ -6,7 +6,7 @@ import posixpath
 import re
 from collections.abc import Iterable, Iterator
 
-from docmap.facts import EMBED, IMAGE, SRC, WIKI, Facts, Link
+from docmap.facts import EMBED, IMAGE, NOTE_COMMENT, SRC, WIKI, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, site_file
@@ -125,6 +125,7 @@ RULES = Rules(
     compare=slugs.vault,
     named=("block_ids",),
     more_anchors=_slugs,
+    literal=frozenset({"comment", NOTE_COMMENT}),
 )
 
 
