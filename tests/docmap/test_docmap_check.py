@@ -137,6 +137,13 @@ def test_a_site_that_cannot_make_it_is_not_asked_twice(tmp_path):
 # --- which documents, and where from -------------------------------------------------------------------
 
 
+def test_without_git_a_site_is_found_from_the_folder_of_its_pages(tmp_path):
+    pages = {"mkdocs.yml": "site_name: S\n", "docs/a.md": "[b](../b/) [z](../z/)\n", "docs/b.md": "# B\n"}
+    write_tree(tmp_path, {f"unpacked/{path}": text for path, text in pages.items()})
+    found = records("check", "--json", "--no-cache", tmp_path / "unpacked" / "docs")
+    assert [(record["target"], record["decided_by"]) for record in found] == [("../z/", "mkdocs")]
+
+
 def test_some_files_are_judged_against_their_whole_repository(tmp_path, monkeypatch):
     links = "[a](../guide.md) [b](../gone.md) [c](deep/leaf.md#no)\n"
     write_tree(tmp_path, TREE | {"docs/links.md": links, "docs/other.md": "[a](zzz.md)\n"})
