@@ -236,6 +236,7 @@ SITES = [
         "[x](a.md#same-1)": OK, "[x](a.md#same-2)": BROKEN, "[x](a.md#Same)": DOUBTFUL, "[x](a.md#by-hand)": OK,
         "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
+        "x <!-- a --> [x](#none)": BROKEN, "x <!-- [x](#n%C3%B6) -->": OK,
     }),
 ]  # fmt: skip
 

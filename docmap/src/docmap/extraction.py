@@ -10,6 +10,7 @@ from collections.abc import Iterable, Iterator, Sequence
 from itertools import accumulate
 from types import SimpleNamespace
 from typing import Any, cast
+from urllib.parse import unquote
 
 from quarnel.engines.markdown import extract_links
 from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
@@ -323,7 +324,7 @@ class _Reader:
             if self._data[node.start_byte : node.start_byte + 40].lstrip(b" >").startswith(b"[^")
         }
         hidden = [
-            (self._line_of(begin), self._line_of(end - 1), _text(self._data[begin:end]))
+            (self._line_of(begin), self._line_of(end - 1), unquote(_text(self._data[begin:end])))
             for begin, end in comments
         ]
         for reference in references:
@@ -331,9 +332,8 @@ class _Reader:
             if reference.line in notes:
                 continue
             wiki = reference.kind == REF_WIKI_LINK
-            if any(
-                first <= reference.line <= last and reference.name in text for first, last, text in hidden
-            ):
+            written = reference.name or f"#{reference.qualifier}"
+            if any(first <= reference.line <= last and written in text for first, last, text in hidden):
                 continue
             link = _link(reference.line, reference.name, reference.qualifier, wiki)
             if link is not None:
