@@ -66,6 +66,10 @@ def make_headers(folder: Path, include: Path, target: Target, compiler: list[str
     (folder / "pyconfig.h").write_text(config)
     shutil.copystat(include / "pyconfig.h", folder / "pyconfig.h")  # or everything would be compiled again
 
+    if "#define SIZEOF_LONG " not in config:  # Debian's includes another, which is one processor's alone
+        raise SystemExit(
+            f"{include}/pyconfig.h states no sizes: name an interpreter that was built from source"
+        )
     lines = ["#include <Python.h>", "#include <pthread.h>", "#include <cstddef>", "#include <cstdio>"]
     for name in re.findall(r"^#define ((?:SIZE|ALIGN)OF_\w+) ", config, flags=re.M):
         measure = "alignof" if name.startswith("ALIGN") else "sizeof"

@@ -34,10 +34,10 @@ def run(*command: str | Path) -> None:
 
 
 def interpreters() -> dict[str, dict[str, str]]:
-    """Return `sysconfig_of` for every CPython found here, by version."""
+    """Return `sysconfig_of` for every CPython found here with its headers, by version."""
     newer = subprocess.check_output([ROOT / "scripts" / "find-newer-pythons"], text=True).split()
     found = [sysconfig_of(python) for python in (sys.executable, *newer)]
-    return {config["version"]: config for config in found}
+    return {config["version"]: config for config in found if Path(config["include"], "Python.h").exists()}
 
 
 def compile_module(target: Target, version: str, python: dict[str, str]) -> Path:
