@@ -141,9 +141,12 @@ class _Reader:
         comments += self._read_runs(blocks.get("inline", ()))
         self._read_spans(comments, root)
         self._read_links(references, blocks.get("definition", ()), comments)
+        del references
         self._read_constructs(blocks.get("fence", ()))
         self._read_names()
         self._read_bodies(blocks)
+        # The nodes and references of a long document take more memory than what follows should add to.
+        del blocks, root
         # The engine reports each link of a line once; so do we.
         self._facts.links = sorted(dict.fromkeys(self._facts.links), key=lambda link: link.line)
         self._facts.headings.sort(key=lambda heading: heading.line)
