@@ -53,6 +53,8 @@ BROKEN = [
         'so it is read as a file; did you mean "https://www.example.org"?',
         id="web, no scheme",
     ),
+    pytest.param("[t](a@example.org)", 'did you mean "mailto:a@example.org"?', id="mail, no scheme"),
+    pytest.param("[t](a@2x.png)", 'no file "a@2x.png"', id="file with an at sign"),
     pytest.param("![t](pics.png)", 'no file "pics.png"', id="image"),
     pytest.param(
         '<img src="../pics.png">', 'no file "../pics.png"; did you mean "../pic.png"?', id="HTML image"
@@ -104,6 +106,11 @@ def test_what_cannot_be_read_makes_a_link_doubtful(tmp_path, link, why):
     lenient, strict = (run("check", "--no-cache", tmp_path, *options) for options in ([], ["--strict"]))
     assert (lenient.stdout, lenient.exit_code, strict.exit_code) == ("", 0, 1)
     assert why in strict.stdout and "1 doubtful" in lenient.stderr
+
+
+def test_a_wiki_link_is_offered_a_heading_as_it_is_written(tmp_path):
+    write_tree(tmp_path, {".obsidian/x": "", "a.md": "## Big Part\n", "b.md": "[[a#Bigg Part]]\n"})
+    assert 'mean "a#Big Part"?' in run("check", "--no-cache", tmp_path).stdout
 
 
 def test_a_site_that_cannot_make_it_is_not_asked_twice(tmp_path):

@@ -67,6 +67,8 @@ _LITERAL = re.compile(
     rb"\{[{%][<%-]?\s*(?:(?P<close>/|end)\s*)?(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b"
 )
 
+_REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
+
 
 def find_constructs(data: bytes) -> Iterator[tuple[int, Construct]]:
     """The constructs of a document and where they stand; their lines are left at 0."""
@@ -118,10 +120,11 @@ def comment_spans(data: bytes, is_code: Callable[[int], bool]) -> Iterator[tuple
             if closes < 0:
                 break
             end = closes + len(closer)
-            before = data[data.rfind(b"\n", 0, begin) + 1 : begin]
-            newline = data.find(b"\n", end)
-            after = data[end : len(data) if newline < 0 else newline]
-            if not before.strip() and not after.strip():
+            # Only the spaces around a comment are looked at, since a line can hold all comments of a file.
+            indent = begin
+            while data[indent - 1 : indent] in {b" ", b"\t"}:
+                indent -= 1
+            if data[indent - 1 : indent] in {b"", b"\n"} and _REST_OF_LINE.match(data, end):
                 yield begin, end, kind
             begin = _outside_code(data, kind.encode(), end, is_code)
 

@@ -23,6 +23,8 @@ IN_DOUBT: Final = "doubtful"
 
 # Files at the top of a repository that its host shows, whatever site is made of them as well.
 _OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_conduct)\.\w+", re.IGNORECASE)
+# "icon@2x.png" is a file.
+_MAIL = re.compile(r"[\w.+-]+@(?!\dx\.)(?:[\w-]+\.)+[A-Za-z]{2,}")
 _WORD_LABEL = re.compile(r"[\w-]+")
 _LOWEST_LIKENESS = 0.7
 
@@ -149,6 +151,9 @@ class Judge:
         if link.form == WWW:
             message = f'no scheme for "{link.path}", so it is read as a file'
             suggestion = f"https://{link.written}"
+        elif _MAIL.fullmatch(link.path) and link.form not in {WIKI, EMBED, IMAGE, SRC}:
+            message = f'no scheme for "{link.path}", so it is read as a file'
+            suggestion = f"mailto:{link.written}"
         elif not link.path:
             message, suggestion = f'no heading "#{link.anchor}"', None
         elif link.form in {WIKI, EMBED}:
