@@ -297,6 +297,7 @@ def test_a_changed_configuration_is_noticed(tmp_path, monkeypatch):
     assert run("check", tmp_path / "book").exit_code == 0
 
 
+@pytest.mark.long
 def test_several_runs_at_once_share_what_is_kept(tmp_path):
     write_tree(tmp_path / "docs", {f"{n:03}.md": f"# T\n\n[a](x{n}.md)\n" for n in range(300)})
     command = [sys.executable, "-m", "docmap", "check", str(tmp_path / "docs")]
@@ -333,6 +334,7 @@ HOSTILE = [
 ]
 
 
+@pytest.mark.long
 @pytest.mark.parametrize(("text", "broken"), HOSTILE)
 def test_hostile_documents_are_checked_in_time(tmp_path, text, broken):
     write_tree(tmp_path, {"a.md": text, "b.md": "# B\n\n[a](a.md#zzz)\n"})

@@ -20,6 +20,7 @@ def test_several_processes_print_what_one_prints(tmp_path):
         assert one.stdout == three.stdout and one.stdout.count("\n") >= 100
 
 
+@pytest.mark.long
 def test_a_closed_pipe_ends_quietly(tmp_path):
     write_tree(tmp_path, {f"{n}.md": "# Title\n" * 300 for n in range(60)})
     for option in ([], ["--json"]):
@@ -53,6 +54,7 @@ def test_an_interrupt_ends_with_its_own_status(tmp_path, jobs):
         assert b"Traceback" not in process.stderr.read()
 
 
+@pytest.mark.long
 def test_an_interrupt_leaves_the_terminal_as_it_was(tmp_path):
     for name in ("first", "second"):
         os.mkfifo(tmp_path / name)
@@ -72,6 +74,7 @@ def test_an_interrupt_leaves_the_terminal_as_it_was(tmp_path):
     assert shown.count(hidden) == shown.count(seen) == 1 and shown.index(hidden) < shown.index(seen)
 
 
+@pytest.mark.long
 @pytest.mark.skipif(not os.path.exists("/proc/self/task"), reason="finds the processes in /proc")
 @pytest.mark.parametrize(
     ("victim", "status", "said"),
@@ -96,6 +99,7 @@ def test_a_killed_process_ends_the_run_in_a_line(tmp_path, victim, status, said)
     assert not any(os.path.exists(f"/proc/{child}") for child in children)
 
 
+@pytest.mark.long
 @pytest.mark.parametrize(
     ("typed", "offered"),
     [

@@ -142,7 +142,7 @@ SITES = [
         "[x](a.md#same-2)": BROKEN, "[x](a.md#own)": OK, "[x](a.md#Own)": BROKEN, "[x](a.md#हिन्दी)": OK,
         "[x](a.md#term)": OK, '<a href="a.html#same">x</a>': OK, '<a href="c.html">x</a>': BROKEN,
     }),
-    site("mdbook with a preprocessor", {**BOOK, "book.toml": "[preprocessor.spec]\n"}, "src/guide/b.md", {
+    site("mdbook with a preprocessor", {**BOOK, "book.toml": "[preprocessor.graphs]\n"}, "src/guide/b.md", {
         "[x](c.html)": DOUBTFUL, "[x](a.md#rule)": DOUBTFUL, "[x][rule]": DOUBTFUL,
     }),
     site("mkdocs", MKDOCS, "docs/sub/page.md", {

@@ -52,8 +52,8 @@ class Config:
     def excludes(self, path: str) -> bool:
         """Whether the links of a document are not to be judged."""
         found = False
-        for pattern, spec in self._excluded:
-            if spec.match_file(path):
+        for pattern, matcher in self._excluded:
+            if matcher.match_file(path):
                 self.used.add(("exclude", pattern))
                 found = True
         return found

@@ -37,7 +37,7 @@ class Resolution:
     Found: `pages` are the documents that it may lead to (the likeliest first); without any, it leads to something
     that is no document (an image, a folder, an address that the site makes), whose anchors nobody judges.
     Missing: `why` adds to "no file": a reason that helps the author, or None.
-    Doubtful: `why` is what decides, as in "made by the preprocessor `spec` of book.toml?".
+    Doubtful: `why` is what decides, as in "made by the preprocessor `graphs` of book.toml?".
     """
 
     outcome: str
