@@ -34,4 +34,5 @@ def run(*_):
         runpy.run_module(words[1], run_name="__main__", alter_sys=True)
     else:
         sys.argv = words
+        sys.path.insert(0, os.path.dirname(os.path.abspath(words[0])))
         runpy.run_path(words[0], run_name="__main__")

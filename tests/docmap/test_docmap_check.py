@@ -113,6 +113,11 @@ def test_a_wiki_link_is_offered_a_heading_as_it_is_written(tmp_path):
     assert 'mean "a#Big Part"?' in run("check", "--no-cache", tmp_path).stdout
 
 
+def test_a_missing_page_is_said_to_be_missing_once(tmp_path):
+    write_tree(tmp_path, {"config.toml": 'base_url = "https://x.org"\n', "content/a.md": "[x](@/x.md)\n"})
+    assert run("check", "--no-cache", tmp_path).stdout.endswith('a.md:1: no file "@/x.md"\n')
+
+
 def test_a_site_that_cannot_make_it_is_not_asked_twice(tmp_path):
     """Something unread may make any address of this book, but not one that is a slip for a page that is there."""
     book = '[book]\ntitle = "B"\n[preprocessor.custom]\ncommand = "x"\n'

@@ -69,8 +69,9 @@ def _internal(site: Site, link: Link, source: str) -> Resolution | None:
     place = posixpath.normpath(posixpath.join(site.content, link.path[2:]))
     if place in site.repository.files and site.addresses.get(place, True):
         return found(place) if site.repository.facts(place) is not None else found()
-    why = f"{place} is a draft or not rendered" if place in site.repository.files else f"no file {place}"
-    return nothing_because(site, link, source, why)
+    if place not in site.repository.files:
+        return site.nothing_at(link.path, source)
+    return nothing_because(site, link, source, f"{place} is a draft or not rendered")
 
 
 def _colocated(site: Site, link: Link, source: str) -> Resolution | None:
