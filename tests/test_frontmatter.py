@@ -155,6 +155,7 @@ def test_what_stays_within_the_limits_is_loaded(body, records):
 
 # The constructs that the engine reads without PyYAML. Most front matter of real documents has no others.
 NATIVE = [
+    "title: it’s 一", "a:\n" + "- b: c\n  d:\n    e: f\n" * 20 + "title: g",
     "# c\n\ntitle: a:b #c", "title : a#b  # c\n'b': \"c\"#d\n-e: http://f/?g=h#i", "title: a\ntitle:",
     "'title': 'it''s'\n\"description\": \"\\\"\\\\\\/\\n\\t\\x41\\u00e9\\U0010FFFF\"", "title: 1.5\ndescription: -12", "title: +0\na: -.x\nb: ../c",
     "a: 0001-01-01\nb: 9999-12-31 23:59:59\nc: 2023-02-28T00:00:00Z\nd: 2023-04-30T01:02:03+23:59\ntitle: 2023-04-30 01:02:03 -0700",
@@ -194,7 +195,7 @@ TIMES = [
 OTHERS = [
     "<<", "=", "0x_", "08", "+010", "0b2", "1:60", "1_0", "1e+3", "1.e5", "1.5e+3", ".5", "+.inf", ".nan", "-.NaN", "7" * 641,
     '"\\ud800"', '"\\U00110000"', '"\\x4"', '"\\q"', '"a\n  b"', "a\n  b", "a: b", "a:", "- a", "? a", "[a: b]", "[a b, [c]]", "[a",
-    ">\n  a\n   b\n  c", "|\n   \n  a", "|\n  a\n   \n  b", "|2\n   a", "|+\n  a\n\n", "|\na", "|\n  a\n b", "|x", "'a' b", "{a: b}",
+    ">\n  a\n   b\n  c", "|\n   \n  a", "|\n  a\n   \n  b", "|2\n   a", "|+\n  a\n\n", "|\na", "|\n  a\n b", "|x", "a\n--- b: c", "'a' b", "{a: b}",
 ]  # fmt: skip
 
 

@@ -16,6 +16,7 @@ PLAIN_TEXTS = [
     ("[a [b](c)", "a [b"),
     ("[![badge](b.svg)](x.md)", "badge"),
     (r"\[a](b) !\[c](d) \![e](f)", "[a](b) ![c](d) ![e](f)"),
+    (r"\[[a](b) ![[c](d) [![e](f)", "[a [c [e"),
     ("<ftp:archive> <HTTPS:x>", "ftp:archive <HTTPS:x>"),
     ("x <b>bold</b> <!-- note --> y <br/>", "x bold y"),
     ("a<br>b <!-- two\nlines -->c", "ab c"),

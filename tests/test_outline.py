@@ -123,6 +123,7 @@ def test_rows_outside_the_text_hold_no_text():
     ]
     for floor, row, expected in rows:
         assert markdown._last_text_row(lines, floor, row) == expected
+    assert markdown._last_text_row(["a"], -1, 0) == 0
     assert markdown._section_ends([], lines) == []
 
 

@@ -42,6 +42,7 @@ BODIES = [
     ('title = "a\tb\\n"', {"title": "a\tb\\n"}),
     (r"title = 'C:\path'", {"title": r"C:\path"}),
     (r'title = "\ud83d x \ude00 \ud83d\ud83d\ude00"', {"title": "\ud83d x \ude00 \ud83d\U0001f600"}),
+    (r'title = "\ud800\udc00 \udbff\udfff \u0080"', {"title": "\U00010000 \U0010ffff \x80"}),
     ("\u00a0title\u2003=\u3000''\x0b", {"title": ""}),
     ("", {}),
 ]
