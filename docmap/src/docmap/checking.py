@@ -63,10 +63,10 @@ class Checked:
         with_sections: bool = False,
     ) -> None:
         """`wanted`: files and folders below `root`, relative to it, "" for all. `on_error` gets the path
-        (absolute) and the reason of what cannot be read. Raises ConfigError for a site that there is not."""
+        (absolute) and the reason of what is wanted and cannot be read. Raises ConfigError for a site that there is not."""
         self._cache, self._read_all, self._on_error = cache, read_all, on_error
         self._versions = readers()
-        self._wanted = list(wanted)
+        self._wanted, self._root = list(wanted), os.path.abspath(root)
         self._sections: dict[str, list[Section]] | None = {} if with_sections else None
         self.config = config
         self._check_kinds()
@@ -108,7 +108,10 @@ class Checked:
                 raise ConfigError(f'site: there is no kind "{setting.kind}"; there are {", ".join(kinds())}')
 
     def _folder_failed(self, error: OSError) -> None:
-        self._on_error(os.fspath(error.filename), error.strerror or str(error))
+        place = os.fspath(error.filename)
+        path = os.path.relpath(place, self._root).replace(os.sep, "/")
+        if any(wanted in {"", path} or path.startswith(f"{wanted}/") for wanted in self._wanted):
+            self._on_error(place, error.strerror or str(error))
 
     def _asked_for(self, wanted: Sequence[str]) -> list[str]:
         documents = self.repository.documents
@@ -169,7 +172,10 @@ class Checked:
 
     def _fail(self, path: str, error: OSError) -> None:
         self.repository.known_facts[path] = None
-        self._on_error(self._absolute(path), error.strerror or str(error))
+        self.repository.unread[path] = None
+        # Another file makes doubtful what depends on it.
+        if path in self.documents:
+            self._on_error(self._absolute(path), error.strerror or str(error))
 
     def _absolute(self, path: str) -> str:
         return os.path.join(self.repository.root, path)

@@ -44,6 +44,8 @@ class Repository:
         # Read by the run, in bulk; single files are read when first asked for.
         self.known_facts: dict[str, Facts | None] = {}
         self.read_facts: ReadFacts = lambda path: None
+        # Documents that turned out to be unreadable, in the order in which they did.
+        self.unread: dict[str, None] = {}
         self._wanted = tuple(wanted)
         self._on_error = on_error
         # What was asked for as text, by path: a digest of it, "" for a file that could not be read.
@@ -136,6 +138,10 @@ class Repository:
             is_document = path.lower().endswith(suffixes) and path in self.files
             self.known_facts[path] = self.read_facts(path) if is_document else None
         return self.known_facts[path]
+
+    def is_document(self, path: str) -> bool:
+        """Whether a file is a document, readable or not."""
+        return self.facts(path) is not None or path in self.unread
 
     def text(self, path: str) -> str | None:
         """The text of a file, as of a configuration; None when it is missing or cannot be read."""

@@ -402,6 +402,8 @@ class Site:
         why = self.rules.any_source if is_source else self.rules.any_target
         if why is not None:
             return made_perhaps(why)
+        if self.rules.addresses is not None and not is_source and self.unread_page is not None:
+            return made_perhaps(f"{self.unread_page} cannot be read, and may say that this is its address")
         if self.defined_by and not is_source and self._climbs_out(path, source):
             return doubtful("it leads out of the site; is another served beside it?")
         places = [self.place(path, source)]
@@ -414,6 +416,11 @@ class Site:
             if why is not None:
                 return doubtful(why)
         return missing()
+
+    @property
+    def unread_page(self) -> str | None:
+        """A page that cannot be read, if there is one."""
+        return next((path for path in self.repository.unread if path in self.addresses), None)
 
     def _climbs_out(self, path: str, source: str) -> bool:
         """Whether a relative path leads above the site's own address, where other sites of its host may be."""
@@ -558,7 +565,7 @@ def site_file(site: Site, place: str) -> Resolution | None:
     """The file at this path of the repository, or a folder that is there; None when nothing is."""
     place = "" if place == "." else place
     if place in site.repository.files:
-        return found(place) if site.repository.facts(place) is not None else found()
+        return found(place) if site.repository.is_document(place) else found()
     return found() if place in site.repository.folders else None
 
 

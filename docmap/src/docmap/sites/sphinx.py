@@ -111,7 +111,7 @@ def _document(site: Site, link: Link, source: str) -> Resolution | None:
             if name.endswith((".md", ".rst")) and site.within(name, site.content) is None:
                 # Sphinx has no page of it, yet gives the file itself to download.
                 return found()
-            return found(name) if site.repository.facts(name) is not None else found()
+            return found(name) if site.repository.is_document(name) else found()
     return None
 
 

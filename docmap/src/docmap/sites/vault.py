@@ -9,7 +9,7 @@ from collections.abc import Iterable, Iterator
 from docmap.facts import EMBED, IMAGE, NOTE_COMMENT, SRC, WIKI, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, site_file
+from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, made_perhaps, site_file
 
 KIND = "vault"
 
@@ -43,7 +43,9 @@ def _by_name(site: Site, link: Link, source: str) -> Resolution | None:
 def _alias(site: Site, link: Link, source: str) -> Resolution | None:
     """Another name that front matter gives a note, which some programs follow."""
     pages = site.once(_aliases).get(link.path.strip().casefold())
-    return doubtful(f"an alias of {pages[0]}, which not every program follows") if pages else None
+    if pages:
+        return doubtful(f"an alias of {pages[0]}, which not every program follows")
+    return made_perhaps(f"an alias of {site.unread_page}, which cannot be read?") if site.unread_page else None
 
 
 def _aliases(site: Site) -> dict[str, list[str]]:

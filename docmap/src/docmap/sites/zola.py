@@ -68,7 +68,7 @@ def _internal(site: Site, link: Link, source: str) -> Resolution | None:
         return None
     place = posixpath.normpath(posixpath.join(site.content, link.path[2:]))
     if place in site.repository.files and site.addresses.get(place, True):
-        return found(place) if site.repository.facts(place) is not None else found()
+        return found(place) if site.repository.is_document(place) else found()
     if place not in site.repository.files:
         return site.nothing_at(link.path, source)
     return nothing_because(site, link, source, f"{place} is a draft or not rendered")
