@@ -18,6 +18,12 @@ root.children = range(10**12)
 used = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
 resource.setrlimit(resource.RLIMIT_AS, (used + 2**26, used + 2**26))
 try:
+    bytearray(2**27)
+except MemoryError:
+    pass
+else:
+    raise SystemExit("no limit")
+try:
     markdown.extract_sections(root, "", "P", 1, unique_fqn=str, cap_docstring=str)
 except MemoryError:
     pass
@@ -34,4 +40,6 @@ def test_a_process_without_memory_left_gets_a_memory_error():
     paths = os.pathsep.join([str(Path(__file__).parent), os.environ.get("PYTHONPATH", "")])
     run = subprocess.run([sys.executable, "-c", PROGRAM], env=os.environ | {"PYTHONPATH": paths},
                          capture_output=True, text=True)  # fmt: skip
+    if run.stderr.strip() == "no limit":
+        pytest.skip("a limit on the address space has no effect, as under an emulator")
     assert (run.returncode, run.stdout) == (0, "still here\n"), run.stderr
