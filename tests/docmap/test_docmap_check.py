@@ -200,7 +200,9 @@ def test_unreadable_folders_and_odd_names(tmp_path, monkeypatch):
     assert "locked: Permission denied" in result.stderr and "loop.md: Too many levels" in result.stderr
 
 
-@pytest.mark.parametrize(("asked", "failed"), [("a.md", False), ("in", False), (".", True), ("locked.md", True)])
+@pytest.mark.parametrize(
+    ("asked", "failed"), [("a.md", False), ("in", False), (".", True), ("locked.md", True)]
+)
 def test_only_what_is_asked_for_must_be_readable(tmp_path, monkeypatch, asked, failed):
     def locked(path, *arguments, **options):
         # As the system does for all users but root, as which these tests may run.
@@ -210,7 +212,9 @@ def test_only_what_is_asked_for_must_be_readable(tmp_path, monkeypatch, asked, f
 
     link = "[x](/locked.md) [y](/locked.md#h) [z](/set/by/it/)\n"
     front = "---\n---\n"
-    write_tree(tmp_path, {"_config.yml": "a: b\n", "a.md": front + link, "in/b.md": front, "locked.md": front})
+    write_tree(
+        tmp_path, {"_config.yml": "a: b\n", "a.md": front + link, "in/b.md": front, "locked.md": front}
+    )
     monkeypatch.setattr("docmap.checking.open", locked, raising=False)
     monkeypatch.chdir(tmp_path)
     lenient, strict = (run("check", "--no-cache", "--root", ".", asked, *more) for more in ([], ["--strict"]))
@@ -338,6 +342,7 @@ def test_several_runs_at_once_share_what_is_kept(tmp_path):
 
 N = 100_000
 HOSTILE = [
+    pytest.param("a %% [[x]] %% $[[y]]$ `$ $$ ``" * N, 0, id="comments and mathematics in one line"),
     pytest.param("{#" + "a" * N, 0, id="attribute without end"),
     pytest.param("<h1>" * N, 0, id="HTML headings without end"),
     pytest.param("{%" + " " * N, 0, id="tag without name"),
