@@ -222,9 +222,13 @@ SITES = [
         "[[Note one#nope]]": BROKEN, "[[Note one#^block]]": OK, "[[Note one#^nope]]": BROKEN, "![[x.png]]": OK,
         "![[y.png]]": BROKEN, "![[Note two]]": OK, "[x](Note%20one.md)": OK, "[x](Note%20two.md)": OK, "[x](none.md)": BROKEN,
         "%% [[none]] %%": OK, "```\n%%\n```\n\n[[none]]": BROKEN,
+        "a %% [[none]] [b](none.md) %% c": OK, "%% a %% [[none]]": BROKEN, "%% [[none]] %% [[none]]": BROKEN,
+        "50%% of [[none]]": BROKEN, "`%%` [[none]] `%%`": BROKEN, "a %% `b` ![[none]] %% c %%": OK,
+        "a $[[1,2]]$ b": OK, "$[[1]]$ $[[1]]$ [[1]]": BROKEN, "$$[[a]]$$": OK, "$$\n[[a]]\n$$": OK, "$5 [[none]] $6": BROKEN,
+        "$ [[none]]$": BROKEN, "`$` [[none]] `$`": BROKEN, r"\$[[none]]$": BROKEN, "$5\n[[none]]$": BROKEN,
     }),
     site("wiki links without a vault", {"a.md": "# A b\n", "b.md": "[[a]] [[page]] [[A]]\n"}, "page.md", {
-        "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN,
+        "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN, "$[[1]]$": OK,
     }),
     site("a generator without rules", {"docs/.vuepress/config.js": "", "docs/b.md": "# B\n"}, "docs/page.md", {
         "[x](b.md)": OK, "[x](/b/)": DOUBTFUL, "[x](c.md)": DOUBTFUL, "[x](b.md#nope)": DOUBTFUL,

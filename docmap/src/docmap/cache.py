@@ -20,7 +20,7 @@ from typing import Any
 from docmap.facts import Body, Construct, Facts, Heading, Link, Named, Section, Span
 
 # Raised with every change to what is read of a file, or to the form in which it is kept.
-_FORMAT = 1
+_FORMAT = 2
 _READERS = ("docmap", "quarnel-markdown", "tree-sitter", "tree-sitter-markdown", "PyYAML")
 _DAY = 86400
 # Entries that no run has asked for in this time are dropped.

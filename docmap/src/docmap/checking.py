@@ -63,7 +63,8 @@ class Checked:
         with_sections: bool = False,
     ) -> None:
         """`wanted`: files and folders below `root`, relative to it, "" for all. `on_error` gets the path
-        (absolute) and the reason of what is wanted and cannot be read. Raises ConfigError for a site that there is not."""
+        (absolute) and the reason of what is wanted and cannot be read. Raises ConfigError for a site that there
+        is not."""
         self._cache, self._read_all, self._on_error = cache, read_all, on_error
         self._versions = readers()
         self._wanted, self._root = list(wanted), os.path.abspath(root)

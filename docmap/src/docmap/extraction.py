@@ -21,6 +21,7 @@ from docmap.constructs import comment_spans, find_constructs, literal_spans
 from docmap.documents import normalise
 from docmap.facts import (
     COMPONENT,
+    EMBED,
     FENCE,
     LINK,
     TEMPLATE,
@@ -36,6 +37,7 @@ from docmap.facts import (
 )
 from docmap.front_matter import read_fields
 from docmap.inline import Element, elements_of, link_of, links_of_element, read_inline, same_label
+from docmap.notes import targets
 from docmap.reading import parse, sections_of
 
 # What is read of a tree, by type of node.
@@ -142,6 +144,7 @@ class _Reader:
         self._read_spans(comments, root)
         self._read_links(references, blocks.get("definition", ()), comments)
         del references
+        self._mark_links_inside()
         self._read_constructs(blocks.get("fence", ()))
         self._read_names()
         self._read_bodies(blocks)
@@ -162,6 +165,11 @@ class _Reader:
     def _is_code(self, position: int) -> bool:
         at = bisect_right(self._literal_begins, position) - 1
         return at >= 0 and position < self._literal[at][1]
+
+    def _end_of_code(self, position: int) -> int | None:
+        if not self._is_code(position):
+            return None
+        return self._literal[bisect_right(self._literal_begins, position) - 1][1]
 
     def _is_inside_code(self, position: int) -> bool:
         """Whether a position is in code below the line that opens it."""
@@ -341,6 +349,23 @@ class _Reader:
             link = _link(reference.line, reference.name, reference.qualifier, wiki)
             if link is not None:
                 self._facts.links.append(link)
+
+    def _mark_links_inside(self) -> None:
+        """Say of each link what it stands inside of; the engine reports its line alone."""
+        inside: dict[tuple[int, bool, str, str | None], str | None] = {}
+        for target in targets(self._data, self._end_of_code):
+            line = self._line_of(target.position)
+            link = link_of(WIKI if target.is_wiki else LINK, line, _text(target.written))
+            if link is not None:
+                key = line, target.is_wiki, link.path, link.anchor
+                inside[key] = inside.get(key, target.inside) and target.inside
+        if any(inside.values()):
+            self._facts.links = [
+                link._replace(
+                    inside=inside.get((link.line, link.form in {WIKI, EMBED}, link.path, link.anchor))
+                )
+                for link in self._facts.links
+            ]
 
     def _read_constructs(self, fences: Iterable[Node]) -> None:
         found = self._facts.constructs

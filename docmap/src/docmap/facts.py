@@ -30,7 +30,8 @@ class Link(NamedTuple):
 
     `path` and `anchor` are percent-decoded and without escapes, character references and query; `path` is ""
     for a link within the document; `anchor` is None without "#". A template's `path` is its whole destination,
-    a label's or footnote's `path` is the label. `written` is the target as the document has it.
+    a label's or footnote's `path` is the label. `written` is the target as the document has it. `inside`:
+    NOTE_COMMENT or MATHEMATICS for a link that stands nowhere on its line but in these.
     """
 
     line: int
@@ -38,6 +39,7 @@ class Link(NamedTuple):
     path: str
     anchor: str | None
     written: str
+    inside: str | None = None
 
 
 class Heading(NamedTuple):
@@ -84,9 +86,11 @@ class Construct(NamedTuple):
     arguments: str
 
 
-# Comments that only some programs know; only those that fill their lines are read.
+# Comments that only some programs know. Spans are only those that fill their lines.
 MDX_COMMENT: Final = "{/*"  # to */}
 NOTE_COMMENT: Final = "%%"  # to the next %%
+# What note programs take for formulas: $x$ and $$x$$.
+MATHEMATICS: Final = "$"
 
 
 class Span(NamedTuple):

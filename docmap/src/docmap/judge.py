@@ -86,8 +86,11 @@ class Judge:
                 continue
             if link.form in site.rules.unchecked_forms:
                 continue
-            if (link.form in {WIKI, EMBED} and site.notes is None) or (
-                link.form == SCHEME and SCHEME not in site.rules.ways
+            reader = site.notes if link.form in {WIKI, EMBED} else site
+            if (
+                reader is None
+                or link.inside in reader.rules.literal
+                or (link.form == SCHEME and SCHEME not in site.rules.ways)
             ):
                 continue
             yield self._judge(shown, link, path, facts)

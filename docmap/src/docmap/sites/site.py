@@ -375,7 +375,10 @@ class Site:
         vault.pages = self.pages
         texts = ((page, facts) for page in self.pages if (facts := self.facts(page)) is not None)
         links = [
-            (link, page) for page, facts in texts for link in facts.links if link.form == WIKI and link.path
+            (link, page)
+            for page, facts in texts
+            for link in facts.links
+            if link.form == WIKI and link.path and link.inside is None
         ]
         finds = sum(vault.resolve(link, page).outcome == FOUND for link, page in links)
         return vault if finds >= _FEWEST_WIKI_LINKS and 2 * finds > len(links) else None

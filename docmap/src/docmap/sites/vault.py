@@ -6,10 +6,20 @@ import posixpath
 import re
 from collections.abc import Iterable, Iterator
 
-from docmap.facts import EMBED, IMAGE, NOTE_COMMENT, SRC, WIKI, Facts, Link
+from docmap.facts import EMBED, IMAGE, MATHEMATICS, NOTE_COMMENT, SRC, WIKI, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, made_perhaps, site_file
+from docmap.sites.site import (
+    Resolution,
+    Rules,
+    Site,
+    doubtful,
+    file_beside,
+    found,
+    itself,
+    made_perhaps,
+    site_file,
+)
 
 KIND = "vault"
 
@@ -45,7 +55,9 @@ def _alias(site: Site, link: Link, source: str) -> Resolution | None:
     pages = site.once(_aliases).get(link.path.strip().casefold())
     if pages:
         return doubtful(f"an alias of {pages[0]}, which not every program follows")
-    return made_perhaps(f"an alias of {site.unread_page}, which cannot be read?") if site.unread_page else None
+    return (
+        made_perhaps(f"an alias of {site.unread_page}, which cannot be read?") if site.unread_page else None
+    )
 
 
 def _aliases(site: Site) -> dict[str, list[str]]:
@@ -127,7 +139,7 @@ RULES = Rules(
     compare=slugs.vault,
     named=("block_ids",),
     more_anchors=_slugs,
-    literal=frozenset({"comment", NOTE_COMMENT}),
+    literal=frozenset({"comment", NOTE_COMMENT, MATHEMATICS}),
 )
 
 
