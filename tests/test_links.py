@@ -148,7 +148,7 @@ def test_wiki_target_takes_any_match():
         assert markdown._wiki_target(match) == by_re.wiki_target(match)
 
 
-def test_unquote_equals_the_interpreters():
+def test_every_short_escaped_text_is_decoded_as_the_interpreter_decodes_it():
     for text in by_re.every_string("%4cé", 6):
         assert markdown.unquote(text) == urllib.parse.unquote(text), text
     for high, low in itertools.product(map(chr, range(0x80)), repeat=2):
