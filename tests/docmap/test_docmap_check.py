@@ -344,6 +344,8 @@ def test_several_runs_at_once_share_what_is_kept(tmp_path):
 N = 100_000
 HOSTILE = [
     pytest.param("a %% [[x]] %% $[[y]]$ `$ $$ ``" * N, 0, id="comments and mathematics in one line"),
+    pytest.param("---\nx: " + "[" * 60_000 + "\n---\n", 0, id="nesting front matter"),
+    pytest.param("---\nx:\n" + "- " * 30_000 + "\n---\n", 0, id="nesting lists in front matter"),
     pytest.param("{#" + "a" * N, 0, id="attribute without end"),
     pytest.param("<h1>" * N, 0, id="HTML headings without end"),
     pytest.param("{%" + " " * N, 0, id="tag without name"),
