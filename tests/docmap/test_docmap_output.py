@@ -84,8 +84,7 @@ def test_colours_are_for_terminals(tmp_path, arguments, terminal, environment, c
     assert ("\x1b[1m" in shown) == (coloured or (terminal and environment.get("NO_COLOR") == "1"))
 
 
-def test_control_characters_do_not_reach_the_terminal():
-    assert (
-        "\x1b"
-        not in run("outline", "--links", "-", stdin="# a\x1b[31m\n\np\x1b]0;x\x07\n\n[x](\x1bc.md)\n").stdout
-    )
+@pytest.mark.parametrize("character", ["\x1b", "\x9b", "\u2028", "\u202e", "\u2066"], ids=ascii)
+def test_control_characters_do_not_reach_the_terminal(character):
+    document = f"# a{character}[31m\n\np{character}]0;x\x07\n\n[x]({character}c.md)\n"
+    assert character not in run("outline", "--links", "-", stdin=document).stdout

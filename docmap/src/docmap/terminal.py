@@ -5,15 +5,18 @@ from __future__ import annotations
 import os
 import sys
 
-# Control characters of a document must not reach the terminal, where they would be obeyed.
-_VISIBLE = dict.fromkeys((*range(32), *range(127, 160), 0x2028, 0x2029), 65533)
+# Control characters of a document must not reach the terminal, where they would be obeyed. Nor may the characters that
+# reverse the text after them: a line of output would show another path than it has.
+_VISIBLE = dict.fromkeys(
+    (*range(32), *range(127, 160), 0x2028, 0x2029, *range(0x202A, 0x202F), *range(0x2066, 0x206A)), 65533
+)
 
 # Styles, as terminals number them.
 CYAN, GREEN, DIM = 36, 32, 2
 
 
 def printable(text: str) -> str:
-    """Return `text` with each control character and line separator replaced by U+FFFD."""
+    """Return `text` with each control character, line separator and change of direction replaced by U+FFFD."""
     return text if text.isascii() and text.isprintable() else text.translate(_VISIBLE)
 
 
