@@ -8,6 +8,8 @@ import sys
 import pytest
 from trees import records, run, write_tree
 
+from docmap import checking
+
 # --- what is followed ----------------------------------------------------------------------------------
 
 TREE = {
@@ -323,6 +325,47 @@ def test_a_changed_configuration_is_noticed(tmp_path, monkeypatch):
     assert [run("check", tmp_path / "book").exit_code for _ in range(2)] == [1, 1]
     write_tree(tmp_path / "book", {"book.toml": '[output.html.redirect]\n"/old.html" = "a.html"\n'})
     assert run("check", tmp_path / "book").exit_code == 0
+
+
+DEPENDS = [
+    pytest.param("[](deep/)", "", 0, id="on paths alone"),
+    pytest.param("[](../b/page.md#part)", "b/page.md", 0, id="on an anchor elsewhere"),
+    pytest.param(
+        "[](in-the-book.md)", "book/src/shows.md book/src/in-the-book.md", 0, id="on where it is shown"
+    ),
+    pytest.param("[](no.md)", "book/src/shows.md book/src/in-the-book.md", 1, id="on nothing that is there"),
+]
+
+
+@pytest.mark.parametrize(("link", "others", "status"), DEPENDS)
+def test_no_document_is_parsed_that_no_judged_link_depends_on(tmp_path, monkeypatch, link, others, status):
+    monkeypatch.setenv("XDG_CACHE_HOME", str(tmp_path / "cache"))
+    root = tmp_path / "docs"
+    other = {
+        "b/page.md": "## Part\n",
+        "c/x.md": "[[a]] alias\n",
+        "wiki/mkdocs.yml": "",
+        "wiki/docs/i.md": "# I\n",
+    }
+    book = {"book.toml": "", "src/SUMMARY.md": "[](shows.md)[](in-the-book.md)\n"}
+    book |= {"src/shows.md": "{{#include ../../a/judged.md}}\n", "src/in-the-book.md": ""}
+    write_tree(root, other | {f"book/{name}": text for name, text in book.items()})
+    write_tree(root, {".git/HEAD": "", "a/judged.md": f"{link}\n", "a/deep/x.md": ""})
+    parsed = []
+
+    def read(path, held=checking.read_held):
+        parsed.append(os.path.relpath(path, root))
+        return held(path)
+
+    monkeypatch.setattr(checking, "read_held", read)
+    monkeypatch.setattr(checking, "read_packed", lambda path: checking.packed(*read(path)))
+    assert run("check", "--no-cache", root / "a/judged.md").exit_code == status
+    # What defines a site is read to find it.
+    assert sorted({*parsed} - {"book/src/SUMMARY.md"}) == sorted(["a/judged.md", *others.split()])
+    # What is kept depends on the others as well.
+    assert [run("check", root / "a/judged.md").exit_code for _ in range(2)] == [status, status]
+    write_tree(root, {path: "changed\n" for path in others.split()})
+    assert run("check", root / "a/judged.md").exit_code == (status or bool(others))
 
 
 @pytest.mark.long

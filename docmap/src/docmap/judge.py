@@ -9,11 +9,13 @@ import posixpath
 import re
 from collections.abc import Iterable, Iterator, Mapping
 from dataclasses import dataclass
+from itertools import chain
 from typing import Final
 
 from docmap.documents import PAGE_SUFFIXES
 from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
 from docmap.inline import same_label
+from docmap.partials import perhaps_included
 from docmap.repository import Repository
 from docmap.sites.site import DOUBTFUL, FOUND, Site
 from docmap.spelling import Spelling, is_slip
@@ -73,7 +75,7 @@ class Judge:
 
     def judged(self, path: str) -> Iterator[Judgement]:
         """What becomes of each link of a document, in document order."""
-        shown = self._shown_in(path)
+        shown = self._shown_in(path) or list(self._shown_elsewhere(path))
         if not shown:
             return
         site = shown[0][0]
@@ -96,17 +98,21 @@ class Judge:
             yield self._judge(shown, link, path, facts)
 
     def _shown_in(self, path: str) -> list[tuple[Site, str]]:
-        """Where a reader meets the text of a document: the sites and the pages in them, its own site first."""
+        """Where a reader meets the text of a document: its own site and the pages there, and the code host."""
         own = self.site_of(path)
         shown = [(own, source) for source in own.sources_of(path)] if own is not self._host else []
         # What its site shows nowhere is still read where the repository is, and so is what no site owns.
         shown = shown or ([] if own.is_part(path) else [(self._host, path)])
         if own is not self._host and _OF_THE_HOST.fullmatch(path):
             shown.append((self._host, path))
-        for site in self.sites:
-            if site is not own and site is not self._host:
-                shown += [(site, page) for page in site.includers.get(path, ())]
         return shown
+
+    def _shown_elsewhere(self, path: str) -> Iterator[tuple[Site, str]]:
+        """The pages of other sites that a document is part of."""
+        own = self.site_of(path)
+        for site in self.sites:
+            if site is not own and site is not self._host and path in site.once(perhaps_included):
+                yield from ((site, page) for page in site.includers.get(path, ()))
 
     def findings(self, path: str) -> Iterator[Finding]:
         """What is wrong with the links of a document, in document order."""
@@ -117,7 +123,8 @@ class Judge:
     def _judge(self, shown: list[tuple[Site, str]], link: Link, path: str, facts: Facts) -> Judgement:
         """The judgement on a link of a document; a text that several pages show is wrong where it is so in all."""
         worst: Judgement | None = None
-        for site, source in shown:
+        # The pages of other sites are read only for a link that is wrong where it stands.
+        for site, source in chain(shown, self._shown_elsewhere(path)):
             judgement = self._judge_in(site, link, path, source, facts)
             if judgement.finding is None:
                 return judgement
