@@ -405,6 +405,18 @@ HOSTILE = [
     pytest.param("".join(f"# h{n}\n\n[a](#g{n})\n\n" for n in range(3000)), 3000, id="wrong anchors"),
     pytest.param("# a\n\n" * 20000 + "[a](#a-20000)\n", 1, id="one heading again and again"),
     pytest.param(f"[a]({'a/' * N}b.md)", 1, id="a long path"),
+    pytest.param("<!-- docmap-ignore -->\n\nx\n\n" * N, 0, id="comments that ignore a block"),
+    pytest.param("x " + "<!-- docmap-ignore --> " * N, 0, id="comments that ignore one line"),
+    pytest.param("<!-- docmap-ignore --> [a](no.md)\n\n" * (N // 4), 0, id="ignored links"),
+    pytest.param("x <!-- y --> [a](no.md)\n\n" * (N // 3), N // 3, id="comments beside links"),
+    pytest.param("!!! note\n\n" + "    x\n" * N, 0, id="a long admonition"),
+    pytest.param("!!! note\n\n    x\n\n```\nx\n```\n\n" * (N // 2), 0, id="admonitions and code"),
+    pytest.param(";" * N * 2 + " 8<-", 0, id="signs of a snippet"),
+    pytest.param("![a](" + " " * N + "x y", 0, id="white space in a destination"),
+    pytest.param("[" * N + "a" + "][]" * N, 249, id="collapsed labels within each other"),
+    pytest.param(
+        "".join(f"# h{n}\n\n[a](#{n}g)\n\n" for n in range(N // 4)), N // 4, id="many wrong anchors"
+    ),
 ]
 
 

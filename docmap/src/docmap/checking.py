@@ -10,7 +10,7 @@ from functools import cached_property
 
 from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
-from docmap.facts import Facts, Section
+from docmap.facts import Facts, Section, lines_of
 from docmap.judge import Finding, Judge, Judgement
 from docmap.repository import Repository
 from docmap.sites import find_sites, kinds
@@ -249,13 +249,11 @@ class Checked:
         facts = self.judge.site_of(path).facts(path)
         if facts is None:
             return
-        ignored = [span for span in facts.spans if span.kind == "ignore"]
+        ignored = lines_of(facts.spans, {"ignore"})
         for judgement in self.judge.judged(path):
             finding = judgement.finding
-            if finding is not None:
-                in_text = any(span.first <= finding.line <= span.last for span in ignored)
-                if in_text or self.config.ignores((finding.target,)):
-                    judgement = replace(judgement, finding=None)
+            if finding is not None and (finding.line in ignored or self.config.ignores((finding.target,))):
+                judgement = replace(judgement, finding=None)
             yield judgement
 
     def findings(self, path: str) -> Iterator[Finding]:

@@ -6,7 +6,7 @@ Also finds the lines between tags that show their content as it is written.
 from __future__ import annotations
 
 import re
-from collections.abc import Callable, Iterator
+from collections.abc import Iterator
 
 from docmap.facts import (
     EXPRESSION,
@@ -21,6 +21,7 @@ from docmap.facts import (
     SNIPPET,
     Construct,
 )
+from docmap.ranges import Ranges
 
 # Each pattern is tried only where a sign of it is in the document; looking for these is much faster.
 _BRACES = re.compile(
@@ -32,7 +33,8 @@ _BRACES = re.compile(
     )""",
     re.VERBOSE,
 )
-_SNIPPET = re.compile(rb"(?P<snippet>;*)-+8<-+(?P<snippet_rest>[^\n]*)")
+# A run of signs is looked at from its begin alone.
+_SNIPPET = re.compile(rb"(?P<snippet>(?<!;);+|(?<![;-]))-+8<-+(?P<snippet_rest>[^\n]*)")
 _INCLUDE = re.compile(
     rb"""<!--[ \t]*@?(?P<include>include)(?P<include_rest>[^\n]{0,2000}?)-->
       | @(?<!\S@)(?P<at>include)\b(?P<at_rest>[^\n]*)
@@ -111,12 +113,12 @@ def literal_spans(data: bytes) -> Iterator[tuple[int, int, str]]:
             opened = None
 
 
-def comment_spans(data: bytes, is_code: Callable[[int], bool]) -> Iterator[tuple[int, int, str]]:
+def comment_spans(data: bytes, code: Ranges) -> Iterator[tuple[int, int, str]]:
     """Where comments of MDX and of note programs fill their lines: begin, end (in bytes), and the kind."""
     for kind, closer in ((MDX_COMMENT, b"*/}"), (NOTE_COMMENT, b"%%")):
-        begin = _outside_code(data, kind.encode(), 0, is_code)
+        begin = _outside_code(data, kind.encode(), 0, code)
         while begin >= 0:
-            closes = _outside_code(data, closer, begin + 2, is_code)
+            closes = _outside_code(data, closer, begin + 2, code)
             if closes < 0:
                 break
             end = closes + len(closer)
@@ -126,11 +128,11 @@ def comment_spans(data: bytes, is_code: Callable[[int], bool]) -> Iterator[tuple
                 indent -= 1
             if data[indent - 1 : indent] in {b"", b"\n"} and _REST_OF_LINE.match(data, end):
                 yield begin, end, kind
-            begin = _outside_code(data, kind.encode(), end, is_code)
+            begin = _outside_code(data, kind.encode(), end, code)
 
 
-def _outside_code(data: bytes, text: bytes, start: int, is_code: Callable[[int], bool]) -> int:
+def _outside_code(data: bytes, text: bytes, start: int, code: Ranges) -> int:
     position = data.find(text, start)
-    while position >= 0 and is_code(position):
-        position = data.find(text, position + len(text))
+    while position >= 0 and (around := code.around(position)) is not None:
+        position = data.find(text, max(around[1], position + len(text)))
     return position

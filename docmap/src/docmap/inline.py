@@ -45,17 +45,22 @@ _TOKEN = re.compile(
     re.VERBOSE | re.DOTALL,
 )
 _TITLE = rb"""(?:"(?:[^"\\]|\\.)*"|'(?:[^'\\]|\\.)*'|\((?:[^()\\]|\\.)*\))"""
+# White space that something follows is taken whole, since what repeats it would be tried at each of its bytes; after
+# an empty destination it begins the title or the size.
 _DESTINATION = re.compile(
-    rb"""\(\s*(?:
+    rb"""\((?:\s*(?!\s)(?:
         <(?P<angled>[^<>\n]*)>
       | (?P<filled>[^\s(){}<>]*(?:\{\{.{0,400}?\}\}|\{%.{0,400}?%\})[^\s()]*)
       | (?P<plain>(?:[^\s()<\\]|\\.|\([^\s()]*\))*)
     )(?:\s+"""
     + _TITLE
-    + rb""")?(?:\s+=\S*)?\s*\)""",
+    + rb""")?(?:\s+=\S*)?|\s+(?:=\S*|"""
+    + _TITLE
+    + rb"""(?:\s+=\S*)?)(?P<none>))\s*\)""",
     re.VERBOSE | re.DOTALL,
 )
-_LABEL = re.compile(rb"\[([^\[\]]{0,999})\]")
+_LONGEST_LABEL = 999
+_LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
 
 
 class Element(NamedTuple):
@@ -230,8 +235,10 @@ class _Scanner:
         elif following == b"[" and not self._is_text(opened):
             label = _LABEL.match(self._data, after, self._end)
             if label is not None and not label[1].startswith(b"^"):
-                written = label[1] if label[1].strip() else self._data[opened + 1 + is_image : start]
-                self._add_label(opened, LABEL, written, self._labels)
+                if label[1].strip():
+                    self._add_label(opened, LABEL, label[1], self._labels)
+                elif start - opened <= _LONGEST_LABEL:
+                    self._add_label(opened, LABEL, self._data[opened + 1 + is_image : start], self._labels)
                 return label.end()
         return after
 

@@ -7,13 +7,27 @@ from __future__ import annotations
 
 import posixpath
 import re
-from collections.abc import Iterable, Iterator, Mapping
+from collections.abc import Iterable, Iterator, Mapping, Sequence
 from dataclasses import dataclass
+from heapq import nsmallest
 from itertools import chain
-from typing import Final
+from typing import Final, NamedTuple
 
 from docmap.documents import PAGE_SUFFIXES
-from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.facts import (
+    EMBED,
+    FOOTNOTE,
+    IMAGE,
+    LABEL,
+    SCHEME,
+    SRC,
+    TEMPLATE,
+    WIKI,
+    WWW,
+    Facts,
+    Link,
+    lines_of,
+)
 from docmap.inline import same_label
 from docmap.partials import perhaps_included
 from docmap.repository import Repository
@@ -29,6 +43,8 @@ _OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_co
 _MAIL = re.compile(r"[\w.+-]+@(?!\dx\.)(?:[\w-]+\.)+[A-Za-z]{2,}")
 _WORD_LABEL = re.compile(r"[\w-]+")
 _LOWEST_LIKENESS = 0.7
+# About a second. In a large repository thousands of files share a name such as "index".
+_MOST_DISTANCES = 500_000
 
 
 @dataclass(frozen=True)
@@ -57,6 +73,13 @@ class Judgement:
     finding: Finding | None = None
 
 
+class _AnchorNames(NamedTuple):
+    """The anchors of some pages as they are written, and by how they are written without letter case."""
+
+    names: Mapping[str, None]
+    in_other_case: Mapping[str, str]
+
+
 class Judge:
     """Judges the links of the documents of one repository."""
 
@@ -68,6 +91,8 @@ class Judge:
         self._owners = {page: site for site in self.sites for page in site.pages}
         self._spelling = Spelling()
         self._names: dict[str | None, dict[str, list[str]]] = {}
+        self._anchors: dict[tuple[Site, tuple[str, ...]], _AnchorNames] = {}
+        self._distances_left = _MOST_DISTANCES
 
     def site_of(self, path: str) -> Site:
         """The site that a document belongs to."""
@@ -82,9 +107,9 @@ class Judge:
         facts = site.facts(path)
         if facts is None:
             return
-        hidden = [span for span in facts.spans if span.kind in site.rules.literal and span.kind != "comment"]
+        hidden = lines_of(facts.spans, site.rules.literal - {"comment"})
         for link in facts.links:
-            if any(span.first <= link.line <= span.last for span in hidden):
+            if link.line in hidden:
                 continue
             if link.form in site.rules.unchecked_forms:
                 continue
@@ -191,17 +216,16 @@ class Judge:
         if not wanted or re.fullmatch(rules.always, wanted):
             return Judgement(link, target)
         doubt: str | None = None
-        others: list[str] = []
         for page in pages:
             anchors = site.anchors(page)
             name = anchors.known.get(rules.compare(wanted))
             if name is not None and (rules.case_doubt is None or not _differ_in_case(name, wanted)):
                 return Judgement(link, page)
             doubt = doubt or anchors.unknown_because
-            others += anchors.known.values()
-        same = next((name for name in others if name.casefold() == wanted.casefold()), None)
+        others = self._anchors_of(site, pages)
+        same = others.in_other_case.get(wanted.casefold())
         where = "" if target == source else f" in {target}"
-        closest = same or self._closest_anchor(link, wanted, others, target)
+        closest = same or self._closest_anchor(link, wanted, others.names, target)
         if same is not None:
             doubt = rules.case_doubt
         elif closest is not None and is_slip(wanted, closest):
@@ -229,13 +253,21 @@ class Judge:
 
     # --- Suggestions ---
 
-    def _closest_anchor(self, link: Link, wanted: str, anchors: list[str], page: str) -> str | None:
-        unique = dict.fromkeys(anchors)
+    def _anchors_of(self, site: Site, pages: tuple[str, ...]) -> _AnchorNames:
+        """The anchors of all these pages; put together once, since thousands of links can miss them."""
+        if (site, pages) not in self._anchors:
+            names = dict.fromkeys(name for page in pages for name in site.anchors(page).known.values())
+            # Of several that are equal but for letter case, the first.
+            folded = {name.casefold(): name for name in reversed(names)}
+            self._anchors[site, pages] = _AnchorNames(names, folded)
+        return self._anchors[site, pages]
+
+    def _closest_anchor(self, link: Link, wanted: str, names: Mapping[str, None], page: str) -> str | None:
         # Wiki links name headings as they are written.
         dashed = wanted if link.form in {WIKI, EMBED} else "-".join(wanted.casefold().split())
-        if dashed in unique:
+        if dashed in names:
             return dashed
-        return self._spelling.closest(dashed, unique, _LOWEST_LIKENESS, of=page)
+        return self._spelling.closest(dashed, names, _LOWEST_LIKENESS, of=page)
 
     @staticmethod
     def _with_anchor(link: Link, anchor: str) -> str:
@@ -266,9 +298,9 @@ class Judge:
         name = posixpath.basename(place)
         stem = _stem(name)
         names = self._names_of_files()
-        alike = sorted(names.get(stem.casefold(), ()), key=lambda path: _distance(path, source))
+        alike = self._nearest(names.get(stem.casefold(), ()), source)
         shows = link.form in {IMAGE, SRC}
-        fitting = [path for path in alike[:5] if shows != path.lower().endswith(PAGE_SUFFIXES)]
+        fitting = [path for path in alike if shows != path.lower().endswith(PAGE_SUFFIXES)]
         yield from fitting or alike[:1]
         folder = posixpath.dirname(place)
         beside = self._names_of_files(folder)
@@ -276,8 +308,15 @@ class Judge:
         similar = [] if close is None else beside[close][:1]
         close = self._spelling.closest(stem.casefold(), names, 0.85, of="anywhere")
         if close is not None:
-            similar.append(min(names[close], key=lambda path: _distance(path, source)))
+            similar += self._nearest(names[close], source)[:1]
         yield from (path for path in similar if not (shows and path.lower().endswith(PAGE_SUFFIXES)))
+
+    def _nearest(self, paths: Sequence[str], source: str) -> list[str]:
+        """The five files that are nearest to another, the nearest first; none when it costs too much."""
+        self._distances_left -= len(paths)
+        if self._distances_left < 0:
+            return []
+        return nsmallest(5, paths, key=lambda path: _distance(path, source))
 
     def _names_of_files(self, folder: str | None = None) -> Mapping[str, list[str]]:
         """Files by name, without suffix and letter case: those of a folder, or all."""

@@ -18,7 +18,7 @@ from functools import cached_property, lru_cache
 from importlib import import_module
 from typing import Final, TypeVar, cast
 
-from docmap.facts import INCLUDE, WIKI, Construct, Facts, Heading, Link, Named
+from docmap.facts import INCLUDE, WIKI, Construct, Facts, Heading, Link, Named, lines_of
 from docmap.repository import Repository
 
 _T = TypeVar("_T")
@@ -479,7 +479,7 @@ class Site:
         if facts is None:
             return f"{page} cannot be read"
         why = None
-        hidden = [span for span in facts.spans if span.kind in rules.literal]
+        hidden = lines_of(facts.spans, rules.literal)
         # In document order, since repeats are numbered in it, across what is included.
         events: list[tuple[int, Heading | Construct | Named]] = [
             *((heading.line, heading) for heading in facts.headings),
@@ -489,7 +489,7 @@ class Site:
         events.sort(key=lambda event: event[0])
         for line, event in events:
             in_comment = isinstance(event, Construct) and event.form == INCLUDE
-            if not in_comment and any(span.first <= line <= span.last for span in hidden):
+            if not in_comment and line in hidden:
                 continue
             if isinstance(event, Heading):
                 anchor = self.anchor_of(event, given)
