@@ -23,7 +23,7 @@ from docmap.facts import (
 )
 from docmap.ranges import Ranges
 
-# Each pattern is tried only where a sign of it is in the document; looking for these is much faster.
+# Each pattern is tried only where one of two signs of it is in the document; looking for these is much faster.
 _BRACES = re.compile(
     rb"""\{(?:
         \{[<%]-?\s*(?P<shortcode>(?:/\s*)?[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
@@ -45,11 +45,11 @@ _INCLUDE = re.compile(
 _IMPORT_LINE = re.compile(rb"import(?<![^\n]import)[ \t]+(?P<import_rest>[^\n]+)")
 _FENCE_LINE = re.compile(rb":::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)")
 _PATTERNS = (
-    ((b"{{", b"{%"), _BRACES),
-    ((b"8<-",), _SNIPPET),
-    ((b"include", b"INCLUDE"), _INCLUDE),
-    ((b"import ", b"import\t"), _IMPORT_LINE),
-    ((b":::",), _FENCE_LINE),
+    (b"{{", b"{%", _BRACES),
+    (b"8<-", b"8<-", _SNIPPET),
+    (b"include", b"INCLUDE", _INCLUDE),
+    (b"import ", b"import\t", _IMPORT_LINE),
+    (b":::", b":::", _FENCE_LINE),
 )
 _FORMS = {
     "shortcode_rest": SHORTCODE,
@@ -72,26 +72,28 @@ _LITERAL = re.compile(
 _REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
 
 
-def find_constructs(data: bytes) -> Iterator[tuple[int, Construct]]:
-    """The constructs of a document and where they stand; their lines are left at 0."""
-    for signs, pattern in _PATTERNS:
-        if any(sign in data for sign in signs):
+def find_constructs(data: bytes, code: Ranges) -> Iterator[tuple[int, Construct]]:
+    """The constructs of a document outside of `code`, and where they stand; their lines are left at 0."""
+    for sign, other, pattern in _PATTERNS:
+        if sign in data or other in data:
             for match in pattern.finditer(data):
-                yield from _constructs_of(match)
+                position = match.start()
+                if position not in code:
+                    for construct in _constructs_of(match):
+                        yield position, construct
 
 
-def _constructs_of(match: re.Match[bytes]) -> Iterator[tuple[int, Construct]]:
+def _constructs_of(match: re.Match[bytes]) -> list[Construct]:
     last = match.lastgroup or ""
     if last == "import_rest":
         imported = _IMPORT.match(match["import_rest"])
-        if imported is not None:
-            for name in re.findall(rb"[\w$]+", imported["names"] or b"") or [b""]:
-                yield match.start(), Construct(0, IMPORT, _text(name), _text(imported["path"]))
-        return
+        if imported is None:
+            return []
+        names = re.findall(rb"[\w$]+", imported["names"] or b"") or [b""]
+        return [Construct(0, IMPORT, _text(name), _text(imported["path"])) for name in names]
     name = _text(match[last.removesuffix("_rest")]).strip("{} \t\n")
     # The closing tag says nothing that the opening one did not.
-    if not name.startswith("/"):
-        yield match.start(), Construct(0, _FORMS[last], name, _text(match[last]).strip())
+    return [] if name.startswith("/") else [Construct(0, _FORMS[last], name, _text(match[last]).strip())]
 
 
 def _text(data: bytes) -> str:

@@ -389,9 +389,8 @@ class _Reader:
 
     def _read_constructs(self, fences: Iterable[Node]) -> None:
         found = self._facts.constructs
-        for position, construct in find_constructs(self._data):
-            if position not in self._code:
-                found.append(construct._replace(line=self._line_of(position)))
+        for position, construct in find_constructs(self._data, self._code):
+            found.append(construct._replace(line=self._line_of(position)))
         for node in fences:
             info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
             if info is not None:

@@ -39,9 +39,9 @@ class Target(NamedTuple):
 def targets(data: bytes, code: Ranges) -> Iterator[Target]:
     """The targets of links outside of `code`, the bytes of code blocks.
 
-    Nothing is found in a document that has neither comments nor mathematics.
+    Nothing is found in a document that has neither comments nor mathematics, which hides wiki links alone.
     """
-    if b"%%" not in data and data.count(b"$") < 2:
+    if b"%%" not in data and (b"[[" not in data or data.count(b"$") < 2):
         return
     closers = {b"%%": _Closers(data, rb"%%", code), b"$$": _Closers(data, rb"\$\$", code)}
     blanks = [match.start() for match in re.finditer(rb"\n[ \t>]*\n", data)]

@@ -11,6 +11,7 @@ import re
 from docmap.constructs import find_constructs
 from docmap.documents import normalise
 from docmap.facts import FENCE, Construct
+from docmap.ranges import Ranges
 from docmap.sites.site import Site
 
 _FENCE_INFO = re.compile(rb"[`~]{3}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
@@ -44,7 +45,7 @@ def _constructs(site: Site, path: str) -> list[Construct]:
     if data is None:
         return []
     data = _INDENT.sub(b"\n", normalise(data)[0].encode("utf-8"))
-    found = [construct for _, construct in find_constructs(data)]
+    found = [construct for _, construct in find_constructs(data, Ranges(()))]
     for info in _FENCE_INFO.finditer(data):
         name, rest = (group.decode("utf-8", "replace").strip() for group in info.groups())
         found.append(Construct(0, FENCE, name, rest))

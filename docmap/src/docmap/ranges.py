@@ -1,4 +1,4 @@
-"""Sets of positions or lines that are given as ranges, asked one by one: a look-up takes no longer where there are more."""
+"""Sets of positions or lines, given as ranges and asked one by one; many of them take no longer than few."""
 
 from __future__ import annotations
 
