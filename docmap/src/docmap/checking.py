@@ -10,6 +10,7 @@ from functools import cached_property
 
 from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
+from docmap.documents import normalise
 from docmap.facts import Facts, Section, lines_of
 from docmap.judge import Finding, Judge, Judgement
 from docmap.repository import Repository
@@ -27,11 +28,15 @@ def read_held(path: str) -> tuple[Facts, list[Section]] | OSError:
     from docmap.extraction import read_facts
 
     try:
-        with open(path, "rb") as file:
-            data = file.read()
+        # The bytes are let go of before the text is read: each copy of a long document counts.
+        return read_facts(*normalise(_bytes_of(path)))
     except OSError as error:
         return error
-    return read_facts(data)
+
+
+def _bytes_of(path: str) -> bytes:
+    with open(path, "rb") as file:
+        return file.read()
 
 
 def read_packed(path: str) -> bytes | OSError:
@@ -135,8 +140,7 @@ class Checked:
     def _read_bytes(self, path: str) -> bytes | None:
         """The bytes of a file; None when it cannot be read."""
         try:
-            with open(self._absolute(path), "rb") as file:
-                data = file.read()
+            data = _bytes_of(self._absolute(path))
         except OSError as error:
             if self._keys.get(path, b"") is not None:
                 self._keys[path] = None

@@ -128,7 +128,9 @@ class _Rules:
 
         One expression of all patterns answers in a tenth of the time that these take one after the other.
         """
-        expressions = [pattern.regex.pattern for pattern in self.patterns.patterns if pattern.regex is not None]
+        expressions = [
+            pattern.regex.pattern for pattern in self.patterns.patterns if pattern.regex is not None
+        ]
         # Names of groups are unique in an expression.
         parts = [re.sub(r"\(\?P<\w+>", "(?:", expression) for expression in expressions]
         if len(parts) > _MOST_PATTERNS or not all(part.startswith("^") for part in parts):

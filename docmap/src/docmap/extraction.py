@@ -18,7 +18,6 @@ from quarnel.models import Symbol
 from tree_sitter import Node
 
 from docmap.constructs import comment_spans, find_constructs, literal_spans
-from docmap.documents import normalise
 from docmap.facts import (
     COMPONENT,
     EMBED,
@@ -36,10 +35,10 @@ from docmap.facts import (
     Span,
 )
 from docmap.front_matter import read_fields
-from docmap.inline import Element, elements_of, link_of, links_of_element, read_inline, same_label
+from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.notes import targets
 from docmap.ranges import Ranges
-from docmap.reading import parse, sections_of
+from docmap.reading import parse_bytes, sections_of
 
 # What is read of a tree, by type of node.
 _KINDS = {
@@ -114,10 +113,9 @@ _CODE_DIRECTIVES = frozenset(
 _DEEPEST_BODY = 6
 
 
-def read_facts(data: bytes) -> tuple[Facts, list[Section]]:
-    """What the bytes of a document say, and the sections of its outline."""
-    text, replaced = normalise(data)
-    facts, sections = _Reader(text, 0, frozenset(), frozenset()).read()
+def read_facts(text: str, replaced: bool) -> tuple[Facts, list[Section]]:
+    """What a document says, and the sections of its outline; it takes what `normalise` makes of the bytes."""
+    facts, sections = _Reader(text, 0, (), ()).read()
     facts.replaced = replaced
     return facts, [
         Section(s.name, s.fqn.removeprefix("."), s.start_line, s.end_line, s.signature, s.docstring)
@@ -126,8 +124,8 @@ def read_facts(data: bytes) -> tuple[Facts, list[Section]]:
 
 
 class _Reader:
-    def __init__(self, text: str, depth: int, labels: frozenset[str], notes: frozenset[str]) -> None:
-        """`labels` and `notes` are those that the document around this text defines."""
+    def __init__(self, text: str, depth: int, labels: Labels, notes: Labels) -> None:
+        """`labels` and `notes` are those that the documents around this text define."""
         self._text, self._depth = text, depth
         self._labels, self._notes = labels, notes
         self._data = text.encode("utf-8")
@@ -135,7 +133,7 @@ class _Reader:
         self._facts = Facts()
 
     def read(self) -> tuple[Facts, list[Symbol]]:
-        root = parse(self._text)
+        root = parse_bytes(self._data)
         sections = sections_of(root, self._text, "")
         references = extract_links(root, sections)
         blocks = _blocks(root)
@@ -223,8 +221,10 @@ class _Reader:
             else:
                 labels[same_label(label)] = None
         self._facts.labels = list(labels)
-        self._labels |= labels.keys()
-        self._notes |= {same_label(note.name) for note in self._facts.footnotes}
+        if labels:
+            self._labels = (*self._labels, frozenset(labels))
+        if self._facts.footnotes:
+            self._notes = (*self._notes, frozenset(same_label(note.name) for note in self._facts.footnotes))
 
     def _read_html(self, nodes: Iterable[Node]) -> list[tuple[int, int]]:
         """Read elements and headings of HTML blocks; returns where comments are."""

@@ -57,14 +57,13 @@ def _value(loader: Any, node: Any) -> Any:
     """
     tag, value = node.tag, node.value
     # An author can give any node any tag.
-    if isinstance(value, str):
-        if tag == _TEXT:
-            return value
-    elif tag == _LIST and node.id == "sequence":
+    if tag == _TEXT and node.id == "scalar":
+        return value
+    if tag == _LIST and node.id == "sequence":
         return [_value(loader, item) for item in value]
-    elif tag == _MAPPING and node.id == "mapping":
-        if all(key.tag == _TEXT and key.id == "scalar" for key, _ in value):
-            return {key.value: _value(loader, item) for key, item in value}
+    is_mapping = tag == _MAPPING and node.id == "mapping"
+    if is_mapping and all(key.tag == _TEXT and key.id == "scalar" for key, _ in value):
+        return {key.value: _value(loader, item) for key, item in value}
     return _as_json(loader.construct_object(node, deep=True))
 
 

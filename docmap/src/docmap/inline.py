@@ -8,7 +8,7 @@ from __future__ import annotations
 
 import html
 import re
-from collections.abc import Callable, Collection, Iterator
+from collections.abc import Callable, Iterator
 from typing import NamedTuple
 from urllib.parse import unquote
 
@@ -74,7 +74,8 @@ class Element(NamedTuple):
 
 # Says on which line a byte of the document stands.
 LineOf = Callable[[int], int]
-Labels = Collection[str]
+# The labels that a document defines, and those of the documents around it, as they compare.
+Labels = tuple[frozenset[str], ...]
 
 
 class Found(NamedTuple):
@@ -156,7 +157,7 @@ def links_of_element(element: Element, line: int) -> Iterator[Link]:
 
 
 def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels) -> Found:
-    """Read one run of inline Markdown; `labels` and `notes` are those that the document defines."""
+    """Read one run of inline Markdown; `labels` and `notes` are those that are defined."""
     return _Scanner(data, begin, end, line_of, labels, notes).found
 
 
@@ -247,9 +248,10 @@ class _Scanner:
         before = self._data[opened - 1 : opened]
         return before.isalnum() or before in {b"_", b"]", b")", b"$", b"\\"} or before >= b"\x80"
 
-    def _add_label(self, position: int, form: str, label: bytes, defined: Labels) -> None:
-        text = label.decode("utf-8", "replace")
-        if same_label(text) not in defined:
+    def _add_label(self, position: int, form: str, written: bytes, defined: Labels) -> None:
+        text = written.decode("utf-8", "replace")
+        label = same_label(text)
+        if not any(label in labels for labels in defined):
             self.found.links.append((position, Link(self._line_of(position), form, text, None, text)))
 
     def _add(self, position: int, form: str, target: bytes) -> None:
