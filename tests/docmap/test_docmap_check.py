@@ -8,6 +8,8 @@ import sys
 import pytest
 from trees import records, run, write_tree
 
+from docmap import checking
+
 # --- what is followed ----------------------------------------------------------------------------------
 
 TREE = {
@@ -325,6 +327,47 @@ def test_a_changed_configuration_is_noticed(tmp_path, monkeypatch):
     assert run("check", tmp_path / "book").exit_code == 0
 
 
+DEPENDS = [
+    pytest.param("[](deep/)", "", 0, id="on paths alone"),
+    pytest.param("[](../b/page.md#part)", "b/page.md", 0, id="on an anchor elsewhere"),
+    pytest.param(
+        "[](in-the-book.md)", "book/src/shows.md book/src/in-the-book.md", 0, id="on where it is shown"
+    ),
+    pytest.param("[](no.md)", "book/src/shows.md book/src/in-the-book.md", 1, id="on nothing that is there"),
+]
+
+
+@pytest.mark.parametrize(("link", "others", "status"), DEPENDS)
+def test_no_document_is_parsed_that_no_judged_link_depends_on(tmp_path, monkeypatch, link, others, status):
+    monkeypatch.setenv("XDG_CACHE_HOME", str(tmp_path / "cache"))
+    root = tmp_path / "docs"
+    other = {
+        "b/page.md": "## Part\n",
+        "c/x.md": "[[a]] alias\n",
+        "wiki/mkdocs.yml": "",
+        "wiki/docs/i.md": "# I\n",
+    }
+    book = {"book.toml": "", "src/SUMMARY.md": "[](shows.md)[](in-the-book.md)\n"}
+    book |= {"src/shows.md": "{{#include ../../a/judged.md}}\n", "src/in-the-book.md": ""}
+    write_tree(root, other | {f"book/{name}": text for name, text in book.items()})
+    write_tree(root, {".git/HEAD": "", "a/judged.md": f"{link}\n", "a/deep/x.md": ""})
+    parsed = []
+
+    def read(path, held=checking.read_held):
+        parsed.append(os.path.relpath(path, root))
+        return held(path)
+
+    monkeypatch.setattr(checking, "read_held", read)
+    monkeypatch.setattr(checking, "read_packed", lambda path: checking.packed(*read(path)))
+    assert run("check", "--no-cache", root / "a/judged.md").exit_code == status
+    # What defines a site is read to find it.
+    assert sorted({*parsed} - {"book/src/SUMMARY.md"}) == sorted(["a/judged.md", *others.split()])
+    # What is kept depends on the others as well.
+    assert [run("check", root / "a/judged.md").exit_code for _ in range(2)] == [status, status]
+    write_tree(root, {path: "changed\n" for path in others.split()})
+    assert run("check", root / "a/judged.md").exit_code == (status or bool(others))
+
+
 @pytest.mark.long
 def test_several_runs_at_once_share_what_is_kept(tmp_path):
     write_tree(tmp_path / "docs", {f"{n:03}.md": f"# T\n\n[a](x{n}.md)\n" for n in range(300)})
@@ -362,6 +405,18 @@ HOSTILE = [
     pytest.param("".join(f"# h{n}\n\n[a](#g{n})\n\n" for n in range(3000)), 3000, id="wrong anchors"),
     pytest.param("# a\n\n" * 20000 + "[a](#a-20000)\n", 1, id="one heading again and again"),
     pytest.param(f"[a]({'a/' * N}b.md)", 1, id="a long path"),
+    pytest.param("<!-- docmap-ignore -->\n\nx\n\n" * N, 0, id="comments that ignore a block"),
+    pytest.param("x " + "<!-- docmap-ignore --> " * N, 0, id="comments that ignore one line"),
+    pytest.param("<!-- docmap-ignore --> [a](no.md)\n\n" * (N // 4), 0, id="ignored links"),
+    pytest.param("x <!-- y --> [a](no.md)\n\n" * (N // 3), N // 3, id="comments beside links"),
+    pytest.param("!!! note\n\n" + "    x\n" * N, 0, id="a long admonition"),
+    pytest.param("!!! note\n\n    x\n\n```\nx\n```\n\n" * (N // 2), 0, id="admonitions and code"),
+    pytest.param(";" * N * 2 + " 8<-", 0, id="signs of a snippet"),
+    pytest.param("![a](" + " " * N + "x y", 0, id="white space in a destination"),
+    pytest.param("[" * N + "a" + "][]" * N, 249, id="collapsed labels within each other"),
+    pytest.param(
+        "".join(f"# h{n}\n\n[a](#{n}g)\n\n" for n in range(N // 4)), N // 4, id="many wrong anchors"
+    ),
 ]
 
 

@@ -4,13 +4,14 @@ from __future__ import annotations
 
 import json
 import os
-from collections.abc import Callable, Generator, Iterator, Sequence
+from collections.abc import Callable, Generator, Iterable, Iterator, Sequence
 from dataclasses import dataclass, replace
 from functools import cached_property
 
 from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
-from docmap.facts import Facts, Section
+from docmap.documents import normalise
+from docmap.facts import Facts, Section, lines_of
 from docmap.judge import Finding, Judge, Judgement
 from docmap.repository import Repository
 from docmap.sites import find_sites, kinds
@@ -27,11 +28,15 @@ def read_held(path: str) -> tuple[Facts, list[Section]] | OSError:
     from docmap.extraction import read_facts
 
     try:
-        with open(path, "rb") as file:
-            data = file.read()
+        # The bytes are let go of before the text is read: each copy of a long document counts.
+        return read_facts(*normalise(_bytes_of(path)))
     except OSError as error:
         return error
-    return read_facts(data)
+
+
+def _bytes_of(path: str) -> bytes:
+    with open(path, "rb") as file:
+        return file.read()
 
 
 def read_packed(path: str) -> bytes | OSError:
@@ -73,14 +78,14 @@ class Checked:
         self._check_kinds()
         self.repository = Repository(root, wanted, self._folder_failed)
         self.repository.read_facts = self._read_one
+        self.repository.read_ahead = self._read_missing
+        self.repository.read_bytes = self._read_bytes
         self.documents = [path for path in self._asked_for(wanted) if not config.excludes(path)]
         # Every document counts when a setting is said to match nothing.
         self.covers_all = "" in wanted
+        self._judged = frozenset(self.documents)
         # The keys of all files that were read, None for one that could not be.
         self._keys: dict[str, bytes | None] = {}
-        for path in dict.fromkeys((*self.repository.documents, *self.documents)):
-            self._key_of(path)
-        self._listed = dict(self._keys)
 
     @cached_property
     def sites(self) -> list[Site]:
@@ -96,11 +101,7 @@ class Checked:
     def judge(self) -> Judge:
         """The judge of the repository, after all has been read that it will ask for."""
         judge = Judge(self.repository, self.sites)
-        needed = dict.fromkeys(self.documents)
-        for site in {judge.site_of(path): None for path in self.documents}:
-            if site is not self.sites[-1] or self.covers_all:
-                needed |= dict.fromkeys(site.pages)
-        self._read([path for path in needed if path not in self.repository.known_facts])
+        self._read_missing(self.documents)
         return judge
 
     def _check_kinds(self) -> None:
@@ -122,7 +123,8 @@ class Checked:
         named = {path for path in wanted if path not in self.repository.folders}
         listed = [path for path in documents if path in named or path.startswith(folders)]
         # A file that is named itself is judged whatever its name and wherever it is.
-        return [*listed, *(path for path in wanted if path in named and path not in set(listed))]
+        known = frozenset(listed)
+        return [*listed, *(path for path in wanted if path in named and path not in known)]
 
     def _key_of(self, path: str) -> bytes | None:
         """The key of what a file holds now."""
@@ -132,13 +134,21 @@ class Checked:
                 # Nothing is looked up by it.
                 self._keys[path] = b""
                 return b""
-            try:
-                with open(place, "rb") as file:
-                    self._keys[path] = key_of(file.read(), self._versions)
-            except OSError as error:
+            self._read_bytes(path)
+        return self._keys[path]
+
+    def _read_bytes(self, path: str) -> bytes | None:
+        """The bytes of a file; None when it cannot be read."""
+        try:
+            data = _bytes_of(self._absolute(path))
+        except OSError as error:
+            if self._keys.get(path, b"") is not None:
                 self._keys[path] = None
                 self._fail(path, error)
-        return self._keys[path]
+            return None
+        if path not in self._keys:
+            self._keys[path] = key_of(data, self._versions) if self._cache.is_open else b""
+        return data
 
     def _read(self, paths: list[str]) -> None:
         keys = {path: key for path in paths if (key := self._key_of(path)) is not None}
@@ -167,6 +177,12 @@ class Checked:
             self._sections[path] = unpacked_sections(entry) if isinstance(entry, bytes) else entry[1]
         return True
 
+    def _read_missing(self, paths: Iterable[str]) -> None:
+        """Read those of these files that have not been read."""
+        missing = [path for path in paths if path not in self.repository.known_facts]
+        if missing:
+            self._read(missing)
+
     def _read_one(self, path: str) -> Facts | None:
         self._read([path])
         return self.repository.known_facts.get(path)
@@ -175,7 +191,7 @@ class Checked:
         self.repository.known_facts[path] = None
         self.repository.unread[path] = None
         # Another file makes doubtful what depends on it.
-        if path in self.documents:
+        if path in self._judged:
             self._on_error(self._absolute(path), error.strerror or str(error))
 
     def _absolute(self, path: str) -> str:
@@ -196,13 +212,12 @@ class Checked:
         return report
 
     def _state(self) -> bytes:
-        """A key of all that the results follow from, but for what turns out to be read while they are made."""
+        """A key of what the results follow from, but for what the files hold that are read while they are made."""
         config = self.config
         state = [
             self._wanted,
             [config.exclude, config.ignore, sorted((k, v.kind, v.root) for k, v in config.site.items())],
             self.repository.listing(),
-            [(path, key.hex() if key is not None else None) for path, key in self._listed.items()],
         ]
         return key_of(json.dumps(state).encode("ascii"), self._versions + " report")
 
@@ -211,7 +226,7 @@ class Checked:
             return
         entry = {
             "texts": self.repository.texts_read,
-            "files": {p: k.hex() for p, k in self._keys.items() if k is not None and p not in self._listed},
+            "files": {path: key and key.hex() for path, key in self._keys.items()},
             "used": sorted(self.config.used),
             "links": report.links,
             "findings": [list(vars(finding).values()) for finding in report.findings],
@@ -226,7 +241,7 @@ class Checked:
                 return None
             for path, key in kept["files"].items():
                 now = self._key_of(path)
-                if now is None or now.hex() != key:
+                if (now and now.hex()) != key:
                     return None
             self.config.used |= {(name, value) for name, value in kept["used"]}
             return Report([Finding(*finding) for finding in kept["findings"]], kept["links"])
@@ -238,13 +253,11 @@ class Checked:
         facts = self.judge.site_of(path).facts(path)
         if facts is None:
             return
-        ignored = [span for span in facts.spans if span.kind == "ignore"]
+        ignored = lines_of(facts.spans, {"ignore"})
         for judgement in self.judge.judged(path):
             finding = judgement.finding
-            if finding is not None:
-                in_text = any(span.first <= finding.line <= span.last for span in ignored)
-                if in_text or self.config.ignores((finding.target,)):
-                    judgement = replace(judgement, finding=None)
+            if finding is not None and (finding.line in ignored or self.config.ignores((finding.target,))):
+                judgement = replace(judgement, finding=None)
             yield judgement
 
     def findings(self, path: str) -> Iterator[Finding]:

@@ -7,6 +7,8 @@ import os
 from docmap.documents import normalise
 from docmap.judge import Finding
 
+_LONGEST_LINE = 100_000
+
 
 class Columns:
     """Reads a file again for its findings, which is done for few of them; remembers the last file's lines."""
@@ -25,5 +27,8 @@ class Columns:
                     self._lines = normalise(file.read())[0].split("\n")
             except OSError:
                 self._lines = []
+        # One line can hold all findings of a file, and each is looked for from its begin.
         line = self._lines[finding.line - 1] if finding.line <= len(self._lines) else ""
-        return (line.find(finding.target) + 1 or None) if finding.target else None
+        if not finding.target or len(line) > _LONGEST_LINE:
+            return None
+        return line.find(finding.target) + 1 or None

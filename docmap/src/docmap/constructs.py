@@ -6,7 +6,7 @@ Also finds the lines between tags that show their content as it is written.
 from __future__ import annotations
 
 import re
-from collections.abc import Callable, Iterator
+from collections.abc import Iterator
 
 from docmap.facts import (
     EXPRESSION,
@@ -21,8 +21,9 @@ from docmap.facts import (
     SNIPPET,
     Construct,
 )
+from docmap.ranges import Ranges
 
-# Each pattern is tried only where a sign of it is in the document; looking for these is much faster.
+# Each pattern is tried only where one of two signs of it is in the document; looking for these is much faster.
 _BRACES = re.compile(
     rb"""\{(?:
         \{[<%]-?\s*(?P<shortcode>(?:/\s*)?[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
@@ -32,7 +33,8 @@ _BRACES = re.compile(
     )""",
     re.VERBOSE,
 )
-_SNIPPET = re.compile(rb"(?P<snippet>;*)-+8<-+(?P<snippet_rest>[^\n]*)")
+# A run of signs is looked at from its begin alone.
+_SNIPPET = re.compile(rb"(?P<snippet>(?<!;);+|(?<![;-]))-+8<-+(?P<snippet_rest>[^\n]*)")
 _INCLUDE = re.compile(
     rb"""<!--[ \t]*@?(?P<include>include)(?P<include_rest>[^\n]{0,2000}?)-->
       | @(?<!\S@)(?P<at>include)\b(?P<at_rest>[^\n]*)
@@ -43,11 +45,11 @@ _INCLUDE = re.compile(
 _IMPORT_LINE = re.compile(rb"import(?<![^\n]import)[ \t]+(?P<import_rest>[^\n]+)")
 _FENCE_LINE = re.compile(rb":::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)")
 _PATTERNS = (
-    ((b"{{", b"{%"), _BRACES),
-    ((b"8<-",), _SNIPPET),
-    ((b"include", b"INCLUDE"), _INCLUDE),
-    ((b"import ", b"import\t"), _IMPORT_LINE),
-    ((b":::",), _FENCE_LINE),
+    (b"{{", b"{%", _BRACES),
+    (b"8<-", b"8<-", _SNIPPET),
+    (b"include", b"INCLUDE", _INCLUDE),
+    (b"import ", b"import\t", _IMPORT_LINE),
+    (b":::", b":::", _FENCE_LINE),
 )
 _FORMS = {
     "shortcode_rest": SHORTCODE,
@@ -70,26 +72,28 @@ _LITERAL = re.compile(
 _REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
 
 
-def find_constructs(data: bytes) -> Iterator[tuple[int, Construct]]:
-    """The constructs of a document and where they stand; their lines are left at 0."""
-    for signs, pattern in _PATTERNS:
-        if any(sign in data for sign in signs):
+def find_constructs(data: bytes, code: Ranges) -> Iterator[tuple[int, Construct]]:
+    """The constructs of a document outside of `code`, and where they stand; their lines are left at 0."""
+    for sign, other, pattern in _PATTERNS:
+        if sign in data or other in data:
             for match in pattern.finditer(data):
-                yield from _constructs_of(match)
+                position = match.start()
+                if position not in code:
+                    for construct in _constructs_of(match):
+                        yield position, construct
 
 
-def _constructs_of(match: re.Match[bytes]) -> Iterator[tuple[int, Construct]]:
+def _constructs_of(match: re.Match[bytes]) -> list[Construct]:
     last = match.lastgroup or ""
     if last == "import_rest":
         imported = _IMPORT.match(match["import_rest"])
-        if imported is not None:
-            for name in re.findall(rb"[\w$]+", imported["names"] or b"") or [b""]:
-                yield match.start(), Construct(0, IMPORT, _text(name), _text(imported["path"]))
-        return
+        if imported is None:
+            return []
+        names = re.findall(rb"[\w$]+", imported["names"] or b"") or [b""]
+        return [Construct(0, IMPORT, _text(name), _text(imported["path"])) for name in names]
     name = _text(match[last.removesuffix("_rest")]).strip("{} \t\n")
     # The closing tag says nothing that the opening one did not.
-    if not name.startswith("/"):
-        yield match.start(), Construct(0, _FORMS[last], name, _text(match[last]).strip())
+    return [] if name.startswith("/") else [Construct(0, _FORMS[last], name, _text(match[last]).strip())]
 
 
 def _text(data: bytes) -> str:
@@ -111,12 +115,12 @@ def literal_spans(data: bytes) -> Iterator[tuple[int, int, str]]:
             opened = None
 
 
-def comment_spans(data: bytes, is_code: Callable[[int], bool]) -> Iterator[tuple[int, int, str]]:
+def comment_spans(data: bytes, code: Ranges) -> Iterator[tuple[int, int, str]]:
     """Where comments of MDX and of note programs fill their lines: begin, end (in bytes), and the kind."""
     for kind, closer in ((MDX_COMMENT, b"*/}"), (NOTE_COMMENT, b"%%")):
-        begin = _outside_code(data, kind.encode(), 0, is_code)
+        begin = _outside_code(data, kind.encode(), 0, code)
         while begin >= 0:
-            closes = _outside_code(data, closer, begin + 2, is_code)
+            closes = _outside_code(data, closer, begin + 2, code)
             if closes < 0:
                 break
             end = closes + len(closer)
@@ -126,11 +130,11 @@ def comment_spans(data: bytes, is_code: Callable[[int], bool]) -> Iterator[tuple
                 indent -= 1
             if data[indent - 1 : indent] in {b"", b"\n"} and _REST_OF_LINE.match(data, end):
                 yield begin, end, kind
-            begin = _outside_code(data, kind.encode(), end, is_code)
+            begin = _outside_code(data, kind.encode(), end, code)
 
 
-def _outside_code(data: bytes, text: bytes, start: int, is_code: Callable[[int], bool]) -> int:
+def _outside_code(data: bytes, text: bytes, start: int, code: Ranges) -> int:
     position = data.find(text, start)
-    while position >= 0 and is_code(position):
-        position = data.find(text, position + len(text))
+    while position >= 0 and (around := code.around(position)) is not None:
+        position = data.find(text, max(around[1], position + len(text)))
     return position

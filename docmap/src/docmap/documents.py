@@ -8,6 +8,7 @@ import sys
 import warnings
 from collections.abc import Callable, Iterable, Iterator
 from dataclasses import dataclass
+from functools import cached_property
 from pathlib import Path
 
 from pathspec import GitIgnoreSpec
@@ -103,6 +104,11 @@ def _readable(entry: os.DirEntry[str]) -> bool:
         return True
 
 
+# To compile as many takes longer than the files of most folders.
+_MOST_PATTERNS = 1000
+_IN_ANY_FOLDER = "^(?:.+/)?"
+
+
 @dataclass(frozen=True)
 class _Rules:
     """The lines of one .gitignore, and the folder that its patterns are relative to (absolute)."""
@@ -110,6 +116,33 @@ class _Rules:
     folder: str
     patterns: GitIgnoreSpec
     text: str
+
+    @cached_property
+    def within(self) -> str:
+        """What the paths of files below the folder begin with."""
+        return self.folder.rstrip(os.sep) + os.sep
+
+    @cached_property
+    def may_match(self) -> Callable[[str], object]:
+        """Says of a path relative to the folder whether any of the patterns matches, which few paths do.
+
+        One expression of all patterns answers in a tenth of the time that these take one after the other.
+        """
+        expressions = [
+            pattern.regex.pattern for pattern in self.patterns.patterns if pattern.regex is not None
+        ]
+        # Names of groups are unique in an expression.
+        parts = [re.sub(r"\(\?P<\w+>", "(?:", expression) for expression in expressions]
+        if len(parts) > _MOST_PATTERNS or not all(part.startswith("^") for part in parts):
+            return lambda path: True
+        # Most patterns are of names in any folder.
+        names = [part[len(_IN_ANY_FOLDER) :] for part in parts if part.startswith(_IN_ANY_FOLDER)]
+        parts = [part for part in parts if not part.startswith(_IN_ANY_FOLDER)]
+        if names:
+            parts.append(f"{_IN_ANY_FOLDER}(?:{'|'.join(names)})")
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore", FutureWarning)
+            return re.compile("|".join(parts) or "(?!)").match
 
     @staticmethod
     def read(folder: str) -> _Rules | None:
@@ -153,13 +186,15 @@ def _ignored(root: str, relative: str, rules: tuple[_Rules, ...], *, is_folder: 
     """Whether the first of the rules (nearest first) that speaks of the path ignores it; `root` is absolute."""
     if not rules:
         return False
-    path = os.path.join(root, relative)
+    path = f"{root}{os.sep}{relative}"
     for rule in rules:
-        within = rule.folder.rstrip(os.sep) + os.sep
         # The general way takes ten times as long, for a file that is almost always below the folder.
-        below = path[len(within) :] if path.startswith(within) else os.path.relpath(path, rule.folder)
+        is_below = path.startswith(rule.within)
+        below = path[len(rule.within) :] if is_below else os.path.relpath(path, rule.folder)
         # A closing slash is how gitignore patterns tell a folder from a file.
         below += os.sep if is_folder else ""
+        if not rule.may_match(below.replace(os.sep, "/")):
+            continue
         verdict = rule.patterns.check_file(below).include
         if verdict is not None:
             return verdict

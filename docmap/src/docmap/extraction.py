@@ -18,7 +18,6 @@ from quarnel.models import Symbol
 from tree_sitter import Node
 
 from docmap.constructs import comment_spans, find_constructs, literal_spans
-from docmap.documents import normalise
 from docmap.facts import (
     COMPONENT,
     EMBED,
@@ -36,9 +35,10 @@ from docmap.facts import (
     Span,
 )
 from docmap.front_matter import read_fields
-from docmap.inline import Element, elements_of, link_of, links_of_element, read_inline, same_label
+from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.notes import targets
-from docmap.reading import parse, sections_of
+from docmap.ranges import Ranges
+from docmap.reading import parse_bytes, sections_of
 
 # What is read of a tree, by type of node.
 _KINDS = {
@@ -72,7 +72,13 @@ _HTML_HEADING = re.compile(rb"<h([1-6])(?=[\s>])([^<>]{0,1000})>", re.IGNORECASE
 _HTML_HEADINGS = frozenset({"h1", "h2", "h3", "h4", "h5", "h6"})
 _LONGEST_HTML_HEADING = 1000
 _IGNORE = re.compile(rb"(?:<!--|\{/\*)[ \t]*docmap-ignore[ \t]*(?:-->|\*/\})")
-_BEFORE_TEXT = re.compile(rb"^[ \t>]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)?")
+_BEFORE_COMMENT = re.compile(rb"[ \t>]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)?")
+_REST_OF_LINE = re.compile(rb"[ \t\r\v\f]*(?:\n|\Z)")
+_EMPTY_LINES = re.compile(rb"(?:[ \t>]*\n)*")
+_INDENT = re.compile(rb"[ \t>]*")
+_MOST_BLOCKS_IN_ROW = 100
+_BETWEEN_WORDS = re.compile(r"[\s()\[\]<>#?|]+")
+_LONGEST_LINE = 20_000
 _COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
 _NOT_NAMES = frozenset({"section", "document"})
 # What site generators indent: an admonition, a tab.
@@ -107,10 +113,9 @@ _CODE_DIRECTIVES = frozenset(
 _DEEPEST_BODY = 6
 
 
-def read_facts(data: bytes) -> tuple[Facts, list[Section]]:
-    """What the bytes of a document say, and the sections of its outline."""
-    text, replaced = normalise(data)
-    facts, sections = _Reader(text, 0, frozenset(), frozenset()).read()
+def read_facts(text: str, replaced: bool) -> tuple[Facts, list[Section]]:
+    """What a document says, and the sections of its outline; it takes what `normalise` makes of the bytes."""
+    facts, sections = _Reader(text, 0, (), ()).read()
     facts.replaced = replaced
     return facts, [
         Section(s.name, s.fqn.removeprefix("."), s.start_line, s.end_line, s.signature, s.docstring)
@@ -119,8 +124,8 @@ def read_facts(data: bytes) -> tuple[Facts, list[Section]]:
 
 
 class _Reader:
-    def __init__(self, text: str, depth: int, labels: frozenset[str], notes: frozenset[str]) -> None:
-        """`labels` and `notes` are those that the document around this text defines."""
+    def __init__(self, text: str, depth: int, labels: Labels, notes: Labels) -> None:
+        """`labels` and `notes` are those that the documents around this text define."""
         self._text, self._depth = text, depth
         self._labels, self._notes = labels, notes
         self._data = text.encode("utf-8")
@@ -128,14 +133,12 @@ class _Reader:
         self._facts = Facts()
 
     def read(self) -> tuple[Facts, list[Symbol]]:
-        root = parse(self._text)
+        root = parse_bytes(self._data)
         sections = sections_of(root, self._text, "")
         references = extract_links(root, sections)
         blocks = _blocks(root)
-        self._literal = sorted(
-            (node.start_byte, node.end_byte) for kind in ("fence", "code") for node in blocks.get(kind, ())
-        )
-        self._literal_begins = [begin for begin, _ in self._literal]
+        self._fences = Ranges(_spans(blocks.get("fence", [])), joined=False)
+        self._code = Ranges(_spans(blocks.get("fence", []) + blocks.get("code", [])), joined=False)
         self._read_front_matter(blocks.get("front_matter", ()))
         self._read_headings(blocks.get("heading", ()), sections)
         self._read_labels(blocks.get("definition", ()))
@@ -145,7 +148,7 @@ class _Reader:
         self._read_links(references, blocks.get("definition", ()), comments)
         del references
         self._mark_links_inside()
-        self._read_constructs(blocks.get("fence", ()))
+        self._read_constructs(blocks.get("fence", []))
         self._read_names()
         self._read_bodies(blocks)
         # The nodes and references of a long document take more memory than what follows should add to.
@@ -162,21 +165,14 @@ class _Reader:
             self._starts.extend(accumulate(len(line) + 1 for line in self._data.split(b"\n")))
         return bisect_right(self._starts, position)
 
-    def _is_code(self, position: int) -> bool:
-        at = bisect_right(self._literal_begins, position) - 1
-        return at >= 0 and position < self._literal[at][1]
-
-    def _end_of_code(self, position: int) -> int | None:
-        if not self._is_code(position):
-            return None
-        return self._literal[bisect_right(self._literal_begins, position) - 1][1]
-
     def _is_inside_code(self, position: int) -> bool:
         """Whether a position is in code below the line that opens it."""
-        if not self._is_code(position):
+        code = self._code.around(position)
+        if code is None:
             return False
-        begin = self._literal[bisect_right(self._literal_begins, position) - 1][0]
-        return b"\n" in self._data[begin:position] or self._data[begin : begin + 1] not in {b"`", b"~"}
+        begin, _ = code
+        is_fenced = self._data[begin : begin + 1] in {b"`", b"~"}
+        return not is_fenced or self._line_of(begin) != self._line_of(position)
 
     def _read_front_matter(self, nodes: Iterable[Node]) -> None:
         for node in nodes:
@@ -225,8 +221,10 @@ class _Reader:
             else:
                 labels[same_label(label)] = None
         self._facts.labels = list(labels)
-        self._labels |= labels.keys()
-        self._notes |= {same_label(note.name) for note in self._facts.footnotes}
+        if labels:
+            self._labels = (*self._labels, frozenset(labels))
+        if self._facts.footnotes:
+            self._notes = (*self._notes, frozenset(same_label(note.name) for note in self._facts.footnotes))
 
     def _read_html(self, nodes: Iterable[Node]) -> list[tuple[int, int]]:
         """Read elements and headings of HTML blocks; returns where comments are."""
@@ -296,28 +294,45 @@ class _Reader:
     def _read_spans(self, comments: list[tuple[int, int]], root: Node) -> None:
         for begin, end in comments:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
-        for begin, end, tag in (*literal_spans(self._data), *comment_spans(self._data, self._is_code)):
+        for begin, end, tag in (*literal_spans(self._data), *comment_spans(self._data, self._code)):
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), tag))
         if b"docmap-ignore" in self._data:
+            # By the rows where they begin, since several comments can mean one block.
+            ignored: dict[int, Span] = {}
+            before = -1
             for match in _IGNORE.finditer(self._data):
-                if not self._is_code(match.start()):
-                    self._facts.spans.append(self._ignored(match, root))
+                if match.start() not in self._code:
+                    row = self._line_of(match.start()) - 1
+                    # After another comment of its row none stands alone.
+                    block_row = row if row == before else self._row_of_ignored(row, match)
+                    before = row
+                    if block_row not in ignored:
+                        ignored[block_row] = self._block_at(block_row, root)
+            self._facts.spans.extend(ignored.values())
 
-    def _ignored(self, comment: re.Match[bytes], root: Node) -> Span:
-        """The block after a comment that stands alone, else the block that the comment stands in."""
-        line = self._line_of(comment.start())
-        lines = self._data.split(b"\n")
-        row = line - 1
-        if _BEFORE_TEXT.sub(b"", lines[row], count=1).rstrip() == comment[0]:
-            row += 1
-            while row < len(lines) and not lines[row].strip(b" \t>"):
-                row += 1
-        column = len(lines[row]) - len(lines[row].lstrip(b" \t>")) if row < len(lines) else 0
+    def _row_of_ignored(self, row: int, comment: re.Match[bytes]) -> int:
+        """The row of what a comment in this row means: what follows one that stands alone, else its own."""
+        before = _BEFORE_COMMENT.fullmatch(self._data, self._begin_of(row), comment.start())
+        if before is None or _REST_OF_LINE.match(self._data, comment.end()) is None:
+            return row
+        empty = _EMPTY_LINES.match(self._data, self._begin_of(row + 1))
+        return row + 1 if empty is None else self._line_of(empty.end()) - 1
+
+    def _begin_of(self, row: int) -> int:
+        return self._starts[row] if self._starts is not None and row < len(self._starts) else len(self._data)
+
+    def _block_at(self, row: int, root: Node) -> Span:
+        """The lines of the outermost block that begins in a row; of the innermost in it, if none does."""
+        begin = self._begin_of(row)
+        indent = _INDENT.match(self._data, begin)
+        column = 0 if indent is None else indent.end() - begin
         node = root.descendant_for_point_range((row, column), (row, column))
-        while node is not None and node.parent is not None and node.parent.type not in _NOT_NAMES:
-            if node.parent.start_point[0] != row:
+        # Nobody nests deeper, and each step takes as long as the node is deep.
+        for _ in range(_MOST_BLOCKS_IN_ROW):
+            above = None if node is None else node.parent
+            if above is None or above.type in _NOT_NAMES or above.start_point[0] != row:
                 break
-            node = node.parent
+            node = above
         if node is None or node.type in _NOT_NAMES:
             return Span(row + 1, row + 1, "ignore")
         last = node.end_point[0] + (node.end_point[1] > 0)
@@ -334,26 +349,31 @@ class _Reader:
             for node in definitions
             if self._data[node.start_byte : node.start_byte + 40].lstrip(b" >").startswith(b"[^")
         }
-        hidden = [
-            (self._line_of(begin), self._line_of(end - 1), unquote(_text(self._data[begin:end])))
-            for begin, end in comments
-        ]
+        hidden = self._texts_by_line(comments)
         for reference in references:
             # The text of a footnote can look like the destination of a definition.
             if reference.line in notes:
                 continue
             wiki = reference.kind == REF_WIKI_LINK
             written = reference.name or f"#{reference.qualifier}"
-            if any(first <= reference.line <= last and written in text for first, last, text in hidden):
+            if reference.line in hidden and hidden[reference.line].holds(written):
                 continue
             link = _link(reference.line, reference.name, reference.qualifier, wiki)
             if link is not None:
                 self._facts.links.append(link)
 
+    def _texts_by_line(self, comments: Iterable[tuple[int, int]]) -> dict[int, _LineText]:
+        """What comments hold of each line, percent-decoded."""
+        by_line: dict[int, list[str]] = {}
+        for begin, end in comments:
+            for line, text in enumerate(_text(self._data[begin:end]).split("\n"), self._line_of(begin)):
+                by_line.setdefault(line, []).append(unquote(text))
+        return {line: _LineText("\n".join(texts)) for line, texts in by_line.items()}
+
     def _mark_links_inside(self) -> None:
         """Say of each link what it stands inside of; the engine reports its line alone."""
         inside: dict[tuple[int, bool, str, str | None], str | None] = {}
-        for target in targets(self._data, self._end_of_code):
+        for target in targets(self._data, self._code):
             line = self._line_of(target.position)
             link = link_of(WIKI if target.is_wiki else LINK, line, _text(target.written))
             if link is not None:
@@ -369,9 +389,8 @@ class _Reader:
 
     def _read_constructs(self, fences: Iterable[Node]) -> None:
         found = self._facts.constructs
-        for position, construct in find_constructs(self._data):
-            if not self._is_code(position):
-                found.append(construct._replace(line=self._line_of(position)))
+        for position, construct in find_constructs(self._data, self._code):
+            found.append(construct._replace(line=self._line_of(position)))
         for node in fences:
             info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
             if info is not None:
@@ -393,13 +412,13 @@ class _Reader:
             facts.block_ids.extend(
                 Named(self._line_of(match.start()), _text(match[1]))
                 for match in _BLOCK_ID.finditer(data)
-                if not self._is_code(match.start(1))
+                if match.start(1) not in self._code
             )
         if b")=" in data:
             facts.targets.extend(
                 Named(self._line_of(begin), _text(match[1]).strip())
                 for begin, match in self._find_lines(_TARGET)
-                if not self._is_code(begin + match.start(1) - match.start() - 1)
+                if begin + match.start(1) - match.start() - 1 not in self._code
             )
         if b":name:" in data or b"\n.. _" in data:
             for begin, match in self._find_lines(_DIRECTIVE_NAME):
@@ -409,7 +428,7 @@ class _Reader:
             end = match.start() if data[match.start() - 1 : match.start()] != b"\n" else match.start() - 1
             begin = data.rfind(b"\n", 0, max(end, 0)) + 1
             term = _text(data[begin:end]).strip()
-            if term and term[0] not in ":|>#-~" and not self._is_code(begin):
+            if term and term[0] not in ":|>#-~" and begin not in self._code:
                 facts.terms.append(Named(self._line_of(begin), term))
 
     def _find_lines(self, pattern: re.Pattern[bytes]) -> Iterator[tuple[int, re.Match[bytes]]]:
@@ -422,7 +441,7 @@ class _Reader:
         """Read what is Markdown to some sites though the grammar calls it code: bodies of directives."""
         if self._depth >= _DEEPEST_BODY:
             return
-        for node in blocks.get("fence", ()):
+        for node in blocks.get("fence", []):
             info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
             if info is None:
                 continue
@@ -435,14 +454,11 @@ class _Reader:
         if blocks.get("code"):
             end = 0
             for begin, match in self._find_lines(_ADMONITION):
-                if begin >= end and not self._is_fenced(begin, blocks):
+                if begin >= end and begin not in self._fences:
                     # Past the newline at its end.
                     first = begin + len(match[0])
                     end = self._end_of_indented(first, len(match[1]) + 4)
                     self._add_body("admonition", "", first, end)
-
-    def _is_fenced(self, position: int, blocks: dict[str, list[Node]]) -> bool:
-        return any(node.start_byte <= position < node.end_byte for node in blocks.get("fence", ()))
 
     def _end_of_indented(self, begin: int, indent: int) -> int:
         end = position = begin
@@ -461,10 +477,25 @@ class _Reader:
         indents = [len(line) - len(line.lstrip(" ")) for line in lines if line.strip()]
         if not indents:
             return
-        dedented = "\n".join(line[min(indents) :] for line in lines)
+        indent = min(indents)
+        dedented = "\n".join(line[indent:] for line in lines)
         text = dedented if dedented.endswith("\n") else dedented + "\n"
         facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
         self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
+
+
+class _LineText:
+    """The text of comments in one line, which can hold all links of a document."""
+
+    def __init__(self, text: str) -> None:
+        self._text = text
+        self._words: frozenset[str] | None = None
+
+    def holds(self, target: str) -> bool:
+        """Whether a target stands in the text: as a word of it, or, of a line that is not endless, anywhere."""
+        if self._words is None:
+            self._words = frozenset(_BETWEEN_WORDS.split(self._text))
+        return target in self._words or (len(self._text) <= _LONGEST_LINE and target in self._text)
 
 
 def _blocks(root: Node) -> dict[str, list[Node]]:
@@ -485,6 +516,10 @@ def _blocks(root: Node) -> dict[str, list[Node]]:
         if children:
             waiting.extend(reversed(children))
     return found
+
+
+def _spans(nodes: list[Node]) -> list[tuple[int, int]]:
+    return [(node.start_byte, node.end_byte) for node in nodes]
 
 
 def _text(data: bytes) -> str:

@@ -6,9 +6,11 @@ somewhere, and which anchor a heading makes, is for the site to say (`docmap.sit
 
 from __future__ import annotations
 
-from collections.abc import Collection
+from collections.abc import Collection, Iterable
 from dataclasses import dataclass, field, replace
 from typing import Any, Final, NamedTuple
+
+from docmap.ranges import Ranges
 
 # --- Forms of links ----------------------------------------------------------------------------------------
 
@@ -104,6 +106,11 @@ class Span(NamedTuple):
     kind: str
 
 
+def lines_of(spans: Iterable[Span], kinds: Collection[str]) -> Ranges:
+    """The lines of the spans of these kinds."""
+    return Ranges((span.first, span.last + 1) for span in spans if span.kind in kinds)
+
+
 class Section(NamedTuple):
     """A section of the outline; `fqn` without the file's prefix."""
 
@@ -162,24 +169,24 @@ class Facts:
     def with_bodies(self, kinds: Collection[str]) -> Facts:
         """These facts and those of the bodies of these kinds, as one document: "admonition", "fence" for all
         directives, "fence:name" for one."""
-        merged = replace(self, bodies=[])
-        for name in _BY_LINE:
-            setattr(merged, name, list(getattr(self, name)))
+        merged = replace(self, bodies=[], labels=list(self.labels))
+        # Each row once, in the order in which it came.
+        rows = {name: dict.fromkeys(getattr(self, name)) for name in _BY_LINE}
         for body in self.bodies:
             if body.kind not in kinds and f"{body.kind}:{body.name}" not in kinds:
                 continue
             inner = body.facts.with_bodies(kinds)
-            for name in _BY_LINE:
-                rows = getattr(merged, name)
+            for name, known in rows.items():
                 for row in getattr(inner, name):
                     moved = (
                         row._replace(first=row.first + body.first - 1, last=row.last + body.first - 1)
                         if name == "spans"
                         else row._replace(line=row.line + body.first - 1)
                     )
-                    if moved not in rows:
-                        rows.append(moved)
-            merged.labels = [*merged.labels, *inner.labels]
+                    known.setdefault(moved)
+            merged.labels += inner.labels
+        for name, known in rows.items():
+            setattr(merged, name, list(known))
         merged.links.sort(key=lambda link: link.line)
         return merged
 

@@ -8,7 +8,7 @@ from __future__ import annotations
 
 import html
 import re
-from collections.abc import Callable, Collection, Iterator
+from collections.abc import Callable, Iterator
 from typing import NamedTuple
 from urllib.parse import unquote
 
@@ -45,17 +45,22 @@ _TOKEN = re.compile(
     re.VERBOSE | re.DOTALL,
 )
 _TITLE = rb"""(?:"(?:[^"\\]|\\.)*"|'(?:[^'\\]|\\.)*'|\((?:[^()\\]|\\.)*\))"""
+# White space that something follows is taken whole, since what repeats it would be tried at each of its bytes; after
+# an empty destination it begins the title or the size.
 _DESTINATION = re.compile(
-    rb"""\(\s*(?:
+    rb"""\((?:\s*(?!\s)(?:
         <(?P<angled>[^<>\n]*)>
       | (?P<filled>[^\s(){}<>]*(?:\{\{.{0,400}?\}\}|\{%.{0,400}?%\})[^\s()]*)
       | (?P<plain>(?:[^\s()<\\]|\\.|\([^\s()]*\))*)
     )(?:\s+"""
     + _TITLE
-    + rb""")?(?:\s+=\S*)?\s*\)""",
+    + rb""")?(?:\s+=\S*)?|\s+(?:=\S*|"""
+    + _TITLE
+    + rb"""(?:\s+=\S*)?)(?P<none>))\s*\)""",
     re.VERBOSE | re.DOTALL,
 )
-_LABEL = re.compile(rb"\[([^\[\]]{0,999})\]")
+_LONGEST_LABEL = 999
+_LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
 
 
 class Element(NamedTuple):
@@ -69,7 +74,8 @@ class Element(NamedTuple):
 
 # Says on which line a byte of the document stands.
 LineOf = Callable[[int], int]
-Labels = Collection[str]
+# The labels that a document defines, and those of the documents around it, as they compare.
+Labels = tuple[frozenset[str], ...]
 
 
 class Found(NamedTuple):
@@ -151,7 +157,7 @@ def links_of_element(element: Element, line: int) -> Iterator[Link]:
 
 
 def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels) -> Found:
-    """Read one run of inline Markdown; `labels` and `notes` are those that the document defines."""
+    """Read one run of inline Markdown; `labels` and `notes` are those that are defined."""
     return _Scanner(data, begin, end, line_of, labels, notes).found
 
 
@@ -230,8 +236,10 @@ class _Scanner:
         elif following == b"[" and not self._is_text(opened):
             label = _LABEL.match(self._data, after, self._end)
             if label is not None and not label[1].startswith(b"^"):
-                written = label[1] if label[1].strip() else self._data[opened + 1 + is_image : start]
-                self._add_label(opened, LABEL, written, self._labels)
+                if label[1].strip():
+                    self._add_label(opened, LABEL, label[1], self._labels)
+                elif start - opened <= _LONGEST_LABEL:
+                    self._add_label(opened, LABEL, self._data[opened + 1 + is_image : start], self._labels)
                 return label.end()
         return after
 
@@ -240,9 +248,10 @@ class _Scanner:
         before = self._data[opened - 1 : opened]
         return before.isalnum() or before in {b"_", b"]", b")", b"$", b"\\"} or before >= b"\x80"
 
-    def _add_label(self, position: int, form: str, label: bytes, defined: Labels) -> None:
-        text = label.decode("utf-8", "replace")
-        if same_label(text) not in defined:
+    def _add_label(self, position: int, form: str, written: bytes, defined: Labels) -> None:
+        text = written.decode("utf-8", "replace")
+        label = same_label(text)
+        if not any(label in labels for labels in defined):
             self.found.links.append((position, Link(self._line_of(position), form, text, None, text)))
 
     def _add(self, position: int, form: str, target: bytes) -> None:

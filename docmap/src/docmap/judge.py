@@ -7,13 +7,29 @@ from __future__ import annotations
 
 import posixpath
 import re
-from collections.abc import Iterable, Iterator, Mapping
+from collections.abc import Iterable, Iterator, Mapping, Sequence
 from dataclasses import dataclass
-from typing import Final
+from heapq import nsmallest
+from itertools import chain
+from typing import Final, NamedTuple
 
 from docmap.documents import PAGE_SUFFIXES
-from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.facts import (
+    EMBED,
+    FOOTNOTE,
+    IMAGE,
+    LABEL,
+    SCHEME,
+    SRC,
+    TEMPLATE,
+    WIKI,
+    WWW,
+    Facts,
+    Link,
+    lines_of,
+)
 from docmap.inline import same_label
+from docmap.partials import perhaps_included
 from docmap.repository import Repository
 from docmap.sites.site import DOUBTFUL, FOUND, Site
 from docmap.spelling import Spelling, is_slip
@@ -27,6 +43,8 @@ _OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_co
 _MAIL = re.compile(r"[\w.+-]+@(?!\dx\.)(?:[\w-]+\.)+[A-Za-z]{2,}")
 _WORD_LABEL = re.compile(r"[\w-]+")
 _LOWEST_LIKENESS = 0.7
+# About a second. In a large repository thousands of files share a name such as "index".
+_MOST_DISTANCES = 500_000
 
 
 @dataclass(frozen=True)
@@ -55,6 +73,13 @@ class Judgement:
     finding: Finding | None = None
 
 
+class _AnchorNames(NamedTuple):
+    """The anchors of some pages as they are written, and by how they are written without letter case."""
+
+    names: Mapping[str, None]
+    in_other_case: Mapping[str, str]
+
+
 class Judge:
     """Judges the links of the documents of one repository."""
 
@@ -66,6 +91,8 @@ class Judge:
         self._owners = {page: site for site in self.sites for page in site.pages}
         self._spelling = Spelling()
         self._names: dict[str | None, dict[str, list[str]]] = {}
+        self._anchors: dict[tuple[Site, tuple[str, ...]], _AnchorNames] = {}
+        self._distances_left = _MOST_DISTANCES
 
     def site_of(self, path: str) -> Site:
         """The site that a document belongs to."""
@@ -73,16 +100,16 @@ class Judge:
 
     def judged(self, path: str) -> Iterator[Judgement]:
         """What becomes of each link of a document, in document order."""
-        shown = self._shown_in(path)
+        shown = self._shown_in(path) or list(self._shown_elsewhere(path))
         if not shown:
             return
         site = shown[0][0]
         facts = site.facts(path)
         if facts is None:
             return
-        hidden = [span for span in facts.spans if span.kind in site.rules.literal and span.kind != "comment"]
+        hidden = lines_of(facts.spans, site.rules.literal - {"comment"})
         for link in facts.links:
-            if any(span.first <= link.line <= span.last for span in hidden):
+            if link.line in hidden:
                 continue
             if link.form in site.rules.unchecked_forms:
                 continue
@@ -96,17 +123,21 @@ class Judge:
             yield self._judge(shown, link, path, facts)
 
     def _shown_in(self, path: str) -> list[tuple[Site, str]]:
-        """Where a reader meets the text of a document: the sites and the pages in them, its own site first."""
+        """Where a reader meets the text of a document: its own site and the pages there, and the code host."""
         own = self.site_of(path)
         shown = [(own, source) for source in own.sources_of(path)] if own is not self._host else []
         # What its site shows nowhere is still read where the repository is, and so is what no site owns.
         shown = shown or ([] if own.is_part(path) else [(self._host, path)])
         if own is not self._host and _OF_THE_HOST.fullmatch(path):
             shown.append((self._host, path))
-        for site in self.sites:
-            if site is not own and site is not self._host:
-                shown += [(site, page) for page in site.includers.get(path, ())]
         return shown
+
+    def _shown_elsewhere(self, path: str) -> Iterator[tuple[Site, str]]:
+        """The pages of other sites that a document is part of."""
+        own = self.site_of(path)
+        for site in self.sites:
+            if site is not own and site is not self._host and path in site.once(perhaps_included):
+                yield from ((site, page) for page in site.includers.get(path, ()))
 
     def findings(self, path: str) -> Iterator[Finding]:
         """What is wrong with the links of a document, in document order."""
@@ -117,7 +148,8 @@ class Judge:
     def _judge(self, shown: list[tuple[Site, str]], link: Link, path: str, facts: Facts) -> Judgement:
         """The judgement on a link of a document; a text that several pages show is wrong where it is so in all."""
         worst: Judgement | None = None
-        for site, source in shown:
+        # The pages of other sites are read only for a link that is wrong where it stands.
+        for site, source in chain(shown, self._shown_elsewhere(path)):
             judgement = self._judge_in(site, link, path, source, facts)
             if judgement.finding is None:
                 return judgement
@@ -184,17 +216,16 @@ class Judge:
         if not wanted or re.fullmatch(rules.always, wanted):
             return Judgement(link, target)
         doubt: str | None = None
-        others: list[str] = []
         for page in pages:
             anchors = site.anchors(page)
             name = anchors.known.get(rules.compare(wanted))
             if name is not None and (rules.case_doubt is None or not _differ_in_case(name, wanted)):
                 return Judgement(link, page)
             doubt = doubt or anchors.unknown_because
-            others += anchors.known.values()
-        same = next((name for name in others if name.casefold() == wanted.casefold()), None)
+        others = self._anchors_of(site, pages)
+        same = others.in_other_case.get(wanted.casefold())
         where = "" if target == source else f" in {target}"
-        closest = same or self._closest_anchor(link, wanted, others, target)
+        closest = same or self._closest_anchor(link, wanted, others.names, target)
         if same is not None:
             doubt = rules.case_doubt
         elif closest is not None and is_slip(wanted, closest):
@@ -222,13 +253,21 @@ class Judge:
 
     # --- Suggestions ---
 
-    def _closest_anchor(self, link: Link, wanted: str, anchors: list[str], page: str) -> str | None:
-        unique = dict.fromkeys(anchors)
+    def _anchors_of(self, site: Site, pages: tuple[str, ...]) -> _AnchorNames:
+        """The anchors of all these pages; put together once, since thousands of links can miss them."""
+        if (site, pages) not in self._anchors:
+            names = dict.fromkeys(name for page in pages for name in site.anchors(page).known.values())
+            # Of several that are equal but for letter case, the first.
+            folded = {name.casefold(): name for name in reversed(names)}
+            self._anchors[site, pages] = _AnchorNames(names, folded)
+        return self._anchors[site, pages]
+
+    def _closest_anchor(self, link: Link, wanted: str, names: Mapping[str, None], page: str) -> str | None:
         # Wiki links name headings as they are written.
         dashed = wanted if link.form in {WIKI, EMBED} else "-".join(wanted.casefold().split())
-        if dashed in unique:
+        if dashed in names:
             return dashed
-        return self._spelling.closest(dashed, unique, _LOWEST_LIKENESS, of=page)
+        return self._spelling.closest(dashed, names, _LOWEST_LIKENESS, of=page)
 
     @staticmethod
     def _with_anchor(link: Link, anchor: str) -> str:
@@ -259,9 +298,9 @@ class Judge:
         name = posixpath.basename(place)
         stem = _stem(name)
         names = self._names_of_files()
-        alike = sorted(names.get(stem.casefold(), ()), key=lambda path: _distance(path, source))
+        alike = self._nearest(names.get(stem.casefold(), ()), source)
         shows = link.form in {IMAGE, SRC}
-        fitting = [path for path in alike[:5] if shows != path.lower().endswith(PAGE_SUFFIXES)]
+        fitting = [path for path in alike if shows != path.lower().endswith(PAGE_SUFFIXES)]
         yield from fitting or alike[:1]
         folder = posixpath.dirname(place)
         beside = self._names_of_files(folder)
@@ -269,8 +308,15 @@ class Judge:
         similar = [] if close is None else beside[close][:1]
         close = self._spelling.closest(stem.casefold(), names, 0.85, of="anywhere")
         if close is not None:
-            similar.append(min(names[close], key=lambda path: _distance(path, source)))
+            similar += self._nearest(names[close], source)[:1]
         yield from (path for path in similar if not (shows and path.lower().endswith(PAGE_SUFFIXES)))
+
+    def _nearest(self, paths: Sequence[str], source: str) -> list[str]:
+        """The five files that are nearest to another, the nearest first; none when it costs too much."""
+        self._distances_left -= len(paths)
+        if self._distances_left < 0:
+            return []
+        return nsmallest(5, paths, key=lambda path: _distance(path, source))
 
     def _names_of_files(self, folder: str | None = None) -> Mapping[str, list[str]]:
         """Files by name, without suffix and letter case: those of a folder, or all."""

@@ -4,10 +4,11 @@ from __future__ import annotations
 
 import re
 from bisect import bisect_right
-from collections.abc import Callable, Iterator
+from collections.abc import Iterator
 from typing import NamedTuple
 
 from docmap.facts import MATHEMATICS, NOTE_COMMENT
+from docmap.ranges import Ranges
 
 _WIKI_LINK = re.compile(rb"\[\[([^\[\]\n]+)\]\]")
 _LINK = re.compile(_WIKI_LINK.pattern + rb"|\]\([ \t]*<?([^\s()<>]+)")
@@ -35,14 +36,14 @@ class Target(NamedTuple):
     inside: str | None
 
 
-def targets(data: bytes, code_end: Callable[[int], int | None]) -> Iterator[Target]:
-    """The targets of links outside code; `code_end` says where the code block around a position ends, if one is.
+def targets(data: bytes, code: Ranges) -> Iterator[Target]:
+    """The targets of links outside of `code`, the bytes of code blocks.
 
-    Nothing is found in a document that has neither comments nor mathematics.
+    Nothing is found in a document that has neither comments nor mathematics, which hides wiki links alone.
     """
-    if b"%%" not in data and data.count(b"$") < 2:
+    if b"%%" not in data and (b"[[" not in data or data.count(b"$") < 2):
         return
-    closers = {b"%%": _Closers(data, rb"%%", code_end), b"$$": _Closers(data, rb"\$\$", code_end)}
+    closers = {b"%%": _Closers(data, rb"%%", code), b"$$": _Closers(data, rb"\$\$", code)}
     blanks = [match.start() for match in re.finditer(rb"\n[ \t>]*\n", data)]
 
     def same_paragraph(start: int, end: int) -> bool:
@@ -52,10 +53,10 @@ def targets(data: bytes, code_end: Callable[[int], int | None]) -> Iterator[Targ
     position = 0
     while (token := _TOKEN.search(data, position)) is not None:
         start, position = token.span()
-        end = code_end(start)
+        around = code.around(start)
         kind = token.lastgroup
-        if end is not None:
-            position = max(end, start + 1)
+        if around is not None:
+            position = around[1]
         elif kind == "ticks":
             end = ticks.end(start, position)
             position = end if same_paragraph(start, end) else position
@@ -64,10 +65,10 @@ def targets(data: bytes, code_end: Callable[[int], int | None]) -> Iterator[Targ
         elif kind is not None:
             if kind != "line":
                 # A stray sign within a line must not hide the paragraphs after it.
-                end = closers[token[0]].end(position)
-                if end is None or not (same_paragraph(start, end) or _begins_line(data, start)):
+                closed = closers[token[0]].end(position)
+                if closed is None or not (same_paragraph(start, closed) or _begins_line(data, start)):
                     continue
-                position = end
+                position = closed
             inside = NOTE_COMMENT if kind == "comment" else MATHEMATICS
             # Mathematics hides wiki links alone: its brackets are often followed by parentheses.
             pattern = _LINK if kind == "comment" else _WIKI_LINK
@@ -84,8 +85,8 @@ def _begins_line(data: bytes, position: int) -> bool:
 class _Closers:
     """Where something that is closed by two equal signs ends. Positions asked for only grow."""
 
-    def __init__(self, data: bytes, pattern: bytes, code_end: Callable[[int], int | None]) -> None:
-        self._found = (m.end() for m in re.finditer(pattern, data) if code_end(m.start()) is None)
+    def __init__(self, data: bytes, pattern: bytes, code: Ranges) -> None:
+        self._found = (m.end() for m in re.finditer(pattern, data) if m.start() not in code)
         self._next: int | None = 0
 
     def end(self, position: int) -> int | None:

@@ -46,7 +46,12 @@ def link_target(link: ReferenceInfo) -> str:
 
 def parse(text: str) -> Node:
     """Return the root of the block tree of a document's text."""
-    return _PARSER.parse(text.encode("utf-8")).root_node
+    return parse_bytes(text.encode("utf-8"))
+
+
+def parse_bytes(data: bytes) -> Node:
+    """Return the root of the block tree of a document's text in UTF-8, which the tree keeps."""
+    return _PARSER.parse(data).root_node
 
 
 def sections_of(root: Node, text: str, prefix: str) -> list[Symbol]:

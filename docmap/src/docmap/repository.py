@@ -44,6 +44,9 @@ class Repository:
         # Read by the run, in bulk; single files are read when first asked for.
         self.known_facts: dict[str, Facts | None] = {}
         self.read_facts: ReadFacts = lambda path: None
+        # Reads many documents that will be asked for, at once.
+        self.read_ahead: Callable[[Iterable[str]], None] = lambda paths: None
+        self.read_bytes: Callable[[str], bytes | None] = lambda path: None
         # Documents that turned out to be unreadable, in the order in which they did.
         self.unread: dict[str, None] = {}
         self._wanted = tuple(wanted)
@@ -140,8 +143,17 @@ class Repository:
         return self.known_facts[path]
 
     def is_document(self, path: str) -> bool:
-        """Whether a file is a document, readable or not."""
-        return self.facts(path) is not None or path in self.unread
+        """Whether a file is a document, readable or not; it is not read for that."""
+        if path in self.files and path.lower().endswith(PAGE_SUFFIXES):
+            return True
+        return self.known_facts.get(path) is not None or path in self.unread
+
+    def may_hold(self, path: str, sign: bytes) -> bool:
+        """Whether a document need be parsed for what cannot be there without a sign, which it may hold."""
+        if path in self.known_facts:
+            return True
+        data = self.read_bytes(path)
+        return data is None or sign in data
 
     def text(self, path: str) -> str | None:
         """The text of a file, as of a configuration; None when it is missing or cannot be read."""

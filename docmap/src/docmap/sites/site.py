@@ -18,7 +18,7 @@ from functools import cached_property, lru_cache
 from importlib import import_module
 from typing import Final, TypeVar, cast
 
-from docmap.facts import INCLUDE, WIKI, Construct, Facts, Heading, Link, Named
+from docmap.facts import INCLUDE, WIKI, Construct, Facts, Heading, Link, Named, lines_of
 from docmap.repository import Repository
 
 _T = TypeVar("_T")
@@ -267,10 +267,13 @@ class Site:
     @cached_property
     def addresses(self) -> dict[str, list[str]]:
         """The addresses of each page, the one that its relative links start from first."""
+        if self.rules.addresses is not None:
+            self.repository.read_ahead(self.pages)
         return {page: self._addresses_of(page) for page in self.pages}
 
     def _addresses_of(self, page: str) -> list[str]:
-        facts = self.facts(page)
+        # Most sites make addresses of paths alone; their pages need not be read for these.
+        facts = None if self.rules.addresses is None else self.facts(page)
         if self.rules.addresses is not None and facts is not None:
             own = self.rules.addresses(self, page, facts)
             if own is not None:
@@ -335,6 +338,9 @@ class Site:
     def includers(self) -> dict[str, list[str]]:
         """The pages that a file is included in, by file."""
         pages: dict[str, list[str]] = {}
+        if not self.may_include:
+            return pages
+        self.repository.read_ahead(self.pages)
         for page, addresses in self.addresses.items():
             seen = {page}
             waiting = [page] if addresses else []
@@ -351,6 +357,11 @@ class Site:
                         waiting.append(included)
                         pages.setdefault(included, []).append(page)
         return pages
+
+    @property
+    def may_include(self) -> bool:
+        """Whether any construct brings other files into a page."""
+        return any(effect.includes is not None for effect in self.rules.effects.values())
 
     def sources_of(self, path: str) -> tuple[str, ...]:
         """The pages in which a reader meets the text of a document: its own, or those that include it; () for a
@@ -373,7 +384,9 @@ class Site:
             return self
         vault: Site = import_module("docmap.sites.vault").make(self.repository, self.content)
         vault.pages = self.pages
-        texts = ((page, facts) for page in self.pages if (facts := self.facts(page)) is not None)
+        pages = [page for page in self.pages if self.repository.may_hold(page, b"[[")]
+        self.repository.read_ahead(pages)
+        texts = ((page, facts) for page in pages if (facts := self.facts(page)) is not None)
         links = [
             (link, page)
             for page, facts in texts
@@ -423,7 +436,9 @@ class Site:
     @property
     def unread_page(self) -> str | None:
         """A page that cannot be read, if there is one."""
-        return next((path for path in self.repository.unread if path in self.addresses), None)
+        # Which pages cannot be read is known only after their addresses have been asked for.
+        addresses = self.addresses
+        return next((path for path in self.repository.unread if path in addresses), None)
 
     def _climbs_out(self, path: str, source: str) -> bool:
         """Whether a relative path leads above the site's own address, where other sites of its host may be."""
@@ -464,7 +479,7 @@ class Site:
         if facts is None:
             return f"{page} cannot be read"
         why = None
-        hidden = [span for span in facts.spans if span.kind in rules.literal]
+        hidden = lines_of(facts.spans, rules.literal)
         # In document order, since repeats are numbered in it, across what is included.
         events: list[tuple[int, Heading | Construct | Named]] = [
             *((heading.line, heading) for heading in facts.headings),
@@ -474,7 +489,7 @@ class Site:
         events.sort(key=lambda event: event[0])
         for line, event in events:
             in_comment = isinstance(event, Construct) and event.form == INCLUDE
-            if not in_comment and any(span.first <= line <= span.last for span in hidden):
+            if not in_comment and line in hidden:
                 continue
             if isinstance(event, Heading):
                 anchor = self.anchor_of(event, given)

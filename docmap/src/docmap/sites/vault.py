@@ -62,7 +62,9 @@ def _alias(site: Site, link: Link, source: str) -> Resolution | None:
 
 def _aliases(site: Site) -> dict[str, list[str]]:
     aliases: dict[str, list[str]] = {}
-    for page in site.pages:
+    pages = [page for page in site.pages if site.repository.may_hold(page, b"alias")]
+    site.repository.read_ahead(pages)
+    for page in pages:
         facts = site.facts(page)
         fields = facts.fields if facts is not None else {}
         for name in (*literals.texts(fields.get("aliases")), *literals.texts(fields.get("alias"))):
