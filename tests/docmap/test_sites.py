@@ -1,7 +1,10 @@
 """Each kind of site by its rules: small sites, and what becomes of the links of one page of each."""
 
+import subprocess
+import sys
+
 import pytest
-from docmap.sites import literals, slugs
+from docmap.sites import literals, scripts, slugs
 from trees import records, write_tree
 
 OK, DOUBTFUL, BROKEN = "ok", "doubtful", "broken"
@@ -292,8 +295,42 @@ def test_configurations_are_read_as_far_as_they_are_literals():
         """,
         "lib.ts": "export default () => ({ from: 'lib' })",
     }
-    value = literals.Script("a.ts", files.get).exported
+    value = scripts.Script("a.ts", files.get).exported
     assert value["b-c"] == ["d", "e"] and value["deep"] == {"on": True, "f": literals.UNREAD, "z": "z"}
     assert value["title"] is value["n"] is literals.UNREAD and "no" not in value
     assert value["x"] == {"from": "lib"}
     assert literals.yaml("a: !ENV X\nb: !!python/name:p.q\nc: 1")["c"] == 1 and literals.yaml("a: [") == {}
+
+
+N = 100_000
+NEST = "[" * N
+
+
+@pytest.mark.long
+@pytest.mark.parametrize(
+    ("path", "text"),
+    [
+        ("book.toml", "a = " + NEST),
+        ("mkdocs.yml", "a: " + NEST),
+        (".vitepress/config.ts", "export default " + "{a:" * N),
+        (".vitepress/config.ts", "export default " + "(" * N),
+        (".vitepress/config.ts", "export default { a: f(" + NEST),
+        (".vitepress/config.ts", "".join(f"const a{n} = [a{n + 1}, a{n + 1}]\n" for n in range(60)) + "export default a0"),
+        (".vitepress/config.ts", "\n" * N + "export default x"),
+        ("docusaurus.config.js", "module.exports = { presets: [ } ]"),
+        ("docusaurus.config.js", "module.exports = { presets: [['classic', { docs: { path: '.' } }]] }"),
+        ("astro.config.mjs", "// @astrojs/starlight\nexport default " + NEST),
+        ("hugo.toml", ".".join("a" * 600) + " = 1"),
+        ("hugo.yaml", "params: &a\n  x: *a"),
+        ("hugo.json", NEST),
+        ("conf.py", "import myst_parser\nx = a" + "()" * 2 * N),
+        ("conf.py", "import myst_parser\nx = " + "-" * N + "1"),
+    ],
+    ids=lambda value: value[:30],
+)  # fmt: skip
+def test_hostile_configurations_are_read_in_time(tmp_path, path, text):
+    files = {"tsconfig.json": "{" * N, "versions.json": NEST, "content/a.md": "[a](#zzz)\n", ".git/HEAD": ""}
+    write_tree(tmp_path, {**files, path: text})
+    command = [sys.executable, "-m", "docmap", "check", "--strict", "--no-cache", str(tmp_path)]
+    result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+    assert (result.returncode, result.stdout.count("#zzz")) == (1, 1)

@@ -2,20 +2,18 @@
 
 from __future__ import annotations
 
-import json
 import posixpath
 import re
 from collections.abc import Iterator, Mapping, Sequence
 from functools import partial
 from typing import Any
-from urllib.parse import urlsplit
 
 from docmap.facts import HREF, IMAGE, LIQUID, SHORTCODE, SRC, TEMPLATE, Construct, Facts, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
 from docmap.sites.site import Effect, Resolution, Rules, Site, doubtful, found, itself, page_at_address
-from docmap.sites.ways import as_hosted, nothing_because, outside_base
+from docmap.sites.ways import as_hosted, base_of, nothing_because, outside_base
 
 KIND = "hugo"
 
@@ -40,6 +38,8 @@ _SLUGS: Mapping[str, Any] = {
     "github-ascii": slugs.hugo_ascii,
     "blackfriday": slugs.blackfriday,
 }
+# Deeper ones are nobody's; a key of many dots would use up the stack, and an alias of YAML can hold itself.
+_DEEPEST_SETTING = 20
 _PERMALINK = re.compile(r":(\w+)(?:\[[^\]]*\])?")
 
 
@@ -352,21 +352,16 @@ def _read(repository: Repository, path: str) -> dict[str, Any]:
     if path.endswith(".toml"):
         return literals.toml(text)
     if path.endswith(".json"):
-        try:
-            loaded = json.loads(text or "{}")
-        except ValueError:
-            return {}
+        loaded = literals.json(text)
         return loaded if isinstance(loaded, dict) else {}
     return literals.yaml(text)
 
 
-def _lower(value: Any) -> Any:
+def _lower(value: Any, levels: int = _DEEPEST_SETTING) -> Any:
     """Hugo's settings do not tell letter case apart."""
-    return (
-        {str(key).lower(): _lower(inner) for key, inner in value.items()}
-        if isinstance(value, dict)
-        else value
-    )
+    if not isinstance(value, dict) or not levels:
+        return value
+    return {str(key).lower(): _lower(inner, levels - 1) for key, inner in value.items()}
 
 
 def _configuration(repository: Repository, root: str) -> dict[str, Any]:
@@ -388,19 +383,17 @@ def make(repository: Repository, root: str) -> Site | None:
     config = _lower(_configuration(repository, root))
     paths = (posixpath.join(root, name) for name in (*_NAMES, *_IN_FOLDER))
     path = next((path for path in paths if path in repository.files), "")
-    mounts = literals.get(config, "module", "mounts")
-    mounts = [mount for mount in mounts if isinstance(mount, dict)] if isinstance(mounts, list) else []
-    sources = [
-        str(mount.get("source")) for mount in mounts if str(mount.get("target")).split("/")[0] == "content"
-    ]
-    named = config.get("contentdir")
-    sources = sources or [named if isinstance(named, str) else "content"]
-    languages = config.get("languages") if isinstance(config.get("languages"), dict) else {}
+    mounted: dict[str, list[str]] = {}
+    for mount in literals.entries(config, "module", "mounts"):
+        target = literals.text(mount, "target").split("/")[0]
+        mounted.setdefault(target, []).append(literals.text(mount, "source"))
+    sources = mounted.get("content") or [literals.text(config, "contentdir", otherwise="content")]
+    languages = literals.table(config, "languages")
     folders = {name: literals.get(options, "contentdir") for name, options in languages.items()}
     contents = [folder for folder in folders.values() if isinstance(folder, str)] or sources
     contents = [posixpath.normpath(posixpath.join(root, folder)) for folder in contents]
     content = posixpath.commonpath([f"/{folder}" for folder in contents]).strip("/")
-    default = str(config.get("defaultcontentlanguage") or "en")
+    default = literals.text(config, "defaultcontentlanguage") or "en"
     in_subfolder = config.get("defaultcontentlanguageinsubdir") is True
     below = {
         name: Site.within(posixpath.normpath(posixpath.join(root, folder)), content) or ""
@@ -421,11 +414,9 @@ def make(repository: Repository, root: str) -> Site | None:
     shortcode = Effect(includes=shortcodes.included, unknown=shortcodes.unknown)
     links, images = _ways(lookup, repository, root, config, plurals)
     static = literals.texts(config.get("staticdir")) or ["static"]
-    static += [str(mount["source"]) for mount in mounts if str(mount.get("target")).split("/")[0] == "static"]
+    static += mounted.get("static", [])
     parser = literals.get(config, "markup", "goldmark", "parser")
-    slug = _SLUGS.get(
-        str(literals.get(parser, "autoidtype") or literals.get(parser, "autoheadingidtype") or "github")
-    )
+    slug = _SLUGS.get(literals.text(parser, "autoidtype") or literals.text(parser, "autoheadingidtype"))
     rules = RULES.changed(
         ways={
             "link": links,
@@ -435,7 +426,7 @@ def make(repository: Repository, root: str) -> Site | None:
             TEMPLATE: (partial(_ref, lookup),),
         },
         addresses=pages.addresses,
-        base=urlsplit(str(config.get("baseurl") or "")).path or "/",
+        base=base_of(literals.text(config, "baseurl")),
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in static),
         slug=slug or slugs.hugo,
         terms=literals.get(parser, "autodefinitiontermid") is True,
@@ -463,11 +454,7 @@ def _sections(repository: Repository, contents: Sequence[str], languages: Sequen
 
 
 def _permalinks(config: Mapping[str, Any]) -> dict[str, str]:
-    permalinks = config.get("permalinks")
-    if not isinstance(permalinks, dict):
-        return {}
-    pages = permalinks.get("page")
-    both = {**permalinks, **(pages if isinstance(pages, dict) else {})}
+    both = {**literals.table(config, "permalinks"), **literals.table(config, "permalinks", "page")}
     return {section: pattern for section, pattern in both.items() if isinstance(pattern, str)}
 
 
@@ -496,7 +483,7 @@ def _ways(
 
     def before(kind: str) -> list[Any]:
         text = _layout(repository, root, f"render-{kind}.html")
-        setting = literals.get(hooks, kind, "useembedded")
+        setting = literals.text(hooks, kind, "useembedded")
         enabled = setting in {"always", "fallback"} or literals.get(hooks, kind, "enabledefault") is True
         if text is not None:
             # A hook may mean something of its own by a certain destination: {{ if eq $destination "g" }}.

@@ -70,7 +70,7 @@ class _Pages:
 
     def __init__(self, config: Mapping[str, Any], root: str, on_host: bool, plugins: frozenset[str]) -> None:
         self.root = root
-        style = str(config.get("permalink") or "date")
+        style = literals.text(config, "permalink", otherwise="date")
         self.permalink = _STYLES.get(style, style)
         collections = config.get("collections")
         self.collections: dict[str, dict[str, Any]] = {
@@ -81,8 +81,8 @@ class _Pages:
                 else ((name, {}) for name in literals.texts(collections))
             )
         }
-        self.defaults = [entry for entry in config.get("defaults") or () if isinstance(entry, dict)]
-        self.folder = str(config.get("collections_dir") or "").strip("/")
+        self.defaults = [entry for entry in literals.entries(config, "defaults") if isinstance(entry, dict)]
+        self.folder = literals.text(config, "collections_dir").strip("/")
         self.without_front_matter = on_host or "jekyll-optional-front-matter" in plugins
         self.readme_index = on_host or "jekyll-readme-index" in plugins
         self.redirects = on_host or "jekyll-redirect-from" in plugins
@@ -115,16 +115,15 @@ class _Pages:
     def _default_fields(self, place: str) -> dict[str, Any]:
         fields: dict[str, Any] = {}
         for entry in self.defaults:
-            path = str(literals.get(entry, "scope", "path") or "").strip("/")
+            path = literals.text(entry, "scope", "path").strip("/")
             kind = literals.get(entry, "scope", "type")
             of_kind = kind is None or (
                 "_posts" in place
                 if kind == "posts"
                 else place.startswith(f"_{kind}/") or (kind == "pages" and place[0] != "_")
             )
-            values = entry.get("values")
-            if of_kind and (not path or place.startswith(path) or "*" in path) and isinstance(values, dict):
-                fields.update(values)
+            if of_kind and (not path or place.startswith(path) or "*" in path):
+                fields.update(literals.table(entry, "values"))
         return fields
 
     def _in_collection(self, name: str, place: str) -> bool:
@@ -147,25 +146,22 @@ class _Pages:
             "short_year": year[2:], "name": title, "basename": title, "path": title, "collection": "posts",
         }  # fmt: skip
         own = fields.get("permalink")
-        pattern = literals.get(self.collections.get("posts"), "permalink") or self.permalink
-        return _filled(own if isinstance(own, str) else str(pattern), values)
+        pattern = literals.text(self.collections.get("posts"), "permalink") or self.permalink
+        return _filled(own if isinstance(own, str) else pattern, values)
 
     def _document(self, name: str, place: str, fields: Mapping[str, Any]) -> str:
         path = posixpath.splitext(place[len(posixpath.join(self.folder, f"_{name}", "")) :])[0]
         default = "/:collection/:path/" if self.permalink.endswith("/") else "/:collection/:path:output_ext"
         if self.permalink == _STYLES["date"] or self.permalink.endswith(":output_ext"):
             default = "/:collection/:path:output_ext"
-        own = fields.get("permalink")
-        pattern = (
-            own if isinstance(own, str) else literals.get(self.collections[name], "permalink") or default
-        )
+        pattern = literals.text(fields, "permalink") or literals.text(self.collections[name], "permalink")
         base = posixpath.basename(path)
         slug = fields.get("slug")
         values = {
             "collection": name, "path": path, "name": base, "basename": base, "output_ext": ".html",
             "title": slug if isinstance(slug, str) else base, "slug": _slug(base), "categories": "",
         }  # fmt: skip
-        return _filled(str(pattern), values)
+        return _filled(pattern or default, values)
 
     def _page(self, place: str, fields: Mapping[str, Any]) -> str:
         own = fields.get("permalink")
@@ -361,8 +357,7 @@ def make(repository: Repository, root: str) -> Site | None:
     path = next((path for path in paths if path in repository.files), paths[0])
     text = repository.text(path)
     config = literals.toml(text) if path.endswith(".toml") else literals.yaml(text)
-    source = config.get("source")
-    content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else ""))
+    content = posixpath.normpath(posixpath.join(root, literals.text(config, "source")))
     content = "" if content == "." else content
     gems = "".join(repository.text(posixpath.join(folder, "Gemfile")) or "" for folder in {root, ""})
     plugins = frozenset([*literals.texts(config.get("plugins")), *literals.texts(config.get("gems"))])
@@ -386,7 +381,7 @@ def make(repository: Repository, root: str) -> Site | None:
             TEMPLATE: (partial(_template, config),),
         },
         addresses=pages.addresses,
-        base=str(config.get("baseurl") or "") or "/",
+        base=literals.text(config, "baseurl") or "/",
         slug=slugs.kramdown if literals.get(kramdown, "input") == "kramdown" else slugs.github,
     )
     if literals.get(kramdown, "auto_ids") is False:

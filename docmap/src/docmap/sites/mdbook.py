@@ -24,9 +24,9 @@ from docmap.sites.site import (
 )
 from docmap.sites.ways import (
     as_hosted,
+    base_of,
     by_web_server,
     folders_of,
-    is_elsewhere,
     nothing_because,
     outside_base,
     redirects_of,
@@ -133,17 +133,13 @@ def make(repository: Repository, root: str) -> Site | None:
     book = literals.toml(repository.text(path))
     html = literals.get(book, "output", "html")
     rules = RULES.changed(
-        base=literals.get(html, "site-url") or "/", redirects=redirects_of(literals.get(html, "redirect"))
+        base=base_of(literals.text(html, "site-url")), redirects=redirects_of(literals.get(html, "redirect"))
     )
-    if is_elsewhere(rules.base):
-        rules = rules.changed(base=re.sub(r"^[^/]*//[^/]*", "", rules.base) or "/")
-    preprocessors = literals.get(book, "preprocessor")
-    for name in preprocessors if isinstance(preprocessors, dict) else ():
+    for name in literals.table(book, "preprocessor"):
         if name not in _HARMLESS:
             why = f"made by the preprocessor `{name}` of {path}?"
             rules = rules.changed(any_target=why, any_anchor=why, any_label=why)
-    source = literals.get(book, "book", "src")
-    content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else "src"))
+    content = posixpath.normpath(posixpath.join(root, literals.text(book, "book", "src", otherwise="src")))
     content = "" if content == "." else content
     summary = posixpath.join(content, "SUMMARY.md")
     facts = repository.facts(summary)

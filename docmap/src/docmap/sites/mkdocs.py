@@ -7,7 +7,6 @@ import re
 from collections.abc import Callable, Iterable, Iterator, Sequence
 from functools import partial
 from typing import Any
-from urllib.parse import urlsplit
 
 from pathspec import GitIgnoreSpec
 
@@ -28,6 +27,7 @@ from docmap.sites.site import (
 )
 from docmap.sites.ways import (
     as_hosted,
+    base_of,
     by_web_server,
     folders_of,
     is_elsewhere,
@@ -189,11 +189,10 @@ def make(repository: Repository, root: str) -> Site | None:
     config = _config(repository, path)
     extensions = _named_options(config.get("markdown_extensions"))
     plugins = _named_options(config.get("plugins"))
-    docs = config.get("docs_dir")
-    content = posixpath.normpath(posixpath.join(root, docs if isinstance(docs, str) else "docs"))
+    content = posixpath.normpath(posixpath.join(root, literals.text(config, "docs_dir", otherwise="docs")))
     rules = RULES.changed(
         addresses=partial(_addresses, config.get("use_directory_urls", True) is not False, _left_out(config)),
-        base=urlsplit(str(config.get("site_url") or "")).path or "/",
+        base=base_of(literals.text(config, "site_url")),
         redirects=_redirects(plugins.get("redirects")),
         static=_theme_folders(root, config),
     )
@@ -233,7 +232,7 @@ def _config(repository: Repository, path: str, depth: int = 0) -> dict[str, Any]
 
 def _left_out(config: dict[str, Any]) -> GitIgnoreSpec:
     """The documents that the built site does not have."""
-    lines = [str(config.get(setting) or "").splitlines() for setting in ("exclude_docs", "draft_docs")]
+    lines = [literals.text(config, setting).splitlines() for setting in ("exclude_docs", "draft_docs")]
     try:
         return GitIgnoreSpec.from_lines(line for some in lines for line in some)
     except ValueError:
@@ -254,9 +253,9 @@ def _named_options(value: object) -> dict[str, dict[str, Any]]:
 def _redirects(options: dict[str, Any] | None) -> dict[str, str]:
     """Redirects by file: old.md -> new.md#anchor, as addresses in both forms."""
     redirects: dict[str, str] = {}
-    maps = literals.get(options, "redirect_maps")
-    for old, new in maps.items() if isinstance(maps, dict) else ():
-        new = str(new)
+    for old, new in literals.table(options, "redirect_maps").items():
+        if not isinstance(new, str):
+            continue
         stem = re.sub(r"(?:^|/)(?:index|README)$", "", posixpath.splitext(str(old))[0])
         for address in (f"/{stem}/".replace("//", "/"), f"/{stem}.html"):
             redirects[address] = new if is_elsewhere(new) else re.sub(r"\.md(?=#|$)", "/", "/" + new)
@@ -270,14 +269,14 @@ def _theme_folders(root: str, config: dict[str, Any]) -> tuple[str, ...]:
 
 def _slug_function(setting: object) -> Callable[[str], str] | None:
     """The function that a setting names; None for one that is not known here."""
-    name = setting.get("!", "") if isinstance(setting, dict) else str(setting or "")
+    name = setting if isinstance(setting, str) else literals.text(setting, "!")
     if setting is None:
         return slugs.python_markdown
     if "slugify_unicode" in name:
         return slugs.python_markdown_unicode
     if "pymdownx.slugs." in name:
-        options = setting.get("kwds", {}) if isinstance(setting, dict) else {}
-        case = options.get("case", "lower" if "uslugify" in name and "cased" not in name else "")
+        usual = "lower" if "uslugify" in name and "cased" not in name else ""
+        case = literals.text(setting, "kwds", "case", otherwise=usual)
         return slugs.pymdown(case)
     return slugs.python_markdown if name.endswith("toc.slugify") else None
 

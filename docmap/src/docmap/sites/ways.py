@@ -19,6 +19,11 @@ def is_elsewhere(target: str) -> bool:
     return _SCHEME.match(target) is not None
 
 
+def base_of(address: str) -> str:
+    """The path of a site's own address: "/docs/" of "https://example.org/docs/", "/" where it has none."""
+    return re.sub(r"^(?:[a-zA-Z][a-zA-Z0-9+.-]*:)?//[^/?#]*", "", address).partition("?")[0] or "/"
+
+
 def folders_of(repository: Repository, *names: str) -> Iterator[str]:
     """The folders that hold a file of one of these names."""
     for path in repository.files:
@@ -85,8 +90,9 @@ def as_hosted(rules: Rules, repository: Repository, root: str) -> Rules:
         lines = (repository.text(posixpath.join(folder, "_redirects")) or "").splitlines()
         pairs += [(words[0], words[1]) for line in lines if len(words := line.split()) > 1]
     for folder in dict.fromkeys((root, "")):
-        entries = literals.toml(repository.text(posixpath.join(folder, "netlify.toml"))).get("redirects", ())
-        pairs += [(str(literals.get(entry, "from")), str(literals.get(entry, "to"))) for entry in entries]
+        settings = literals.toml(repository.text(posixpath.join(folder, "netlify.toml")))
+        entries = literals.entries(settings, "redirects")
+        pairs += [(literals.text(entry, "from"), literals.text(entry, "to")) for entry in entries]
     redirects, made = dict(rules.redirects), dict(rules.made)
     for old, new in pairs:
         if not old.startswith("/") or old == "/*":
