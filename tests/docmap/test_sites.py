@@ -4,7 +4,8 @@ import subprocess
 import sys
 
 import pytest
-from docmap.sites import literals, scripts, slugs
+from docmap.repository import Repository
+from docmap.sites import defines_a_site, find_sites, literals, scripts, slugs
 from trees import records, write_tree
 
 OK, DOUBTFUL, BROKEN = "ok", "doubtful", "broken"
@@ -259,6 +260,33 @@ def test_links_are_judged_by_the_rules_of_their_site(tmp_path, files, page, fron
     found = records("check", "--strict", "--format", "json", "--no-cache", tmp_path)
     degrees = {lines[record["line"]]: record["type"] for record in found if record["file"].endswith(page)}
     assert {link: degrees.get(link, OK) for link in links} == links
+
+
+# Words that some configurations must hold, and other files by which sites are found.
+WORDS = "# navigation nextra @nuxt/content hexo- plugins @astrojs/starlight myst_parser"
+OTHER_NAMES = """
+src/SUMMARY.md mkdocs.yaml .vitepress/config.mts .vitepress/config/index.js docusaurus.config.ts astro.config.ts conf.py
+_config.yaml _config.toml .foam/x .logseq/x .vuepress/config.ts gatsby-config.js gridsome.config.js rspress.config.ts
+eleventy.config.cjs vocs.config.ts .eleventy.js nuxt.config.ts next.config.mjs mint.json docs.json docfx.json book.json
+_quarto.yml _bookdown.yml antora.yml myst.yml .gitbook.yaml retype.yml pelicanconf.py zensical.toml _sidebar.md
+_Sidebar.md _coverpage.md _navbar.md hugo.yaml hugo.yml hugo.json config/_default/hugo.toml config/_default/config.json
+"""
+DEFINED = [
+    *[case.values[0] for case in SITES if case.id not in {"code host", "wiki links without a vault"}],
+    *[{path: WORDS, "content/a.md": ""} for path in OTHER_NAMES.split()],
+    *[{path: "baseURL: x", "content/a.md": ""} for path in ("config.yaml", "config.yml")],
+    {"config.json": '{"baseURL": ""}', "content/a.md": ""},
+    {"config.toml": "baseURL = ''", "content/a.md": ""},
+    {"zola.toml": "base_url = ''", "content/a.md": ""},
+    {"_toc.yml": "", "_config.yml": ""},
+]
+
+
+@pytest.mark.parametrize("files", DEFINED, ids=lambda files: next(iter(files)))
+def test_no_site_is_found_without_something_that_can_define_it(tmp_path, files):
+    write_tree(tmp_path, files)
+    *found, _ = find_sites(Repository(str(tmp_path)))
+    assert found and all(defines_a_site(tmp_path / site.root) for site in found)
 
 
 @pytest.mark.parametrize(

@@ -12,18 +12,46 @@ A module of a kind of site has three names:
 from __future__ import annotations
 
 from collections.abc import Iterable, Mapping
+from glob import glob
 from importlib import import_module
 from types import ModuleType
 
 from docmap.repository import Repository
 from docmap.sites.site import Site
 
-# Modules of this package, the more telling first: of two that find a site at one place, the first has it.
-MODULES = (
-    "mdbook", "mkdocs", "vitepress", "docusaurus", "starlight", "zola", "hugo", "sphinx", "unknown",
-    "jekyll", "vault",
-)  # fmt: skip
+# Modules of this package with the files and folders that can define a site of theirs, as patterns of `glob` below its
+# folder: no site is found without one of these, while a file of such a name need not define one. The more telling
+# first: of two that find a site at one place, the first has it.
+DEFINING: Mapping[str, tuple[str, ...]] = {
+    "mdbook": ("book.toml", "src/SUMMARY.md"),
+    "mkdocs": ("mkdocs.y*ml",),
+    "vitepress": (".vitepress/config.*", ".vitepress/config/index.*"),
+    "docusaurus": ("docusaurus.config.*",),
+    "starlight": ("astro.config.*",),
+    "zola": ("config.toml", "zola.toml"),
+    "hugo": (
+        "hugo.toml", "hugo.y*ml", "hugo.json", "config.toml", "config.y*ml", "config.json",
+        "config/_default/hugo.*", "config/_default/config.*",
+    ),
+    "sphinx": ("conf.py", "_toc.yml"),
+    "unknown": (
+        ".vuepress/config.*", "astro.config.*", "gatsby[.-]config.*", "gridsome[.-]config.*",
+        "rspress[.-]config.*", "eleventy[.-]config.*", "vocs[.-]config.*", ".eleventy.*js", "nuxt.config.*",
+        "next.config.*", "mint.json", "docs.json", "docfx.json", "book.json", "_quarto.y*ml",
+        "_bookdown.y*ml", "antora.y*ml", "myst.y*ml", ".gitbook.y*ml", "retype.y*ml", "pelicanconf.py",
+        "zensical.toml", "_[Ss]idebar.md", "_coverpage.md", "_navbar.md", "_config.y*ml",
+    ),
+    "jekyll": ("_config.y*ml", "_config.toml"),
+    "vault": (".obsidian", ".foam", ".logseq"),
+}  # fmt: skip
+MODULES = tuple(DEFINING)
 CODE_HOST = "code_host"
+
+
+def defines_a_site(folder: str) -> bool:
+    """Whether something in this folder of the disk can define a site that the folder is the root of."""
+    patterns = dict.fromkeys(pattern for patterns in DEFINING.values() for pattern in patterns)
+    return any(glob(pattern, root_dir=folder) for pattern in patterns)
 
 
 def module_of(kind: str) -> ModuleType | None:

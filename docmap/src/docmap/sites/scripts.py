@@ -24,7 +24,9 @@ _ENDS = frozenset({",", "}", "]", ")", ";", ""})
 _CONSTANTS: dict[str, object] = {"true": True, "false": False, "null": None, "undefined": None}
 _DEFAULT = re.compile(r"\bexport\s+default\s+|\bmodule\.exports\s*=\s*")
 _RETURNED = re.compile(r"\breturn\s*(?=[{(])|=>\s*(?=[({])")
-_IMPORT = re.compile(r"""^[ \t]*import\s+(?:type\s+)?([^"';]{1,4000}?)\s+from\s+["']([^"']+)["']""", re.MULTILINE)
+_IMPORT = re.compile(
+    r"""^[ \t]*import\s+(?:type\s+)?([^"';]{1,4000}?)\s+from\s+["']([^"']+)["']""", re.MULTILINE
+)
 _SCRIPTS = (".ts", ".js", ".mts", ".mjs", "/index.ts", "/index.js")
 _DEFINED = re.compile(r"\b(?:const|let|var)\s+([\w$]+)[^=\n;]{0,400}=(?![=>])")
 # No configuration nests as deeply or is spread over as many files; one that does would use up the stack.
