@@ -362,3 +362,17 @@ def test_hostile_configurations_are_read_in_time(tmp_path, path, text):
     command = [sys.executable, "-m", "docmap", "check", "--strict", "--no-cache", str(tmp_path)]
     result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
     assert (result.returncode, result.stdout.count("#zzz")) == (1, 1)
+
+
+@pytest.mark.long
+def test_files_that_include_each_other_in_a_chain(tmp_path):
+    chain = {f"src/{n}.md": f"{{{{#include {n + 1}.md}}}}\n\n# Heading {n}\n" for n in range(2000)}
+    summary = "- [a](0.md)\n- [b](b.md)\n"
+    page = "[a](0.md#heading-9) [a](0.md#heading-1999) [a](0.md#none)\n"
+    write_tree(
+        tmp_path, {"book.toml": "", "src/SUMMARY.md": summary, "src/b.md": page, ".git/HEAD": "", **chain}
+    )
+    found = records("check", "--strict", "--format", "json", "--no-cache", tmp_path)
+    assert [(record["type"], record["target"]) for record in found] == [
+        (DOUBTFUL, "0.md#heading-1999"), (DOUBTFUL, "0.md#none"),
+    ]  # fmt: skip

@@ -15,7 +15,8 @@ from docmap.documents import PAGE_SUFFIXES
 from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
 from docmap.inline import same_label
 from docmap.repository import Repository
-from docmap.sites.site import DOUBTFUL, FOUND, Site
+from docmap.sites.resolution import DOUBTFUL, FOUND
+from docmap.sites.site import Site
 from docmap.spelling import Spelling, is_slip
 
 BROKEN: Final = "broken"

@@ -10,25 +10,20 @@ from functools import partial
 from docmap.facts import HASH, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import (
-    Effect,
-    Resolution,
-    Rules,
-    Site,
-    at_address,
-    file_beside,
-    found,
-    itself,
-    made_perhaps,
-    page_at_address,
-)
+from docmap.sites.resolution import Resolution, found, made_perhaps
+from docmap.sites.rules import Effect, Rules
+from docmap.sites.site import Site
 from docmap.sites.ways import (
     as_hosted,
+    at_address,
     base_of,
     by_web_server,
+    file_beside,
     folders_of,
+    itself,
     nothing_because,
     outside_base,
+    page_at_address,
     redirects_of,
 )
 

@@ -13,26 +13,21 @@ from pathspec import GitIgnoreSpec
 from docmap.facts import EMBED, FENCE, HREF, LIQUID, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import (
-    Effect,
-    Resolution,
-    Rules,
-    Site,
-    file_from_content,
-    found,
-    itself,
-    numbered,
-    page_at_address,
-    site_file,
-)
+from docmap.sites.resolution import Resolution, found
+from docmap.sites.rules import Effect, Rules, numbered
+from docmap.sites.site import Site
 from docmap.sites.ways import (
     as_hosted,
     base_of,
     by_web_server,
+    file_from_content,
     folders_of,
     is_elsewhere,
+    itself,
     nothing_because,
     outside_base,
+    page_at_address,
+    site_file,
 )
 
 KIND = "mkdocs"

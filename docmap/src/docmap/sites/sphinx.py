@@ -14,19 +14,19 @@ from pathspec import GitIgnoreSpec
 from docmap.facts import FENCE, HREF, IMAGE, SCHEME, SRC, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import (
-    Effect,
-    Resolution,
-    Rules,
-    Site,
-    doubtful,
+from docmap.sites.resolution import Resolution, doubtful, found
+from docmap.sites.rules import Effect, Rules
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_hosted,
+    by_web_server,
     file_beside,
     file_from_content,
-    found,
     itself,
+    nothing_because,
+    outside_base,
     page_at_address,
 )
-from docmap.sites.ways import as_hosted, by_web_server, nothing_because, outside_base
 
 KIND = "sphinx"
 

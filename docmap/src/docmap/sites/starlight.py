@@ -12,9 +12,21 @@ from docmap.facts import HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
+from docmap.sites.resolution import Resolution, doubtful, found
+from docmap.sites.rules import Rules
 from docmap.sites.scripts import Script
-from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, page_at_address
-from docmap.sites.ways import as_host_serves, as_hosted, configured, must_exist, nothing_because, outside_base
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_host_serves,
+    as_hosted,
+    configured,
+    file_beside,
+    itself,
+    must_exist,
+    nothing_because,
+    outside_base,
+    page_at_address,
+)
 
 KIND = "starlight"
 

@@ -13,20 +13,22 @@ from docmap.facts import HREF, IMAGE, INCLUDE, SRC, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
+from docmap.sites.resolution import Resolution, doubtful
+from docmap.sites.rules import Effect, Rules
 from docmap.sites.scripts import Script
-from docmap.sites.site import (
-    Effect,
-    Resolution,
-    Rules,
-    Site,
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_hosted,
     at_address,
-    doubtful,
+    by_web_server,
+    configured,
     file_beside,
     file_from_content,
     itself,
+    must_exist,
+    outside_base,
     page_at_address,
 )
-from docmap.sites.ways import as_hosted, by_web_server, configured, must_exist, outside_base
 
 KIND = "vitepress"
 

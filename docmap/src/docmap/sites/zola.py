@@ -11,8 +11,18 @@ from docmap.facts import EXPRESSION, HREF, IMAGE, LIQUID, SRC, Construct, Facts,
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
-from docmap.sites.site import Effect, Resolution, Rules, Site, as_it_is, found, itself, page_at_address
-from docmap.sites.ways import as_host_serves, as_hosted, base_of, nothing_because, outside_base
+from docmap.sites.resolution import Resolution, found
+from docmap.sites.rules import Effect, Rules, as_it_is
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_host_serves,
+    as_hosted,
+    base_of,
+    itself,
+    nothing_because,
+    outside_base,
+    page_at_address,
+)
 
 KIND = "zola"
 
