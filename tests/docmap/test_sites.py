@@ -22,6 +22,7 @@ BOOK = {
     "src/guide/a.md": "# A\n\n## Same\n\n## Same\n\n## Own {#own .x}\n\n## हिन्दी\n\nterm\n: what it is\n",
     "src/guide/unlisted.md": "# Unlisted\n",
     "src/img/x.png": "",
+    "README.md": "",
 }
 MKDOCS = {
     "mkdocs.yml": "site_url: https://x.org/y/\nplugins: [search, {redirects: {redirect_maps: {old.md: a.md}}}]\n"
@@ -32,6 +33,25 @@ MKDOCS = {
     "docs/left-out.md": "# Out\n",
     "docs/img/x.png": "",
     "README.md": "# Read\n",
+}
+LANGUAGES = {
+    "docs/config.yml": "validation: {absolute_links: relative_to_docs}\ntheme: {custom_dir: theme}\n"
+    "markdown_extensions: {attr_list: {}, pymdownx.snippets: {base_path: [docs/parts]}}\n",
+    "docs/mkdocs.en.yml": "INHERIT: config.yml\nsite_name: En\ndocs_dir: en\ntheme: {language: en}\n",
+    "docs/mkdocs.de.yml": "INHERIT: config.yml\nsite_name: De\ndocs_dir: de\n",
+    "docs/en/a.md": '# A {#own}\n\n--8<-- "part.md"\n',
+    "docs/de/b.md": "# B\n",
+    "docs/parts/part.md": "## From a part\n",
+    "docs/theme/logo.png": "",
+}
+ZENSICAL = {
+    "zensical.toml": "[project]\nsite_name = 'Z'\ndocs_dir = 'pages'\n[project.markdown_extensions.attr_list]\n"
+    "[project.markdown_extensions.toc.slugify]\nobject = 'pymdownx.slugs.slugify'\n"
+    "[project.markdown_extensions.pymdownx.snippets]\n[project.plugins.markdown-exec]\n"
+    "[project.plugins.mkdocstrings.handlers.python]\n",
+    "pages/a.md": "# A\n\n## same\n\n## same\n\n## Straße\n\n## x {#own}\n",
+    "pages/c.md": '```python exec="on"\nprint(1)\n```\n',
+    "pages/change.md": '--8<-- "CHANGES.md"\n\n## 0.46.0 2024\n',
 }
 VITEPRESS = {
     "docs/.vitepress/config.ts": "// srcDir: 'no'\nexport default defineConfig({ cleanUrls: true, srcExclude: ['**/draft.md'],\n"
@@ -141,7 +161,8 @@ HOST = {
 SITES = [
     site("mdbook", BOOK, "src/guide/b.md", {
         "[x](a.md)": OK, "[x](a.html)": OK, "[x](../README.md)": OK, "[x](../README.md#nope)": BROKEN, "[x](../index.html)": OK, "[x](../print.html)": OK,
-        "[x](unlisted.md)": BROKEN, "[x](../../README.md)": BROKEN, "[x](../old.html)": OK, "[x](/old.html)": OK,
+        "[x](unlisted.md)": BROKEN, "[x](../../README.md)": BROKEN, "[x](../old.html)": OK, "[x](/old.html)": OK, "[x](../../other/x.md)": DOUBTFUL,
+        "[x](../none.md)": BROKEN,
         "[x](a)": DOUBTFUL, "![x](../img/x.png)": OK, "![x](/img/y.png)": BROKEN, "[x](a.md#same-1)": OK,
         "[x](a.md#same-2)": BROKEN, "[x](a.md#own)": OK, "[x](a.md#Own)": BROKEN, "[x](a.md#हिन्दी)": OK,
         "[x](a.md#term)": OK, '<a href="a.html#same">x</a>': OK, '<a href="c.html">x</a>': BROKEN,
@@ -159,6 +180,21 @@ SITES = [
     }),
     site("mkdocs with hooks", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n", "h.py": "def on_page_markdown(markdown): ...\n"},
         "docs/page.md", {"[x](a.md#made)": DOUBTFUL, "[x](b.md)": BROKEN}),
+    site("mkdocs with a hook that replaces a link", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n",
+        "h.py": "def on_page_markdown(markdown): return markdown.replace('A.md)', 'a.md)')\n"},
+        "docs/page.md", {"[x](A.md)": DOUBTFUL, "[x](a.md)": OK}),
+    site("mkdocs by language", LANGUAGES, "docs/en/page.md", {
+        "[x](a.md)": OK, "[x](/a.md)": OK, "[x](b.md)": BROKEN, "[x](../de/b.md)": BROKEN, "[x](../../de/b/)": DOUBTFUL,
+        "![x](../logo.png)": OK, "[x](a.md#own)": OK, "[x](a.md#from-a-part)": OK, "[x](../README.md)": BROKEN,
+    }),
+    site("a workflow named for a site", {"mkdocs-build.yml": "on: push\n", "docs/a.md": "# A\n\n## A_ -- b\n"}, "docs/page.md", {
+        "[x](a.md#a_----b)": OK, "[x](a.md#a_-b)": BROKEN,
+    }),
+    site("zensical", ZENSICAL, "pages/page.md", {
+        "[x](a.md#same_1)": OK, "[x](a.md#same-1)": BROKEN, "[x](a.md#Straße)": OK, "[x](a.md#own)": OK, "[x](b.md)": BROKEN,
+        "[x](../a/)": OK, "[x](c.md#printed)": DOUBTFUL, "[x](change.md#0460-2024)": OK, "[x][some.name]": DOUBTFUL,
+    }),
+    site("zensical shows another file", ZENSICAL, "CHANGES.md", {"[x](a.md)": OK, "[x][some.name]": DOUBTFUL, "[x](b.md)": BROKEN}),
     site("vitepress", VITEPRESS, "docs/guide/page.md", {
         "[x](./)": OK, "[x](/guide/)": OK, "[x](/guide)": OK, "[x](./page.html)": OK, "[x](page.md)": OK,
         "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,
@@ -234,15 +270,28 @@ SITES = [
     site("wiki links without a vault", {"a.md": "# A b\n", "b.md": "[[a]] [[page]] [[A]]\n"}, "page.md", {
         "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN, "$[[1]]$": OK,
     }),
-    site("a generator without rules", {"docs/.vuepress/config.js": "", "docs/b.md": "# B\n"}, "docs/page.md", {
-        "[x](b.md)": OK, "[x](/b/)": DOUBTFUL, "[x](c.md)": DOUBTFUL, "[x](b.md#nope)": DOUBTFUL,
+    site("a generator without rules", {"docs/.vuepress/config.js": "", "docs/b.md": "# B\n\n## Same -- words\n"}, "docs/page.md", {
+        "[x](b.md)": OK, "[x](/b/)": DOUBTFUL, "[x](c.md)": DOUBTFUL, "[x](b.md#nope)": DOUBTFUL, "[x][none]": DOUBTFUL,
+        "[x](b.md#same-words)": DOUBTFUL, "[x](b.md#same----wrods)": DOUBTFUL, "[^a]: a\n\n[^a] [^b]": DOUBTFUL,
     }),
+    site("a generator without rules shows what the host shows", {"docs.json": '{"navigation": 1}'}, "README.md", {
+        "[x](c.md)": DOUBTFUL, "[x][none]": DOUBTFUL,
+    }),
+    site("a generator without rules includes", {"docs/myst.yml": "", "docs/a.md": ":::{include} ../CHANGES.md\n:::\n"}, "CHANGES.md", {
+        "[x](c.md)": DOUBTFUL, "[x][none]": DOUBTFUL,
+    }),
+    site("a slip or another slug", {"mkdocs.yml": "plugins: [other]\n", "docs/b.md": "# Installing it\n\n## B c\n\n## B c\n"},
+        "docs/page.md", {
+            "[x](b.md#instaling-it)": BROKEN, "[x](b.md#installing_it)": DOUBTFUL, "[x](b.md#Installing-It)": DOUBTFUL,
+            "[x](b.md##installing-it)": BROKEN, "[x](b.md#b-c-1)": DOUBTFUL, "[x](../b_c/)": DOUBTFUL,
+        }),
     site("code host", HOST, "docs/page.md", {
         "[x](a.md)": OK, "[x](A.md)": BROKEN, "[x](a)": BROKEN, "[x](/README.md)": OK, "[x](/docs)": OK, "[x](.)": OK,
         "[x](../LICENSE)": OK, "[x](../LICENCE)": BROKEN, "[x](../README.mdr)": BROKEN, "[x](www.x.org)": BROKEN,
         "[x](../../../issues)": OK, "[x](../../main/docs/a.md)": OK, "[x](../README.md?plain=1#L3)": OK, "[x](a.md#L10-L12)": OK, "[x](a.md#a--b)": OK,
         "[x](a.md#same-1)": OK, "[x](a.md#same-2)": BROKEN, "[x](a.md#Same)": DOUBTFUL, "[x](a.md#by-hand)": OK,
         "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
+        "*[[ip:][port]:]path*": OK, "a [host][port]:] b": OK, "[see [x][none]]": BROKEN, "[![x][none]](a.md)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
         "x <!-- a --> [x](#none)": BROKEN, "x <!-- [x](#n%C3%B6) -->": OK,
     }),
@@ -271,8 +320,9 @@ eleventy.config.cjs vocs.config.ts .eleventy.js nuxt.config.ts next.config.mjs m
 _quarto.yml _bookdown.yml antora.yml myst.yml .gitbook.yaml retype.yml pelicanconf.py zensical.toml _sidebar.md
 _Sidebar.md _coverpage.md _navbar.md hugo.yaml hugo.yml hugo.json config/_default/hugo.toml config/_default/config.json
 """
+NO_SITE = {"code host", "wiki links without a vault", "a workflow named for a site"}
 DEFINED = [
-    *[case.values[0] for case in SITES if case.id not in {"code host", "wiki links without a vault"}],
+    *[case.values[0] for case in SITES if case.id not in NO_SITE],
     *[{path: WORDS, "content/a.md": ""} for path in OTHER_NAMES.split()],
     *[{path: "baseURL: x", "content/a.md": ""} for path in ("config.yaml", "config.yml")],
     {"config.json": '{"baseURL": ""}', "content/a.md": ""},

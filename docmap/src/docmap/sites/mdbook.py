@@ -10,7 +10,7 @@ from functools import partial
 from docmap.facts import HASH, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.resolution import Resolution, found, made_perhaps
+from docmap.sites.resolution import BESIDE, Resolution, doubtful, found, made_perhaps
 from docmap.sites.rules import Effect, Rules
 from docmap.sites.site import Site
 from docmap.sites.ways import (
@@ -57,6 +57,9 @@ def _chapter(
     if not link.path.endswith(".md"):
         return None
     if not link.path.startswith("/") and site.within(site.place(link.path, source), site.content) is None:
+        if site.place(link.path, source) not in site.repository.files and site.climbs_out(link.path, source):
+            # It becomes ../x.html, as any path does, and so may lead to a book beside this one.
+            return doubtful(BESIDE)
         return nothing_because(
             site, link, source, f"it leads out of {site.content}/, so the book does not have it"
         )

@@ -1,10 +1,11 @@
-"""MkDocs: a folder with mkdocs.yml."""
+"""MkDocs: a folder with mkdocs.yml; and Zensical, which has its settings from zensical.toml as well."""
 
 from __future__ import annotations
 
+import ast
 import posixpath
 import re
-from collections.abc import Callable, Iterable, Iterator, Sequence
+from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
 from functools import partial
 from typing import Any
 
@@ -21,7 +22,6 @@ from docmap.sites.ways import (
     base_of,
     by_web_server,
     file_from_content,
-    folders_of,
     is_elsewhere,
     itself,
     nothing_because,
@@ -43,9 +43,15 @@ _HARMLESS = literals.words(
     markdownextradata section-number add-number enumerate-headings caption img2fig drawio kroki plantuml
     build_plantuml same-dir toggle-sidebar video spellcheck linkcheck navlinks exclude-search termynal
     mike i18n material-relative-language-selector ezglossary unused_files no-sitemap markdown-filter
-    custom-attributes
+    custom-attributes markdown-exec
     """
 )
+# What Zensical has where its configuration names no extensions.
+_USUAL_EXTENSIONS: Mapping[str, Any] = {
+    name: {} for name in ("attr_list", "md_in_html", "toc", "pymdownx.emoji", "pymdownx.superfences")
+}
+# Extensions whose names TOML splits at dots.
+_IN_PACKAGES = ("pymdownx", "markdown", "zensical")
 # What plugins make, and where: name -> pattern of addresses.
 _MADE_BY = {
     "blog": r"/blog/(?:archive|category|page|author|\d+)/.*",
@@ -57,6 +63,15 @@ _MAKES_SOURCES = re.compile(r"gen|auto|api|repo|import|jupyter|notebook|gallery|
 # Events by which a hook can bring files or pages; those for pages can bring anchors.
 _FILE_EVENT = re.compile(r"^def on_(?:config|files|nav|pre_build|post_build|env)\b", re.MULTILINE)
 _PAGE_EVENT = re.compile(r"^def on_(?:page_\w+|post_page)\b", re.MULTILINE)
+# What a hook may replace in a page without any link becoming another.
+_NO_LINK = re.compile(r"<!--|[^\]()/.]*\Z")
+_LONGEST_HOOK = 65536
+
+# A configuration may have any name that MkDocs is told; others than these are one by their settings.
+_CONFIGURATION = re.compile(r"(?:.*/)?(?:mkdocs[^/]*\.ya?ml|zensical\.toml)")
+_USUAL_NAMES = ("mkdocs.yml", "mkdocs.yaml", "zensical.toml")
+# A fence whose output markdown-exec puts in its place.
+_EXECUTED = re.compile(r"^[ \t>]*(?:`{3,}|~{3,}).*\bexec=", re.MULTILINE)
 
 # What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
 _ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
@@ -167,22 +182,30 @@ RULES = Rules(
 
 
 def find(repository: Repository) -> Iterator[str]:
-    """The folders of all mkdocs.yml."""
-    return folders_of(repository, "mkdocs.yml", "mkdocs.yaml")
+    """The configurations: a folder may hold several, one a language."""
+    paths = [path for path in repository.files if _CONFIGURATION.fullmatch(path)]
+    usual = [path for path in paths if posixpath.basename(path) in _USUAL_NAMES]
+    others = {path: literals.yaml(repository.text(path)) for path in paths if path not in usual}
+    inherited = {
+        Site.place(parent, path)
+        for path, config in others.items()
+        if isinstance(parent := config.get("INHERIT"), str)
+    }
+    yield from sorted(usual, key=lambda path: _USUAL_NAMES.index(posixpath.basename(path)))
+    # MkDocs asks for a name; what has none is part of another, or no configuration of it.
+    yield from (path for path in others if path not in inherited and "site_name" in _config(repository, path))
 
 
 def make(repository: Repository, root: str) -> Site | None:
-    """The site in a folder."""
-    path = next(
-        (
-            path
-            for name in ("mkdocs.yml", "mkdocs.yaml")
-            if (path := posixpath.join(root, name)) in repository.files
-        ),
-        "",
-    )
+    """The site of a configuration, or of the first in a folder."""
+    if root in repository.files:
+        path, root = root, posixpath.dirname(root)
+    else:
+        path = next((path for path in find(repository) if posixpath.dirname(path) == root), "")
     config = _config(repository, path)
     extensions = _named_options(config.get("markdown_extensions"))
+    if path.endswith(".toml") and "markdown_extensions" not in config:
+        extensions = dict(_USUAL_EXTENSIONS)
     plugins = _named_options(config.get("plugins"))
     content = posixpath.normpath(posixpath.join(root, literals.text(config, "docs_dir", otherwise="docs")))
     rules = RULES.changed(
@@ -199,7 +222,7 @@ def make(repository: Repository, root: str) -> Site | None:
         literals.get(config, "validation", "absolute_links") == "relative_to_docs"
     ):
         ways["link"] = (itself, file_from_content, *ways["link"])
-    if "md_in_html" in extensions:
+    if {"md_in_html", "extra", "pymdownx.extra"} & extensions.keys():
         # Elements within Markdown blocks are links of the document, too.
         ways[HREF] = ways[SRC] = (*ways[HREF], _document)
     if "i18n" in plugins:
@@ -218,11 +241,24 @@ def make(repository: Repository, root: str) -> Site | None:
 
 def _config(repository: Repository, path: str, depth: int = 0) -> dict[str, Any]:
     """The settings of a file, and of the file that it inherits from."""
+    if path.endswith(".toml"):
+        tables = literals.toml(repository.text(path))
+        return literals.table(tables, "project") or tables
     config = literals.yaml(repository.text(path))
     parent = config.get("INHERIT")
     if isinstance(parent, str) and depth < 5:
-        return {**_config(repository, Site.place(parent, path), depth + 1), **config}
+        return _merged(_config(repository, Site.place(parent, path), depth + 1), config)
     return config
+
+
+def _merged(parent: dict[str, Any], config: dict[str, Any], depth: int = 0) -> dict[str, Any]:
+    """The settings of both; tables are merged, and of everything else the heir's counts."""
+    merged = {**parent, **config}
+    for name in parent.keys() & config.keys():
+        theirs, ours = parent[name], config[name]
+        if isinstance(theirs, dict) and isinstance(ours, dict) and depth < 20:
+            merged[name] = _merged(theirs, ours, depth + 1)
+    return merged
 
 
 def _left_out(config: dict[str, Any]) -> GitIgnoreSpec:
@@ -241,6 +277,14 @@ def _named_options(value: object) -> dict[str, dict[str, Any]]:
     for entry in value if isinstance(value, list) else [value]:
         named.update(entry if isinstance(entry, dict) else {entry: {}} if isinstance(entry, str) else {})
     options = {str(name): options if isinstance(options, dict) else {} for name, options in named.items()}
+    for package in _IN_PACKAGES:
+        # In TOML, [markdown_extensions.pymdownx.blocks.tab] is a table in tables.
+        for name, inner in options.pop(package, {}).items():
+            outer = f"{package}.{name}"
+            if name in {"blocks", "extensions"} and isinstance(inner, dict):
+                options |= {f"{outer}.{key}": literals.table(inner, key) for key in inner}
+            else:
+                options[outer] = inner if isinstance(inner, dict) else {}
     # Plugins of a theme are named with it: material/blog.
     return {name.rpartition("/")[2]: value for name, value in options.items()}
 
@@ -265,6 +309,8 @@ def _theme_folders(root: str, config: dict[str, Any]) -> tuple[str, ...]:
 def _slug_function(setting: object) -> Callable[[str], str] | None:
     """The function that a setting names; None for one that is not known here."""
     name = setting if isinstance(setting, str) else literals.text(setting, "!")
+    # TOML has no tags: {object = "pymdownx.slugs.slugify", kwds = {case = "lower"}}.
+    name = literals.text(setting, "object", otherwise=name)
     if setting is None:
         return slugs.python_markdown
     if "slugify_unicode" in name:
@@ -285,7 +331,7 @@ def _with_extensions(
         rules = rules.changed(any_anchor="made by the slugify function of mkdocs.yml?")
     elif "toc" in extensions:
         rules = rules.changed(slug=slug)
-    if {"attr_list", "extra", "markdown.extensions.attr_list"} & extensions.keys():
+    if {"attr_list", "extra", "pymdownx.extra", "markdown.extensions.attr_list"} & extensions.keys():
         rules = rules.changed(custom_id=_ATTRIBUTES, named=("attribute_ids",))
     if "pymdownx.emoji" in extensions:
         rules = rules.changed(heading_text=_text_without_emoji)
@@ -294,10 +340,14 @@ def _with_extensions(
         titles = _slug_function(tabbed["slugify"]) or slugs.pymdown("lower")
         combined = bool(tabbed.get("combine_header_slug"))
         rules = rules.changed(more_anchors=partial(_tab_anchors, titles, combined))
+    if "markdown_exec" in str(extensions.get("pymdownx.superfences")):
+        rules = rules.changed(unread_anchors=_executes)
     snippets = extensions.get("pymdownx.snippets")
     if snippets is not None:
+        # Relative to the folder that the program is started in: that of the configuration, or the repository's.
         bases = tuple(
-            posixpath.normpath(posixpath.join(root, base))
+            Site.place(base, posixpath.join(folder, "x"))
+            for folder in dict.fromkeys((root, ""))
             for base in literals.texts(snippets.get("base_path"))
         )
         effects[SNIPPET] = Effect(
@@ -326,6 +376,8 @@ def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -
     if "mkdocstrings" in plugins or "autorefs" in plugins:
         rules = rules.changed(any_label="a name that mkdocstrings documents?")
         effects[FENCE] = Effect(anchors="made of what mkdocstrings documents in line {line}?")
+    if "markdown-exec" in plugins:
+        rules = rules.changed(unread_anchors=_executes)
     if "macros" in plugins:
         effects[LIQUID] = Effect(anchors="made by a macro in line {line}?")
     for name in sorted(plugins.keys() - _HARMLESS):
@@ -345,4 +397,37 @@ def _with_hooks(rules: Rules, repository: Repository, root: str, hooks: list[str
             rules = rules.changed(any_source=why)
         if not text or _PAGE_EVENT.search(text):
             rules = rules.changed(any_anchor=why, any_label=why)
+        if text and _PAGE_EVENT.search(text) and _rewrites_links(text):
+            rules = rules.changed(rewritten=f"does the hook {hook} make another link of it?")
     return rules
+
+
+def _rewrites_links(hook: str) -> bool:
+    """Whether something that a hook replaces in pages can be a link, or a part of one."""
+    # CPython 3.10 makes the tree without a limit on depth, and one of some 100,000 levels ends the process.
+    if len(hook) > _LONGEST_HOOK:
+        return True
+    try:
+        calls = [node for node in ast.walk(ast.parse(hook)) if isinstance(node, ast.Call) and node.args]
+    except (SyntaxError, ValueError, RecursionError, MemoryError):
+        return True
+    for call in calls:
+        match call:
+            case ast.Call(func=ast.Attribute(attr="replace"), args=[_, _, *_]):
+                pass
+            case ast.Call(func=ast.Attribute(value=ast.Name(id="re"), attr="sub" | "subn" | "compile")):
+                pass
+            case _:
+                continue
+        replaced = call.args[0]
+        if not isinstance(replaced, ast.Constant) or not isinstance(replaced.value, str):
+            return True
+        if not _NO_LINK.match(replaced.value):
+            return True
+    return False
+
+
+def _executes(site: Site, page: str, facts: Facts) -> str | None:
+    """Code that markdown-exec runs may print headings."""
+    text = site.repository.text(page) or ""
+    return "printed by code that markdown-exec runs?" if "exec=" in text and _EXECUTED.search(text) else None

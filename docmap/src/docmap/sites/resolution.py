@@ -29,6 +29,9 @@ class Resolution:
     anchor: str | None = None
 
 
+# What a path above the site's own address may lead to.
+BESIDE: Final = "it leads out of the site; is another served beside it?"
+
 
 def found(*pages: str) -> Resolution:
     """These documents; none for something that is no document."""

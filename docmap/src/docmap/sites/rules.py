@@ -99,6 +99,8 @@ class Rules:
     any_target: str | None = None
     # The same for links to source files: only what makes those before links are followed can do so.
     any_source: str | None = None
+    # Why a link may lead elsewhere than it says (a program that makes other links of links), if so.
+    rewritten: str | None = None
     # Wiki links: whether these are links here; else they are text.
     wiki_links: bool = False
     # Undefined labels: whether they are told; or why an undefined one may be defined after all.
@@ -106,6 +108,7 @@ class Rules:
     any_label: str | None = None
     # Labels that every page has, since the site adds their definitions; in the form of `Facts.labels`.
     more_labels: frozenset[str] = frozenset()
+    any_footnote: str | None = None  # why an undefined footnote may be defined after all, if so
     # Whether the links of a file that is part of a page start from that file (as modules do), too.
     partials_keep_paths: bool = False
     # Template parts, as a pattern of paths below the content root: what no page is known to include is not judged.
@@ -138,6 +141,8 @@ class Rules:
     always: str = r"|top|:~:.*"  # pattern of whole anchors that every page has
     # Effects of constructs: "form:name", else "form" -> effect. A form that is missing has no effect.
     effects: Mapping[str, Effect] = field(default_factory=dict)
+    # Whether an anchor that is one slip away from one that is there is broken, whatever else makes anchors.
+    slips: bool = True
     any_anchor: str | None = None  # why every page may have anchors that no text shows (a plugin), if so
     # What the grammar calls code and the site Markdown: kinds of `Body`, "fence:name" for one directive.
     bodies: tuple[str, ...] = ()

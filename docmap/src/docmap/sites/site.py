@@ -17,7 +17,7 @@ from docmap.facts import WIKI, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import anchors
 from docmap.sites.anchors import Anchors
-from docmap.sites.resolution import FOUND, Resolution, doubtful, found, made_perhaps, missing
+from docmap.sites.resolution import BESIDE, FOUND, Resolution, doubtful, found, made_perhaps, missing
 from docmap.sites.rules import NO_EFFECT, Effect, Rules
 
 _T = TypeVar("_T")
@@ -202,6 +202,8 @@ class Site:
 
     def nothing_at(self, path: str, source: str) -> Resolution:
         """The answer when no way led anywhere: made by the site, doubtful, or missing."""
+        if self.rules.rewritten is not None:
+            return doubtful(self.rules.rewritten)
         address = self.address_of(path, source)
         for pattern, why in self.rules.made.items():
             if re.fullmatch(pattern, address):
@@ -213,8 +215,8 @@ class Site:
             return made_perhaps(why)
         if self.rules.addresses is not None and not is_source and self.unread_page is not None:
             return made_perhaps(f"{self.unread_page} cannot be read, and may say that this is its address")
-        if self.defined_by and not is_source and self._climbs_out(path, source):
-            return doubtful("it leads out of the site; is another served beside it?")
+        if self.defined_by and not is_source and self.climbs_out(path, source):
+            return doubtful(BESIDE)
         places = [self.place(path, source)]
         if path.startswith("/"):
             places = [
@@ -231,7 +233,7 @@ class Site:
         """A page that cannot be read, if there is one."""
         return next((path for path in self.repository.unread if path in self.addresses), None)
 
-    def _climbs_out(self, path: str, source: str) -> bool:
+    def climbs_out(self, path: str, source: str) -> bool:
         """Whether a relative path leads above the site's own address, where other sites of its host may be."""
         start = next(iter(self.addresses.get(source, ())), None)
         if start is None or path.startswith("/"):
