@@ -2,10 +2,9 @@
 
 from __future__ import annotations
 
-import ast
 import posixpath
 import re
-from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
+from collections.abc import Callable, Iterable, Iterator, Sequence
 from functools import partial
 from typing import Any
 
@@ -14,6 +13,13 @@ from pathspec import GitIgnoreSpec
 from docmap.facts import EMBED, FENCE, HREF, LIQUID, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
+from docmap.sites.mkdocs_settings import (
+    USUAL_EXTENSIONS,
+    configurations,
+    named_options,
+    rewrites_links,
+    settings_of,
+)
 from docmap.sites.resolution import Resolution, found
 from docmap.sites.rules import Effect, Rules, numbered
 from docmap.sites.site import Site
@@ -46,12 +52,6 @@ _HARMLESS = literals.words(
     custom-attributes markdown-exec
     """
 )
-# What Zensical has where its configuration names no extensions.
-_USUAL_EXTENSIONS: Mapping[str, Any] = {
-    name: {} for name in ("attr_list", "md_in_html", "toc", "pymdownx.emoji", "pymdownx.superfences")
-}
-# Extensions whose names TOML splits at dots.
-_IN_PACKAGES = ("pymdownx", "markdown", "zensical")
 # What plugins make, and where: name -> pattern of addresses.
 _MADE_BY = {
     "blog": r"/blog/(?:archive|category|page|author|\d+)/.*",
@@ -63,13 +63,6 @@ _MAKES_SOURCES = re.compile(r"gen|auto|api|repo|import|jupyter|notebook|gallery|
 # Events by which a hook can bring files or pages; those for pages can bring anchors.
 _FILE_EVENT = re.compile(r"^def on_(?:config|files|nav|pre_build|post_build|env)\b", re.MULTILINE)
 _PAGE_EVENT = re.compile(r"^def on_(?:page_\w+|post_page)\b", re.MULTILINE)
-# What a hook may replace in a page without any link becoming another.
-_NO_LINK = re.compile(r"<!--|[^\]()/.]*\Z")
-_LONGEST_HOOK = 65536
-
-# A configuration may have any name that MkDocs is told; others than these are one by their settings.
-_CONFIGURATION = re.compile(r"(?:.*/)?(?:mkdocs[^/]*\.ya?ml|zensical\.toml)")
-_USUAL_NAMES = ("mkdocs.yml", "mkdocs.yaml", "zensical.toml")
 # A fence whose output markdown-exec puts in its place.
 _EXECUTED = re.compile(r"^[ \t>]*(?:`{3,}|~{3,}).*\bexec=", re.MULTILINE)
 
@@ -183,17 +176,7 @@ RULES = Rules(
 
 def find(repository: Repository) -> Iterator[str]:
     """The configurations: a folder may hold several, one a language."""
-    paths = [path for path in repository.files if _CONFIGURATION.fullmatch(path)]
-    usual = [path for path in paths if posixpath.basename(path) in _USUAL_NAMES]
-    others = {path: literals.yaml(repository.text(path)) for path in paths if path not in usual}
-    inherited = {
-        Site.place(parent, path)
-        for path, config in others.items()
-        if isinstance(parent := config.get("INHERIT"), str)
-    }
-    yield from sorted(usual, key=lambda path: _USUAL_NAMES.index(posixpath.basename(path)))
-    # MkDocs asks for a name; what has none is part of another, or no configuration of it.
-    yield from (path for path in others if path not in inherited and "site_name" in _config(repository, path))
+    return configurations(repository)
 
 
 def make(repository: Repository, root: str) -> Site | None:
@@ -201,12 +184,12 @@ def make(repository: Repository, root: str) -> Site | None:
     if root in repository.files:
         path, root = root, posixpath.dirname(root)
     else:
-        path = next((path for path in find(repository) if posixpath.dirname(path) == root), "")
-    config = _config(repository, path)
-    extensions = _named_options(config.get("markdown_extensions"))
+        path = next((path for path in configurations(repository) if posixpath.dirname(path) == root), "")
+    config = settings_of(repository, path)
+    extensions = named_options(config.get("markdown_extensions"))
     if path.endswith(".toml") and "markdown_extensions" not in config:
-        extensions = dict(_USUAL_EXTENSIONS)
-    plugins = _named_options(config.get("plugins"))
+        extensions = dict(USUAL_EXTENSIONS)
+    plugins = named_options(config.get("plugins"))
     content = posixpath.normpath(posixpath.join(root, literals.text(config, "docs_dir", otherwise="docs")))
     rules = RULES.changed(
         addresses=partial(_addresses, config.get("use_directory_urls", True) is not False, _left_out(config)),
@@ -239,28 +222,6 @@ def make(repository: Repository, root: str) -> Site | None:
     )
 
 
-def _config(repository: Repository, path: str, depth: int = 0) -> dict[str, Any]:
-    """The settings of a file, and of the file that it inherits from."""
-    if path.endswith(".toml"):
-        tables = literals.toml(repository.text(path))
-        return literals.table(tables, "project") or tables
-    config = literals.yaml(repository.text(path))
-    parent = config.get("INHERIT")
-    if isinstance(parent, str) and depth < 5:
-        return _merged(_config(repository, Site.place(parent, path), depth + 1), config)
-    return config
-
-
-def _merged(parent: dict[str, Any], config: dict[str, Any], depth: int = 0) -> dict[str, Any]:
-    """The settings of both; tables are merged, and of everything else the heir's counts."""
-    merged = {**parent, **config}
-    for name in parent.keys() & config.keys():
-        theirs, ours = parent[name], config[name]
-        if isinstance(theirs, dict) and isinstance(ours, dict) and depth < 20:
-            merged[name] = _merged(theirs, ours, depth + 1)
-    return merged
-
-
 def _left_out(config: dict[str, Any]) -> GitIgnoreSpec:
     """The documents that the built site does not have."""
     lines = [literals.text(config, setting).splitlines() for setting in ("exclude_docs", "draft_docs")]
@@ -268,25 +229,6 @@ def _left_out(config: dict[str, Any]) -> GitIgnoreSpec:
         return GitIgnoreSpec.from_lines(line for some in lines for line in some)
     except ValueError:
         return GitIgnoreSpec.from_lines([])
-
-
-def _named_options(value: object) -> dict[str, dict[str, Any]]:
-    """Extensions or plugins by name, with their options."""
-    # Written as a mapping, or as a list of names and mappings.
-    named: dict[str, Any] = {}
-    for entry in value if isinstance(value, list) else [value]:
-        named.update(entry if isinstance(entry, dict) else {entry: {}} if isinstance(entry, str) else {})
-    options = {str(name): options if isinstance(options, dict) else {} for name, options in named.items()}
-    for package in _IN_PACKAGES:
-        # In TOML, [markdown_extensions.pymdownx.blocks.tab] is a table in tables.
-        for name, inner in options.pop(package, {}).items():
-            outer = f"{package}.{name}"
-            if name in {"blocks", "extensions"} and isinstance(inner, dict):
-                options |= {f"{outer}.{key}": literals.table(inner, key) for key in inner}
-            else:
-                options[outer] = inner if isinstance(inner, dict) else {}
-    # Plugins of a theme are named with it: material/blog.
-    return {name.rpartition("/")[2]: value for name, value in options.items()}
 
 
 def _redirects(options: dict[str, Any] | None) -> dict[str, str]:
@@ -397,34 +339,9 @@ def _with_hooks(rules: Rules, repository: Repository, root: str, hooks: list[str
             rules = rules.changed(any_source=why)
         if not text or _PAGE_EVENT.search(text):
             rules = rules.changed(any_anchor=why, any_label=why)
-        if text and _PAGE_EVENT.search(text) and _rewrites_links(text):
+        if text and _PAGE_EVENT.search(text) and rewrites_links(text):
             rules = rules.changed(rewritten=f"does the hook {hook} make another link of it?")
     return rules
-
-
-def _rewrites_links(hook: str) -> bool:
-    """Whether something that a hook replaces in pages can be a link, or a part of one."""
-    # CPython 3.10 makes the tree without a limit on depth, and one of some 100,000 levels ends the process.
-    if len(hook) > _LONGEST_HOOK:
-        return True
-    try:
-        calls = [node for node in ast.walk(ast.parse(hook)) if isinstance(node, ast.Call) and node.args]
-    except (SyntaxError, ValueError, RecursionError, MemoryError):
-        return True
-    for call in calls:
-        match call:
-            case ast.Call(func=ast.Attribute(attr="replace"), args=[_, _, *_]):
-                pass
-            case ast.Call(func=ast.Attribute(value=ast.Name(id="re"), attr="sub" | "subn" | "compile")):
-                pass
-            case _:
-                continue
-        replaced = call.args[0]
-        if not isinstance(replaced, ast.Constant) or not isinstance(replaced.value, str):
-            return True
-        if not _NO_LINK.match(replaced.value):
-            return True
-    return False
 
 
 def _executes(site: Site, page: str, facts: Facts) -> str | None:
