@@ -1,7 +1,11 @@
 """Each kind of site by its rules: small sites, and what becomes of the links of one page of each."""
 
+import subprocess
+import sys
+
 import pytest
-from docmap.sites import literals, slugs
+from docmap.repository import Repository
+from docmap.sites import defines_a_site, find_sites, literals, scripts, slugs
 from trees import records, write_tree
 
 OK, DOUBTFUL, BROKEN = "ok", "doubtful", "broken"
@@ -18,6 +22,7 @@ BOOK = {
     "src/guide/a.md": "# A\n\n## Same\n\n## Same\n\n## Own {#own .x}\n\n## हिन्दी\n\nterm\n: what it is\n",
     "src/guide/unlisted.md": "# Unlisted\n",
     "src/img/x.png": "",
+    "README.md": "",
 }
 MKDOCS = {
     "mkdocs.yml": "site_url: https://x.org/y/\nplugins: [search, {redirects: {redirect_maps: {old.md: a.md}}}]\n"
@@ -28,6 +33,25 @@ MKDOCS = {
     "docs/left-out.md": "# Out\n",
     "docs/img/x.png": "",
     "README.md": "# Read\n",
+}
+LANGUAGES = {
+    "docs/config.yml": "validation: {absolute_links: relative_to_docs}\ntheme: {custom_dir: theme}\n"
+    "markdown_extensions: {attr_list: {}, pymdownx.snippets: {base_path: [docs/parts]}}\n",
+    "docs/mkdocs.en.yml": "INHERIT: config.yml\nsite_name: En\ndocs_dir: en\ntheme: {language: en}\n",
+    "docs/mkdocs.de.yml": "INHERIT: config.yml\nsite_name: De\ndocs_dir: de\n",
+    "docs/en/a.md": '# A {#own}\n\n--8<-- "part.md"\n',
+    "docs/de/b.md": "# B\n",
+    "docs/parts/part.md": "## From a part\n",
+    "docs/theme/logo.png": "",
+}
+ZENSICAL = {
+    "zensical.toml": "[project]\nsite_name = 'Z'\ndocs_dir = 'pages'\n[project.markdown_extensions.attr_list]\n"
+    "[project.markdown_extensions.toc.slugify]\nobject = 'pymdownx.slugs.slugify'\n"
+    "[project.markdown_extensions.pymdownx.snippets]\n[project.plugins.markdown-exec]\n"
+    "[project.plugins.mkdocstrings.handlers.python]\n",
+    "pages/a.md": "# A\n\n## same\n\n## same\n\n## Straße\n\n## x {#own}\n",
+    "pages/c.md": '```python exec="on"\nprint(1)\n```\n',
+    "pages/change.md": '--8<-- "CHANGES.md"\n\n## 0.46.0 2024\n',
 }
 VITEPRESS = {
     "docs/.vitepress/config.ts": "// srcDir: 'no'\nexport default defineConfig({ cleanUrls: true, srcExclude: ['**/draft.md'],\n"
@@ -137,7 +161,8 @@ HOST = {
 SITES = [
     site("mdbook", BOOK, "src/guide/b.md", {
         "[x](a.md)": OK, "[x](a.html)": OK, "[x](../README.md)": OK, "[x](../README.md#nope)": BROKEN, "[x](../index.html)": OK, "[x](../print.html)": OK,
-        "[x](unlisted.md)": BROKEN, "[x](../../README.md)": BROKEN, "[x](../old.html)": OK, "[x](/old.html)": OK,
+        "[x](unlisted.md)": BROKEN, "[x](../../README.md)": BROKEN, "[x](../old.html)": OK, "[x](/old.html)": OK, "[x](../../other/x.md)": DOUBTFUL,
+        "[x](../none.md)": BROKEN,
         "[x](a)": DOUBTFUL, "![x](../img/x.png)": OK, "![x](/img/y.png)": BROKEN, "[x](a.md#same-1)": OK,
         "[x](a.md#same-2)": BROKEN, "[x](a.md#own)": OK, "[x](a.md#Own)": BROKEN, "[x](a.md#हिन्दी)": OK,
         "[x](a.md#term)": OK, '<a href="a.html#same">x</a>': OK, '<a href="c.html">x</a>': BROKEN,
@@ -155,6 +180,21 @@ SITES = [
     }),
     site("mkdocs with hooks", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n", "h.py": "def on_page_markdown(markdown): ...\n"},
         "docs/page.md", {"[x](a.md#made)": DOUBTFUL, "[x](b.md)": BROKEN}),
+    site("mkdocs with a hook that replaces a link", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n",
+        "h.py": "def on_page_markdown(markdown): return markdown.replace('A.md)', 'a.md)')\n"},
+        "docs/page.md", {"[x](A.md)": DOUBTFUL, "[x](a.md)": OK}),
+    site("mkdocs by language", LANGUAGES, "docs/en/page.md", {
+        "[x](a.md)": OK, "[x](/a.md)": OK, "[x](b.md)": BROKEN, "[x](../de/b.md)": BROKEN, "[x](../../de/b/)": DOUBTFUL,
+        "![x](../logo.png)": OK, "[x](a.md#own)": OK, "[x](a.md#from-a-part)": OK, "[x](../README.md)": BROKEN,
+    }),
+    site("a workflow named for a site", {"mkdocs-build.yml": "on: push\n", "docs/a.md": "# A\n\n## A_ -- b\n"}, "docs/page.md", {
+        "[x](a.md#a_----b)": OK, "[x](a.md#a_-b)": BROKEN,
+    }),
+    site("zensical", ZENSICAL, "pages/page.md", {
+        "[x](a.md#same_1)": OK, "[x](a.md#same-1)": BROKEN, "[x](a.md#Straße)": OK, "[x](a.md#own)": OK, "[x](b.md)": BROKEN,
+        "[x](../a/)": OK, "[x](c.md#printed)": DOUBTFUL, "[x](change.md#0460-2024)": OK, "[x][some.name]": DOUBTFUL,
+    }),
+    site("zensical shows another file", ZENSICAL, "CHANGES.md", {"[x](a.md)": OK, "[x][some.name]": DOUBTFUL, "[x](b.md)": BROKEN}),
     site("vitepress", VITEPRESS, "docs/guide/page.md", {
         "[x](./)": OK, "[x](/guide/)": OK, "[x](/guide)": OK, "[x](./page.html)": OK, "[x](page.md)": OK,
         "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,
@@ -230,15 +270,28 @@ SITES = [
     site("wiki links without a vault", {"a.md": "# A b\n", "b.md": "[[a]] [[page]] [[A]]\n"}, "page.md", {
         "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN, "$[[1]]$": OK,
     }),
-    site("a generator without rules", {"docs/.vuepress/config.js": "", "docs/b.md": "# B\n"}, "docs/page.md", {
-        "[x](b.md)": OK, "[x](/b/)": DOUBTFUL, "[x](c.md)": DOUBTFUL, "[x](b.md#nope)": DOUBTFUL,
+    site("a generator without rules", {"docs/.vuepress/config.js": "", "docs/b.md": "# B\n\n## Same -- words\n"}, "docs/page.md", {
+        "[x](b.md)": OK, "[x](/b/)": DOUBTFUL, "[x](c.md)": DOUBTFUL, "[x](b.md#nope)": DOUBTFUL, "[x][none]": DOUBTFUL,
+        "[x](b.md#same-words)": DOUBTFUL, "[x](b.md#same----wrods)": DOUBTFUL, "[^a]: a\n\n[^a] [^b]": DOUBTFUL,
     }),
+    site("a generator without rules shows what the host shows", {"docs.json": '{"navigation": 1}'}, "README.md", {
+        "[x](c.md)": DOUBTFUL, "[x][none]": DOUBTFUL,
+    }),
+    site("a generator without rules includes", {"docs/myst.yml": "", "docs/a.md": ":::{include} ../CHANGES.md\n:::\n"}, "CHANGES.md", {
+        "[x](c.md)": DOUBTFUL, "[x][none]": DOUBTFUL,
+    }),
+    site("a slip or another slug", {"mkdocs.yml": "plugins: [other]\n", "docs/b.md": "# Installing it\n\n## B c\n\n## B c\n"},
+        "docs/page.md", {
+            "[x](b.md#instaling-it)": BROKEN, "[x](b.md#installing_it)": DOUBTFUL, "[x](b.md#Installing-It)": DOUBTFUL,
+            "[x](b.md##installing-it)": BROKEN, "[x](b.md#b-c-1)": DOUBTFUL, "[x](../b_c/)": DOUBTFUL,
+        }),
     site("code host", HOST, "docs/page.md", {
         "[x](a.md)": OK, "[x](A.md)": BROKEN, "[x](a)": BROKEN, "[x](/README.md)": OK, "[x](/docs)": OK, "[x](.)": OK,
         "[x](../LICENSE)": OK, "[x](../LICENCE)": BROKEN, "[x](../README.mdr)": BROKEN, "[x](www.x.org)": BROKEN,
         "[x](../../../issues)": OK, "[x](../../main/docs/a.md)": OK, "[x](../README.md?plain=1#L3)": OK, "[x](a.md#L10-L12)": OK, "[x](a.md#a--b)": OK,
         "[x](a.md#same-1)": OK, "[x](a.md#same-2)": BROKEN, "[x](a.md#Same)": DOUBTFUL, "[x](a.md#by-hand)": OK,
         "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
+        "*[[ip:][port]:]path*": OK, "a [host][port]:] b": OK, "[see [x][none]]": BROKEN, "[![x][none]](a.md)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
         "x <!-- a --> [x](#none)": BROKEN, "x <!-- [x](#n%C3%B6) -->": OK,
     }),
@@ -256,6 +309,34 @@ def test_links_are_judged_by_the_rules_of_their_site(tmp_path, files, page, fron
     found = records("check", "--strict", "--format", "json", "--no-cache", tmp_path)
     degrees = {lines[record["line"]]: record["type"] for record in found if record["file"].endswith(page)}
     assert {link: degrees.get(link, OK) for link in links} == links
+
+
+# Words that some configurations must hold, and other files by which sites are found.
+WORDS = "# navigation nextra @nuxt/content hexo- plugins @astrojs/starlight myst_parser"
+OTHER_NAMES = """
+src/SUMMARY.md mkdocs.yaml .vitepress/config.mts .vitepress/config/index.js docusaurus.config.ts astro.config.ts conf.py
+_config.yaml _config.toml .foam/x .logseq/x .vuepress/config.ts gatsby-config.js gridsome.config.js rspress.config.ts
+eleventy.config.cjs vocs.config.ts .eleventy.js nuxt.config.ts next.config.mjs mint.json docs.json docfx.json book.json
+_quarto.yml _bookdown.yml antora.yml myst.yml .gitbook.yaml retype.yml pelicanconf.py zensical.toml _sidebar.md
+_Sidebar.md _coverpage.md _navbar.md hugo.yaml hugo.yml hugo.json config/_default/hugo.toml config/_default/config.json
+"""
+NO_SITE = {"code host", "wiki links without a vault", "a workflow named for a site"}
+DEFINED = [
+    *[case.values[0] for case in SITES if case.id not in NO_SITE],
+    *[{path: WORDS, "content/a.md": ""} for path in OTHER_NAMES.split()],
+    *[{path: "baseURL: x", "content/a.md": ""} for path in ("config.yaml", "config.yml")],
+    {"config.json": '{"baseURL": ""}', "content/a.md": ""},
+    {"config.toml": "baseURL = ''", "content/a.md": ""},
+    {"zola.toml": "base_url = ''", "content/a.md": ""},
+    {"_toc.yml": "", "_config.yml": ""},
+]
+
+
+@pytest.mark.parametrize("files", DEFINED, ids=lambda files: next(iter(files)))
+def test_no_site_is_found_without_something_that_can_define_it(tmp_path, files):
+    write_tree(tmp_path, files)
+    *found, _ = find_sites(Repository(str(tmp_path)))
+    assert found and all(defines_a_site(tmp_path / site.root) for site in found)
 
 
 @pytest.mark.parametrize(
@@ -292,8 +373,56 @@ def test_configurations_are_read_as_far_as_they_are_literals():
         """,
         "lib.ts": "export default () => ({ from: 'lib' })",
     }
-    value = literals.Script("a.ts", files.get).exported
+    value = scripts.Script("a.ts", files.get).exported
     assert value["b-c"] == ["d", "e"] and value["deep"] == {"on": True, "f": literals.UNREAD, "z": "z"}
     assert value["title"] is value["n"] is literals.UNREAD and "no" not in value
     assert value["x"] == {"from": "lib"}
     assert literals.yaml("a: !ENV X\nb: !!python/name:p.q\nc: 1")["c"] == 1 and literals.yaml("a: [") == {}
+
+
+N = 100_000
+NEST = "[" * N
+
+
+@pytest.mark.long
+@pytest.mark.parametrize(
+    ("path", "text"),
+    [
+        ("book.toml", "a = " + NEST),
+        ("mkdocs.yml", "a: " + NEST),
+        (".vitepress/config.ts", "export default " + "{a:" * N),
+        (".vitepress/config.ts", "export default " + "(" * N),
+        (".vitepress/config.ts", "export default { a: f(" + NEST),
+        (".vitepress/config.ts", "".join(f"const a{n} = [a{n + 1}, a{n + 1}]\n" for n in range(60)) + "export default a0"),
+        (".vitepress/config.ts", "\n" * N + "export default x"),
+        ("docusaurus.config.js", "module.exports = { presets: [ } ]"),
+        ("docusaurus.config.js", "module.exports = { presets: [['classic', { docs: { path: '.' } }]] }"),
+        ("astro.config.mjs", "// @astrojs/starlight\nexport default " + NEST),
+        ("hugo.toml", ".".join("a" * 600) + " = 1"),
+        ("hugo.yaml", "params: &a\n  x: *a"),
+        ("hugo.json", NEST),
+        ("conf.py", "import myst_parser\nx = a" + "()" * 2 * N),
+        ("conf.py", "import myst_parser\nx = " + "-" * N + "1"),
+    ],
+    ids=lambda value: value[:30],
+)  # fmt: skip
+def test_hostile_configurations_are_read_in_time(tmp_path, path, text):
+    files = {"tsconfig.json": "{" * N, "versions.json": NEST, "content/a.md": "[a](#zzz)\n", ".git/HEAD": ""}
+    write_tree(tmp_path, {**files, path: text})
+    command = [sys.executable, "-m", "docmap", "check", "--strict", "--no-cache", str(tmp_path)]
+    result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+    assert (result.returncode, result.stdout.count("#zzz")) == (1, 1)
+
+
+@pytest.mark.long
+def test_files_that_include_each_other_in_a_chain(tmp_path):
+    chain = {f"src/{n}.md": f"{{{{#include {n + 1}.md}}}}\n\n# Heading {n}\n" for n in range(2000)}
+    summary = "- [a](0.md)\n- [b](b.md)\n"
+    page = "[a](0.md#heading-9) [a](0.md#heading-1999) [a](0.md#none)\n"
+    write_tree(
+        tmp_path, {"book.toml": "", "src/SUMMARY.md": summary, "src/b.md": page, ".git/HEAD": "", **chain}
+    )
+    found = records("check", "--strict", "--format", "json", "--no-cache", tmp_path)
+    assert [(record["type"], record["target"]) for record in found] == [
+        (DOUBTFUL, "0.md#heading-1999"), (DOUBTFUL, "0.md#none"),
+    ]  # fmt: skip

@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import os
-import re
 import signal
 import sys
 import time
@@ -380,32 +379,22 @@ def _common_folder(paths: Sequence[str]) -> str:
         raise click.BadParameter("the paths lie on several drives", param_hint="PATH") from None
 
 
-# What is in a folder that a site is made of; its pages are often a few folders below.
-_DEFINES_A_SITE = re.compile(
-    r"(?:book|hugo|config)\.toml|(?:mkdocs|hugo|_config)\.ya?ml|(?:docusaurus|astro)\.config\.[cm]?[jt]s"
-    r"|conf\.py|\.vitepress|\.obsidian"
-)
 _FOLDERS_ABOVE = 3
 
 
 def root_of(paths: Sequence[str]) -> str:
     """The top of the Git repository that all paths lie in. Without one, as in an unpacked archive: the nearest of the
     folders above, up to three, that defines a site; else the folder that the paths share."""
+    from docmap.sites import defines_a_site
+
     shared = folder = _common_folder(paths)
     above = [shared]
     while not os.path.exists(os.path.join(folder, ".git")):
         if os.path.dirname(folder) == folder:
-            return next(filter(_defines_a_site, above[: 1 + _FOLDERS_ABOVE]), shared)
+            return next(filter(defines_a_site, above[: 1 + _FOLDERS_ABOVE]), shared)
         folder = os.path.dirname(folder)
         above.append(folder)
     return folder
-
-
-def _defines_a_site(folder: str) -> bool:
-    try:
-        return any(_DEFINES_A_SITE.fullmatch(name) for name in os.listdir(folder))
-    except OSError:
-        return False
 
 
 def _must_exist(paths: Sequence[str]) -> None:

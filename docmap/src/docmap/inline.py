@@ -235,6 +235,8 @@ class _Scanner:
                 return destination.end()
         elif following == b"[" and not self._is_text(opened):
             label = _LABEL.match(self._data, after, self._end)
+            if label is not None and not is_image and self._is_synopsis(opened, label):
+                return label.end()
             if label is not None and not label[1].startswith(b"^"):
                 if label[1].strip():
                     self._add_label(opened, LABEL, label[1], self._labels)
@@ -247,6 +249,11 @@ class _Scanner:
         """Whether a bracket belongs to the word or bracket before it, as in `a[i][j]`."""
         before = self._data[opened - 1 : opened]
         return before.isalnum() or before in {b"_", b"]", b")", b"$", b"\\"} or before >= b"\x80"
+
+    def _is_synopsis(self, opened: int, label: re.Match[bytes]) -> bool:
+        """Whether brackets say what a command may leave out, as in `[[host:][port]:]container`."""
+        inside = self._data[opened - 1 : opened] == b"["
+        return inside or self._data[label.end() : label.end() + 2] == b":]"
 
     def _add_label(self, position: int, form: str, written: bytes, defined: Labels) -> None:
         text = written.decode("utf-8", "replace")

@@ -31,7 +31,8 @@ from docmap.facts import (
 from docmap.inline import same_label
 from docmap.partials import perhaps_included
 from docmap.repository import Repository
-from docmap.sites.site import DOUBTFUL, FOUND, Site
+from docmap.sites.resolution import DOUBTFUL, FOUND
+from docmap.sites.site import Site
 from docmap.spelling import Spelling, is_slip
 
 BROKEN: Final = "broken"
@@ -42,6 +43,8 @@ _OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_co
 # "icon@2x.png" is a file.
 _MAIL = re.compile(r"[\w.+-]+@(?!\dx\.)(?:[\w-]+\.)+[A-Za-z]{2,}")
 _WORD_LABEL = re.compile(r"[\w-]+")
+# What programs put between the words of an anchor, or leave out.
+_BETWEEN_WORDS = re.compile(r"[-_\s]+")
 _LOWEST_LIKENESS = 0.7
 # About a second. In a large repository thousands of files share a name such as "index".
 _MOST_DISTANCES = 500_000
@@ -227,8 +230,13 @@ class Judge:
         where = "" if target == source else f" in {target}"
         closest = same or self._closest_anchor(link, wanted, others.names, target)
         if same is not None:
-            doubt = rules.case_doubt
-        elif closest is not None and is_slip(wanted, closest):
+            doubt = doubt or rules.case_doubt
+        elif (
+            rules.slips
+            and closest is not None
+            and is_slip(wanted, closest)
+            and not _same_words(wanted, closest)
+        ):
             # Whatever else makes anchors here, it makes none that is one slip away from another.
             doubt = None
         suggestion = None if closest is None else self._with_anchor(link, closest)
@@ -249,7 +257,7 @@ class Judge:
         # Brackets with a circumflex are character classes as well; who defines footnotes means them.
         if not facts.footnotes or not _WORD_LABEL.fullmatch(link.path):
             return None
-        return _finding(link, path, f'no footnote "{link.path}"', None, None, site)
+        return _finding(link, path, f'no footnote "{link.path}"', None, site.rules.any_footnote, site)
 
     # --- Suggestions ---
 
@@ -369,7 +377,14 @@ def _is_slip_in_path(written: str, meant: str) -> bool:
     if len(ours) != len(theirs):
         return False
     wrong = [pair for pair in zip(ours, theirs, strict=True) if pair[0] != pair[1]]
-    return len(wrong) == 1 and is_slip(*wrong[0])
+    if written.lower().endswith(PAGE_SUFFIXES):
+        return len(wrong) == 1 and is_slip(*wrong[0])
+    return len(wrong) == 1 and is_slip(*wrong[0]) and not _same_words(*wrong[0])
+
+
+def _same_words(name: str, other: str) -> bool:
+    """Whether two names differ only by how programs make anchors and addresses of the same words."""
+    return _BETWEEN_WORDS.sub("", name).casefold() == _BETWEEN_WORDS.sub("", other).casefold()
 
 
 def _differ_in_case(name: str, other: str) -> bool:

@@ -8,7 +8,10 @@ from collections.abc import Iterator
 from docmap.facts import EMBED, WIKI, Link
 from docmap.repository import Repository
 from docmap.sites import slugs
-from docmap.sites.site import Resolution, Rules, Site, file_beside, file_from_root, found, itself, site_file
+from docmap.sites.resolution import Resolution, found
+from docmap.sites.rules import Rules
+from docmap.sites.site import Site
+from docmap.sites.ways import file_beside, file_from_root, itself, site_file
 
 KIND = "code-host"
 

@@ -7,7 +7,8 @@ import re
 from collections.abc import Iterable
 
 from docmap.facts import COMPONENT, IMPORT, Construct
-from docmap.sites.site import Effect, Site
+from docmap.sites.rules import Effect
+from docmap.sites.site import Site
 
 _SOURCES = (".vue", ".astro", ".jsx", ".tsx", ".js", ".ts", ".svelte", ".html")
 # What makes anchors: an id, a heading, or text of elsewhere.

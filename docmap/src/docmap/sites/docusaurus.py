@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import json
 import posixpath
 import re
 from collections.abc import Iterator, Sequence
@@ -16,18 +15,22 @@ from docmap.facts import HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import component_effects
-from docmap.sites.site import (
-    Resolution,
-    Rules,
-    Site,
-    doubtful,
+from docmap.sites.resolution import Resolution, doubtful, found
+from docmap.sites.rules import Rules
+from docmap.sites.scripts import Script
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_host_serves,
+    as_hosted,
+    configured,
     file_beside,
-    found,
     itself,
+    must_exist,
+    nothing_because,
+    outside_base,
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import as_host_serves, as_hosted, configured, must_exist, nothing_because, outside_base
 
 KIND = "docusaurus"
 
@@ -184,7 +187,7 @@ def find(repository: Repository) -> Iterator[str]:
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder. Its content may lie beside that folder, so its own root is around both."""
     path = configured(repository, _CONFIG).get(root, "")
-    config = literals.Script(path, repository.text).exported
+    config = Script(path, repository.text).exported
     parts: list[_Part] = []
     redirects: dict[str, str] = {}
     whys: list[str] = []
@@ -192,10 +195,9 @@ def make(repository: Repository, root: str) -> Site | None:
         if name in {"docs", "blog", "pages"} and options is not False:
             parts += _parts(repository, root, name, options if isinstance(options, dict) else {})
         elif name == "client-redirects":
-            pairs = literals.get(options, "redirects")
-            for pair in pairs if isinstance(pairs, list) else ():
+            for pair in literals.entries(options, "redirects"):
                 for old in literals.texts(literals.get(pair, "from")):
-                    redirects[old] = str(literals.get(pair, "to"))
+                    redirects[old] = literals.text(pair, "to")
             if literals.get(options, "createRedirects") is not None:
                 whys.append(f"made by createRedirects of {path}?")
         elif name and not re.search(
@@ -225,7 +227,7 @@ def make(repository: Repository, root: str) -> Site | None:
             and (part.takes(page) or _PARTIAL.search(page[len(part.folder) :]) is not None)
         ),
         addresses=partial(_addresses, every, literals.get(config, "trailingSlash") is True),
-        base=literals.get(config, "baseUrl") or "/",
+        base=literals.text(config, "baseUrl", otherwise="/"),
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in folders),
         redirects={**redirects, **{old.rstrip("/") + "/": new for old, new in redirects.items()}},
         made=made,
@@ -243,7 +245,7 @@ def _plugins(config: object) -> Iterator[tuple[str, Any]]:
     """The plugins that a site has, by the last part of their names, with their options."""
     presets = literals.get(config, "presets")
     classic = False
-    for preset in presets if isinstance(presets, list) else ():
+    for preset in literals.entries(presets):
         options = literals.get(preset, 1) if isinstance(preset, list) else None
         classic = True
         for name in ("docs", "blog", "pages"):
@@ -252,8 +254,7 @@ def _plugins(config: object) -> Iterator[tuple[str, Any]]:
     if not classic and presets is literals.UNREAD:
         for name in ("docs", "blog", "pages"):
             yield name, {}
-    plugins = literals.get(config, "plugins")
-    for plugin in plugins if isinstance(plugins, list) else ():
+    for plugin in literals.entries(config, "plugins"):
         name = plugin[0] if isinstance(plugin, list) and plugin else plugin
         options = plugin[1] if isinstance(plugin, list) and len(plugin) > 1 else {}
         if isinstance(name, str):
@@ -286,13 +287,11 @@ def _glob_patterns(value: object) -> GitIgnoreSpec | None:
 
 def _parts(repository: Repository, root: str, kind: str, options: dict[str, Any]) -> Iterator[_Part]:
     """The folders of one plugin's content: the current one, older versions, translations."""
-    folder = options.get("path")
-    folder = folder if isinstance(folder, str) else "src/pages" if kind == "pages" else kind
+    folder = literals.text(options, "path", otherwise="src/pages" if kind == "pages" else kind)
     folder = posixpath.normpath(posixpath.join(root, folder))
-    address = options.get("routeBasePath")
-    address = address.strip("/") if isinstance(address, str) else "" if kind == "pages" else kind
-    own = options.get("id")
-    prefix = f"{own}_" if isinstance(own, str) and own != "default" else ""
+    address = literals.text(options, "routeBasePath", otherwise="" if kind == "pages" else kind).strip("/")
+    own = literals.text(options, "id", otherwise="default")
+    prefix = f"{own}_" if own != "default" else ""
     include, exclude = _glob_patterns(options.get("include")), _glob_patterns(options.get("exclude"))
     numbers = options.get("numberPrefixParser") is not False
 
@@ -301,17 +300,14 @@ def _parts(repository: Repository, root: str, kind: str, options: dict[str, Any]
 
     current = address
     if kind == "docs":
-        try:
-            versions = json.loads(repository.text(posixpath.join(root, f"{prefix}versions.json")) or "[]")
-        except ValueError:
-            versions = []
+        versions = literals.texts(
+            literals.json(repository.text(posixpath.join(root, f"{prefix}versions.json")))
+        )
         settings = options.get("versions")
-        last = options.get("lastVersion")
-        last = last if isinstance(last, str) else versions[0] if versions else "current"
+        last = literals.text(options, "lastVersion", otherwise=versions[0] if versions else "current")
         for version in [*versions, "current"]:
-            path = literals.get(settings, version, "path")
             name = "next" if version == "current" else version
-            below = path if isinstance(path, str) else "" if version == last else name
+            below = literals.text(settings, version, "path", otherwise="" if version == last else name)
             at = posixpath.join(address, below).strip("/")
             if version == "current":
                 current = at

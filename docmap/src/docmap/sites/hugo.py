@@ -2,28 +2,25 @@
 
 from __future__ import annotations
 
-import json
 import posixpath
 import re
 from collections.abc import Iterator, Mapping, Sequence
 from functools import partial
 from typing import Any
-from urllib.parse import urlsplit
 
-from docmap.facts import HREF, IMAGE, LIQUID, SHORTCODE, SRC, TEMPLATE, Construct, Facts, Heading, Link
+from docmap.facts import HREF, IMAGE, LIQUID, SHORTCODE, SRC, TEMPLATE, Construct, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
-from docmap.sites.site import Effect, Resolution, Rules, Site, doubtful, found, itself, page_at_address
-from docmap.sites.ways import as_hosted, nothing_because, outside_base
+from docmap.sites.hugo_addresses import SUFFIXES, Pages, forms, urlized
+from docmap.sites.hugo_settings import CONFIGURATIONS, is_configured, permalinks_of, read_settings
+from docmap.sites.resolution import Resolution, doubtful, found
+from docmap.sites.rules import Effect, Rules
+from docmap.sites.site import Site
+from docmap.sites.ways import as_hosted, base_of, itself, nothing_because, outside_base, page_at_address
 
 KIND = "hugo"
 
-_NAMES = tuple(
-    f"{name}.{suffix}" for name in ("hugo", "config") for suffix in ("toml", "yaml", "yml", "json")
-)
-_IN_FOLDER = tuple(f"config/_default/{name}" for name in _NAMES)
-_SUFFIXES = (".md", ".markdown", ".mdown")
 # Shortcodes of Hugo's own that make no anchors.
 _KNOWN = literals.words(
     """
@@ -40,99 +37,6 @@ _SLUGS: Mapping[str, Any] = {
     "github-ascii": slugs.hugo_ascii,
     "blackfriday": slugs.blackfriday,
 }
-_PERMALINK = re.compile(r":(\w+)(?:\[[^\]]*\])?")
-
-
-def _route(languages: Mapping[str, str], site: Site, page: str) -> tuple[str, str, str]:
-    """The language of a content file, its folder and its name, both below that language's content."""
-    place = site.within(page, site.content) or page
-    stem = posixpath.splitext(place)[0]
-    for language, folder in languages.items():
-        if folder and stem.startswith(folder + "/"):
-            return language, *posixpath.split(stem[len(folder) + 1 :])
-    folder, name = posixpath.split(stem)
-    base, _, language = name.rpartition(".")
-    return (language, folder, base) if base and language in languages else ("", folder, name)
-
-
-class _Pages:
-    """How one site makes addresses of its content."""
-
-    def __init__(
-        self, languages: Mapping[str, str], default: str, permalinks: Mapping[str, str], ugly: bool
-    ) -> None:
-        self.languages, self.default, self.permalinks, self.ugly = languages, default, permalinks, ugly
-
-    def addresses(self, site: Site, page: str, facts: Facts) -> Sequence[str]:
-        """Those of a page: its own or that of its path, and its aliases; () for what is part of a bundle."""
-        if not page.lower().endswith(_SUFFIXES):
-            return ()
-        language, folder, name = _route(self.languages, site, page)
-        around = posixpath.dirname(page)
-        if name not in {"index", "_index"} and self._in_leaf_bundle(site, around):
-            return ()
-        fields = {str(key).lower(): value for key, value in facts.fields.items()}
-        address = self._address(folder, name, fields)
-        prefix = f"/{language}" if language and language != self.default else ""
-        addresses = [prefix + address]
-        aliases = fields.get("aliases")
-        for alias in literals.texts(aliases):
-            start = posixpath.dirname(address.rstrip("/"))
-            alias = posixpath.normpath(posixpath.join("/", start, alias))
-            addresses.append(prefix + alias)
-        return [form for address in addresses for form in _forms(address)]
-
-    @staticmethod
-    def _in_leaf_bundle(site: Site, folder: str) -> bool:
-        while folder and folder != site.content:
-            if any(posixpath.join(folder, f"index{suffix}") in site.repository.files for suffix in _SUFFIXES):
-                return True
-            folder = posixpath.dirname(folder)
-        return False
-
-    def _address(self, folder: str, name: str, fields: Mapping[str, Any]) -> str:
-        url = fields.get("url")
-        if isinstance(url, str) and url:
-            return posixpath.join("/", url)
-        folder = _urlized(folder)
-        section = folder.partition("/")[0]
-        slug = fields.get("slug")
-        if name == "_index":
-            return posixpath.join("/", folder, "")
-        if name == "index":
-            folder, name = posixpath.split(folder)
-        pattern = self.permalinks.get(section)
-        if pattern is not None:
-            return _filled(pattern, folder, name, fields)
-        last = slug if isinstance(slug, str) and slug else name
-        return posixpath.join("/", folder, _urlized(last)) + (".html" if self.ugly else "/")
-
-
-def _forms(address: str) -> list[str]:
-    """An address, and what servers lead to it."""
-    if address == "/" or posixpath.splitext(address)[1] == ".html":
-        return [address]
-    return [address.rstrip("/") + "/", address.rstrip("/"), address.rstrip("/") + "/index.html"]
-
-
-def _urlized(path: str) -> str:
-    return re.sub(r"\s+", "-", re.sub(r"[^\w\s./~+@-]", "", path)).lower()
-
-
-def _filled(pattern: str, folder: str, name: str, fields: Mapping[str, Any]) -> str:
-    date = str(fields.get("date") or fields.get("publishdate") or "")
-    year, month, day = (re.match(r"(\d{4})-(\d\d)-(\d\d)", date) or re.match(r"()()()", "")).groups()  # type: ignore[union-attr]
-    slug = str(fields.get("slug") or "")
-    title = _urlized(str(fields.get("title") or name))
-    values = {
-        "year": year, "month": month, "day": day, "title": title, "slug": slug or title, "filename": name,
-        "contentbasename": name, "slugorfilename": slug or name, "slugorcontentbasename": slug or name,
-        "section": folder.partition("/")[0], "sections": folder,
-    }  # fmt: skip
-    path = _PERMALINK.sub(lambda match: values.get(match[1].lower(), match[0]), pattern)
-    return _urlized(posixpath.normpath(posixpath.join("/", path))) + (
-        "/" if not path.endswith(".html") else ""
-    )
 
 
 class _Lookup:
@@ -257,7 +161,7 @@ def _terms(site: Site) -> frozenset[tuple[str, str]]:
     given = (
         (name, term) for each in fields for name, value in each.items() for term in literals.texts(value)
     )
-    return frozenset((name, _urlized(term)) for name, term in given if len(term) < 100)
+    return frozenset((name, urlized(term)) for name, term in given if len(term) < 100)
 
 
 def _raw_line(heading: Heading) -> str:
@@ -282,7 +186,7 @@ class _Shortcodes:
             path = next(filter(None, texts), "").lstrip("/")
             for start in (*self._starts, posixpath.dirname(page)) if path else ():
                 place = posixpath.normpath(posixpath.join(start, path))
-                for name in (place, *(place + suffix for suffix in _SUFFIXES)):
+                for name in (place, *(place + suffix for suffix in SUFFIXES)):
                     if name in self._repository.files:
                         return name
         # What it brings in by another name is not known: `unknown` says so.
@@ -314,9 +218,9 @@ class _Shortcodes:
 RULES = Rules(
     kind=KIND,
     ways={},
-    page_suffixes=_SUFFIXES,
+    page_suffixes=SUFFIXES,
     url_style="slash",
-    not_copied=_SUFFIXES,
+    not_copied=SUFFIXES,
     made={r"/404\.html|/(?:.*/)?(?:index\.xml|sitemap\.xml|rss\.xml)|/robots\.txt|/(?:.*/)?page/\d+/?": None},
     heading_text=_raw_line,
     custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
@@ -327,80 +231,28 @@ RULES = Rules(
 def find(repository: Repository) -> Iterator[str]:
     """The folders with a configuration of Hugo's and a folder of content."""
     for path in repository.files:
-        for name in (*_NAMES, *_IN_FOLDER):
+        for name in CONFIGURATIONS:
             root = path[: -len(name)].rstrip("/")
-            if path == posixpath.join(root, name) and _is_hugo(repository, root, path):
+            if path == posixpath.join(root, name) and is_configured(repository, root, path):
                 yield root
-
-
-def _is_hugo(repository: Repository, root: str, path: str) -> bool:
-    if posixpath.basename(path).startswith("config.") and "config/_default" not in path:
-        config = _read(repository, path)
-        keys = {str(key).lower() for key in config}
-        if (
-            not keys & {"baseurl", "languagecode", "theme", "params", "markup", "contentdir", "module"}
-            or "base_url" in keys
-        ):
-            return False
-    return posixpath.join(root, "content") in repository.folders or bool(
-        _lower(_configuration(repository, root)).get("contentdir")
-    )
-
-
-def _read(repository: Repository, path: str) -> dict[str, Any]:
-    text = repository.text(path)
-    if path.endswith(".toml"):
-        return literals.toml(text)
-    if path.endswith(".json"):
-        try:
-            loaded = json.loads(text or "{}")
-        except ValueError:
-            return {}
-        return loaded if isinstance(loaded, dict) else {}
-    return literals.yaml(text)
-
-
-def _lower(value: Any) -> Any:
-    """Hugo's settings do not tell letter case apart."""
-    return (
-        {str(key).lower(): _lower(inner) for key, inner in value.items()}
-        if isinstance(value, dict)
-        else value
-    )
-
-
-def _configuration(repository: Repository, root: str) -> dict[str, Any]:
-    config: dict[str, Any] = {}
-    for name in reversed(_NAMES):
-        config.update(_read(repository, posixpath.join(root, name)))
-        # In config/_default, each file but hugo and config is one table.
-        config.update(_read(repository, posixpath.join(root, "config/_default", name)))
-    for table in ("languages", "permalinks", "markup", "module", "params", "taxonomies"):
-        for suffix in ("toml", "yaml", "yml", "json"):
-            settings = _read(repository, posixpath.join(root, "config/_default", f"{table}.{suffix}"))
-            if settings:
-                config[table] = settings
-    return config
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
-    config = _lower(_configuration(repository, root))
-    paths = (posixpath.join(root, name) for name in (*_NAMES, *_IN_FOLDER))
+    config = read_settings(repository, root)
+    paths = (posixpath.join(root, name) for name in CONFIGURATIONS)
     path = next((path for path in paths if path in repository.files), "")
-    mounts = literals.get(config, "module", "mounts")
-    mounts = [mount for mount in mounts if isinstance(mount, dict)] if isinstance(mounts, list) else []
-    sources = [
-        str(mount.get("source")) for mount in mounts if str(mount.get("target")).split("/")[0] == "content"
-    ]
-    named = config.get("contentdir")
-    sources = sources or [named if isinstance(named, str) else "content"]
-    languages = config.get("languages") if isinstance(config.get("languages"), dict) else {}
+    mounted: dict[str, list[str]] = {}
+    for mount in literals.entries(config, "module", "mounts"):
+        target = literals.text(mount, "target").split("/")[0]
+        mounted.setdefault(target, []).append(literals.text(mount, "source"))
+    sources = mounted.get("content") or [literals.text(config, "contentdir", otherwise="content")]
+    languages = literals.table(config, "languages")
     folders = {name: literals.get(options, "contentdir") for name, options in languages.items()}
     contents = [folder for folder in folders.values() if isinstance(folder, str)] or sources
     contents = [posixpath.normpath(posixpath.join(root, folder)) for folder in contents]
     content = posixpath.commonpath([f"/{folder}" for folder in contents]).strip("/")
-    default = str(config.get("defaultcontentlanguage") or "en")
+    default = literals.text(config, "defaultcontentlanguage") or "en"
     in_subfolder = config.get("defaultcontentlanguageinsubdir") is True
     below = {
         name: Site.within(posixpath.normpath(posixpath.join(root, folder)), content) or ""
@@ -408,8 +260,8 @@ def make(repository: Repository, root: str) -> Site | None:
         else ""
         for name, folder in folders.items()
     }
-    pages = _Pages(
-        below, "" if in_subfolder else default, _permalinks(config), config.get("uglyurls") is True
+    pages = Pages(
+        below, "" if in_subfolder else default, permalinks_of(config), config.get("uglyurls") is True
     )
     taxonomies = config.get("taxonomies")
     plurals = (
@@ -421,11 +273,9 @@ def make(repository: Repository, root: str) -> Site | None:
     shortcode = Effect(includes=shortcodes.included, unknown=shortcodes.unknown)
     links, images = _ways(lookup, repository, root, config, plurals)
     static = literals.texts(config.get("staticdir")) or ["static"]
-    static += [str(mount["source"]) for mount in mounts if str(mount.get("target")).split("/")[0] == "static"]
+    static += mounted.get("static", [])
     parser = literals.get(config, "markup", "goldmark", "parser")
-    slug = _SLUGS.get(
-        str(literals.get(parser, "autoidtype") or literals.get(parser, "autoheadingidtype") or "github")
-    )
+    slug = _SLUGS.get(literals.text(parser, "autoidtype") or literals.text(parser, "autoheadingidtype"))
     rules = RULES.changed(
         ways={
             "link": links,
@@ -435,7 +285,7 @@ def make(repository: Repository, root: str) -> Site | None:
             TEMPLATE: (partial(_ref, lookup),),
         },
         addresses=pages.addresses,
-        base=urlsplit(str(config.get("baseurl") or "")).path or "/",
+        base=base_of(literals.text(config, "baseurl")),
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in static),
         slug=slug or slugs.hugo,
         terms=literals.get(parser, "autodefinitiontermid") is True,
@@ -457,18 +307,9 @@ def _sections(repository: Repository, contents: Sequence[str], languages: Sequen
     tops = {""}
     for folder in repository.folders:
         place = next((place for root in contents if (place := Site.within(folder, root)) is not None), "")
-        tops.add(_urlized(place) if "/" not in place else "")
+        tops.add(urlized(place) if "/" not in place else "")
     addresses = (posixpath.join("/", language, top) for language in languages for top in tops)
-    return frozenset(form for address in addresses for form in _forms(address))
-
-
-def _permalinks(config: Mapping[str, Any]) -> dict[str, str]:
-    permalinks = config.get("permalinks")
-    if not isinstance(permalinks, dict):
-        return {}
-    pages = permalinks.get("page")
-    both = {**permalinks, **(pages if isinstance(pages, dict) else {})}
-    return {section: pattern for section, pattern in both.items() if isinstance(pattern, str)}
+    return frozenset(form for address in addresses for form in forms(address))
 
 
 def _layout(repository: Repository, root: str, name: str) -> str | None:
@@ -496,7 +337,7 @@ def _ways(
 
     def before(kind: str) -> list[Any]:
         text = _layout(repository, root, f"render-{kind}.html")
-        setting = literals.get(hooks, kind, "useembedded")
+        setting = literals.text(hooks, kind, "useembedded")
         enabled = setting in {"always", "fallback"} or literals.get(hooks, kind, "enabledefault") is True
         if text is not None:
             # A hook may mean something of its own by a certain destination: {{ if eq $destination "g" }}.

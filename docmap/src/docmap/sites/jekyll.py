@@ -4,42 +4,33 @@ from __future__ import annotations
 
 import posixpath
 import re
-from collections.abc import Iterator, Mapping, Sequence
+from collections.abc import Iterator, Mapping
 from dataclasses import replace
 from functools import partial
 from typing import Any
 
-from pathspec import GitIgnoreSpec
-
-from docmap.facts import HREF, IMAGE, LINK, LIQUID, SRC, TEMPLATE, Construct, Facts, Link
+from docmap.facts import HREF, IMAGE, LINK, LIQUID, SRC, TEMPLATE, Construct, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
-from docmap.sites.site import (
-    Effect,
-    Resolution,
-    Rules,
-    Site,
+from docmap.sites.jekyll_addresses import SUFFIXES, Pages
+from docmap.sites.resolution import Resolution, doubtful, found
+from docmap.sites.rules import Effect, Rules
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_host_serves,
+    as_hosted,
     at_address,
-    doubtful,
-    found,
+    is_elsewhere,
     itself,
+    nothing_because,
+    outside_base,
     page_at_address,
     site_file,
 )
-from docmap.sites.ways import as_host_serves, as_hosted, is_elsewhere, nothing_because, outside_base
 
 KIND = "jekyll"
 
-_SUFFIXES = (".md", ".markdown", ".mkdown", ".mkdn", ".mkd")
-_STYLES = {
-    "date": "/:categories/:year/:month/:day/:title:output_ext",
-    "pretty": "/:categories/:year/:month/:day/:title/",
-    "ordinal": "/:categories/:year/:y_day/:title:output_ext",
-    "weekdate": "/:categories/:year/W:week/:short_day/:title:output_ext",
-    "none": "/:categories/:title:output_ext",
-}
-_POST = re.compile(r"(?:.*/)?_posts/(?:.*/)?(\d{4})-(\d{1,2})-(\d{1,2})-([^/]+)")
 _TAG = re.compile(r"\{%-?\s*(link|post_url)\s+(.*?)\s*-?%\}(.*)", re.DOTALL)
 _URL = re.compile(
     r"""\{\{-?\s*["']([^"']*)["']\s*\|\s*(?:relative_url|absolute_url|prepend:\s*site\.baseurl)\s*-?\}\}"""
@@ -65,150 +56,12 @@ _HARMLESS = literals.words(
 _PARTS = frozenset({"_includes", "_layouts", "_sass", "_data", "_plugins", "_site"})
 
 
-class _Pages:
-    """How one site makes addresses of its files."""
-
-    def __init__(self, config: Mapping[str, Any], root: str, on_host: bool, plugins: frozenset[str]) -> None:
-        self.root = root
-        style = str(config.get("permalink") or "date")
-        self.permalink = _STYLES.get(style, style)
-        collections = config.get("collections")
-        self.collections: dict[str, dict[str, Any]] = {
-            str(name): options if isinstance(options, dict) else {}
-            for name, options in (
-                collections.items()
-                if isinstance(collections, dict)
-                else ((name, {}) for name in literals.texts(collections))
-            )
-        }
-        self.defaults = [entry for entry in config.get("defaults") or () if isinstance(entry, dict)]
-        self.folder = str(config.get("collections_dir") or "").strip("/")
-        self.without_front_matter = on_host or "jekyll-optional-front-matter" in plugins
-        self.readme_index = on_host or "jekyll-readme-index" in plugins
-        self.redirects = on_host or "jekyll-redirect-from" in plugins
-        left_out = [*literals.texts(config.get("exclude")), "/vendor/", "/node_modules/", "/_site/"]
-        self.left_out = GitIgnoreSpec.from_lines("/" + line.lstrip("/") for line in left_out)
-        self.included = frozenset(name.strip("/") for name in literals.texts(config.get("include")))
-
-    def addresses(self, site: Site, page: str, facts: Facts) -> Sequence[str]:
-        place = site.within(page, self.root) or page
-        steps = place.split("/")
-        hidden = [step for step in steps if step.startswith(("_", ".")) and step not in self.included]
-        if self.left_out.match_file(place) or facts.fields.get("published") is False:
-            return ()
-        if facts.front_matter is None and not (self.without_front_matter or "_posts" in steps):
-            # Without front matter a file is copied as it is.
-            return (f"/{place}",)
-        fields = {**self._default_fields(place), **facts.fields}
-        post = _POST.fullmatch(posixpath.splitext(place)[0])
-        if post is not None:
-            return self._forms(self._post(place, post, fields), fields)
-        collection = next((name for name in self.collections if self._in_collection(name, place)), None)
-        if collection is not None:
-            if self.collections[collection].get("output") is not True:
-                return ()
-            return self._forms(self._document(collection, place, fields), fields)
-        if hidden:
-            return ()
-        return self._forms(self._page(place, fields), fields)
-
-    def _default_fields(self, place: str) -> dict[str, Any]:
-        fields: dict[str, Any] = {}
-        for entry in self.defaults:
-            path = str(literals.get(entry, "scope", "path") or "").strip("/")
-            kind = literals.get(entry, "scope", "type")
-            of_kind = kind is None or (
-                "_posts" in place
-                if kind == "posts"
-                else place.startswith(f"_{kind}/") or (kind == "pages" and place[0] != "_")
-            )
-            values = entry.get("values")
-            if of_kind and (not path or place.startswith(path) or "*" in path) and isinstance(values, dict):
-                fields.update(values)
-        return fields
-
-    def _in_collection(self, name: str, place: str) -> bool:
-        return place.startswith(posixpath.join(self.folder, f"_{name}", ""))
-
-    def _post(self, place: str, post: re.Match[str], fields: Mapping[str, Any]) -> str:
-        year, month, day, title = post.groups()
-        dated = re.match(r"(\d{4})-(\d\d)-(\d\d)", str(fields.get("date") or ""))
-        if dated is not None:
-            year, month, day = dated.groups()
-        categories = fields.get("categories") or fields.get("category") or []
-        names = categories.split() if isinstance(categories, str) else literals.texts(categories)
-        above = place.partition("_posts/")[0].strip("/")
-        names = [*(above.split("/") if above else []), *names]
-        slug = fields.get("slug")
-        values = {
-            "categories": "/".join(name.lower().replace(" ", "-") for name in dict.fromkeys(names)),
-            "year": year, "month": month.zfill(2), "day": day.zfill(2), "i_month": month, "i_day": day,
-            "title": slug if isinstance(slug, str) else title, "slug": _slug(title), "output_ext": ".html",
-            "short_year": year[2:], "name": title, "basename": title, "path": title, "collection": "posts",
-        }  # fmt: skip
-        own = fields.get("permalink")
-        pattern = literals.get(self.collections.get("posts"), "permalink") or self.permalink
-        return _filled(own if isinstance(own, str) else str(pattern), values)
-
-    def _document(self, name: str, place: str, fields: Mapping[str, Any]) -> str:
-        path = posixpath.splitext(place[len(posixpath.join(self.folder, f"_{name}", "")) :])[0]
-        default = "/:collection/:path/" if self.permalink.endswith("/") else "/:collection/:path:output_ext"
-        if self.permalink == _STYLES["date"] or self.permalink.endswith(":output_ext"):
-            default = "/:collection/:path:output_ext"
-        own = fields.get("permalink")
-        pattern = (
-            own if isinstance(own, str) else literals.get(self.collections[name], "permalink") or default
-        )
-        base = posixpath.basename(path)
-        slug = fields.get("slug")
-        values = {
-            "collection": name, "path": path, "name": base, "basename": base, "output_ext": ".html",
-            "title": slug if isinstance(slug, str) else base, "slug": _slug(base), "categories": "",
-        }  # fmt: skip
-        return _filled(str(pattern), values)
-
-    def _page(self, place: str, fields: Mapping[str, Any]) -> str:
-        own = fields.get("permalink")
-        if isinstance(own, str):
-            return _filled(
-                own, {"basename": posixpath.splitext(posixpath.basename(place))[0], "output_ext": ".html"}
-            )
-        stem, _ = posixpath.splitext(place)
-        folder, name = posixpath.split(stem)
-        if name == "index" or (self.readme_index and name.lower() == "readme"):
-            return posixpath.join("/", folder, "")
-        return f"/{stem}/" if self.permalink.endswith("/") else f"/{stem}.html"
-
-    def _forms(self, address: str, fields: Mapping[str, Any]) -> list[str]:
-        old = literals.texts(fields.get("redirect_from")) if self.redirects else []
-        forms: list[str] = []
-        for form in (address, *old):
-            form = posixpath.join("/", form)
-            stem = re.sub(r"(?:(?<=/)index)?\.html$|/$", "", form)
-            if form.endswith("/") or form.endswith("/index.html"):
-                forms += [f"{stem.rstrip('/')}/", f"{stem.rstrip('/')}/index.html", stem.rstrip("/") or "/"]
-            else:
-                # Hosts serve page.html under /page as well.
-                forms += [form, stem, f"{stem}.html"] if form != stem else [form, f"{form}.html"]
-        return list(dict.fromkeys(forms))
-
-
-def _slug(name: str) -> str:
-    return re.sub(r"[^\w]+", "-", name).strip("-").lower()
-
-
-def _filled(pattern: str, values: Mapping[str, str]) -> str:
-    path = re.sub(r":(\w+?)(?=:|/|\.|-|$|_?:)", lambda match: values.get(match[1], match[0]), pattern)
-    path = re.sub(r":([a-z_]+)", lambda match: values.get(match[1], match[0]), path)
-    return re.sub("/{2,}", "/", "/" + path)
-
-
 def _by_file(site: Site, link: Link, source: str) -> Resolution | None:
     """With jekyll-relative-links, a path to a Markdown file becomes the address of its page."""
     place = site.place(link.path, source)
     if link.path.startswith("/"):
         place = posixpath.normpath(posixpath.join(site.content, link.path.lstrip("/")))
-    if link.path.lower().endswith(_SUFFIXES) and site.addresses.get(place):
+    if link.path.lower().endswith(SUFFIXES) and site.addresses.get(place):
         return found(place)
     return None
 
@@ -307,7 +160,7 @@ def _include(site: Site, construct: Construct, page: str) -> str | None:
     """An include that is Markdown; `_tag` says what others may make."""
     name = construct.arguments.strip().split(" ")[0].strip("\"'")
     path = posixpath.join(site.root, "_includes", name)
-    return path if path.endswith(_SUFFIXES) and path in site.repository.files else page
+    return path if path.endswith(SUFFIXES) and path in site.repository.files else page
 
 
 def _tag(site: Site, construct: Construct, page: str) -> str | None:
@@ -317,7 +170,7 @@ def _tag(site: Site, construct: Construct, page: str) -> str | None:
     if construct.name in {"include", "include_cached"}:
         path = posixpath.join(site.root, "_includes", construct.arguments.strip().split(" ")[0].strip("\"'"))
         text = site.repository.text(path)
-        if path.endswith(_SUFFIXES) and text is not None:
+        if path.endswith(SUFFIXES) and text is not None:
             return None
         if text and not may_make_anchors(text) and not re.search(r"^#|\{%-?\s*include", text, re.MULTILINE):
             return None
@@ -327,7 +180,7 @@ def _tag(site: Site, construct: Construct, page: str) -> str | None:
 RULES = Rules(
     kind=KIND,
     ways={},
-    page_suffixes=_SUFFIXES,
+    page_suffixes=SUFFIXES,
     not_copied=(),
     made={r"/(?:feed|sitemap|atom)\.xml|/robots\.txt|/(?:.*/)?page\d+/?": None},
     slug=slugs.github,
@@ -361,14 +214,13 @@ def make(repository: Repository, root: str) -> Site | None:
     path = next((path for path in paths if path in repository.files), paths[0])
     text = repository.text(path)
     config = literals.toml(text) if path.endswith(".toml") else literals.yaml(text)
-    source = config.get("source")
-    content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else ""))
+    content = posixpath.normpath(posixpath.join(root, literals.text(config, "source")))
     content = "" if content == "." else content
     gems = "".join(repository.text(posixpath.join(folder, "Gemfile")) or "" for folder in {root, ""})
     plugins = frozenset([*literals.texts(config.get("plugins")), *literals.texts(config.get("gems"))])
     # The code host builds sites that name no program of their own, and adds plugins to them.
     on_host = not gems.strip() or "github-pages" in gems
-    pages = _Pages(config, content, on_host, plugins)
+    pages = Pages(config, content, on_host, plugins)
     links = (itself, page_at_address, _served_file, as_host_serves)
     relative = (
         (_by_file,)
@@ -386,7 +238,7 @@ def make(repository: Repository, root: str) -> Site | None:
             TEMPLATE: (partial(_template, config),),
         },
         addresses=pages.addresses,
-        base=str(config.get("baseurl") or "") or "/",
+        base=literals.text(config, "baseurl") or "/",
         slug=slugs.kramdown if literals.get(kramdown, "input") == "kramdown" else slugs.github,
     )
     if literals.get(kramdown, "auto_ids") is False:

@@ -10,25 +10,20 @@ from functools import partial
 from docmap.facts import HASH, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import (
-    Effect,
-    Resolution,
-    Rules,
-    Site,
-    at_address,
-    file_beside,
-    found,
-    itself,
-    made_perhaps,
-    page_at_address,
-)
+from docmap.sites.resolution import BESIDE, Resolution, doubtful, found, made_perhaps
+from docmap.sites.rules import Effect, Rules
+from docmap.sites.site import Site
 from docmap.sites.ways import (
     as_hosted,
+    at_address,
+    base_of,
     by_web_server,
+    file_beside,
     folders_of,
-    is_elsewhere,
+    itself,
     nothing_because,
     outside_base,
+    page_at_address,
     redirects_of,
 )
 
@@ -62,6 +57,9 @@ def _chapter(
     if not link.path.endswith(".md"):
         return None
     if not link.path.startswith("/") and site.within(site.place(link.path, source), site.content) is None:
+        if site.place(link.path, source) not in site.repository.files and site.climbs_out(link.path, source):
+            # It becomes ../x.html, as any path does, and so may lead to a book beside this one.
+            return doubtful(BESIDE)
         return nothing_because(
             site, link, source, f"it leads out of {site.content}/, so the book does not have it"
         )
@@ -133,17 +131,13 @@ def make(repository: Repository, root: str) -> Site | None:
     book = literals.toml(repository.text(path))
     html = literals.get(book, "output", "html")
     rules = RULES.changed(
-        base=literals.get(html, "site-url") or "/", redirects=redirects_of(literals.get(html, "redirect"))
+        base=base_of(literals.text(html, "site-url")), redirects=redirects_of(literals.get(html, "redirect"))
     )
-    if is_elsewhere(rules.base):
-        rules = rules.changed(base=re.sub(r"^[^/]*//[^/]*", "", rules.base) or "/")
-    preprocessors = literals.get(book, "preprocessor")
-    for name in preprocessors if isinstance(preprocessors, dict) else ():
+    for name in literals.table(book, "preprocessor"):
         if name not in _HARMLESS:
             why = f"made by the preprocessor `{name}` of {path}?"
             rules = rules.changed(any_target=why, any_anchor=why, any_label=why)
-    source = literals.get(book, "book", "src")
-    content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else "src"))
+    content = posixpath.normpath(posixpath.join(root, literals.text(book, "book", "src", otherwise="src")))
     content = "" if content == "." else content
     summary = posixpath.join(content, "SUMMARY.md")
     facts = repository.facts(summary)

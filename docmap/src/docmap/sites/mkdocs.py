@@ -1,4 +1,4 @@
-"""MkDocs: a folder with mkdocs.yml."""
+"""MkDocs: a folder with mkdocs.yml; and Zensical, which has its settings from zensical.toml as well."""
 
 from __future__ import annotations
 
@@ -7,32 +7,33 @@ import re
 from collections.abc import Callable, Iterable, Iterator, Sequence
 from functools import partial
 from typing import Any
-from urllib.parse import urlsplit
 
 from pathspec import GitIgnoreSpec
 
 from docmap.facts import EMBED, FENCE, HREF, LIQUID, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import (
-    Effect,
-    Resolution,
-    Rules,
-    Site,
-    file_from_content,
-    found,
-    itself,
-    numbered,
-    page_at_address,
-    site_file,
+from docmap.sites.mkdocs_settings import (
+    USUAL_EXTENSIONS,
+    configurations,
+    named_options,
+    rewrites_links,
+    settings_of,
 )
+from docmap.sites.resolution import Resolution, found
+from docmap.sites.rules import Effect, Rules, numbered
+from docmap.sites.site import Site
 from docmap.sites.ways import (
     as_hosted,
+    base_of,
     by_web_server,
-    folders_of,
+    file_from_content,
     is_elsewhere,
+    itself,
     nothing_because,
     outside_base,
+    page_at_address,
+    site_file,
 )
 
 KIND = "mkdocs"
@@ -48,7 +49,7 @@ _HARMLESS = literals.words(
     markdownextradata section-number add-number enumerate-headings caption img2fig drawio kroki plantuml
     build_plantuml same-dir toggle-sidebar video spellcheck linkcheck navlinks exclude-search termynal
     mike i18n material-relative-language-selector ezglossary unused_files no-sitemap markdown-filter
-    custom-attributes
+    custom-attributes markdown-exec
     """
 )
 # What plugins make, and where: name -> pattern of addresses.
@@ -62,6 +63,8 @@ _MAKES_SOURCES = re.compile(r"gen|auto|api|repo|import|jupyter|notebook|gallery|
 # Events by which a hook can bring files or pages; those for pages can bring anchors.
 _FILE_EVENT = re.compile(r"^def on_(?:config|files|nav|pre_build|post_build|env)\b", re.MULTILINE)
 _PAGE_EVENT = re.compile(r"^def on_(?:page_\w+|post_page)\b", re.MULTILINE)
+# A fence whose output markdown-exec puts in its place.
+_EXECUTED = re.compile(r"^[ \t>]*(?:`{3,}|~{3,}).*\bexec=", re.MULTILINE)
 
 # What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
 _ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
@@ -172,28 +175,25 @@ RULES = Rules(
 
 
 def find(repository: Repository) -> Iterator[str]:
-    """The folders of all mkdocs.yml."""
-    return folders_of(repository, "mkdocs.yml", "mkdocs.yaml")
+    """The configurations: a folder may hold several, one a language."""
+    return configurations(repository)
 
 
 def make(repository: Repository, root: str) -> Site | None:
-    """The site in a folder."""
-    path = next(
-        (
-            path
-            for name in ("mkdocs.yml", "mkdocs.yaml")
-            if (path := posixpath.join(root, name)) in repository.files
-        ),
-        "",
-    )
-    config = _config(repository, path)
-    extensions = _named_options(config.get("markdown_extensions"))
-    plugins = _named_options(config.get("plugins"))
-    docs = config.get("docs_dir")
-    content = posixpath.normpath(posixpath.join(root, docs if isinstance(docs, str) else "docs"))
+    """The site of a configuration, or of the first in a folder."""
+    if root in repository.files:
+        path, root = root, posixpath.dirname(root)
+    else:
+        path = next((path for path in configurations(repository) if posixpath.dirname(path) == root), "")
+    config = settings_of(repository, path)
+    extensions = named_options(config.get("markdown_extensions"))
+    if path.endswith(".toml") and "markdown_extensions" not in config:
+        extensions = dict(USUAL_EXTENSIONS)
+    plugins = named_options(config.get("plugins"))
+    content = posixpath.normpath(posixpath.join(root, literals.text(config, "docs_dir", otherwise="docs")))
     rules = RULES.changed(
         addresses=partial(_addresses, config.get("use_directory_urls", True) is not False, _left_out(config)),
-        base=urlsplit(str(config.get("site_url") or "")).path or "/",
+        base=base_of(literals.text(config, "site_url")),
         redirects=_redirects(plugins.get("redirects")),
         static=_theme_folders(root, config),
     )
@@ -205,7 +205,7 @@ def make(repository: Repository, root: str) -> Site | None:
         literals.get(config, "validation", "absolute_links") == "relative_to_docs"
     ):
         ways["link"] = (itself, file_from_content, *ways["link"])
-    if "md_in_html" in extensions:
+    if {"md_in_html", "extra", "pymdownx.extra"} & extensions.keys():
         # Elements within Markdown blocks are links of the document, too.
         ways[HREF] = ways[SRC] = (*ways[HREF], _document)
     if "i18n" in plugins:
@@ -222,41 +222,21 @@ def make(repository: Repository, root: str) -> Site | None:
     )
 
 
-def _config(repository: Repository, path: str, depth: int = 0) -> dict[str, Any]:
-    """The settings of a file, and of the file that it inherits from."""
-    config = literals.yaml(repository.text(path))
-    parent = config.get("INHERIT")
-    if isinstance(parent, str) and depth < 5:
-        return {**_config(repository, Site.place(parent, path), depth + 1), **config}
-    return config
-
-
 def _left_out(config: dict[str, Any]) -> GitIgnoreSpec:
     """The documents that the built site does not have."""
-    lines = [str(config.get(setting) or "").splitlines() for setting in ("exclude_docs", "draft_docs")]
+    lines = [literals.text(config, setting).splitlines() for setting in ("exclude_docs", "draft_docs")]
     try:
         return GitIgnoreSpec.from_lines(line for some in lines for line in some)
     except ValueError:
         return GitIgnoreSpec.from_lines([])
 
 
-def _named_options(value: object) -> dict[str, dict[str, Any]]:
-    """Extensions or plugins by name, with their options."""
-    # Written as a mapping, or as a list of names and mappings.
-    named: dict[str, Any] = {}
-    for entry in value if isinstance(value, list) else [value]:
-        named.update(entry if isinstance(entry, dict) else {entry: {}} if isinstance(entry, str) else {})
-    options = {str(name): options if isinstance(options, dict) else {} for name, options in named.items()}
-    # Plugins of a theme are named with it: material/blog.
-    return {name.rpartition("/")[2]: value for name, value in options.items()}
-
-
 def _redirects(options: dict[str, Any] | None) -> dict[str, str]:
     """Redirects by file: old.md -> new.md#anchor, as addresses in both forms."""
     redirects: dict[str, str] = {}
-    maps = literals.get(options, "redirect_maps")
-    for old, new in maps.items() if isinstance(maps, dict) else ():
-        new = str(new)
+    for old, new in literals.table(options, "redirect_maps").items():
+        if not isinstance(new, str):
+            continue
         stem = re.sub(r"(?:^|/)(?:index|README)$", "", posixpath.splitext(str(old))[0])
         for address in (f"/{stem}/".replace("//", "/"), f"/{stem}.html"):
             redirects[address] = new if is_elsewhere(new) else re.sub(r"\.md(?=#|$)", "/", "/" + new)
@@ -270,14 +250,16 @@ def _theme_folders(root: str, config: dict[str, Any]) -> tuple[str, ...]:
 
 def _slug_function(setting: object) -> Callable[[str], str] | None:
     """The function that a setting names; None for one that is not known here."""
-    name = setting.get("!", "") if isinstance(setting, dict) else str(setting or "")
+    name = setting if isinstance(setting, str) else literals.text(setting, "!")
+    # TOML has no tags: {object = "pymdownx.slugs.slugify", kwds = {case = "lower"}}.
+    name = literals.text(setting, "object", otherwise=name)
     if setting is None:
         return slugs.python_markdown
     if "slugify_unicode" in name:
         return slugs.python_markdown_unicode
     if "pymdownx.slugs." in name:
-        options = setting.get("kwds", {}) if isinstance(setting, dict) else {}
-        case = options.get("case", "lower" if "uslugify" in name and "cased" not in name else "")
+        usual = "lower" if "uslugify" in name and "cased" not in name else ""
+        case = literals.text(setting, "kwds", "case", otherwise=usual)
         return slugs.pymdown(case)
     return slugs.python_markdown if name.endswith("toc.slugify") else None
 
@@ -291,7 +273,7 @@ def _with_extensions(
         rules = rules.changed(any_anchor="made by the slugify function of mkdocs.yml?")
     elif "toc" in extensions:
         rules = rules.changed(slug=slug)
-    if {"attr_list", "extra", "markdown.extensions.attr_list"} & extensions.keys():
+    if {"attr_list", "extra", "pymdownx.extra", "markdown.extensions.attr_list"} & extensions.keys():
         rules = rules.changed(custom_id=_ATTRIBUTES, named=("attribute_ids",))
     if "pymdownx.emoji" in extensions:
         rules = rules.changed(heading_text=_text_without_emoji)
@@ -300,10 +282,14 @@ def _with_extensions(
         titles = _slug_function(tabbed["slugify"]) or slugs.pymdown("lower")
         combined = bool(tabbed.get("combine_header_slug"))
         rules = rules.changed(more_anchors=partial(_tab_anchors, titles, combined))
+    if "markdown_exec" in str(extensions.get("pymdownx.superfences")):
+        rules = rules.changed(unread_anchors=_executes)
     snippets = extensions.get("pymdownx.snippets")
     if snippets is not None:
+        # Relative to the folder that the program is started in: that of the configuration, or the repository's.
         bases = tuple(
-            posixpath.normpath(posixpath.join(root, base))
+            Site.place(base, posixpath.join(folder, "x"))
+            for folder in dict.fromkeys((root, ""))
             for base in literals.texts(snippets.get("base_path"))
         )
         effects[SNIPPET] = Effect(
@@ -332,6 +318,8 @@ def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -
     if "mkdocstrings" in plugins or "autorefs" in plugins:
         rules = rules.changed(any_label="a name that mkdocstrings documents?")
         effects[FENCE] = Effect(anchors="made of what mkdocstrings documents in line {line}?")
+    if "markdown-exec" in plugins:
+        rules = rules.changed(unread_anchors=_executes)
     if "macros" in plugins:
         effects[LIQUID] = Effect(anchors="made by a macro in line {line}?")
     for name in sorted(plugins.keys() - _HARMLESS):
@@ -351,4 +339,12 @@ def _with_hooks(rules: Rules, repository: Repository, root: str, hooks: list[str
             rules = rules.changed(any_source=why)
         if not text or _PAGE_EVENT.search(text):
             rules = rules.changed(any_anchor=why, any_label=why)
+        if text and _PAGE_EVENT.search(text) and rewrites_links(text):
+            rules = rules.changed(rewritten=f"does the hook {hook} make another link of it?")
     return rules
+
+
+def _executes(site: Site, page: str, facts: Facts) -> str | None:
+    """Code that markdown-exec runs may print headings."""
+    text = site.repository.text(page) or ""
+    return "printed by code that markdown-exec runs?" if "exec=" in text and _EXECUTED.search(text) else None

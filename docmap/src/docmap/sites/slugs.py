@@ -1,4 +1,4 @@
-"""How generators make an anchor of a heading's text. Numbers for repeats are not theirs (`site.numbered`)."""
+"""How generators make an anchor of a heading's text. Numbers for repeats are not theirs (`rules.numbered`)."""
 
 from __future__ import annotations
 

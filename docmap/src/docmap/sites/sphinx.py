@@ -14,25 +14,26 @@ from pathspec import GitIgnoreSpec
 from docmap.facts import FENCE, HREF, IMAGE, SCHEME, SRC, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import (
-    Effect,
-    Resolution,
-    Rules,
-    Site,
-    doubtful,
+from docmap.sites.resolution import Resolution, doubtful, found
+from docmap.sites.rules import Effect, Rules
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_hosted,
+    by_web_server,
     file_beside,
     file_from_content,
-    found,
     itself,
+    nothing_because,
+    outside_base,
     page_at_address,
 )
-from docmap.sites.ways import as_hosted, by_web_server, nothing_because, outside_base
 
 KIND = "sphinx"
 
 _PARSERS = frozenset(
     {"myst_parser", "myst_nb", "recommonmark", "m2r", "m2r2", "jupyter_book", "sphinx_mdinclude"}
 )
+_LONGEST = 65536
 _RST_TARGET = re.compile(r"^\.\. _`?([^`:\n]+)`?:\s*$", re.MULTILINE)
 _SOURCES = (".md", ".rst", ".ipynb", ".txt", ".markdown", ".myst", ".myst.md")
 _KNOWN = literals.words(
@@ -51,11 +52,15 @@ _KNOWN = literals.words(
 
 
 def _settings(text: str | None) -> dict[str, Any]:
-    """What conf.py sets to literals at its top level; UNREAD for what it works out."""
+    """What conf.py sets to literals at its top level, UNREAD for what it works out; "..." is among the keys when it
+    cannot be read."""
+    # CPython 3.10 makes the tree without a limit on depth, and one of some 100,000 levels ends the process.
+    if len(text or "") > _LONGEST:
+        return {"...": literals.UNREAD}
     try:
         tree = ast.parse(text or "")
-    except (SyntaxError, ValueError, RecursionError):
-        return {}
+    except (SyntaxError, ValueError, RecursionError, MemoryError):
+        return {"...": literals.UNREAD}
     settings: dict[str, Any] = {}
     for node in tree.body:
         match node:
@@ -261,18 +266,15 @@ def make(repository: Repository, root: str) -> Site | None:
         settings = {
             "extensions": ["myst_nb"],
             "myst_heading_anchors": 6,
-            **(literals.get(book, "sphinx", "config") or {}),
+            **literals.table(book, "sphinx", "config"),
         }
         settings["exclude_patterns"] = [*literals.texts(book.get("exclude_patterns")), "_build"]
         settings["extensions"] += literals.texts(literals.get(book, "sphinx", "extra_extensions"))
-    extensions = settings.get("extensions")
-    extensions = literals.texts(extensions) if isinstance(extensions, list) else []
-    patterns = settings.get("exclude_patterns")
-    patterns = (
-        [f"/{pattern.lstrip('/')}" for pattern in literals.texts(patterns)]
-        if isinstance(patterns, list)
-        else []
-    )
+    extensions = literals.texts(literals.entries(settings, "extensions"))
+    patterns = [
+        f"/{pattern.lstrip('/')}"
+        for pattern in literals.texts(literals.entries(settings, "exclude_patterns"))
+    ]
     inventories = None
     if "sphinx.ext.intersphinx" in extensions or settings.get("intersphinx_mapping"):
         inventories = "a target of another project (intersphinx)?"
@@ -306,7 +308,8 @@ def make(repository: Repository, root: str) -> Site | None:
         rules = rules.changed(custom_id=_CUSTOM_ID)
     slug = settings.get("myst_heading_slug_func")
     if slug is not None:
-        known = {"github": slugs.github, "gitlab": slugs.gitlab, "docutils": slugs.docutils}.get(str(slug))
+        functions = {"github": slugs.github, "gitlab": slugs.gitlab, "docutils": slugs.docutils}
+        known = functions.get(slug if isinstance(slug, str) else "")
         rules = rules.changed(slug=known or slugs.github)
         if known is None:
             rules = rules.changed(any_anchor=f"made by myst_heading_slug_func of {path}?")
@@ -317,14 +320,16 @@ def make(repository: Repository, root: str) -> Site | None:
         folders = "api|apidocs|autoapi|_?autosummary|generated|auto_examples|reference"
         made = {rf"/(?:.*/)?(?:{folders})/.*": f"made by `{generated[0]}`?"}
         rules = rules.changed(made={**rules.made, **made})
+    if "..." in settings:
+        why = f"{path} cannot be read, and decides"
+        rules = rules.changed(any_target=why, any_source=why, any_anchor=why, any_label=why)
     return Site(as_hosted(rules, repository, root), repository, root, root, path)
 
 
 def _redirects(settings: dict[str, Any]) -> dict[str, str]:
     redirects: dict[str, str] = {}
     for name in ("rediraffe_redirects", "redirects"):
-        pairs = settings.get(name)
-        for old, new in pairs.items() if isinstance(pairs, dict) else ():
+        for old, new in literals.table(settings, name).items():
             if isinstance(new, str):
                 stem = re.sub(r"\.(?:md|rst|html)$", "", old)
                 redirects[f"/{stem}.html"] = f"/{re.sub(r'[.](?:md|rst|html)$', '', new)}.html"

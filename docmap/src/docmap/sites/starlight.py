@@ -12,8 +12,21 @@ from docmap.facts import HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
-from docmap.sites.site import Resolution, Rules, Site, doubtful, file_beside, found, itself, page_at_address
-from docmap.sites.ways import as_host_serves, as_hosted, configured, must_exist, nothing_because, outside_base
+from docmap.sites.resolution import Resolution, doubtful, found
+from docmap.sites.rules import Rules
+from docmap.sites.scripts import Script
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_host_serves,
+    as_hosted,
+    configured,
+    file_beside,
+    itself,
+    must_exist,
+    nothing_because,
+    outside_base,
+    page_at_address,
+)
 
 KIND = "starlight"
 
@@ -109,14 +122,18 @@ def find(repository: Repository) -> Iterator[str]:
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
     path = configured(repository, _CONFIG).get(root, "")
-    script = literals.Script(path, repository.text)
+    script = Script(path, repository.text)
     config, starlight = script.exported, script.arguments("starlight")
-    source = posixpath.normpath(posixpath.join(root, _text(config, "srcDir", "src")))
+    source = posixpath.normpath(posixpath.join(root, literals.text(config, "srcDir", otherwise="src")))
     content = posixpath.join(source, "content/docs")
     languages = literals.get(starlight, "locales")
-    names = [name for name in languages if name != "..."] if isinstance(languages, dict) else []
+    names = [name for name in literals.table(languages) if name != "..."]
     locales = {name: "" if name == "root" else name for name in names}
-    default = "" if "root" in locales or not locales else _text(starlight, "defaultLocale", names[0])
+    default = (
+        ""
+        if "root" in locales or not locales
+        else literals.text(starlight, "defaultLocale", otherwise=names[0])
+    )
     aliases = {"~/": source, "@/": source, **_aliases(repository, root)}
     ways = {
         **RULES.ways,
@@ -125,8 +142,10 @@ def make(repository: Repository, root: str) -> Site | None:
     rules = RULES.changed(
         ways=ways,
         addresses=partial(_addresses, locales, default),
-        base=posixpath.join("/", _text(config, "base", "")),
-        static=(posixpath.normpath(posixpath.join(root, _text(config, "publicDir", "public"))),),
+        base=posixpath.join("/", literals.text(config, "base")),
+        static=(
+            posixpath.normpath(posixpath.join(root, literals.text(config, "publicDir", otherwise="public"))),
+        ),
         effects=component_effects(_KNOWN, aliases),
     )
     redirects = literals.get(config, "redirects")
@@ -135,7 +154,7 @@ def make(repository: Repository, root: str) -> Site | None:
         other_pages=frozenset(form for route, _ in pages for form in _both(route.strip("/")))
     )
     made = {**rules.made, **{_pattern(route): f"made of {path}?" for route, path in pages if "[" in route}}
-    for old, new in redirects.items() if isinstance(redirects, dict) else ():
+    for old, new in literals.table(redirects).items():
         new = literals.get(new, "destination") if isinstance(new, dict) else new
         if "[" in old or not isinstance(new, str):
             made[_pattern(old)] = f"made by the redirects of {path}?"
@@ -165,22 +184,16 @@ def make(repository: Repository, root: str) -> Site | None:
     )
 
 
-def _text(config: object, key: str, otherwise: str) -> str:
-    value = literals.get(config, key)
-    return value if isinstance(value, str) else otherwise
-
-
 def _aliases(repository: Repository, root: str) -> dict[str, str]:
     """The beginnings of paths that tsconfig.json sets, with their folders."""
     text = re.sub(
         r"^\s*//.*$", "", repository.text(posixpath.join(root, "tsconfig.json")) or "", flags=re.MULTILINE
     )
     options: Any = literals.get(literals.yaml(text.replace("\t", " ")), "compilerOptions")
-    base, paths = literals.get(options, "baseUrl"), literals.get(options, "paths")
-    folder = posixpath.join(root, base if isinstance(base, str) else "")
+    folder = posixpath.join(root, literals.text(options, "baseUrl"))
     return {
         alias[:-1]: posixpath.normpath(posixpath.join(folder, literals.texts(targets)[0].rstrip("*")))
-        for alias, targets in (paths.items() if isinstance(paths, dict) else ())
+        for alias, targets in literals.table(options, "paths").items()
         if alias.endswith("/*") and literals.texts(targets)
     }
 

@@ -2,11 +2,14 @@
 
 from __future__ import annotations
 
+import posixpath
 import re
 from collections.abc import Iterator
 
+from docmap.facts import FENCE, INCLUDE, SNIPPET, Construct
 from docmap.repository import Repository
 from docmap.sites import code_host
+from docmap.sites.rules import Effect
 from docmap.sites.site import Site
 
 KIND = "unknown"
@@ -22,23 +25,24 @@ _DEFINED_BY = {
     r"(.*/)?(?:mint|docs|docfx)\.json": r"navigation|mintlify|docfx|\"build\"",
     r"(.*/)?(?:_quarto|_bookdown|antora|myst|\.gitbook|retype)\.ya?ml": "",
     r"(.*/)?pelicanconf\.py": "",
-    r"(.*/)?zensical\.toml": "",
     r"(.*/)?book\.json": r"plugins|structure|gitbook",
     # Docsify, and the wikis of code hosts.
     r"(.*/)?(?:_[Ss]idebar|_coverpage|_navbar)\.md": "",
     r"(.*/)?_config\.ya?ml": r"(?i)# hexo|hexo-",
 }
 _PATTERNS = {re.compile(pattern): re.compile(text) for pattern, text in _DEFINED_BY.items()}
-_SUFFIXES = ("js", "ts", "json", "yml", "yaml", "py", "toml", "bar.md", "page.md")
-# A Markdown file of these names is read on the code host, wherever a site is made.
-_FOR_THE_HOST = re.compile(
-    r"(?:readme|changelog|contributing|license|security|code_of_conduct)\.\w+", re.IGNORECASE
-)
+_SUFFIXES = ("js", "ts", "json", "yml", "yaml", "py", "bar.md", "page.md")
+_FIRST_PATH = re.compile(r"""\s*["']?([^\s"'<>]+)""")
 
 
-def _takes(site: Site, path: str) -> bool:
-    place = site.within(path, site.content) or path
-    return "/" in place or _FOR_THE_HOST.fullmatch(place) is None
+def _included(site: Site, construct: Construct, page: str) -> str | None:
+    """The file that an include names: beside the page, else from the site's or the repository's folder."""
+    path = _FIRST_PATH.match(construct.arguments)
+    if path is None:
+        return None
+    sources = (page, posixpath.join(site.root, "x"), "")
+    places = [site.place(path[1].lstrip("/"), source) for source in sources]
+    return next((place for place in places if place in site.repository.files), None)
 
 
 def find(repository: Repository) -> Iterator[str]:
@@ -63,7 +67,15 @@ def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
     path = _configurations(repository).get(root, root)
     why = f"made by the generator that {path} configures?"
+    include = Effect(includes=_included)
     rules = code_host.RULES.changed(
-        kind=KIND, takes=_takes, any_target=why, any_source=why, any_anchor=why, any_label=why
+        kind=KIND,
+        any_target=why,
+        any_source=why,
+        any_anchor=why,
+        any_label=why,
+        any_footnote=why,
+        slips=False,
+        effects={SNIPPET: include, INCLUDE: include, f"{FENCE}:include": include},
     )
     return Site(rules, repository, root, root, path)

@@ -9,17 +9,10 @@ from collections.abc import Iterable, Iterator
 from docmap.facts import EMBED, IMAGE, MATHEMATICS, NOTE_COMMENT, SRC, WIKI, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.site import (
-    Resolution,
-    Rules,
-    Site,
-    doubtful,
-    file_beside,
-    found,
-    itself,
-    made_perhaps,
-    site_file,
-)
+from docmap.sites.resolution import Resolution, doubtful, found, made_perhaps
+from docmap.sites.rules import Rules
+from docmap.sites.site import Site
+from docmap.sites.ways import file_beside, itself, site_file
 
 KIND = "vault"
 

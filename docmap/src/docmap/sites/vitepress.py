@@ -13,19 +13,22 @@ from docmap.facts import HREF, IMAGE, INCLUDE, SRC, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
-from docmap.sites.site import (
-    Effect,
-    Resolution,
-    Rules,
-    Site,
+from docmap.sites.resolution import Resolution, doubtful
+from docmap.sites.rules import Effect, Rules
+from docmap.sites.scripts import Script
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_hosted,
     at_address,
-    doubtful,
+    by_web_server,
+    configured,
     file_beside,
     file_from_content,
     itself,
+    must_exist,
+    outside_base,
     page_at_address,
 )
-from docmap.sites.ways import as_hosted, by_web_server, configured, must_exist, outside_base
 
 KIND = "vitepress"
 
@@ -106,24 +109,21 @@ def find(repository: Repository) -> Iterator[str]:
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
     path = configured(repository, _CONFIG).get(root, "")
-    script = literals.Script(path, repository.text)
+    script = Script(path, repository.text)
     config = script.exported
-    source = literals.get(config, "srcDir")
-    content = posixpath.normpath(posixpath.join(root, source if isinstance(source, str) else ""))
+    content = posixpath.normpath(posixpath.join(root, literals.text(config, "srcDir")))
     content = "" if content == "." else content
     left_out = GitIgnoreSpec.from_lines(
         ["node_modules", ".vitepress", *literals.texts(literals.get(config, "srcExclude"))]
     )
     rewrites = literals.get(config, "rewrites")
-    public = literals.get(config, "vite", "publicDir")
+    public = literals.text(config, "vite", "publicDir", otherwise="public")
     rules = RULES.changed(
         addresses=partial(
             _addresses, left_out, _rewrites(rewrites), literals.get(config, "cleanUrls") is True
         ),
-        base=literals.get(config, "base") or "/",
-        static=(
-            posixpath.normpath(posixpath.join(content, public if isinstance(public, str) else "public")),
-        ),
+        base=literals.text(config, "base") or "/",
+        static=(posixpath.normpath(posixpath.join(content, public)),),
         effects={
             **component_effects(_KNOWN, {"@/": content}),
             INCLUDE: Effect(includes=_included, anchors="included in line {line}?"),
@@ -144,7 +144,7 @@ def make(repository: Repository, root: str) -> Site | None:
 def _rewrites(rewrites: object) -> list[tuple[re.Pattern[str], str]]:
     """Paths of sources -> paths of pages: "packages/:name/:rest*" -> ":name/:rest*", as pattern and template."""
     found = []
-    for old, new in rewrites.items() if isinstance(rewrites, dict) else ():
+    for old, new in literals.table(rewrites).items():
         if isinstance(new, str):
             pattern = re.sub(r":(\w+)\*", r"(?P<\1>.*)", re.escape(old).replace(r"\*", "*"))
             pattern = re.sub(r":(\w+)", r"(?P<\1>[^/]+)", pattern)

@@ -1,4 +1,4 @@
-"""Ways of resolving a link that several kinds of sites share, beyond those of `site`."""
+"""Ways of resolving a link, and readings of configurations, that several kinds of sites share."""
 
 from __future__ import annotations
 
@@ -9,7 +9,9 @@ from collections.abc import Iterator
 from docmap.facts import Link
 from docmap.repository import Repository
 from docmap.sites import literals
-from docmap.sites.site import MISSING, Resolution, Rules, Site, at_address, doubtful, missing
+from docmap.sites.resolution import MISSING, Resolution, doubtful, found, missing
+from docmap.sites.rules import Rules
+from docmap.sites.site import Site
 
 _SCHEME = re.compile(r"[a-zA-Z][a-zA-Z0-9+.-]*:|//")
 
@@ -17,6 +19,11 @@ _SCHEME = re.compile(r"[a-zA-Z][a-zA-Z0-9+.-]*:|//")
 def is_elsewhere(target: str) -> bool:
     """Whether a target of a configuration leads out of the site: "https://example.org", "//example.org"."""
     return _SCHEME.match(target) is not None
+
+
+def base_of(address: str) -> str:
+    """The path of a site's own address: "/docs/" of "https://example.org/docs/", "/" where it has none."""
+    return re.sub(r"^(?:[a-zA-Z][a-zA-Z0-9+.-]*:)?//[^/?#]*", "", address).partition("?")[0] or "/"
 
 
 def folders_of(repository: Repository, *names: str) -> Iterator[str]:
@@ -35,6 +42,63 @@ def configured(repository: Repository, pattern: re.Pattern[str]) -> dict[str, st
         if match is not None:
             found.setdefault(match[1] or "", path)
     return found
+
+
+def itself(site: Site, link: Link, source: str) -> Resolution | None:
+    """A link without a path leads to the file that it stands in."""
+    return None if link.path else found(source)
+
+
+def file_beside(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path relative to the folder of its source, as it lies in the repository."""
+    return None if link.path.startswith("/") else site_file(site, site.place(link.path, source))
+
+
+def file_from_root(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path that begins with a slash, from the repository's root."""
+    return site_file(site, posixpath.normpath(link.path).lstrip("/")) if link.path.startswith("/") else None
+
+
+def file_from_content(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path that begins with a slash, from the site's content root."""
+    if not link.path.startswith("/"):
+        return None
+    return site_file(site, posixpath.normpath(posixpath.join(site.content, link.path.lstrip("/"))))
+
+
+def site_file(site: Site, place: str) -> Resolution | None:
+    """The file at this path of the repository, or a folder that is there; None when nothing is."""
+    place = "" if place == "." else place
+    if place in site.repository.files:
+        return found(place) if site.repository.is_document(place) else found()
+    return found() if place in site.repository.folders else None
+
+
+def page_at_address(site: Site, link: Link, source: str) -> Resolution | None:
+    """The address that a browser makes of the path, among the pages and static files of the site."""
+    return at_address(site, site.address_of(link.path, source))
+
+
+def at_address(site: Site, address: str, hops: int = 0) -> Resolution | None:
+    """What the site serves at an address: a page, a file, a redirect's end. None when nothing is there."""
+    pages = site.pages_by_address.get(address)
+    if pages:
+        return found(*pages)
+    target = site.rules.redirects.get(address)
+    if target is not None:
+        path = target.partition("#")[0]
+        # A chain of redirects ends somewhere; where it goes out of the site nobody follows.
+        if hops > 5 or not path.startswith("/"):
+            return found()
+        return at_address(site, site.normalised_address(path), hops + 1) or found()
+    if address in site.rules.other_pages:
+        return found()
+    path = address.strip("/")
+    for folder in site.rules.static:
+        if posixpath.join(folder, path) in site.repository.files:
+            return found()
+    copies = site.rules.not_copied is not None and not path.lower().endswith(site.rules.not_copied or ("\0",))
+    return found() if copies and posixpath.join(site.content, path) in site.repository.files else None
 
 
 def outside_base(site: Site, link: Link, source: str) -> Resolution | None:
@@ -85,8 +149,9 @@ def as_hosted(rules: Rules, repository: Repository, root: str) -> Rules:
         lines = (repository.text(posixpath.join(folder, "_redirects")) or "").splitlines()
         pairs += [(words[0], words[1]) for line in lines if len(words := line.split()) > 1]
     for folder in dict.fromkeys((root, "")):
-        entries = literals.toml(repository.text(posixpath.join(folder, "netlify.toml"))).get("redirects", ())
-        pairs += [(str(literals.get(entry, "from")), str(literals.get(entry, "to"))) for entry in entries]
+        settings = literals.toml(repository.text(posixpath.join(folder, "netlify.toml")))
+        entries = literals.entries(settings, "redirects")
+        pairs += [(literals.text(entry, "from"), literals.text(entry, "to")) for entry in entries]
     redirects, made = dict(rules.redirects), dict(rules.made)
     for old, new in pairs:
         if not old.startswith("/") or old == "/*":

@@ -6,14 +6,23 @@ import posixpath
 import re
 from collections.abc import Iterator, Mapping, Sequence
 from functools import partial
-from urllib.parse import urlsplit
 
 from docmap.facts import EXPRESSION, HREF, IMAGE, LIQUID, SRC, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
-from docmap.sites.site import Effect, Resolution, Rules, Site, as_it_is, found, itself, page_at_address
-from docmap.sites.ways import as_host_serves, as_hosted, nothing_because, outside_base
+from docmap.sites.resolution import Resolution, found
+from docmap.sites.rules import Effect, Rules, as_it_is
+from docmap.sites.site import Site
+from docmap.sites.ways import (
+    as_host_serves,
+    as_hosted,
+    base_of,
+    itself,
+    nothing_because,
+    outside_base,
+    page_at_address,
+)
 
 KIND = "zola"
 
@@ -128,25 +137,24 @@ def make(repository: Repository, root: str) -> Site | None:
     path = next((path for path in paths if path in repository.files), paths[0])
     config = literals.toml(repository.text(path))
     slugify = literals.get(config, "slugify")
-    anchors = str(literals.get(slugify, "anchors") or "on")
-    languages = config.get("languages")
-    theme = config.get("theme")
-    static = ["static", *([f"themes/{theme}/static"] if isinstance(theme, str) else [])]
-    taxonomies = [literals.get(taxonomy, "name") for taxonomy in config.get("taxonomies", ())]
+    anchors = literals.text(slugify, "anchors", otherwise="on")
+    languages = literals.table(config, "languages")
+    static = ["static", posixpath.join("themes", literals.text(config, "theme", otherwise="-"), "static")]
+    taxonomies = [literals.get(taxonomy, "name") for taxonomy in literals.entries(config, "taxonomies")]
     rules = RULES.changed(
         addresses=partial(
             _addresses,
-            frozenset(languages if isinstance(languages, dict) else ()),
-            str(config.get("default_language") or "en"),
-            str(literals.get(slugify, "paths") or "on"),
+            frozenset(languages),
+            literals.text(config, "default_language", otherwise="en"),
+            literals.text(slugify, "paths", otherwise="on"),
         ),
-        base=urlsplit(str(config.get("base_url") or "")).path or "/",
+        base=base_of(literals.text(config, "base_url")),
         static=tuple(posixpath.join(root, folder) for folder in static),
         slug=_SLUGS.get(anchors, slugs.zola),
         made={**RULES.made, **_taxonomies(literals.texts(taxonomies))},
         unread_anchors=_transliterated if anchors == "on" else None,
     )
-    homes = ("/", *(f"/{name}/" for name in (languages if isinstance(languages, dict) else ())))
+    homes = ("/", *(f"/{name}/" for name in languages))
     rules = rules.changed(other_pages=frozenset(homes))
     return Site(as_hosted(rules, repository, root), repository, root, posixpath.join(root, "content"), path)
 

@@ -1,0 +1,107 @@
+"""How a site of Hugo makes addresses of its content."""
+
+from __future__ import annotations
+
+import posixpath
+import re
+from collections.abc import Mapping, Sequence
+from typing import Any
+
+from docmap.facts import Facts
+from docmap.sites import literals
+from docmap.sites.site import Site
+
+SUFFIXES = (".md", ".markdown", ".mdown")
+_PERMALINK = re.compile(r":(\w+)(?:\[[^\]]*\])?")
+
+
+class Pages:
+    """How one site makes addresses of its content."""
+
+    def __init__(
+        self, languages: Mapping[str, str], default: str, permalinks: Mapping[str, str], ugly: bool
+    ) -> None:
+        self.languages, self.default, self.permalinks, self.ugly = languages, default, permalinks, ugly
+
+    def addresses(self, site: Site, page: str, facts: Facts) -> Sequence[str]:
+        """Those of a page: its own or that of its path, and its aliases; () for what is part of a bundle."""
+        if not page.lower().endswith(SUFFIXES):
+            return ()
+        language, folder, name = _route(self.languages, site, page)
+        around = posixpath.dirname(page)
+        if name not in {"index", "_index"} and self._in_leaf_bundle(site, around):
+            return ()
+        fields = {str(key).lower(): value for key, value in facts.fields.items()}
+        address = self._address(folder, name, fields)
+        prefix = f"/{language}" if language and language != self.default else ""
+        addresses = [prefix + address]
+        aliases = fields.get("aliases")
+        for alias in literals.texts(aliases):
+            start = posixpath.dirname(address.rstrip("/"))
+            alias = posixpath.normpath(posixpath.join("/", start, alias))
+            addresses.append(prefix + alias)
+        return [form for address in addresses for form in forms(address)]
+
+    @staticmethod
+    def _in_leaf_bundle(site: Site, folder: str) -> bool:
+        while folder and folder != site.content:
+            if any(posixpath.join(folder, f"index{suffix}") in site.repository.files for suffix in SUFFIXES):
+                return True
+            folder = posixpath.dirname(folder)
+        return False
+
+    def _address(self, folder: str, name: str, fields: Mapping[str, Any]) -> str:
+        url = fields.get("url")
+        if isinstance(url, str) and url:
+            return posixpath.join("/", url)
+        folder = urlized(folder)
+        section = folder.partition("/")[0]
+        slug = fields.get("slug")
+        if name == "_index":
+            return posixpath.join("/", folder, "")
+        if name == "index":
+            folder, name = posixpath.split(folder)
+        pattern = self.permalinks.get(section)
+        if pattern is not None:
+            return _filled(pattern, folder, name, fields)
+        last = slug if isinstance(slug, str) and slug else name
+        return posixpath.join("/", folder, urlized(last)) + (".html" if self.ugly else "/")
+
+
+def _route(languages: Mapping[str, str], site: Site, page: str) -> tuple[str, str, str]:
+    """The language of a content file, its folder and its name, both below that language's content."""
+    place = site.within(page, site.content) or page
+    stem = posixpath.splitext(place)[0]
+    for language, folder in languages.items():
+        if folder and stem.startswith(folder + "/"):
+            return language, *posixpath.split(stem[len(folder) + 1 :])
+    folder, name = posixpath.split(stem)
+    base, _, language = name.rpartition(".")
+    return (language, folder, base) if base and language in languages else ("", folder, name)
+
+
+def forms(address: str) -> list[str]:
+    """An address, and what servers lead to it."""
+    if address == "/" or posixpath.splitext(address)[1] == ".html":
+        return [address]
+    return [address.rstrip("/") + "/", address.rstrip("/"), address.rstrip("/") + "/index.html"]
+
+
+def urlized(path: str) -> str:
+    return re.sub(r"\s+", "-", re.sub(r"[^\w\s./~+@-]", "", path)).lower()
+
+
+def _filled(pattern: str, folder: str, name: str, fields: Mapping[str, Any]) -> str:
+    date = str(fields.get("date") or fields.get("publishdate") or "")
+    year, month, day = (re.match(r"(\d{4})-(\d\d)-(\d\d)", date) or re.match(r"()()()", "")).groups()  # type: ignore[union-attr]
+    slug = str(fields.get("slug") or "")
+    title = urlized(str(fields.get("title") or name))
+    values = {
+        "year": year, "month": month, "day": day, "title": title, "slug": slug or title, "filename": name,
+        "contentbasename": name, "slugorfilename": slug or name, "slugorcontentbasename": slug or name,
+        "section": folder.partition("/")[0], "sections": folder,
+    }  # fmt: skip
+    path = _PERMALINK.sub(lambda match: values.get(match[1].lower(), match[0]), pattern)
+    return urlized(posixpath.normpath(posixpath.join("/", path))) + (
+        "/" if not path.endswith(".html") else ""
+    )

@@ -1,0 +1,156 @@
+"""The rules of a kind of site, as one table.
+
+What a site does as most do is left at its default, and what it does in its own way is a function or a pattern of its
+module. A link is resolved by the first of its ways that has an answer; `ways` has those that several kinds share.
+"""
+
+from __future__ import annotations
+
+from collections.abc import Callable, Iterable, Mapping, Sequence
+from dataclasses import dataclass, field, replace
+from typing import TYPE_CHECKING, Final
+
+from docmap.facts import Construct, Facts, Heading, Link
+
+if TYPE_CHECKING:
+    from docmap.sites.resolution import Resolution
+    from docmap.sites.site import Site
+
+# Says where a link of a source file leads, or None when this way says nothing about such a link.
+Way = Callable[["Site", Link, str], "Resolution | None"]
+
+
+@dataclass(frozen=True)
+class Effect:
+    """What a construct can do to the page it stands in.
+
+    `includes`: the file that its arguments name becomes part of the page; a function that takes the site, the
+    construct and the page and returns the file's path, or None for what cannot be told.
+    `makes`: ids that it makes, from its arguments. `anchors`: why the page may have anchors that no text shows
+    (`{form}`, `{name}` and `{line}` are filled in). `unknown`: the same, where the site or the construct decides.
+    """
+
+    includes: Callable[[Site, Construct, str], str | None] | None = None
+    makes: Callable[[Construct], Iterable[str]] | None = None
+    anchors: str | None = None
+    unknown: Callable[[Site, Construct, str], str | None] | None = None
+
+
+NO_EFFECT: Final = Effect()
+
+
+def numbered(first: int = 1, join: str = "-") -> Callable[[str, dict[str, int]], str]:
+    """How repeats are told apart: the second `x` becomes x-1 (or x-2, x_1, ...), as long as that is free."""
+
+    def unique(anchor: str, given: dict[str, int]) -> str:
+        # `given` counts, for each anchor given so far, how often it came; a caller starts with an empty one.
+        if anchor not in given:
+            given[anchor] = 0
+            return anchor
+        while True:
+            given[anchor] += 1
+            candidate = f"{anchor}{join}{given[anchor] + first - 1}"
+            if candidate not in given:
+                given[candidate] = 0
+                return candidate
+
+    return unique
+
+
+def as_it_is(text: str) -> str:
+    """The text itself."""
+    return text
+
+
+def last_of_path(anchor: str) -> str:
+    """The heading that an anchor of a wiki link names last: B of "A#B"."""
+    return anchor.rpartition("#")[2]
+
+
+@dataclass(frozen=True)
+class Rules:
+    """What holds for all sites of one kind, or, by `replace`, for one site whose configuration says otherwise."""
+
+    kind: str  # as messages and settings name it: "mdbook"
+    ways: Mapping[str, Sequence[Way]]  # by form of link; a form that is missing has the ways of "link"
+
+    # Pages and their addresses.
+    page_suffixes: tuple[str, ...] = (".md", ".markdown")
+    # Whether the site makes a page of a document below its content root; what it does not take is the code host's.
+    takes: Callable[[Site, str], bool] | None = None
+    index_names: tuple[str, ...] = ("index",)  # stems served as their folder, the first that is there
+    # "slash": /a/b/ for a/b.md, "html": /a/b.html, "bare": /a/b. Other spellings that also lead there: `served_as`.
+    url_style: str = "html"
+    served_as: tuple[str, ...] = ()
+    # Addresses of a page instead of those that follow from its path (a slug, a permalink); the first is the one
+    # from which relative links start; () for a file that makes no page; None: those that follow from the path.
+    addresses: Callable[[Site, str, Facts], Sequence[str] | None] | None = None
+    base: str = "/"  # the address of the site itself, which absolute links begin with
+    absolute_links_need_base: bool = False  # else /x without it is a link into the site, too
+    static: tuple[str, ...] = ()  # folders whose files are served from "/", relative to the repository
+    # Files of the content root are served beside the pages: all but these suffixes; None: no file is.
+    not_copied: tuple[str, ...] | None = ()
+    redirects: Mapping[str, str] = field(default_factory=dict)  # old address -> new one, anchor and all
+    # Addresses of pages that are no documents: scripts, HTML.
+    other_pages: frozenset[str] = frozenset()
+    # Addresses that the site makes itself: pattern of the whole address -> None, or why that is doubtful.
+    made: Mapping[str, str | None] = field(default_factory=dict)
+    # Why any address may be made without a file (a preprocessor, a plugin), if so.
+    any_target: str | None = None
+    # The same for links to source files: only what makes those before links are followed can do so.
+    any_source: str | None = None
+    # Why a link may lead elsewhere than it says (a program that makes other links of links), if so.
+    rewritten: str | None = None
+    # Wiki links: whether these are links here; else they are text.
+    wiki_links: bool = False
+    # Undefined labels: whether they are told; or why an undefined one may be defined after all.
+    labels: bool = True
+    any_label: str | None = None
+    # Labels that every page has, since the site adds their definitions; in the form of `Facts.labels`.
+    more_labels: frozenset[str] = frozenset()
+    any_footnote: str | None = None  # why an undefined footnote may be defined after all, if so
+    # Whether the links of a file that is part of a page start from that file (as modules do), too.
+    partials_keep_paths: bool = False
+    # Template parts, as a pattern of paths below the content root: what no page is known to include is not judged.
+    parts: str | None = None
+    # Form of the link -> None when it is not followed, else as the link says.
+    unchecked_forms: frozenset[str] = frozenset()
+    # Targets, as written, of which nothing can be said: pattern found in them -> why.
+    filled_in: Mapping[str, str] = field(default_factory=dict)
+
+    # Anchors.
+    slug: Callable[[str], str] = as_it_is  # the anchor of a heading's text
+    heading_text: Callable[[Heading], str] | None = (
+        None  # what `slug` gets, when it is not the heading's text
+    )
+    repeats: Callable[[str, dict[str, int]], str] = field(default_factory=numbered)
+    # Found at the end of a heading's text: group 1 is its id, and all of the match no text of the heading.
+    custom_id: str | None = None
+    compare: Callable[[str], str] = as_it_is  # anchors are equal when these are
+    case_doubt: str | None = None  # why an anchor that is equal, but for letter case, is doubtful, if so
+    heading_levels: range = range(1, 7)
+    html_headings: bool = False  # <h2>Text</h2> gets an anchor of its text
+    nested_headings: bool = True  # headings in quotes and list items get anchors
+    ids: bool = True  # ids of HTML elements are anchors
+    # Lists of `Facts` whose names are anchors, too: "attribute_ids", "block_ids", "targets", "terms".
+    named: tuple[str, ...] = ()
+    terms: bool = False  # terms of definition lists get anchors as headings do, numbered together with these
+    more_anchors: Callable[[Site, str, Facts], Iterable[str]] | None = None
+    # Why a page may have anchors that cannot be worked out from its text, if so.
+    unread_anchors: Callable[[Site, str, Facts], str | None] | None = None
+    always: str = r"|top|:~:.*"  # pattern of whole anchors that every page has
+    # Effects of constructs: "form:name", else "form" -> effect. A form that is missing has no effect.
+    effects: Mapping[str, Effect] = field(default_factory=dict)
+    # Whether an anchor that is one slip away from one that is there is broken, whatever else makes anchors.
+    slips: bool = True
+    any_anchor: str | None = None  # why every page may have anchors that no text shows (a plugin), if so
+    # What the grammar calls code and the site Markdown: kinds of `Body`, "fence:name" for one directive.
+    bodies: tuple[str, ...] = ()
+    # The part of a wiki link's anchor that names the heading or block: the last of "A#B" unless said otherwise.
+    wiki_anchor: Callable[[str], str] = last_of_path
+    # Kinds of spans in which links are none and headings no headings.
+    literal: frozenset[str] = frozenset({"comment"})
+
+    def changed(self, **fields: object) -> Rules:
+        """These rules with some of them changed."""
+        return replace(self, **fields)  # type: ignore[arg-type]
