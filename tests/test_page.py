@@ -72,9 +72,26 @@ def test_the_map_names_what_links_lead_to_and_nothing_of_this_machine(tmp_path):
     assert str(tmp_path) not in page.read_text() and data["link"] == "./docs/{path}#L{line}"
 
 
-def test_numbers_in_names_count(tmp_path):
-    order = ["chapter-2/9.md", "chapter-10/1.md", "p.md", "P2.md", "p10.md", "\u0663.md"]
-    assert list(data_of(write_page(tmp_path, dict.fromkeys(order, "")))[1]) == order
+def test_documents_stand_as_their_titles_do(tmp_path):
+    files = {
+        "z/readme.md": "# Zoo",  # what introduces a folder, then what is numbered, then titles
+        "z/2-b.md": "# Y",
+        "z/10-a.md": "# X",
+        "z/k.md": "# Part 9",
+        "z/j.md": "# Émile",
+        "z/b.md": "# Part 10",
+        "z/p1.md": "# Zz",  # one numbered file is no series
+        "only/one/a.md": "# Alone",  # as if it lay in the folder itself
+        "b2/9.md": "",
+        "b2/11.md": "",
+        "b10/ch2.md": "# F",
+        "b10/ch10.md": "# E",
+        "b10/ch1-3.md": "# G",
+        "b10/a.md": "# " + "9" * 9_000,
+    }
+    order = "only/one/a b2/9 b2/11 b10/ch1-3 b10/ch2 b10/ch10 b10/a z/readme z/2-b z/10-a z/j z/k z/b z/p1"
+    found = list(data_of(write_page(tmp_path, files))[1])
+    assert [path.removesuffix(".md") for path in found] == order.split()
 
 
 @pytest.mark.parametrize(
