@@ -53,23 +53,38 @@ const LEGEND = {
 };
 
 function drawPicture({ each, folder, map: isMap }) {
-  const say = (text) => { find("shown").textContent = text; };
   for (const [id, pressed] of [["whole", isMap], ["near", !isMap]]) find(id).setAttribute("aria-pressed", String(pressed));
   find("near").disabled = !each;
-  if (isMap) {
-    const { linked, drawn, isolated } = picture.showMap(each ? "" : folder, each);
-    const some = drawn < linked ? `The ${drawn.toLocaleString()} most linked of ${plural(linked, "document")} with links` : `${plural(linked, "document")} with links`;
-    const rest = isolated ? `; ${isolated.toLocaleString()} without links ${isolated === 1 ? "is" : "are"} listed, not drawn` : "";
-    const lines = drawn > CROWD ? " Thick lines sum up links between folders; point at a mark for all of its own." : "";
-    say(drawn ? `${some}${rest}.${lines}` : `Nothing to draw: no document links to another.`);
-  } else {
-    const left = picture.showNear(each);
-    const arrows = each.into.size + each.out.size === 0 ? "No document links here, and this one links to none." : "Arrows show which document links to which.";
-    say(left ? `${arrows} ${plural(left, "more broken link")} listed, not drawn.` : arrows);
-  }
-  const shapesShown = new Set(picture.nodes.map(({ shape, kind }) => (kind === "folder" ? "region" : shape)));
+  const hadFocus = find("graph").contains(document.activeElement);
+  picture.show((size) => (isMap ? mapOf(each ? "" : folder, each, size) : nearOf(each, size)), (drawing) => tellPicture(drawing, each));
+  if (hadFocus) picture.focusStop();
+}
+
+// Writes what the picture shows, or why there is none.
+function tellPicture(drawing, each) {
+  const empty = drawing.isMap ? drawing.linked === 0 : isIsolated(each);
+  const nothing = drawing.isMap ? "No document here links to another, so there is no picture." : "No document links to this one, and it links to none, so there is no picture.";
+  find("nothing").textContent = empty && documents.length ? nothing : "";
+  find("graph").classList.toggle("empty", empty);
+  find("key").hidden = empty;
+  for (const id of ["nearer", "farther", "fit"]) find(id).disabled = empty;
+  find("shown").textContent = empty ? "" : drawing.isMap ? mapInWords(drawing) : nearInWords(drawing);
+  const shapesShown = new Set(drawing.nodes.map(({ shape, kind }) => (kind === "folder" ? "region" : shape)));
   if (each) shapesShown.add("chosen");
   find("legend").replaceChildren(...Object.entries(LEGEND).filter(([key]) => shapesShown.has(key)).map(([, [icon, text]]) => element("li", {}, sign(icon), text)));
+}
+
+function mapInWords({ linked, isolated, marks, roads }) {
+  const drawn = marks.length;
+  const some = drawn < linked ? `The ${drawn.toLocaleString()} most linked of ${plural(linked, "document")} with links` : `${plural(linked, "document")} with links`;
+  const rest = isolated ? `; ${isolated.toLocaleString()} without links ${isolated === 1 ? "is" : "are"} listed, not drawn` : "";
+  const lines = roads.length ? " Thick lines sum up links between folders; point at a mark for all of its own." : "";
+  return `${some}${rest}.${lines}`;
+}
+
+function nearInWords({ left }) {
+  const arrows = "Arrows show which document links to which.";
+  return left ? `${arrows} ${plural(left, "more broken link")} listed, not drawn.` : arrows;
 }
 
 // A mark of the picture, for the legend.
@@ -153,7 +168,7 @@ const reading = new Reading(find("reading"), hrefOf);
 const picture = new Picture(find("graph"), (place) => {
   // On a narrow screen the words stand out of sight of the picture.
   go(place, narrow.matches ? "reading" : "picture");
-});
+}, () => drawPicture(placeInAddress()));
 const tree = new Tree(find("tree"), entriesBelow(documents, ""), (entry) => {
   closeContents();
   go(entry.kind === "folder" ? { folder: entry.folder } : { document: entry.document.path, line: entry.line }, medium.matches ? "reading" : null);
