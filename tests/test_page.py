@@ -18,6 +18,7 @@ webdriver = pytest.importorskip(
 )
 from selenium.webdriver.common.by import By  # noqa: E402
 from selenium.webdriver.common.keys import Keys  # noqa: E402
+from selenium.webdriver.support.ui import WebDriverWait  # noqa: E402
 
 CHROMIUM = shutil.which("chromium") or shutil.which("google-chrome")
 DRIVER = shutil.which("chromedriver")
@@ -322,6 +323,38 @@ def test_the_picture_shows_the_folder_then_the_neighbours(opened):
     assert (
         len(texts(browser, "#graph .node.document")) == 4 and len(texts(browser, "#graph .node.chosen")) == 1
     )
+
+
+@in_browser
+def test_a_document_without_links_is_listed_once_and_has_a_sentence_for_a_picture(opened):
+    browser = opened(FOLDER)
+    assert len(browser.find_elements(By.CSS_SELECTOR, '#reading a[href="#document=lone.md"]')) == 1
+    browser.find_element(By.LINK_TEXT, "lone").click()
+    assert "no picture" in browser.find_element(By.ID, "nothing").text
+    assert not browser.find_element(By.ID, "key").is_displayed()
+    browser.back()
+    assert texts(browser, "#nothing") == [""] and browser.find_element(By.ID, "key").is_displayed()
+
+
+@in_browser
+def test_what_the_introduction_links_to_comes_before_large_folders(opened):
+    tests = {f"a/tests/{n}.md": f"# T{n}\n" for n in range(20)}
+    guide = {f"z/guide/{n}.md": f"# G{n}\n\n[next](1.md)\n" for n in range(3)}
+    browser = opened({"README.md": "# All\n\n[guide](z/guide/2.md)\n"} | tests | guide)
+    assert texts(browser, ".group li > a[href^='#folder']") == ["z/guide/", "a/tests/"]
+    assert texts(browser, "#tree > li > .row .name") == ["All", "a/tests", "z/guide"]
+
+
+@in_browser
+def test_the_words_below_the_picture_are_those_of_its_size(opened):
+    browser = opened(many(90))
+    said = texts(browser, "#shown")
+    metrics = {"width": 1400, "height": 500, "deviceScaleFactor": 1, "mobile": False}
+    browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", metrics)
+    drawn = "return [document.getElementById('shown').textContent, document.querySelectorAll('#graph .node.document').length]"
+    WebDriverWait(browser, 5).until(lambda _: browser.execute_script(drawn)[0] not in said)
+    words, count = browser.execute_script(drawn)
+    assert words.startswith(f"The {count} most linked")
 
 
 def many(count, folder="part{}"):

@@ -7,6 +7,8 @@ const MOST_REGIONS = 16;
 const CROWD = 25;
 // A map is usually drawn at this scale, while its labels keep their size.
 const USUAL_SCALE = 0.8;
+// Steps in which documents find their places: most of the time until a picture is there.
+const DOCUMENT_TICKS = 140;
 
 function documentNode(each, narrow) {
   const broken = each.broken.length;
@@ -132,7 +134,7 @@ function arrangeDocuments(regions, nodes, edges, near) {
     .force("collide", d3.forceCollide(({ radius }) => radius + Math.min(9, near / 5)).iterations(2))
     .force("labels", roomForLabels(nodes))
     .force("inside", keepInside)
-    .stop().tick(220);
+    .alphaDecay(1 - 0.001 ** (1 / DOCUMENT_TICKS)).stop().tick(DOCUMENT_TICKS);
 }
 
 // A force that moves marks off the places of the most important labels, below their marks.

@@ -98,16 +98,30 @@ function sign(kind) {
 
 // --- the tree ----------------------------------------------------------------------------------------------------
 
+// What introduces the folder, the folders in it, the other documents; each in the order that the builder gave them.
 function entriesBelow(inside, folder) {
   const { folders, own } = partsOf(inside, folder);
-  return [...folders.map(({ folder: below, members }) => ({
-    kind: "folder", id: `/${below}`, label: below.slice(folder ? folder.length + 1 : 0), folder: below,
-    spoken: `Folder ${below}, ${plural(members.length, "document")}`, note: members.length.toLocaleString(), size: members.length,
-    bad: sum(members, (each) => each.broken.length), children: () => entriesBelow(members, below),
-  })), ...own.map((each) => ({
-    kind: "document", id: each.path, label: each.title, spoken: `${cut(each.title, 200)}, document`, document: each,
-    bad: each.broken.length, children: each.sections.length > outlineStart(each) ? () => sectionEntries(each, outlineStart(each), each.sections.length, outlineStart(each)) : null,
-  }))];
+  const index = own.find((each) => each.folder === folder && each === indexOf(folder));
+  const rest = own.filter((each) => each !== index).sort((one, other) => one.number - other.number);
+  return [...(index ? [documentEntry(index)] : []), ...folders.map((part) => folderEntry(part, folder)), ...rest.map(documentEntry)];
+}
+
+function folderEntry({ folder, members }, above) {
+  return {
+    kind: "folder", id: `/${folder}`, label: folder.slice(above ? above.length + 1 : 0), folder,
+    spoken: `Folder ${folder}, ${plural(members.length, "document")}`, note: members.length.toLocaleString(),
+    // What is linked most is opened first; a folder of tests may hold more.
+    size: sum(members, (each) => each.into.size) + members.length / documents.length,
+    bad: sum(members, (each) => each.broken.length), children: () => entriesBelow(members, folder),
+  };
+}
+
+function documentEntry(each) {
+  const begin = outlineStart(each);
+  return {
+    kind: "document", id: each.path, label: each.title, spoken: `${cut(each.title, 200)}, document`, document: each, bad: each.broken.length,
+    children: each.sections.length > begin ? () => sectionEntries(each, begin, each.sections.length, begin) : null,
+  };
 }
 
 // The sections `begin` up to `end` that nest `depth` deep, each with those inside it.
@@ -225,5 +239,5 @@ find("contents").onclick = () => showContents(find("tree").hidden);
 system.addEventListener("change", () => showTheme(stored.read()));
 closeContents();
 showTheme(stored.read());
-tree.openSome(40, documents.length / 5);
+tree.openSome(40, (sum(documents, (each) => each.into.size) + 1) / 5);
 arrive();

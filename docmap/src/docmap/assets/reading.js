@@ -37,6 +37,23 @@ function list(name, rows, make, { note = null, className = "", folded = false, m
   return [section];
 }
 
+// What the introduction links to comes first, in its order; then what documents elsewhere link to most, such as a guide
+// before tests, then what lies nearest to the root and what is large.
+function foldersFirstToRead(folders, index) {
+  const key = ({ folder, members }) => {
+    const inside = new Set(members);
+    const lines = members.flatMap((each) => index?.out.get(each) ?? []);
+    const links = sum(members, (each) => [...each.into.keys()].filter((other) => !inside.has(other)).length);
+    return [lines.reduce((first, line) => Math.min(first, line), Infinity), -links, folder.split("/").length, -members.length];
+  };
+  const keys = new Map(folders.map((part) => [part, key(part)]));
+  return [...folders].sort((one, other) => {
+    const [first, second] = [keys.get(one), keys.get(other)];
+    const at = first.findIndex((value, place) => value !== second[place]);
+    return at < 0 ? 0 : first[at] < second[at] ? -1 : 1;
+  });
+}
+
 class Reading {
   // `href` makes the address of a place within this page.
   constructor(pane, href) {
@@ -139,11 +156,13 @@ class Reading {
     // A few documents are a list by themselves.
     const few = inside.length <= FEW_DOCUMENTS;
     const areas = few ? [] : areasOf(inside, folder, Infinity);
-    const folders = areas.filter(({ label }) => label !== null);
-    const own = few ? [...inside].sort(byImportance) : areas.find(({ label }) => label === null)?.members ?? [];
+    const folders = foldersFirstToRead(areas.filter(({ label }) => label !== null), index);
+    const alone = inside.filter(isIsolated);
+    // Of a few documents all are listed, each once.
+    const apart = few && alone.length === inside.length ? [] : alone;
+    const own = few ? inside.filter((each) => !apart.includes(each)).sort(byImportance) : areas.find(({ label }) => label === null)?.members ?? [];
     const sections = sum(inside, (each) => each.sections.length);
     const central = inside.filter((each) => !few && each.into.size > 1 && each !== index).sort(byImportance).slice(0, 5);
-    const alone = inside.filter(isIsolated);
     const wrong = inside.filter((each) => each.broken.length).sort((one, other) => other.broken.length - one.broken.length);
     const links = sum(inside, (each) => sum([...each.out.values()], (lines) => lines.length));
     const facts = [plural(inside.length, "document"), plural(sections, "section"), plural(links, "link") + " between documents"];
@@ -162,8 +181,8 @@ class Reading {
           fileLink(each, line, `line ${line}`), `: ${message}`, suggestion ? `; did you mean ${suggestion}?` : "")),
         each.broken.length > 3 ? element("li", { className: "faint", textContent: `and ${each.broken.length - 3} more` }) : null)], { className: "broken", most: 10 }),
       list(folders.length ? "Documents beside the folders" : "Documents", own.filter((each) => each !== index), (each) => this.described(each), { most: 30 }),
-      list("Not linked", alone, (each) => [this.toDocument(each), element("span", { className: "line", textContent: ` ${each.path}` })],
-        { note: "No document links to these, and they link to none.", folded: alone.length > 5 }),
+      list("Not linked", apart.filter((each) => !few || each !== index), (each) => few ? this.described(each) : [this.toDocument(each), element("span", { className: "line", textContent: ` ${each.path}` })],
+        { note: "No document links to these, and they link to none.", folded: !few && apart.length > 5 }),
     );
   }
 
