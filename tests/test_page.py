@@ -526,6 +526,18 @@ def test_the_colours_follow_the_system_until_switched(opened):
     assert browser.execute_script(script) == light
 
 
+@in_browser
+def test_a_section_far_down_a_long_document_is_shown(opened):
+    files = {"a.md": "# A\n" + "".join(f"\n## Section {n}\n" for n in range(2_000))}
+    browser = opened(files, "#document=a.md&line=3003")
+    assert texts(browser, ".here > a, .here > span:first-child") == ["Section 1500"]
+    assert texts(browser, '#tree [aria-selected="true"] > .row .name') == ["Section 1500"]
+    browser.find_element(By.ID, "skip").send_keys(Keys.ENTER)
+    assert focused(browser).startswith("Section 1500")
+    browser.find_element(By.XPATH, "//button[. = 'Show all 2,000']").click()
+    assert len(texts(browser, ".outline > li")) == 2_000 and focused(browser).startswith("Section 0")
+
+
 HOSTILE = '</script><!--<script></noscript><img src=x onerror="window.struck=1"><svg onload=window.struck=1>'
 
 

@@ -13,12 +13,14 @@ function title(text) {
   return [heading, whole];
 }
 
-// A list under a heading; only its first rows until the reader asks for all.
-function list(name, rows, make, { note = null, className = "", folded = false, most = MOST_ROWS } = {}) {
+// A list under a heading; only its first rows, or those around `at`, until the reader asks for all.
+function list(name, rows, make, { note = null, className = "", folded = false, most = MOST_ROWS, at = 0 } = {}) {
   if (!rows.length) return [];
   const items = element("ul", { className });
   const add = (some) => items.append(...some.map((row) => element("li", {}, make(row))));
-  add(rows.slice(0, most));
+  const begin = at < most ? 0 : Math.min(at - most / 2, rows.length - most);
+  if (begin) items.append(element("li", { className: "faint", textContent: `After ${begin.toLocaleString()} more:` }));
+  add(rows.slice(begin, begin + most));
   const section = folded ? element("details", { className: "group" }) : element("section", { className: "group" });
   const heading = [`${name} `, element("span", { className: "count", textContent: rows.length.toLocaleString() })];
   section.append(folded ? element("summary", {}, ...heading) : element("h3", {}, ...heading));
@@ -27,10 +29,12 @@ function list(name, rows, make, { note = null, className = "", folded = false, m
   if (rows.length > most) {
     const more = element("button", { type: "button", className: "small", textContent: `Show all ${rows.length.toLocaleString()}` });
     more.onclick = () => {
-      add(rows.slice(most));
+      if (begin) items.replaceChildren();
+      add(rows.slice(begin ? 0 : most));
       more.remove();
-      items.children[most].tabIndex = -1;
-      items.children[most].focus();
+      const added = items.children[begin ? 0 : most];
+      added.tabIndex = -1;
+      added.focus();
     };
     section.append(more);
   }
@@ -106,15 +110,16 @@ class Reading {
       element("p", { className: "file" }, fileLink(each, 1, each.path), element("span", { className: "faint", textContent: ` · ${facts.join(" · ")}` })),
       text ? element("p", { className: "lead", textContent: text }) : [],
       this.findings("Broken links", each.broken, each),
-      list("Outline", sections, ([depth, name, begin, , paragraph]) => {
-        const marked = here && here[2] === begin && here[1] === name;
+      list("Outline", sections, (section) => {
+        const [depth, name, begin, , paragraph] = section;
+        const marked = here === section;
         const row = element("div", { className: marked ? "section here" : "section", tabIndex: marked ? -1 : undefined },
           fileLink(each, begin, cut(name || "(no text)", 200)), element("span", { className: "line", textContent: ` line ${begin}` }),
           paragraph && paragraph !== text ? element("p", { className: "faint", textContent: paragraph }) : null);
         if (!marked) row.removeAttribute("tabindex");
         row.style.marginLeft = `${Math.min(depth - top, 8) * 1.1}rem`;
         return row;
-      }, { className: "outline" }),
+      }, { className: "outline", at: here ? Math.max(0, sections.indexOf(here)) : 0 }),
       this.links("Links to", each.out, () => each),
       this.links("Linked from", each.into, (other) => other),
       this.findings("Doubtful links", each.doubtful, each),
