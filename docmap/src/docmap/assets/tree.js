@@ -11,7 +11,7 @@ class Tree {
     this.choose = choose;
     this.entries = new WeakMap();
     this.fill(list, roots, 1);
-    list.querySelector("li")?.setAttribute("tabindex", "0");
+    if (list.firstElementChild) this.makeStop(list.firstElementChild);
     list.addEventListener("click", (event) => this.clicked(event));
     list.addEventListener("keydown", (event) => this.pressed(event));
   }
@@ -88,7 +88,8 @@ class Tree {
 
   // The one row that Tab stops at.
   makeStop(item) {
-    this.list.querySelectorAll('li[tabindex="0"]').forEach((other) => (other.tabIndex = -1));
+    if (this.stop) this.stop.tabIndex = -1;
+    this.stop = item;
     item.tabIndex = 0;
   }
 
@@ -177,7 +178,7 @@ class Tree {
 
   // Opens the branches above the entry with the last of these ids, and marks it as chosen.
   reveal(ids) {
-    this.list.querySelectorAll('[aria-selected="true"]').forEach((item) => item.setAttribute("aria-selected", "false"));
+    this.selected?.setAttribute("aria-selected", "false");
     let list = this.list;
     let item = null;
     for (const id of ids) {
@@ -189,6 +190,7 @@ class Tree {
       if (!item) return;
     }
     if (!item) return;
+    this.selected = item;
     item.setAttribute("aria-selected", "true");
     this.makeStop(item);
     // Only the tree's own box moves; a whole page would jump away from what is being read.
