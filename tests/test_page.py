@@ -18,6 +18,7 @@ webdriver = pytest.importorskip(
 )
 from selenium.webdriver.common.by import By  # noqa: E402
 from selenium.webdriver.common.keys import Keys  # noqa: E402
+from selenium.webdriver.support.ui import WebDriverWait  # noqa: E402
 
 CHROMIUM = shutil.which("chromium") or shutil.which("google-chrome")
 DRIVER = shutil.which("chromedriver")
@@ -72,9 +73,26 @@ def test_the_map_names_what_links_lead_to_and_nothing_of_this_machine(tmp_path):
     assert str(tmp_path) not in page.read_text() and data["link"] == "./docs/{path}#L{line}"
 
 
-def test_numbers_in_names_count(tmp_path):
-    order = ["chapter-2/9.md", "chapter-10/1.md", "p.md", "P2.md", "p10.md", "\u0663.md"]
-    assert list(data_of(write_page(tmp_path, dict.fromkeys(order, "")))[1]) == order
+def test_documents_stand_as_their_titles_do(tmp_path):
+    files = {
+        "z/readme.md": "# Zoo",  # what introduces a folder, then what is numbered, then titles
+        "z/2-b.md": "# Y",
+        "z/10-a.md": "# X",
+        "z/k.md": "# Part 9",
+        "z/j.md": "# Émile",
+        "z/b.md": "# Part 10",
+        "z/p1.md": "# Zz",  # one numbered file is no series
+        "only/one/a.md": "# Alone",  # as if it lay in the folder itself
+        "b2/9.md": "",
+        "b2/11.md": "",
+        "b10/ch2.md": "# F",
+        "b10/ch10.md": "# E",
+        "b10/ch1-3.md": "# G",
+        "b10/a.md": "# " + "9" * 9_000,
+    }
+    order = "only/one/a b2/9 b2/11 b10/ch1-3 b10/ch2 b10/ch10 b10/a z/readme z/2-b z/10-a z/j z/k z/b z/p1"
+    found = list(data_of(write_page(tmp_path, files))[1])
+    assert [path.removesuffix(".md") for path in found] == order.split()
 
 
 @pytest.mark.parametrize(
@@ -307,6 +325,38 @@ def test_the_picture_shows_the_folder_then_the_neighbours(opened):
     )
 
 
+@in_browser
+def test_a_document_without_links_is_listed_once_and_has_a_sentence_for_a_picture(opened):
+    browser = opened(FOLDER)
+    assert len(browser.find_elements(By.CSS_SELECTOR, '#reading a[href="#document=lone.md"]')) == 1
+    browser.find_element(By.LINK_TEXT, "lone").click()
+    assert "no picture" in browser.find_element(By.ID, "nothing").text
+    assert not browser.find_element(By.ID, "key").is_displayed()
+    browser.back()
+    assert texts(browser, "#nothing") == [""] and browser.find_element(By.ID, "key").is_displayed()
+
+
+@in_browser
+def test_what_the_introduction_links_to_comes_before_large_folders(opened):
+    tests = {f"a/tests/{n}.md": f"# T{n}\n" for n in range(20)}
+    guide = {f"z/guide/{n}.md": f"# G{n}\n\n[next](1.md)\n" for n in range(3)}
+    browser = opened({"README.md": "# All\n\n[guide](z/guide/2.md)\n"} | tests | guide)
+    assert texts(browser, ".group li > a[href^='#folder']") == ["z/guide/", "a/tests/"]
+    assert texts(browser, "#tree > li > .row .name") == ["All", "a/tests", "z/guide"]
+
+
+@in_browser
+def test_the_words_below_the_picture_are_those_of_its_size(opened):
+    browser = opened(many(90))
+    said = texts(browser, "#shown")
+    metrics = {"width": 1400, "height": 500, "deviceScaleFactor": 1, "mobile": False}
+    browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", metrics)
+    drawn = "return [document.getElementById('shown').textContent, document.querySelectorAll('#graph .node.document').length]"
+    WebDriverWait(browser, 5).until(lambda _: browser.execute_script(drawn)[0] not in said)
+    words, count = browser.execute_script(drawn)
+    assert words.startswith(f"The {count} most linked")
+
+
 def many(count, folder="part{}"):
     """Documents with long names in folders of ten, each linked with some others."""
     path = lambda number: f"{folder.format(number // 10)}/document-{number}.md"  # noqa: E731
@@ -474,6 +524,18 @@ def test_the_colours_follow_the_system_until_switched(opened):
     assert browser.execute_script(script) != light
     browser.find_element(By.ID, "theme").click()
     assert browser.execute_script(script) == light
+
+
+@in_browser
+def test_a_section_far_down_a_long_document_is_shown(opened):
+    files = {"a.md": "# A\n" + "".join(f"\n## Section {n}\n" for n in range(2_000))}
+    browser = opened(files, "#document=a.md&line=3003")
+    assert texts(browser, ".here > a, .here > span:first-child") == ["Section 1500"]
+    assert texts(browser, '#tree [aria-selected="true"] > .row .name') == ["Section 1500"]
+    browser.find_element(By.ID, "skip").send_keys(Keys.ENTER)
+    assert focused(browser).startswith("Section 1500")
+    browser.find_element(By.XPATH, "//button[. = 'Show all 2,000']").click()
+    assert len(texts(browser, ".outline > li")) == 2_000 and focused(browser).startswith("Section 0")
 
 
 HOSTILE = '</script><!--<script></noscript><img src=x onerror="window.struck=1"><svg onload=window.struck=1>'

@@ -26,7 +26,7 @@ _LICENCE = "gravis/_internal/plotting/third_party/d3/ORIGINAL_LICENSE"
 _LOADER = """const require = { defined: () => false };
 const define = (name, needs, make) => make(window.d3 = {});
 """
-_SCRIPTS = "model.js", "search.js", "tree.js", "picture.js", "reading.js", "page.js"
+_SCRIPTS = "model.js", "search.js", "tree.js", "labels.js", "layout.js", "picture.js", "reading.js", "page.js"
 # Without scripts no more sections than this are listed, the outermost; first paragraphs only where there are
 # no more documents than this.
 _MOST_OUTLINED = 6_000

@@ -53,23 +53,38 @@ const LEGEND = {
 };
 
 function drawPicture({ each, folder, map: isMap }) {
-  const say = (text) => { find("shown").textContent = text; };
   for (const [id, pressed] of [["whole", isMap], ["near", !isMap]]) find(id).setAttribute("aria-pressed", String(pressed));
   find("near").disabled = !each;
-  if (isMap) {
-    const { linked, drawn, isolated } = picture.showMap(each ? "" : folder, each);
-    const some = drawn < linked ? `The ${drawn.toLocaleString()} most linked of ${plural(linked, "document")} with links` : `${plural(linked, "document")} with links`;
-    const rest = isolated ? `; ${isolated.toLocaleString()} without links ${isolated === 1 ? "is" : "are"} listed, not drawn` : "";
-    const lines = drawn > CROWD ? " Thick lines sum up links between folders; point at a mark for all of its own." : "";
-    say(drawn ? `${some}${rest}.${lines}` : `Nothing to draw: no document links to another.`);
-  } else {
-    const left = picture.showNear(each);
-    const arrows = each.into.size + each.out.size === 0 ? "No document links here, and this one links to none." : "Arrows show which document links to which.";
-    say(left ? `${arrows} ${plural(left, "more broken link")} listed, not drawn.` : arrows);
-  }
-  const shapesShown = new Set(picture.nodes.map(({ shape, kind }) => (kind === "folder" ? "region" : shape)));
+  const hadFocus = find("graph").contains(document.activeElement);
+  picture.show((size) => (isMap ? mapOf(each ? "" : folder, each, size) : nearOf(each, size)), (drawing) => tellPicture(drawing, each));
+  if (hadFocus) picture.focusStop();
+}
+
+// Writes what the picture shows, or why there is none.
+function tellPicture(drawing, each) {
+  const empty = drawing.isMap ? drawing.linked === 0 : isIsolated(each);
+  const nothing = drawing.isMap ? "No document here links to another, so there is no picture." : "No document links to this one, and it links to none, so there is no picture.";
+  find("nothing").textContent = empty && documents.length ? nothing : "";
+  find("graph").classList.toggle("empty", empty);
+  find("key").hidden = empty;
+  for (const id of ["nearer", "farther", "fit"]) find(id).disabled = empty;
+  find("shown").textContent = empty ? "" : drawing.isMap ? mapInWords(drawing) : nearInWords(drawing);
+  const shapesShown = new Set(drawing.nodes.map(({ shape, kind }) => (kind === "folder" ? "region" : shape)));
   if (each) shapesShown.add("chosen");
   find("legend").replaceChildren(...Object.entries(LEGEND).filter(([key]) => shapesShown.has(key)).map(([, [icon, text]]) => element("li", {}, sign(icon), text)));
+}
+
+function mapInWords({ linked, isolated, marks, roads }) {
+  const drawn = marks.length;
+  const some = drawn < linked ? `The ${drawn.toLocaleString()} most linked of ${plural(linked, "document")} with links` : `${plural(linked, "document")} with links`;
+  const rest = isolated ? `; ${isolated.toLocaleString()} without links ${isolated === 1 ? "is" : "are"} listed, not drawn` : "";
+  const lines = roads.length ? " Thick lines sum up links between folders; point at a mark for all of its own." : "";
+  return `${some}${rest}.${lines}`;
+}
+
+function nearInWords({ left }) {
+  const arrows = "Arrows show which document links to which.";
+  return left ? `${arrows} ${plural(left, "more broken link")} listed, not drawn.` : arrows;
 }
 
 // A mark of the picture, for the legend.
@@ -83,16 +98,30 @@ function sign(kind) {
 
 // --- the tree ----------------------------------------------------------------------------------------------------
 
+// What introduces the folder, the folders in it, the other documents; each in the order that the builder gave them.
 function entriesBelow(inside, folder) {
   const { folders, own } = partsOf(inside, folder);
-  return [...folders.map(({ folder: below, members }) => ({
-    kind: "folder", id: `/${below}`, label: below.slice(folder ? folder.length + 1 : 0), folder: below,
-    spoken: `Folder ${below}, ${plural(members.length, "document")}`, note: members.length.toLocaleString(), size: members.length,
-    bad: sum(members, (each) => each.broken.length), children: () => entriesBelow(members, below),
-  })), ...own.map((each) => ({
-    kind: "document", id: each.path, label: each.title, spoken: `${cut(each.title, 200)}, document`, document: each,
-    bad: each.broken.length, children: each.sections.length > outlineStart(each) ? () => sectionEntries(each, outlineStart(each), each.sections.length, outlineStart(each)) : null,
-  }))];
+  const index = own.find((each) => each.folder === folder && each === indexOf(folder));
+  const rest = own.filter((each) => each !== index).sort((one, other) => one.number - other.number);
+  return [...(index ? [documentEntry(index)] : []), ...folders.map((part) => folderEntry(part, folder)), ...rest.map(documentEntry)];
+}
+
+function folderEntry({ folder, members }, above) {
+  return {
+    kind: "folder", id: `/${folder}`, label: folder.slice(above ? above.length + 1 : 0), folder,
+    spoken: `Folder ${folder}, ${plural(members.length, "document")}`, note: members.length.toLocaleString(),
+    // What is linked most is opened first; a folder of tests may hold more.
+    size: sum(members, (each) => each.into.size) + members.length / documents.length,
+    bad: sum(members, (each) => each.broken.length), children: () => entriesBelow(members, folder),
+  };
+}
+
+function documentEntry(each) {
+  const begin = outlineStart(each);
+  return {
+    kind: "document", id: each.path, label: each.title, spoken: `${cut(each.title, 200)}, document`, document: each, bad: each.broken.length,
+    children: each.sections.length > begin ? () => sectionEntries(each, begin, each.sections.length, begin) : null,
+  };
 }
 
 // The sections `begin` up to `end` that nest `depth` deep, each with those inside it.
@@ -153,7 +182,7 @@ const reading = new Reading(find("reading"), hrefOf);
 const picture = new Picture(find("graph"), (place) => {
   // On a narrow screen the words stand out of sight of the picture.
   go(place, narrow.matches ? "reading" : "picture");
-});
+}, () => drawPicture(placeInAddress()));
 const tree = new Tree(find("tree"), entriesBelow(documents, ""), (entry) => {
   closeContents();
   go(entry.kind === "folder" ? { folder: entry.folder } : { document: entry.document.path, line: entry.line }, medium.matches ? "reading" : null);
@@ -210,5 +239,5 @@ find("contents").onclick = () => showContents(find("tree").hidden);
 system.addEventListener("change", () => showTheme(stored.read()));
 closeContents();
 showTheme(stored.read());
-tree.openSome(40, documents.length / 5);
+tree.openSome(40, (sum(documents, (each) => each.into.size) + 1) / 5);
 arrive();

@@ -13,12 +13,14 @@ function title(text) {
   return [heading, whole];
 }
 
-// A list under a heading; only its first rows until the reader asks for all.
-function list(name, rows, make, { note = null, className = "", folded = false, most = MOST_ROWS } = {}) {
+// A list under a heading; only its first rows, or those around `at`, until the reader asks for all.
+function list(name, rows, make, { note = null, className = "", folded = false, most = MOST_ROWS, at = 0 } = {}) {
   if (!rows.length) return [];
   const items = element("ul", { className });
   const add = (some) => items.append(...some.map((row) => element("li", {}, make(row))));
-  add(rows.slice(0, most));
+  const begin = at < most ? 0 : Math.min(at - most / 2, rows.length - most);
+  if (begin) items.append(element("li", { className: "faint", textContent: `After ${begin.toLocaleString()} more:` }));
+  add(rows.slice(begin, begin + most));
   const section = folded ? element("details", { className: "group" }) : element("section", { className: "group" });
   const heading = [`${name} `, element("span", { className: "count", textContent: rows.length.toLocaleString() })];
   section.append(folded ? element("summary", {}, ...heading) : element("h3", {}, ...heading));
@@ -27,14 +29,33 @@ function list(name, rows, make, { note = null, className = "", folded = false, m
   if (rows.length > most) {
     const more = element("button", { type: "button", className: "small", textContent: `Show all ${rows.length.toLocaleString()}` });
     more.onclick = () => {
-      add(rows.slice(most));
+      if (begin) items.replaceChildren();
+      add(rows.slice(begin ? 0 : most));
       more.remove();
-      items.children[most].tabIndex = -1;
-      items.children[most].focus();
+      const added = items.children[begin ? 0 : most];
+      added.tabIndex = -1;
+      added.focus();
     };
     section.append(more);
   }
   return [section];
+}
+
+// What the introduction links to comes first, in its order; then what documents elsewhere link to most, such as a guide
+// before tests, then what lies nearest to the root and what is large.
+function foldersFirstToRead(folders, index) {
+  const key = ({ folder, members }) => {
+    const inside = new Set(members);
+    const lines = members.flatMap((each) => index?.out.get(each) ?? []);
+    const links = sum(members, (each) => [...each.into.keys()].filter((other) => !inside.has(other)).length);
+    return [lines.reduce((first, line) => Math.min(first, line), Infinity), -links, folder.split("/").length, -members.length];
+  };
+  const keys = new Map(folders.map((part) => [part, key(part)]));
+  return [...folders].sort((one, other) => {
+    const [first, second] = [keys.get(one), keys.get(other)];
+    const at = first.findIndex((value, place) => value !== second[place]);
+    return at < 0 ? 0 : first[at] < second[at] ? -1 : 1;
+  });
 }
 
 class Reading {
@@ -89,15 +110,16 @@ class Reading {
       element("p", { className: "file" }, fileLink(each, 1, each.path), element("span", { className: "faint", textContent: ` · ${facts.join(" · ")}` })),
       text ? element("p", { className: "lead", textContent: text }) : [],
       this.findings("Broken links", each.broken, each),
-      list("Outline", sections, ([depth, name, begin, , paragraph]) => {
-        const marked = here && here[2] === begin && here[1] === name;
+      list("Outline", sections, (section) => {
+        const [depth, name, begin, , paragraph] = section;
+        const marked = here === section;
         const row = element("div", { className: marked ? "section here" : "section", tabIndex: marked ? -1 : undefined },
           fileLink(each, begin, cut(name || "(no text)", 200)), element("span", { className: "line", textContent: ` line ${begin}` }),
           paragraph && paragraph !== text ? element("p", { className: "faint", textContent: paragraph }) : null);
         if (!marked) row.removeAttribute("tabindex");
         row.style.marginLeft = `${Math.min(depth - top, 8) * 1.1}rem`;
         return row;
-      }, { className: "outline" }),
+      }, { className: "outline", at: here ? Math.max(0, sections.indexOf(here)) : 0 }),
       this.links("Links to", each.out, () => each),
       this.links("Linked from", each.into, (other) => other),
       this.findings("Doubtful links", each.doubtful, each),
@@ -139,11 +161,13 @@ class Reading {
     // A few documents are a list by themselves.
     const few = inside.length <= FEW_DOCUMENTS;
     const areas = few ? [] : areasOf(inside, folder, Infinity);
-    const folders = areas.filter(({ label }) => label !== null);
-    const own = few ? [...inside].sort(byImportance) : areas.find(({ label }) => label === null)?.members ?? [];
+    const folders = foldersFirstToRead(areas.filter(({ label }) => label !== null), index);
+    const alone = inside.filter(isIsolated);
+    // Of a few documents all are listed, each once.
+    const apart = few && alone.length === inside.length ? [] : alone;
+    const own = few ? inside.filter((each) => !apart.includes(each)).sort(byImportance) : areas.find(({ label }) => label === null)?.members ?? [];
     const sections = sum(inside, (each) => each.sections.length);
     const central = inside.filter((each) => !few && each.into.size > 1 && each !== index).sort(byImportance).slice(0, 5);
-    const alone = inside.filter(isIsolated);
     const wrong = inside.filter((each) => each.broken.length).sort((one, other) => other.broken.length - one.broken.length);
     const links = sum(inside, (each) => sum([...each.out.values()], (lines) => lines.length));
     const facts = [plural(inside.length, "document"), plural(sections, "section"), plural(links, "link") + " between documents"];
@@ -162,8 +186,8 @@ class Reading {
           fileLink(each, line, `line ${line}`), `: ${message}`, suggestion ? `; did you mean ${suggestion}?` : "")),
         each.broken.length > 3 ? element("li", { className: "faint", textContent: `and ${each.broken.length - 3} more` }) : null)], { className: "broken", most: 10 }),
       list(folders.length ? "Documents beside the folders" : "Documents", own.filter((each) => each !== index), (each) => this.described(each), { most: 30 }),
-      list("Not linked", alone, (each) => [this.toDocument(each), element("span", { className: "line", textContent: ` ${each.path}` })],
-        { note: "No document links to these, and they link to none.", folded: alone.length > 5 }),
+      list("Not linked", apart.filter((each) => !few || each !== index), (each) => few ? this.described(each) : [this.toDocument(each), element("span", { className: "line", textContent: ` ${each.path}` })],
+        { note: "No document links to these, and they link to none.", folded: !few && apart.length > 5 }),
     );
   }
 

@@ -8,19 +8,30 @@ function fold(text) {
   return /^[\x00-\x7f]*$/.test(lower) ? lower : lower.normalize("NFKD").replace(/\p{M}/gu, "");
 }
 
+// Whether a word goes on before a place in a text.
+function isInWord(text, at) {
+  const code = text.charCodeAt(at - 1);
+  if (code >= 128) return /[\p{L}\p{N}]/u.test(text[at - 1]);
+  return (code >= 97 && code <= 122) || (code >= 48 && code <= 57);
+}
+
 // How well a folded text fits: 0 exact, 1 its beginning, 2 the beginnings of its words, 3 any part; 4 not.
 function fit(text, query, words) {
-  if (text === query) return 0;
-  if (text.startsWith(query)) return 1;
+  if (text.startsWith(query)) return text.length === query.length ? 0 : 1;
   let result = 2;
   for (const word of words) {
     let at = text.indexOf(word);
     if (at < 0) return 4;
-    while (at > 0 && /[\p{L}\p{N}]/u.test(text[at - 1])) at = text.indexOf(word, at + 1);
+    while (at > 0 && isInWord(text, at)) at = text.indexOf(word, at + 1);
     if (at < 0) result = 3;
   }
   return result;
 }
+
+// A rank is what was found, how well it fits: the lower the better.
+const [TITLE, FILE, HEADING, PATH, PARAGRAPH] = [0, 1, 2, 3, 4];
+const RANKS = 25;
+const rankOf = (where, fits) => fits * 5 + where;
 
 class Search {
   constructor(all) {
@@ -44,24 +55,47 @@ class Search {
     this.keys.push(key);
   }
 
-  // All documents that hold every word, best first: { each, section (a row of its sections) or null }.
-  results(text) {
+  // Documents that hold every word: how many there are, and the best of them, best first:
+  // { each, section (a row of its sections) or null }.
+  results(text, most = MOST_RESULTS) {
     const query = fold(text).trim().replace(/\s+/g, " ");
     const words = query.split(" ");
     while (this.keys.length < this.all.length) this.prepare(this.keys.length);
-    const found = [];
-    for (const [number, each] of this.all.entries()) {
+    const ranked = Array.from({ length: RANKS }, () => []);
+    let count = 0;
+    this.all.forEach((each, number) => {
       const key = this.keys[number];
-      if (!words.every((word) => key.whole.includes(word))) continue;
-      const named = Math.min(fit(key.title, query, words) * 5, fit(key.file, query, words) * 5 + 1);
-      let [best, section] = [Math.min(named, fit(key.path, query, words) * 5 + 3), null];
-      const consider = (rank, row) => { if (rank < best) [best, section] = [rank, row]; };
-      if (best > 2) key.names.forEach((name, index) => consider(fit(name, query, words) * 5 + 2, each.sections[index]));
-      // A paragraph counts by the words in it alone: how it begins says nothing, and two letters say nothing.
-      if (best > 14 && query.length > 2) key.texts.forEach((paragraph, index) => consider(Math.max(2, fit(paragraph, query, words)) * 5 + 4, each.sections[index - 1] ?? null));
-      found.push({ each, best, section });
+      if (!words.every((word) => key.whole.includes(word))) return;
+      count += 1;
+      const { rank, section } = this.ranked(each, key, query, words);
+      ranked[rank].push({ each, section });
+    });
+    // Only so many ranks are put in order as are shown.
+    const rows = [];
+    for (const same of ranked) {
+      if (rows.length >= most) break;
+      rows.push(...same.sort((one, other) => byImportance(one.each, other.each) || one.each.title.length - other.each.title.length).slice(0, most));
     }
-    return found.sort((one, other) => one.best - other.best || byImportance(one.each, other.each) || one.each.title.length - other.each.title.length);
+    return { count, rows: rows.slice(0, most) };
+  }
+
+  // Where a document fits best, and in which of its sections. What cannot better the rank is not read.
+  ranked(each, key, query, words) {
+    let rank = rankOf(TITLE, fit(key.title, query, words));
+    let section = null;
+    const consider = (where, fits, row) => {
+      if (rankOf(where, fits) < rank) [rank, section] = [rankOf(where, fits), row];
+    };
+    if (rank > rankOf(FILE, 0)) consider(FILE, fit(key.file, query, words), null);
+    if (rank > rankOf(PATH, 0)) consider(PATH, fit(key.path, query, words), null);
+    for (let index = 0; index < key.names.length && rank > rankOf(HEADING, 0); index += 1) {
+      consider(HEADING, fit(key.names[index], query, words), each.sections[index]);
+    }
+    // A paragraph counts by the words in it alone: how it begins says nothing, and two letters say nothing.
+    for (let index = 0; index < key.texts.length && rank > rankOf(PARAGRAPH, 2) && query.length > 2; index += 1) {
+      consider(PARAGRAPH, Math.max(2, fit(key.texts[index], query, words)), each.sections[index - 1] ?? null);
+    }
+    return { rank, section };
   }
 }
 
@@ -84,15 +118,15 @@ class SearchBox {
 
   update() {
     const asked = this.box.value.trim() !== "";
-    const found = asked ? this.search.results(this.box.value) : [];
-    this.rows = found.slice(0, MOST_RESULTS);
+    const { count, rows } = asked ? this.search.results(this.box.value) : { count: 0, rows: [] };
+    this.rows = rows;
     this.list.replaceChildren(...this.rows.map(({ each, section }, index) =>
       element("li", { role: "option", id: `result-${index}`, "aria-selected": "false" },
         element("span", { className: "name", textContent: each.title }),
         section ? element("span", { className: "within", textContent: `§ ${section[1]}` }) : null,
         element("small", { textContent: section ? `${each.path}, line ${section[2]}` : each.path }))));
-    const rest = found.length > MOST_RESULTS ? `, the best ${MOST_RESULTS} shown` : "";
-    this.status.textContent = !asked ? "" : found.length ? `${plural(found.length, "document")}${rest}` : "Nothing found";
+    const rest = count > rows.length ? `, the best ${rows.length} shown` : "";
+    this.status.textContent = !asked ? "" : count ? `${plural(count, "document")}${rest}` : "Nothing found";
     this.list.hidden = !this.rows.length;
     this.box.setAttribute("aria-expanded", String(this.rows.length > 0));
     this.shown(asked);

@@ -11,14 +11,14 @@ class Tree {
     this.choose = choose;
     this.entries = new WeakMap();
     this.fill(list, roots, 1);
-    list.querySelector("li")?.setAttribute("tabindex", "0");
+    if (list.firstElementChild) this.makeStop(list.firstElementChild);
     list.addEventListener("click", (event) => this.clicked(event));
     list.addEventListener("keydown", (event) => this.pressed(event));
   }
 
-  fill(list, entries, level) {
-    const rest = entries.slice(PORTION);
-    list.append(...entries.slice(0, PORTION).map((entry) => this.item(entry, level)));
+  fill(list, entries, level, most = PORTION) {
+    const rest = entries.slice(most);
+    list.append(...entries.slice(0, most).map((entry) => this.item(entry, level)));
     if (rest.length) {
       const label = `${rest.length.toLocaleString()} more …`;
       list.append(this.item({ kind: "more", label, children: null, rest, level }, level));
@@ -88,7 +88,8 @@ class Tree {
 
   // The one row that Tab stops at.
   makeStop(item) {
-    this.list.querySelectorAll('li[tabindex="0"]').forEach((other) => (other.tabIndex = -1));
+    if (this.stop) this.stop.tabIndex = -1;
+    this.stop = item;
     item.tabIndex = 0;
   }
 
@@ -101,14 +102,27 @@ class Tree {
     if (!event.target.closest(".twist")) this.activate(item);
   }
 
-  // The rows that can be seen, from top to bottom.
-  seen() {
-    return [...this.list.querySelectorAll("li")].filter((item) => !item.parentElement.closest("ul[hidden]"));
+  // The row above or below one that is seen; undefined at the ends.
+  above(item) {
+    let before = item.previousElementSibling;
+    if (!before) return item.parentElement.closest("li") ?? undefined;
+    while (this.isOpen(before)) before = before.lastElementChild.lastElementChild;
+    return before;
   }
 
-  next(item, step) {
-    const seen = this.seen();
-    return seen[seen.indexOf(item) + step];
+  under(item) {
+    if (this.isOpen(item)) return item.lastElementChild.firstElementChild;
+    for (let after = item; after; after = after.parentElement.closest("li")) {
+      if (after.nextElementSibling) return after.nextElementSibling;
+    }
+    return undefined;
+  }
+
+  // The rows that can be seen, from top to bottom.
+  seen() {
+    const rows = [];
+    for (let item = this.list.firstElementChild; item; item = this.under(item)) rows.push(item);
+    return rows;
   }
 
   // Letters typed in a row move to the next row that begins with them.
@@ -128,8 +142,8 @@ class Tree {
     const above = item.parentElement.closest("li");
     const closed = item.getAttribute("aria-expanded") === "false";
     const moves = {
-      ArrowDown: () => this.focus(this.next(item, 1)),
-      ArrowUp: () => this.focus(this.next(item, -1)),
+      ArrowDown: () => this.focus(this.under(item)),
+      ArrowUp: () => this.focus(this.above(item)),
       ArrowRight: () => (closed ? this.toggle(item, true) : this.focus(item.querySelector(":scope > ul > li"))),
       ArrowLeft: () => (this.isOpen(item) ? this.toggle(item, false) : this.focus(above)),
       Home: () => this.focus(this.list.querySelector("li")),
@@ -164,7 +178,7 @@ class Tree {
 
   // Opens the branches above the entry with the last of these ids, and marks it as chosen.
   reveal(ids) {
-    this.list.querySelectorAll('[aria-selected="true"]').forEach((item) => item.setAttribute("aria-selected", "false"));
+    this.selected?.setAttribute("aria-selected", "false");
     let list = this.list;
     let item = null;
     for (const id of ids) {
@@ -176,6 +190,7 @@ class Tree {
       if (!item) return;
     }
     if (!item) return;
+    this.selected = item;
     item.setAttribute("aria-selected", "true");
     this.makeStop(item);
     // Only the tree's own box moves; a whole page would jump away from what is being read.
@@ -184,14 +199,14 @@ class Tree {
   }
 
   below(list, id) {
-    for (;;) {
-      const items = [...list.children];
-      const found = items.find((item) => item.dataset.id === id);
-      const last = items[items.length - 1];
-      if (found || !last || this.entries.get(last).kind !== "more") return found;
-      const { rest, level } = this.entries.get(last);
-      last.remove();
-      this.fill(list, rest, level);
-    }
+    const found = [...list.children].find((item) => item.dataset.id === id);
+    const last = list.lastElementChild;
+    if (found || !last || this.entries.get(last).kind !== "more") return found;
+    const { rest, level } = this.entries.get(last);
+    const at = rest.findIndex((entry) => String(entry.id) === id);
+    if (at < 0) return undefined;
+    last.remove();
+    this.fill(list, rest, level, at + PORTION);
+    return [...list.children].find((item) => item.dataset.id === id);
   }
 }

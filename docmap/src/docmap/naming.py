@@ -1,0 +1,164 @@
+"""What documents and folders are called on the page, and in which order they stand."""
+
+from __future__ import annotations
+
+import os
+import posixpath
+import re
+import unicodedata
+from collections import Counter
+from collections.abc import Callable, Sequence
+from pathlib import Path
+
+# Documents that introduce their folder; the first of these that is there does.
+INDEXES = "index", "_index", "readme"
+# An attribute list at the end of a heading: `{#id}`, `{: .class}`.
+_ATTRIBUTES = re.compile(r"(?<!\s)\s*\{:?\s*[#.][^{}]*\}\s*$")
+# More digits than these are no number that somebody counted up to.
+_NUMBER = re.compile(r"([0-9]{1,15})")
+# Files that stand in an order: `3.md`, `02-install.md`, `ch01-00.md`, `part-2.md`.
+_NUMBERED = re.compile(r"([a-z]{0,8})[-_ ]?[0-9]+(?![a-z0-9])")
+# Files with the same letters before their numbers are a series from this many on.
+_SERIES = 3
+# Names that say nothing of what a folder is about.
+_NO_TITLES = frozenset(
+    {"", "about", "docs", "documentation", "getting started", "home", "index", "install", "installation",
+     "introduction", "overview", "readme", "welcome"}
+)  # fmt: skip
+_NO_NAMES = _NO_TITLES | {
+    "book",
+    "content",
+    "doc",
+    "en",
+    "guide",
+    "pages",
+    "site",
+    "source",
+    "src",
+    "website",
+    "wiki",
+}
+# Where site generators are told the name of a site.
+_SITE_NAMES = {
+    "mkdocs.yml": r"^site_name:\s*(.+?)\s*$",
+    "book.toml": r"^title\s*=\s*(.+?)\s*$",
+    "_config.yml": r"^title:\s*(.+?)\s*$",
+    "hugo.toml": r"^title\s*=\s*(.+?)\s*$",
+    "conf.py": r"^project\s*=\s*(.+?)\s*$",
+    ".vitepress/config.ts": r"^\s*title:\s*(['\"].+?['\"]),?\s*$",
+    "docusaurus.config.js": r"^\s*title:\s*(['\"].+?['\"]),?\s*$",
+}
+
+# Text and numbers by turns, text first, so that like is compared with like.
+Natural = list[str | int]
+
+
+def shown(text: str) -> str:
+    """Return `text` with signs for what would be obeyed, not shown: control and direction characters."""
+    return text if text.isprintable() else "".join(map(_sign, text))
+
+
+def _sign(character: str) -> str:
+    code = ord(character)
+    if code < 32 or code == 127:
+        return chr(0x2400 + code) if code < 32 else "\u2421"
+    kind = unicodedata.category(character)
+    if kind == "Cs":
+        return "\ufffd"
+    # Joiners are letters of some scripts and of emoji; other format characters direct the text beside.
+    if kind == "Cc" or (kind == "Cf" and character not in "\u200c\u200d\u00ad"):
+        return f"[U+{code:04X}]"
+    return character
+
+
+def heading_shown(text: str) -> str:
+    """The name of a heading, without an attribute list."""
+    return shown((_ATTRIBUTES.sub("", text) if text.rstrip().endswith("}") else text).strip())
+
+
+def document_title(path: str, title: str | None) -> str:
+    """What a document is called: as it says itself, else as its file; an index as its folder."""
+    folder, stem = posixpath.dirname(path), _stem(path)
+    # Every folder may have an index; the name of the folder tells them apart.
+    return heading_shown(title or "") or shown(
+        posixpath.basename(folder) if folder and stem.casefold() in INDEXES else stem
+    )
+
+
+def folder_title(root: str, own: str | None) -> str:
+    """What a folder is called: as its index is (`own`), as its site is, as it lies on disk."""
+    if own is not None and heading_shown(own).casefold() not in _NO_TITLES:
+        return heading_shown(own)
+    path = Path(os.path.abspath(root))
+    for folder in (path, path.parent):
+        for file, pattern in _SITE_NAMES.items():
+            try:
+                told = re.search(pattern, (folder / file).read_text("utf-8", "replace"), re.MULTILINE)
+            except OSError:
+                continue
+            if told is not None and (name := told[1].strip("'\"")):
+                return shown(name)
+    names = [name for name in path.parts if name != path.anchor]
+    last = names[-1] if names else "/"
+    # "docs" says nothing; the folder around it is the project.
+    return shown(f"{names[-2]} {last}" if last.casefold() in _NO_NAMES and len(names) > 1 else last)
+
+
+def home_among(paths: Sequence[str]) -> int | None:
+    """The index or README of the outermost folder that has one above all documents."""
+    above = posixpath.commonpath(list(map(posixpath.dirname, paths))) if paths else ""
+    folders = [above]
+    while folders[-1]:
+        folders.append(posixpath.dirname(folders[-1]))
+    found: dict[tuple[int, int], int] = {}
+    for number, path in enumerate(paths):
+        folder, stem = posixpath.dirname(path), _stem(path).casefold()
+        if stem in INDEXES and folder in folders:
+            found.setdefault((-folders.index(folder), INDEXES.index(stem)), number)
+    return found[min(found)] if found else None
+
+
+def reading_order(paths: Sequence[str]) -> Callable[[str, str], list[tuple[int, int, Natural]]]:
+    """Return what orders documents of these paths, given path and title: in each folder its index, then files that
+    are numbered, by their numbers, then the others by title; then the folders in it, by name. Case and accents do
+    not count, and chapter 2 comes before chapter 10."""
+    below = Counter(folder for path in paths for folder in _folders_of(path))
+    series = Counter((posixpath.dirname(path), _letters(path)) for path in paths)
+
+    def key(path: str, title: str) -> list[tuple[int, int, Natural]]:
+        # A folder that holds one document is shown as that document.
+        folders = [folder for folder in _folders_of(path) if below[folder] > 1]
+        steps: list[tuple[int, int, Natural]] = [(1, 0, _natural(posixpath.basename(f))) for f in folders]
+        stem, letters = _stem(path).casefold(), _letters(path)
+        if stem in INDEXES and (folders[-1] if folders else "") == posixpath.dirname(path):
+            steps.append((0, INDEXES.index(stem), []))
+        elif letters == "" or (letters and series[posixpath.dirname(path), letters] >= _SERIES):
+            steps.append((0, len(INDEXES), _natural(stem)))
+        else:
+            steps.append((0, len(INDEXES) + 1, _natural(title)))
+        return [*steps, (0, 0, [path])]
+
+    return key
+
+
+def _stem(path: str) -> str:
+    return posixpath.splitext(posixpath.basename(path))[0]
+
+
+def _folders_of(path: str) -> list[str]:
+    """The folders around a document, the outermost first."""
+    return [path[:end] for end, character in enumerate(path) if character == "/"]
+
+
+def _letters(path: str) -> str | None:
+    """What stands before the number in a file's name; None where the name is not numbered."""
+    match = _NUMBERED.match(_stem(path).casefold())
+    return match and match[1]
+
+
+def _natural(text: str) -> Natural:
+    plain = text.casefold()
+    if not plain.isascii():
+        decomposed = unicodedata.normalize("NFKD", plain)
+        plain = "".join(character for character in decomposed if not unicodedata.combining(character))
+    return [int(part) if place % 2 else part for place, part in enumerate(_NUMBER.split(plain))]
