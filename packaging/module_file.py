@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import hashlib
+import struct
 import subprocess
 from collections import defaultdict
 from dataclasses import dataclass
@@ -76,6 +78,26 @@ def _read_elf(path: Path) -> _Read:
     return _Read(machine, exported, names, libraries, newest or "none", [f"needs {newest}"] if late else [])
 
 
+def _is_signed(module: bytes, words: list[str]) -> bool:
+    """Return whether a signature without an identity stands at the end and has the hash of every page before it.
+
+    `words` are what llvm-objdump shows of the headers.
+    """
+    if "LC_CODE_SIGNATURE" not in words:
+        return False
+    begin = int(words[words.index("LC_CODE_SIGNATURE") + 4])  # after `cmdsize`, its value and `dataoff`
+    count, _, offset = struct.unpack_from(">3I", module, begin + 8)
+    directory = begin + offset
+    hashes, _, _, pages, end = struct.unpack_from(">5I", module, directory + 16)
+    size, kind, _, shift = module[directory + 36 : directory + 40]
+    expected = [
+        hashlib.sha256(module[page : min(page + (1 << shift), end)]).digest()
+        for page in range(0, end, 1 << shift)
+    ]
+    stored = module[directory + hashes :][: pages * size]
+    return (count, kind, size, end) == (1, 2, 32, begin) and stored == b"".join(expected)
+
+
 def _read_mach_o(path: Path, target: Target) -> _Read:
     shown = {
         option: subprocess.check_output(["llvm-objdump", "--macho", f"--{option}", path], text=True)
@@ -101,8 +123,8 @@ def _read_mach_o(path: Path, target: Target) -> _Read:
         faults.append(f"made for macOS {oldest}")
     if "BUNDLE" not in words:
         faults.append("is no bundle")
-    if machine == "arm64" and "LC_CODE_SIGNATURE" not in words:  # those systems load nothing unsigned
-        faults.append("is not signed")
+    if machine == "arm64" and not _is_signed(path.read_bytes(), words):
+        faults.append("is not signed, and its system loads nothing of the kind")
     if any(line.startswith("__") for line in shown["weak-bind"].splitlines()):
         faults.append("takes part in the choice between definitions of several libraries")
     return _Read(machine, exported, of_interpreter, libraries, f"macOS {oldest}", faults)

@@ -12,7 +12,7 @@ in_venv := PATH="$(abspath $(BIN)):$$PATH"
 
 .PHONY: wheels test-wheels test-newer test-aarch64 test-i386 test-libraries release
 wheels: $(STAMPS)/packaging $(STAMPS)/llvm-tools  ## make the wheels (TARGETS="manylinux2014-x86_64 macos-arm64" PYTHONS="3.10")
-	@rm -rf dist && $(in_venv) python packaging/wheels.py --targets "$(TARGETS)" --versions "$(PYTHONS)"
+	@rm -rf dist/debug dist/*.whl && $(in_venv) python packaging/wheels.py --targets "$(TARGETS)" --versions "$(PYTHONS)"
 
 test-wheels: wheels  ## make the wheels for x86-64 with glibc and run the tests on each
 	@for python in $(BIN)/python $$(scripts/find-newer-pythons); do \
@@ -40,5 +40,5 @@ test-libraries: $(STAMPS)/packaging  ## run the tests that read trees with every
 	@rm -rf build/native && $(in_venv) pip -qq wheel --no-deps --no-build-isolation -w build/native .
 	@packaging/test-libraries "$(abspath $(BIN)/python)" build/native/*.whl
 
-release: $(STAMPS)/packaging $(STAMPS)/llvm-tools  ## VERSION=1.2.3: make a release in dist/1.2.3, test it and tag it
+release: $(STAMPS)/packaging $(STAMPS)/test $(STAMPS)/llvm-tools  ## VERSION=1.2.3: make a release in dist/1.2.3, test it and tag it
 	@packaging/release "$(VERSION)"
