@@ -13,6 +13,8 @@ from cyclonedx.model import HashAlgorithm, HashType
 from cyclonedx.model.bom import Bom
 from cyclonedx.model.component import Component, ComponentType
 from cyclonedx.output.json import JsonV1Dot6
+from cyclonedx.schema import SchemaVersion
+from cyclonedx.validation.json import JsonStrictValidator
 from packageurl import PackageURL
 
 ROOT = Path(__file__).resolve().parent.parent
@@ -58,7 +60,10 @@ def main() -> None:
             bom.components.add(component)
         bom.register_dependency(file, [*linked, *asked[project_name]])
         bom.register_dependency(root, [file])
-    (dist / "bill-of-materials.cdx.json").write_text(JsonV1Dot6(bom).output_as_string(indent=2) + "\n")
+    text = JsonV1Dot6(bom).output_as_string(indent=2) + "\n"
+    if fault := JsonStrictValidator(SchemaVersion.V1_6).validate_str(text):
+        raise SystemExit(f"the bill of materials is not valid: {fault}")
+    (dist / "bill-of-materials.cdx.json").write_text(text)
 
 
 if __name__ == "__main__":

@@ -3,6 +3,7 @@
     foreign.py aarch64 FOLDER             Debian's arm64 CPython, under QEMU
     foreign.py i386 FOLDER                Debian's i386 CPython, which runs on x86-64 as it is
     foreign.py musl-x86_64-3.13 FOLDER    the CPython, linked with musl, that freezes programs in freeze-core
+    foreign.py musl-aarch64-3.13 FOLDER   the same for ARM, under QEMU
 
 The packages are unpacked in the folder and not installed. FOLDER/bin/python is then like the interpreter of a virtual
 environment; the programs that its tests start run in the same way, as it is also what `sys.executable` names.
@@ -31,6 +32,7 @@ _DEBIAN_PACKAGES = (
     ),
     *("zlib1g", "libexpat1", "libssl3", "libffi8", "libbz2-1.0", "liblzma5", "libuuid1", "libcrypt1"),
 )
+_DEBIAN_NAMES = {"x86_64": "amd64", "aarch64": "arm64"}
 _I386_HEADERS = ("libpython3.11-dev",)
 # What the engine's tests import, directly or not; all others of the requirements belong to docmap or to building.
 _TESTED_WITH = (
@@ -110,54 +112,56 @@ def make_debian(folder: Path, architecture: str) -> Path:
     return folder / "lib" / f"python{_DEBIAN_PYTHON}" / "site-packages"
 
 
-def make_musl(folder: Path, version: str) -> Path:
+def make_musl(folder: Path, processor: str, version: str) -> Path:
     """Make the interpreter that is linked with musl and return the folder for its packages.
 
     The packages for freezing carry an interpreter without the part of the standard library that is Python: that comes
     from this machine's interpreter of the same version.
     """
-    unpack_debian(folder, ["musl:amd64"], suite="trixie")  # the first whose musl is new enough for it
+    emulator = ""
+    if processor == "aarch64":
+        unpack_debian(folder, ["qemu-user-static:amd64"])
+        emulator = f"{folder}/root/usr/bin/qemu-aarch64-static "
+    # Trixie is the first whose musl is new enough for it.
+    unpack_debian(folder, [f"musl:{_DEBIAN_NAMES[processor]}"], suite="trixie")
     carrier = "cx_Freeze==7.2.10" if version == "3.10" else "freeze-core==0.8.1"
-    pip_install(folder / "carrier", "x86_64", version, [carrier], "musllinux_1_2")
+    pip_install(folder / "carrier", processor, version, [carrier], "musllinux_1_2")
     program = next((folder / "carrier").rglob("bases/console-cpython-*"))
     extensions = next((folder / "carrier").rglob("unicodedata.cpython-*.so")).parent
-    library = next(
-        (Path(path) for path in native_pythons().get(version, ()) if Path(path).name == f"python{version}"),
-        None,
-    )
-    if library is None:
-        raise SystemExit(f"no CPython {version} is found here")
+    library = native_python(version)[1]
     binary = folder / "bin"
     shutil.copytree(
         library, binary / "lib", ignore=shutil.ignore_patterns("lib-dynload", "site-packages", "test")
     )
     shutil.copytree(extensions, binary / "lib", dirs_exist_ok=True)
-    shutil.copy(HERE / "musl_startup.py", binary / "lib" / "__startup__.py")
+    for name in ("__startup__", "__init__frozen"):
+        shutil.copy(HERE / "musl_startup.py", binary / "lib" / f"{name}.py")
     shutil.copy(program, binary / "frozen")
     # The one library that its modules expect of the system, with all that they need of it.
     (folder / "libz.c").write_text(_CRC32)
-    compiler = (zig(), "cc", "--target=x86_64-linux-musl", "-O2", "-shared")
+    compiler = (zig(), "cc", f"--target={processor}-linux-musl", "-O2", "-shared")
     run(*compiler, folder / "libz.c", "-o", binary / "libz.so.1")
     libraries = ":".join(
         {str(binary), *(str(path.parent) for path in (folder / "carrier").rglob("libintl-*"))}
     )
     write_program(
         binary / "python",
-        f"#!/bin/sh\nexec {next(folder.rglob('x86_64-linux-musl/libc.so'))} --library-path {libraries}"
+        f"#!/bin/sh\nexec {emulator}{next(folder.rglob(f'{processor}-linux-musl/libc.so'))}"
+        f" --library-path {libraries}"
         f' --argv0 {binary}/frozen {binary}/frozen "$@"\n',
     )
     return binary / "lib" / "site-packages"
 
 
-def native_pythons() -> dict[str, list[str]]:
-    """Return the paths of the standard library for each version of CPython that this machine has."""
+def native_python(version: str) -> tuple[Path, Path]:
+    """Return this machine's interpreter of a version and the folder of its standard library."""
     newer = subprocess.check_output([ROOT / "scripts" / "find-newer-pythons"], text=True).split()
     program = "import sys, sysconfig; print('%d.%d' % sys.version_info[:2], sysconfig.get_path('stdlib'))"
-    found: dict[str, list[str]] = {}
     for python in (sys.executable, *newer):
-        version, path = subprocess.check_output([python, "-c", program], text=True).split()
-        found.setdefault(version, []).append(path)
-    return found
+        found, library = subprocess.check_output([python, "-c", program], text=True).split()
+        if found == version:
+            return Path(python), Path(library)
+    raise SystemExit(f"no CPython {version} is found here")
 
 
 def pip_install(site: Path, processor: str, version: str, packages: list[str], libc: str) -> None:
@@ -166,30 +170,50 @@ def pip_install(site: Path, processor: str, version: str, packages: list[str], l
     platforms = [word for name in names for word in ("--platform", f"{name}_{processor}")]
     run(
         *(sys.executable, "-m", "pip", "--disable-pip-version-check", "-qq", "install", "--no-deps"),
+        "--ignore-requires-python",  # pip holds that against the interpreter that runs pip
         *("--target", site, *platforms, "--python-version", version, "--only-binary", ":all:", *packages),
     )
 
 
-def build_i386(folder: Path, site: Path) -> None:
-    """Build what has no wheel for i386 with Zig, run by the interpreter that will load it."""
-    include = folder / "root" / "usr" / "include"
-    headers = f"-isystem {include}/python{_DEBIAN_PYTHON} -isystem {include}"
-    compiler = f"{HERE}/zig-cc --target=x86-linux-gnu.2.31 {headers}"
+def compile_packages(
+    target: str, flags: str, pip: tuple[str | Path, ...], packages: list[str], *options: str | Path
+) -> None:
+    """Compile packages that have no wheel with Zig and install them with `pip`."""
+    compiler = f"{HERE}/zig-cc --target={target} {flags}"
     # LDSHARED too: Debian's own has an option that Zig does not know.
     environment = {"CC": compiler, "LDSHARED": f"{compiler} -shared", "ZIG": zig()}
-    compiled = [line for line in requirements() if re.match("tree-sitter|PyYAML", line)]
-    plain = [line for line in requirements() if line not in compiled]
-    pip_install(site, "i686", _DEBIAN_PYTHON, plain, "manylinux")
-    pip = (
-        sys.executable,
-        "-m",
-        "pip",
-        "--python",
-        folder / "bin" / "python",
-        "--disable-pip-version-check",
-        "-q",
+    # The name of a module that any interpreter loads: what runs pip may not be what loads the module.
+    environment["SETUPTOOLS_EXT_SUFFIX"] = ".so"
+    names = ",".join(package.partition("==")[0] for package in packages)
+    run(
+        *(*pip, "--disable-pip-version-check", "-qq", "install", "--no-deps", "--no-binary", names),
+        *(*options, *packages),
+        **environment,
     )
-    run(*pip, "install", "--no-deps", *compiled, **environment)
+
+
+def install_i386(folder: Path, site: Path) -> None:
+    """Install the requirements, and compile those that have no wheel for i386."""
+    include = folder / "root" / "usr" / "include"
+    compiled = [line for line in requirements() if re.match("tree-sitter|PyYAML", line)]
+    pip_install(
+        site, "i686", _DEBIAN_PYTHON, [line for line in requirements() if line not in compiled], "manylinux"
+    )
+    pip = (sys.executable, "-m", "pip", "--python", folder / "bin" / "python")
+    flags = f"-isystem {include}/python{_DEBIAN_PYTHON} -isystem {include}"
+    compile_packages("x86-linux-gnu.2.31", flags, pip, compiled)
+
+
+def install_musl(site: Path, processor: str, version: str) -> None:
+    """Install the requirements; tree-sitter has no wheel for musl on ARM."""
+    compiled = [
+        line for line in requirements() if processor == "aarch64" and line.startswith("tree-sitter==")
+    ]
+    wheels = [line for line in requirements() if line not in compiled]
+    pip_install(site, processor, version, wheels, "musllinux_1_2")
+    if compiled:
+        pip = (native_python(version)[0], "-m", "pip")
+        compile_packages(f"{processor}-linux-musl", "", pip, compiled, "--target", site)
 
 
 def zig() -> str:
@@ -209,10 +233,10 @@ def main() -> None:
         pip_install(site, "aarch64", _DEBIAN_PYTHON, requirements(), "manylinux")
     elif name == "i386":
         site = make_debian(folder, "i386")
-        build_i386(folder, site)
-    elif found := re.fullmatch(r"musl-(x86_64)-(3\.\d+)", name):
-        site = make_musl(folder, found[2])
-        pip_install(site, found[1], found[2], requirements(), "musllinux_1_2")
+        install_i386(folder, site)
+    elif found := re.fullmatch(r"musl-(x86_64|aarch64)-(3\.\d+)", name):
+        site = make_musl(folder, found[1], found[2])
+        install_musl(site, found[1], found[2])
     else:
         raise SystemExit(__doc__)
     run(

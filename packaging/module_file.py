@@ -2,8 +2,11 @@
 
 from __future__ import annotations
 
+import hashlib
+import struct
 import subprocess
 from collections import defaultdict
+from dataclasses import dataclass
 from pathlib import Path
 
 from elftools.elf.elffile import ELFFile
@@ -50,25 +53,81 @@ def exported_by_interpreter(config: dict[str, str]) -> set[str]:
         return _dynamic_symbols(ELFFile(file))[0]
 
 
-def _mach_o(path: Path) -> tuple[set[str], set[str], set[str], str]:
-    """Return the names exported, those needed, the libraries loaded and the oldest system."""
+@dataclass
+class _Read:
+    """What a module's file says of itself."""
+
+    machine: str
+    exported: set[str]
+    of_interpreter: set[str]  # the names that it needs of the interpreter
+    libraries: set[str]
+    newest: str
+    faults: list[str]
+
+
+def _read_elf(path: Path) -> _Read:
+    with path.open("rb") as file:
+        elf = ELFFile(file)
+        exported, needed, versions = _dynamic_symbols(elf)
+        dynamic = elf.get_section_by_name(".dynamic").iter_tags()
+        libraries = {tag.needed for tag in dynamic if tag.entry.d_tag == "DT_NEEDED"}
+        machine = {"x64": "x86_64", "AArch64": "aarch64"}.get(elf.get_machine_arch(), "another machine")
+    newest = ", ".join(f"{name} {'.'.join(map(str, max(found)))}" for name, found in versions.items())
+    late = [name for name, found in versions.items() if max(found) > _NEWEST.get(name, ())]
+    names = {name for name in needed if name.startswith(("Py", "_Py"))}
+    return _Read(machine, exported, names, libraries, newest or "none", [f"needs {newest}"] if late else [])
+
+
+def _is_signed(module: bytes, words: list[str]) -> bool:
+    """Return whether a signature without an identity stands at the end and has the hash of every page before it.
+
+    `words` are what llvm-objdump shows of the headers.
+    """
+    if "LC_CODE_SIGNATURE" not in words:
+        return False
+    begin = int(words[words.index("LC_CODE_SIGNATURE") + 4])  # after `cmdsize`, its value and `dataoff`
+    count, _, offset = struct.unpack_from(">3I", module, begin + 8)
+    directory = begin + offset
+    hashes, _, _, pages, end = struct.unpack_from(">5I", module, directory + 16)
+    size, kind, _, shift = module[directory + 36 : directory + 40]
+    expected = [
+        hashlib.sha256(module[page : min(page + (1 << shift), end)]).digest()
+        for page in range(0, end, 1 << shift)
+    ]
+    stored = module[directory + hashes :][: pages * size]
+    return (count, kind, size, end) == (1, 2, 32, begin) and stored == b"".join(expected)
+
+
+def _read_mach_o(path: Path, target: Target) -> _Read:
     shown = {
-        option: subprocess.check_output(["llvm-objdump", "--macho", option, path], text=True)
-        for option in ("--exports-trie", "--bind", "--lazy-bind", "--dylibs-used", "--private-headers")
+        option: subprocess.check_output(["llvm-objdump", "--macho", f"--{option}", path], text=True)
+        for option in ("bind", "dylibs-used", "exports-trie", "lazy-bind", "private-headers", "weak-bind")
     }
-    subprocess.run(["llvm-objdump", "--macho", "--weak-bind", path], check=True, stdout=subprocess.DEVNULL)
-    exported = {line.split()[1] for line in shown["--exports-trie"].splitlines() if line.startswith("0x")}
-    needed = {
-        line.split()[-1]
-        for option in ("--bind", "--lazy-bind")
+    exported = {line.split()[1][1:] for line in shown["exports-trie"].splitlines() if line.startswith("0x")}
+    bound = [
+        line.split()[-2:]
+        for option in ("bind", "lazy-bind")
         for line in shown[option].splitlines()
         if line.startswith("__")
-    }
+    ]
+    # The linker found all other names in the one library that it was given.
+    of_interpreter = {name[1:] for library, name in bound if library == "flat-namespace"}
     libraries = {
-        line.split(" (")[0].strip() for line in shown["--dylibs-used"].splitlines() if line.startswith("\t")
+        line.split(" (")[0].strip() for line in shown["dylibs-used"].splitlines() if line.startswith("\t")
     }
-    words = shown["--private-headers"].split()
-    return exported, needed, libraries, words[words.index("minos") + 1]
+    words = shown["private-headers"].split()
+    machine = words[words.index("MH_MAGIC_64") + 1].lower()
+    oldest = words[words.index("minos") + 1]
+    faults = []
+    if f"macosx_{oldest.replace('.', '_')}_" not in target.platform:
+        faults.append(f"made for macOS {oldest}")
+    if "BUNDLE" not in words:
+        faults.append("is no bundle")
+    if machine == "arm64" and not _is_signed(path.read_bytes(), words):
+        faults.append("is not signed, and its system loads nothing of the kind")
+    if any(line.startswith("__") for line in shown["weak-bind"].splitlines()):
+        faults.append("takes part in the choice between definitions of several libraries")
+    return _Read(machine, exported, of_interpreter, libraries, f"macOS {oldest}", faults)
 
 
 def read_module(path: Path, target: Target, offered: set[str]) -> tuple[list[str], str]:
@@ -76,31 +135,16 @@ def read_module(path: Path, target: Target, offered: set[str]) -> tuple[list[str
 
     `offered` are the names that the interpreter exports.
     """
-    faults = []
-    if target.system == "Darwin":
-        exported, needed, libraries, oldest = _mach_o(path)
-        exported = {name.removeprefix("_") for name in exported}
-        needed = {name.removeprefix("_") for name in needed}
-        newest = f"macOS {oldest}"
-        machine = "right"
-    else:
-        with path.open("rb") as file:
-            elf = ELFFile(file)
-            exported, needed, versions = _dynamic_symbols(elf)
-            dynamic = elf.get_section_by_name(".dynamic").iter_tags()
-            libraries = {tag.needed for tag in dynamic if tag.entry.d_tag == "DT_NEEDED"}
-            machine = elf.get_machine_arch()
-        newest = ", ".join(f"{name} {'.'.join(map(str, max(found)))}" for name, found in versions.items())
-        for name, found in versions.items():
-            if max(found) > _NEWEST.get(name, ()):
-                faults.append(f"needs {newest}")
-        newest = newest or "none"
-        if machine != {"x86_64": "x64", "aarch64": "AArch64"}[target.processor]:
-            faults.append(f"made for {machine}")
-    if exported != {ENTRY}:
-        faults.append(f"exports {', '.join(sorted(exported)) or 'nothing'}")
-    if unknown := {name for name in needed if name.startswith(("Py", "_Py"))} - offered:
+    read = _read_elf(path) if target.system == "Linux" else _read_mach_o(path, target)
+    faults = read.faults
+    if read.machine != target.processor:
+        faults.append(f"made for {read.machine}")
+    if read.exported != {ENTRY}:
+        faults.append(f"exports {', '.join(sorted(read.exported)) or 'nothing'}")
+    if not read.of_interpreter:
+        faults.append("needs nothing of the interpreter")
+    if unknown := read.of_interpreter - offered:
         faults.append(f"needs {', '.join(sorted(unknown))}, which the interpreter does not export")
-    if libraries - _LIBRARIES:
-        faults.append(f"loads {', '.join(sorted(libraries - _LIBRARIES))}")
-    return faults, newest
+    if read.libraries - _LIBRARIES:
+        faults.append(f"loads {', '.join(sorted(read.libraries - _LIBRARIES))}")
+    return faults, read.newest

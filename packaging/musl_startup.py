@@ -1,4 +1,8 @@
-"""Makes an interpreter that was made to start one frozen program take a command line, as far as tests need it."""
+"""Makes an interpreter that was made to start one frozen program take a command line, as far as tests need it.
+
+That interpreter imports this as `__startup__`, and calls `init` and `run`; or it has a `__startup__` of its own, which
+imports this as `__init__frozen`, for a program of the name `frozen`, and calls `run`.
+"""
 
 import os
 import runpy
@@ -8,6 +12,10 @@ _NO_MEANING_HERE = {"-I", "-E", "-s", "-S", "-B", "-q", "-u", "-P"}
 
 
 def init():
+    """Do nothing: not every such interpreter calls it."""
+
+
+def _set_up():
     """Put the packages on the path, and name the program that starts this one with its libraries."""
     sys.executable = sys.executable.removesuffix("frozen") + "python"
     sys.path.append(f"{sys.path[-1]}/site-packages")
@@ -19,6 +27,7 @@ def init():
 
 def run(*_):
     """Run what the command line names: -c program, -m module or a file."""
+    _set_up()
     words = sys.argv[1:]
     while words and words[0] in _NO_MEANING_HERE:
         words.pop(0)

@@ -10,9 +10,9 @@ $(STAMPS)/llvm-tools: | $(STAMPS)/venv
 
 in_venv := PATH="$(abspath $(BIN)):$$PATH"
 
-.PHONY: wheels test-wheels test-newer test-aarch64 test-i386 test-libraries release
+.PHONY: wheels test-wheels test-newer test-aarch64 test-musl test-i386 test-libraries release
 wheels: $(STAMPS)/packaging $(STAMPS)/llvm-tools  ## make the wheels (TARGETS="manylinux2014-x86_64 macos-arm64" PYTHONS="3.10")
-	@rm -rf dist && $(in_venv) python packaging/wheels.py --targets "$(TARGETS)" --versions "$(PYTHONS)"
+	@rm -rf dist/debug dist/*.whl && $(in_venv) python packaging/wheels.py --targets "$(TARGETS)" --versions "$(PYTHONS)"
 
 test-wheels: wheels  ## make the wheels for x86-64 with glibc and run the tests on each
 	@for python in $(BIN)/python $$(scripts/find-newer-pythons); do \
@@ -33,6 +33,10 @@ test-aarch64: wheels  ## make the wheel for CPython 3.11 on ARM and run all test
 test-aarch64: TARGETS = manylinux2014-aarch64
 test-aarch64: PYTHONS = 3.11
 
+test-musl: wheels  ## make the wheels for musl and run the tests on each, those for ARM under QEMU
+	@packaging/test-musl
+test-musl: TARGETS = musllinux_1_2-x86_64 musllinux_1_2-aarch64
+
 test-i386: $(STAMPS)/packaging $(STAMPS)/test  ## build for 32-bit x86 and run the tests there
 	@packaging/test-foreign i386
 
@@ -40,5 +44,5 @@ test-libraries: $(STAMPS)/packaging  ## run the tests that read trees with every
 	@rm -rf build/native && $(in_venv) pip -qq wheel --no-deps --no-build-isolation -w build/native .
 	@packaging/test-libraries "$(abspath $(BIN)/python)" build/native/*.whl
 
-release: $(STAMPS)/packaging $(STAMPS)/llvm-tools  ## VERSION=1.2.3: make a release in dist/1.2.3, test it and tag it
+release: $(STAMPS)/packaging $(STAMPS)/test $(STAMPS)/llvm-tools  ## VERSION=1.2.3: make a release in dist/1.2.3, test it and tag it
 	@packaging/release "$(VERSION)"

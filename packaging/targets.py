@@ -76,10 +76,8 @@ TARGETS = (
 
 
 def chosen(names: str) -> list[Target]:
-    """Return the targets that `names`, separated by white space, names; "" names all that a release holds."""
-    if not names.split():
-        return [target for target in TARGETS if not target.candidate]
+    """Return the targets that `names`, separated by white space, names; "" names all."""
     known = {target.name: target for target in TARGETS}
     if unknown := set(names.split()) - known.keys():
         raise SystemExit(f"no such target: {', '.join(sorted(unknown))}; there are {', '.join(known)}")
-    return [known[name] for name in names.split()]
+    return [known[name] for name in names.split() or known]

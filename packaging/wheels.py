@@ -91,7 +91,9 @@ def make_wheel(target: Target, version: str, module: Path, metadata: Path, dist:
             libc = f"libc.musl-{target.processor}.so.1"
             run("patchelf", "--replace-needed", "libc.so", libc, engines / module.name)
     else:
-        shutil.copy(module, engines)
+        debug = dist / "debug" / f"{module.name}.{target.name}.dSYM"
+        run("dsymutil", "--oso-prepend-path", module.parent, "-o", debug, module)
+        run("llvm-strip", "-S", "-x", "-o", engines / module.name, module)  # signs it anew
     shutil.copy(ROOT / "engines" / "markdown" / "markdown.pyi", engines)
     info = tree / metadata.name
     shutil.copytree(metadata, info)
@@ -135,7 +137,7 @@ def faults_of(wheel: Path, target: Target, version: str, offered: set[str]) -> t
 def main() -> None:
     """Make and read the wheels that the command line asks for."""
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--targets", default="", help="names of targets; all that a release holds when empty")
+    parser.add_argument("--targets", default="", help="names of targets; all when empty")
     parser.add_argument("--versions", default="", help="versions of CPython; all when empty")
     parser.add_argument("--dist", type=Path, default=ROOT / "dist")
     options = parser.parse_args()
