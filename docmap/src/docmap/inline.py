@@ -235,10 +235,10 @@ class _Scanner:
                 return destination.end()
         elif following == b"[" and not self._is_text(opened):
             label = _LABEL.match(self._data, after, self._end)
-            if label is not None and not is_image and self._is_synopsis(opened, label):
-                return label.end()
             if label is not None and not label[1].startswith(b"^"):
                 if label[1].strip():
+                    if not is_image and self._is_synopsis(opened, label):
+                        return label.end()
                     self._add_label(opened, LABEL, label[1], self._labels)
                 elif start - opened <= _LONGEST_LABEL:
                     self._add_label(opened, LABEL, self._data[opened + 1 + is_image : start], self._labels)
