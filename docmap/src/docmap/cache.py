@@ -17,10 +17,10 @@ from contextlib import suppress
 from importlib import metadata
 from typing import Any
 
-from docmap.facts import Body, Construct, Facts, Heading, Link, Named, Section, Span
+from docmap.facts import ROWS, Body, Facts, Section
 
 # Raised with every change to what is read of a file, or to the form in which it is kept.
-_FORMAT = 2
+_FORMAT = 3
 _READERS = ("docmap", "quarnel-markdown", "tree-sitter", "tree-sitter-markdown", "PyYAML")
 _DAY = 86400
 # Entries that no run has asked for in this time are dropped.
@@ -155,19 +155,6 @@ class Cache:
 
 # --- The form in which facts are kept ----------------------------------------------------------------------
 
-_LISTS: dict[str, Any] = {
-    "links": Link,
-    "headings": Heading,
-    "ids": Named,
-    "attribute_ids": Named,
-    "block_ids": Named,
-    "targets": Named,
-    "terms": Named,
-    "footnotes": Named,
-    "constructs": Construct,
-    "spans": Span,
-}
-
 
 def packed(facts: Facts, sections: list[Section]) -> bytes:
     """Facts and sections as bytes; JSON, since what is read from a file must not be able to run anything.
@@ -200,8 +187,8 @@ def unpacked_sections(data: bytes) -> list[Section]:
 
 
 def _facts(plain: dict[str, Any]) -> Facts:
-    facts = Facts(**{name: value for name, value in plain.items() if name not in _LISTS and name != "bodies"})
-    for name, kind in _LISTS.items():
+    facts = Facts(**{name: value for name, value in plain.items() if name not in ROWS and name != "bodies"})
+    for name, kind in ROWS.items():
         rows = plain.get(name)
         if rows:
             setattr(facts, name, list(map(kind._make, rows)))

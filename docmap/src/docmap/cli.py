@@ -6,8 +6,8 @@ import os
 import signal
 import sys
 import time
-from collections.abc import Callable, Generator, Iterator, Mapping, Sequence
-from contextlib import closing, contextmanager
+from collections.abc import Callable, Generator, Mapping, Sequence
+from contextlib import closing
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 from urllib.parse import quote
@@ -15,66 +15,18 @@ from urllib.parse import quote
 import click
 
 from docmap.documents import STANDARD_INPUT, find_files
-from docmap.jobs import WorkerLostError, default_jobs, map_in_order, track
-from docmap.terminal import printable
+from docmap.jobs import default_jobs, map_in_order, track
+from docmap.messages import Errors, count_of, ending_cleanly, note, note_replaced, relative, summary
+from docmap.roots import common_folder, root_of
 
 # What only one of the commands needs is imported there, so that none waits for it.
 if TYPE_CHECKING:
     from docmap.checking import Checked, Held
-    from docmap.reading import Document
-
-PIPE_CLOSED = 128 + signal.SIGPIPE
 
 _as_json = click.option("--json", "as_json", is_flag=True, help="Print JSON Lines instead of text.")
 _jobs = click.option(
     "--jobs", "-j", type=click.IntRange(min=1), help="Number of processes; by default one for few files."
 )
-
-
-class _Errors:
-    """Names on standard error what could not be read, and remembers that there was something."""
-
-    def __init__(self) -> None:
-        self.count = 0
-
-    def folder(self, error: OSError) -> None:
-        self.say(str(error.filename), error.strerror or str(error))
-
-    def say(self, file: str, reason: str) -> None:
-        self.count += 1
-        _note(f"{file}: {reason}")
-
-
-def _note(message: str) -> None:
-    click.echo(f"docmap: {printable(message)}", err=True)
-
-
-def _note_replaced(document: Document) -> None:
-    if document.replaced:
-        _note(f"{document.file.shown}: not all of it is UTF-8; the rest is read as U+FFFD")
-
-
-@contextmanager
-def _ending_cleanly() -> Iterator[None]:
-    """Ends quietly when the reader of standard output has had enough, in one line when a process is lost."""
-    try:
-        yield
-        sys.stdout.flush()
-    except WorkerLostError:
-        _note("a process was killed before it was done; memory may be short, and --jobs 1 needs the least")
-        raise click.exceptions.Exit(1) from None
-    except BrokenPipeError:
-        # What is still buffered would fail again at exit, with a message that nobody can act on.
-        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
-        raise click.exceptions.Exit(PIPE_CLOSED) from None
-
-
-def _count(number: int, noun: str) -> str:
-    return f"{number} {noun}" if number == 1 else f"{number} {noun}s"
-
-
-def _summary(counts: str, started: float) -> None:
-    click.echo(f"{counts}, {time.monotonic() - started:.1f} s", err=True)
 
 
 def _print_version(context: click.Context, _option: click.Parameter, wanted: bool) -> None:
@@ -132,19 +84,19 @@ def outline(paths: tuple[str, ...], links: bool, as_json: bool, jobs: int | None
 
     started = time.monotonic()
     _must_exist(paths)
-    errors = _Errors()
+    errors = Errors()
     printer = TreePrinter()
     files = list(find_files(paths, errors.folder))
     # Standard input belongs to this process; its children have none.
     processes = 1 if STANDARD_INPUT in paths else jobs or default_jobs(len(files))
     read = map_in_order(read_document, files, processes)
     file_count = section_count = link_count = 0
-    with _ending_cleanly(), closing(track(read, len(files), streaming=True)) as results:
+    with ending_cleanly(), closing(track(read, len(files), streaming=True)) as results:
         for document in results:
             if isinstance(document, Unreadable):
                 errors.say(document.file.shown, document.reason)
                 continue
-            _note_replaced(document)
+            note_replaced(document)
             file_count += 1
             section_count += len(document.sections)
             link_count += len(document.links)
@@ -153,9 +105,9 @@ def outline(paths: tuple[str, ...], links: bool, as_json: bool, jobs: int | None
             else:
                 printer.print_outline(document, with_links=links)
     if not files and not errors.count:
-        _note("there is no Markdown here")
-    counts = _count(file_count, "file"), _count(section_count, "section"), _count(link_count, "link")
-    _summary(", ".join(counts), started)
+        note("there is no Markdown here")
+    counts = count_of(file_count, "file"), count_of(section_count, "section"), count_of(link_count, "link")
+    summary(", ".join(counts), started)
     raise click.exceptions.Exit(1 if errors.count else 0)
 
 
@@ -214,8 +166,8 @@ def check(
             "links are checked within a repository; name a file of it", param_hint="PATH"
         )
     _must_exist(paths)
-    errors = _Errors()
-    with _ending_cleanly():
+    errors = Errors()
+    with ending_cleanly():
         options = {"exclude": exclude, "ignore": ignore, "site": site, "root": root}
         checked = _checked(paths, options, errors, cached=not no_cache, jobs=jobs)
         if verbose:
@@ -232,15 +184,15 @@ def check(
                     shown[finding.file] = _shown(checked, finding.file)
                 sys.stdout.write(write(finding, shown[finding.file], columns))
         for words in checked.config.unused(of_ignore=checked.covers_all):
-            _note(f"{checked.config.origin or 'options'}: {words}")
+            note(f"{checked.config.origin or 'options'}: {words}")
     if not checked.documents and not errors.count:
-        _note("there is no Markdown here")
+        note("there is no Markdown here")
     doubtful = counts["doubtful"]
-    verdict = f"{counts['broken']} broken of {_count(report.links, 'link')}"
-    verdict += f" in {_count(len(checked.documents), 'file')}"
+    verdict = f"{counts['broken']} broken of {count_of(report.links, 'link')}"
+    verdict += f" in {count_of(len(checked.documents), 'file')}"
     if doubtful:
         verdict += f", {doubtful} doubtful" + ("" if strict else " (--strict shows them)")
-    _summary(verdict, started)
+    summary(verdict, started)
     failed = counts["broken"] or errors.count or (strict and doubtful)
     raise click.exceptions.Exit(1 if failed else 0)
 
@@ -279,14 +231,14 @@ def page(
         raise click.BadParameter(f"{path} is not a folder", param_hint="FOLDER")
     if link is not None and ("{path}" not in link or link.lower().startswith(("javascript:", "data:"))):
         raise click.BadParameter("an address with {path} in it, and perhaps {line}", param_hint="--link")
-    errors = _Errors()
-    with _ending_cleanly():
+    errors = Errors()
+    with ending_cleanly():
         checked = _checked([path], {}, errors, jobs=jobs, with_sections=True)
         root = os.path.abspath(path)
         # Seen from standard output the documents have no address.
         base = None if output == STANDARD_INPUT else _address(root, os.path.dirname(os.path.abspath(output)))
         if base is None and link is None and output != STANDARD_INPUT:
-            _note(
+            note(
                 "the page lies so far from the folder that it has no links into the files; see --link and -o"
             )
         # The first step keeps a name such as "javascript:x.md" from being read as a scheme.
@@ -301,7 +253,7 @@ def page(
             else:
                 Path(output).write_text(text, "utf-8", newline="\n")
         except LibraryMissingError:
-            _note(f"the page needs a drawing library; this installs it: {how_to_install()}")
+            note(f"the page needs a drawing library; this installs it: {how_to_install()}")
             raise click.exceptions.Exit(1) from None
         except OSError as error:
             if isinstance(error, BrokenPipeError):
@@ -311,8 +263,8 @@ def page(
     sections = sum(len(entry["sections"]) for entry in folder["documents"])
     broken = sum(problem.doubt is None for document in documents for problem in document.problems)
     name = "" if output == STANDARD_INPUT else f"{output}: "
-    counts = f"{_count(len(documents), 'file')}, {_count(sections, 'section')}, {broken} broken"
-    _summary(f"{name}{counts}; {len(text) / 1e6:.1f} MB", started)
+    counts = f"{count_of(len(documents), 'file')}, {count_of(sections, 'section')}, {broken} broken"
+    summary(f"{name}{counts}; {len(text) / 1e6:.1f} MB", started)
     if open_page and output != STANDARD_INPUT:
         click.launch(Path(output).absolute().as_uri())
     raise click.exceptions.Exit(1 if errors.count else 0)
@@ -331,7 +283,7 @@ def _address(folder: str, origin: str) -> str | None:
 def _checked(
     paths: Sequence[str],
     options: Mapping[str, Any],
-    errors: _Errors,
+    errors: Errors,
     *,
     cached: bool = True,
     jobs: int | None = None,
@@ -349,10 +301,14 @@ def _checked(
         read = map_in_order(work, files, processes)
         return track(read, len(files), streaming=False) if len(files) > 1 else read
 
+    try:
+        shared = common_folder(paths)
+    except ValueError:
+        raise click.BadParameter("the paths lie on several drives", param_hint="PATH") from None
     cache = Cache(cache_folder() if cached else None)
     try:
-        config = read_config(find_config(_common_folder(paths)), options)
-        root = os.path.abspath(config.root) if config.root else root_of(paths)
+        config = read_config(find_config(shared), options)
+        root = os.path.abspath(config.root) if config.root else root_of(shared)
         wanted = [os.path.relpath(os.path.abspath(path), root).replace(os.sep, "/") for path in paths]
         outside = [path for path, place in zip(paths, wanted, strict=True) if place.startswith("..")]
         if outside:
@@ -364,37 +320,11 @@ def _checked(
             config,
             cache,
             read_all=read_all,
-            on_error=lambda path, reason: errors.say(_relative(path), reason),
+            on_error=lambda path, reason: errors.say(relative(path), reason),
             with_sections=with_sections,
         )
     except ConfigError as error:
         raise click.BadParameter(str(error), param_hint="settings") from None
-
-
-def _common_folder(paths: Sequence[str]) -> str:
-    folders = [path if os.path.isdir(path) else os.path.dirname(path) or "." for path in paths]
-    try:
-        return os.path.commonpath([os.path.abspath(folder) for folder in folders])
-    except ValueError:
-        raise click.BadParameter("the paths lie on several drives", param_hint="PATH") from None
-
-
-_FOLDERS_ABOVE = 3
-
-
-def root_of(paths: Sequence[str]) -> str:
-    """The top of the Git repository that all paths lie in. Without one, as in an unpacked archive: the nearest of the
-    folders above, up to three, that defines a site; else the folder that the paths share."""
-    from docmap.sites import defines_a_site
-
-    shared = folder = _common_folder(paths)
-    above = [shared]
-    while not os.path.exists(os.path.join(folder, ".git")):
-        if os.path.dirname(folder) == folder:
-            return next(filter(defines_a_site, above[: 1 + _FOLDERS_ABOVE]), shared)
-        folder = os.path.dirname(folder)
-        above.append(folder)
-    return folder
 
 
 def _must_exist(paths: Sequence[str]) -> None:
@@ -403,17 +333,8 @@ def _must_exist(paths: Sequence[str]) -> None:
             raise click.BadParameter(f"{path} does not exist", param_hint="PATH")
 
 
-def _relative(path: str) -> str:
-    """A path as messages show it: relative to the current folder when it lies below that."""
-    try:
-        relative = os.path.relpath(path)
-    except ValueError:  # on another drive
-        return path
-    return path if relative.startswith("..") and os.path.isabs(path) else relative
-
-
 def _shown(checked: Checked, path: str) -> str:
-    return _relative(os.path.join(checked.repository.root, path))
+    return relative(os.path.join(checked.repository.root, path))
 
 
 def _note_sites(checked: Checked) -> None:
@@ -421,7 +342,7 @@ def _note_sites(checked: Checked) -> None:
         if site.pages:
             where = _shown(checked, site.content)
             by = f" ({_shown(checked, site.defined_by)})" if site.defined_by else ""
-            _note(f"{where}: {site.rules.kind}{by}, {_count(len(site.pages), 'file')}")
+            note(f"{where}: {site.rules.kind}{by}, {count_of(len(site.pages), 'file')}")
 
 
 def main() -> None:

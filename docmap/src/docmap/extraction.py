@@ -4,10 +4,7 @@ from __future__ import annotations
 
 import html
 import re
-from array import array
-from bisect import bisect_right
-from collections.abc import Iterable, Iterator, Sequence
-from itertools import accumulate
+from collections.abc import Iterable, Iterator
 from types import SimpleNamespace
 from typing import Any, cast
 from urllib.parse import unquote
@@ -17,6 +14,7 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
 from tree_sitter import Node
 
+from docmap.bodies import dedented, directive_of, find_bodies
 from docmap.constructs import comment_spans, find_constructs, literal_spans
 from docmap.facts import (
     COMPONENT,
@@ -35,10 +33,13 @@ from docmap.facts import (
     Span,
 )
 from docmap.front_matter import read_fields
+from docmap.ignored import ignored_spans
 from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
+from docmap.names import read_names
 from docmap.notes import targets
 from docmap.ranges import Ranges
 from docmap.reading import parse_bytes, sections_of
+from docmap.source import Source, text_of
 
 # What is read of a tree, by type of node.
 _KINDS = {
@@ -56,61 +57,17 @@ _KINDS = {
 
 # Where a run of inline Markdown holds what the engine does not report.
 _INLINE_SIGN = re.compile(rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)")
-# Patterns of whole lines are for `_find_lines`. Those begin with a newline, since `re` finds a literal quickly, while
-# "^" makes it try every byte.
+# Patterns of whole lines, here and elsewhere, are for `Source.find_lines`. They begin with a newline, since `re` finds a
+# literal quickly, while "^" makes it try every byte.
 _DEFINES = re.compile(rb"\n[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:")
-_BRACES = re.compile(rb"\{(?<!\{\{):?([^{}\n]{1,1000})\}")
-_ID_IN_BRACES = re.compile(rb"""(?:^|[ \t])(?:#([^\s#=]+)|id=(?:"([^"]*)"|'([^']*)'|([^\s"']+)))(?![^ \t])""")
-_BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
-_TARGET = re.compile(rb"\n[ >\t]*\(([^()\n]+)\)=[ \t]*$", re.MULTILINE)
-# The name that an option gives what a directive makes; and a target in reStructuredText, which directives can hold.
-_DIRECTIVE_NAME = re.compile(rb"\n[ \t>]*(?::name:[ \t]+([^\n]+)|\.\. _([^:\n]+):)")
-# What stands below a term of a definition list.
-_DEFINITION = re.compile(rb"\n[ ]{0,3}[:~][ \t]")
-_FENCE_INFO = re.compile(rb"[ \t>]*[`~]{3,}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
 _HTML_HEADING = re.compile(rb"<h([1-6])(?=[\s>])([^<>]{0,1000})>", re.IGNORECASE)
 _HTML_HEADINGS = frozenset({"h1", "h2", "h3", "h4", "h5", "h6"})
 _LONGEST_HTML_HEADING = 1000
-_IGNORE = re.compile(rb"(?:<!--|\{/\*)[ \t]*docmap-ignore[ \t]*(?:-->|\*/\})")
-_BEFORE_COMMENT = re.compile(rb"[ \t>]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)?")
-_REST_OF_LINE = re.compile(rb"[ \t\r\v\f]*(?:\n|\Z)")
-_EMPTY_LINES = re.compile(rb"(?:[ \t>]*\n)*")
-_INDENT = re.compile(rb"[ \t>]*")
-_MOST_BLOCKS_IN_ROW = 100
 _BETWEEN_WORDS = re.compile(r"[\s()\[\]<>#?|]+")
 _LONGEST_LINE = 20_000
-_COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
-_NOT_NAMES = frozenset({"section", "document"})
-# What site generators indent: an admonition, a tab.
-_ADMONITION = re.compile(rb"\n([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*")
-# Directives whose body is no Markdown.
-_CODE_DIRECTIVES = frozenset(
-    [
-        "code",
-        "code-block",
-        "code-cell",
-        "sourcecode",
-        "literalinclude",
-        "math",
-        "mermaid",
-        "graphviz",
-        "raw",
-        "eval-rst",
-        "csv-table",
-        "toctree",
-        "plot",
-        "highlight",
-        "include",
-        "image",
-        "bibliography",
-        "autodoc",
-        "glossary-file",
-        "python",
-        "r",
-        "bash",
-    ]
-)
+# Bodies within bodies are read to this depth.
 _DEEPEST_BODY = 6
+_COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
 
 
 def read_facts(text: str, replaced: bool) -> tuple[Facts, list[Section]]:
@@ -129,7 +86,8 @@ class _Reader:
         self._text, self._depth = text, depth
         self._labels, self._notes = labels, notes
         self._data = text.encode("utf-8")
-        self._starts: Sequence[int] | None = None
+        self._source = Source(self._data)
+        self._line_of = self._source.line_of
         self._facts = Facts()
 
     def read(self) -> tuple[Facts, list[Symbol]]:
@@ -137,8 +95,9 @@ class _Reader:
         sections = sections_of(root, self._text, "")
         references = extract_links(root, sections)
         blocks = _blocks(root)
-        self._fences = Ranges(_spans(blocks.get("fence", [])), joined=False)
-        self._code = Ranges(_spans(blocks.get("fence", []) + blocks.get("code", [])), joined=False)
+        fences, indented = (_spans(blocks.get(kind, ())) for kind in ("fence", "code"))
+        self._source.fences = Ranges(fences, joined=False)
+        self._source.code = Ranges([*fences, *indented], joined=False)
         self._read_front_matter(blocks.get("front_matter", ()))
         self._read_headings(blocks.get("heading", ()), sections)
         self._read_labels(blocks.get("definition", ()))
@@ -148,9 +107,9 @@ class _Reader:
         self._read_links(references, blocks.get("definition", ()), comments)
         del references
         self._mark_links_inside()
-        self._read_constructs(blocks.get("fence", []))
-        self._read_names()
-        self._read_bodies(blocks)
+        self._read_constructs(blocks.get("fence", ()))
+        read_names(self._source, self._facts)
+        self._read_bodies(blocks.get("fence", ()))
         # The nodes and references of a long document take more memory than what follows should add to.
         del blocks, root
         # The engine reports each link of a line once; so do we.
@@ -158,27 +117,11 @@ class _Reader:
         self._facts.headings.sort(key=lambda heading: heading.line)
         return self._facts, sections
 
-    def _line_of(self, position: int) -> int:
-        if self._starts is None:
-            # An array, since a list would hold an object for every line.
-            self._starts = array("Q", [0])
-            self._starts.extend(accumulate(len(line) + 1 for line in self._data.split(b"\n")))
-        return bisect_right(self._starts, position)
-
-    def _is_inside_code(self, position: int) -> bool:
-        """Whether a position is in code below the line that opens it."""
-        code = self._code.around(position)
-        if code is None:
-            return False
-        begin, _ = code
-        is_fenced = self._data[begin : begin + 1] in {b"`", b"~"}
-        return not is_fenced or self._line_of(begin) != self._line_of(position)
-
     def _read_front_matter(self, nodes: Iterable[Node]) -> None:
         for node in nodes:
             if node.start_byte:
                 continue
-            body = _text(self._data[node.start_byte : node.end_byte])
+            body = text_of(self._data[node.start_byte : node.end_byte])
             body = body.partition("\n")[2].rstrip().rpartition("\n")[0]
             self._facts.front_matter = body
             fields = read_fields(body, toml=node.type == "plus_metadata")
@@ -208,13 +151,13 @@ class _Reader:
     def _raw(self, node: Node) -> str:
         for child in node.children:
             if child.type in {"inline", "paragraph"}:
-                return _text(self._data[child.start_byte : child.end_byte]).strip()
+                return text_of(self._data[child.start_byte : child.end_byte]).strip()
         return ""
 
     def _read_labels(self, definitions: Iterable[Node]) -> None:
         labels: dict[str, None] = {}
-        for begin, match in self._find_lines(_DEFINES) if b"]:" in self._data else ():
-            label = _text(match[1])
+        for begin, match in self._source.find_lines(_DEFINES) if b"]:" in self._data else ():
+            label = text_of(match[1])
             if label.startswith("^"):
                 # The line of the label, which is the line that begins here: nothing before the label ends a line.
                 self._facts.footnotes.append(Named(self._line_of(begin), label[1:]))
@@ -247,7 +190,7 @@ class _Reader:
                 closed = self._data.find(b"</", closed + 2, min(end, opened.end() + _LONGEST_HTML_HEADING))
             if closed < 0:
                 continue
-            raw = _text(self._data[opened.end() : closed]).strip()
+            raw = text_of(self._data[opened.end() : closed]).strip()
             element = next(elements_of(self._data, opened.start(), opened.end()), None)
             heading = Heading(
                 self._line_of(opened.start()),
@@ -294,49 +237,9 @@ class _Reader:
     def _read_spans(self, comments: list[tuple[int, int]], root: Node) -> None:
         for begin, end in comments:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
-        for begin, end, tag in (*literal_spans(self._data), *comment_spans(self._data, self._code)):
+        for begin, end, tag in (*literal_spans(self._data), *comment_spans(self._data, self._source.code)):
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), tag))
-        if b"docmap-ignore" in self._data:
-            # By the rows where they begin, since several comments can mean one block.
-            ignored: dict[int, Span] = {}
-            before = -1
-            for match in _IGNORE.finditer(self._data):
-                if match.start() not in self._code:
-                    row = self._line_of(match.start()) - 1
-                    # After another comment of its row none stands alone.
-                    block_row = row if row == before else self._row_of_ignored(row, match)
-                    before = row
-                    if block_row not in ignored:
-                        ignored[block_row] = self._block_at(block_row, root)
-            self._facts.spans.extend(ignored.values())
-
-    def _row_of_ignored(self, row: int, comment: re.Match[bytes]) -> int:
-        """The row of what a comment in this row means: what follows one that stands alone, else its own."""
-        before = _BEFORE_COMMENT.fullmatch(self._data, self._begin_of(row), comment.start())
-        if before is None or _REST_OF_LINE.match(self._data, comment.end()) is None:
-            return row
-        empty = _EMPTY_LINES.match(self._data, self._begin_of(row + 1))
-        return row + 1 if empty is None else self._line_of(empty.end()) - 1
-
-    def _begin_of(self, row: int) -> int:
-        return self._starts[row] if self._starts is not None and row < len(self._starts) else len(self._data)
-
-    def _block_at(self, row: int, root: Node) -> Span:
-        """The lines of the outermost block that begins in a row; of the innermost in it, if none does."""
-        begin = self._begin_of(row)
-        indent = _INDENT.match(self._data, begin)
-        column = 0 if indent is None else indent.end() - begin
-        node = root.descendant_for_point_range((row, column), (row, column))
-        # Nobody nests deeper, and each step takes as long as the node is deep.
-        for _ in range(_MOST_BLOCKS_IN_ROW):
-            above = None if node is None else node.parent
-            if above is None or above.type in _NOT_NAMES or above.start_point[0] != row:
-                break
-            node = above
-        if node is None or node.type in _NOT_NAMES:
-            return Span(row + 1, row + 1, "ignore")
-        last = node.end_point[0] + (node.end_point[1] > 0)
-        return Span(row + 1, max(last, row + 1), "ignore")
+        self._facts.spans.extend(ignored_spans(self._source, root))
 
     def _read_links(
         self,
@@ -366,16 +269,16 @@ class _Reader:
         """What comments hold of each line, percent-decoded."""
         by_line: dict[int, list[str]] = {}
         for begin, end in comments:
-            for line, text in enumerate(_text(self._data[begin:end]).split("\n"), self._line_of(begin)):
+            for line, text in enumerate(text_of(self._data[begin:end]).split("\n"), self._line_of(begin)):
                 by_line.setdefault(line, []).append(unquote(text))
         return {line: _LineText("\n".join(texts)) for line, texts in by_line.items()}
 
     def _mark_links_inside(self) -> None:
         """Say of each link what it stands inside of; the engine reports its line alone."""
         inside: dict[tuple[int, bool, str, str | None], str | None] = {}
-        for target in targets(self._data, self._code):
+        for target in targets(self._data, self._source.code):
             line = self._line_of(target.position)
-            link = link_of(WIKI if target.is_wiki else LINK, line, _text(target.written))
+            link = link_of(WIKI if target.is_wiki else LINK, line, text_of(target.written))
             if link is not None:
                 key = line, target.is_wiki, link.path, link.anchor
                 inside[key] = inside.get(key, target.inside) and target.inside
@@ -389,99 +292,22 @@ class _Reader:
 
     def _read_constructs(self, fences: Iterable[Node]) -> None:
         found = self._facts.constructs
-        for position, construct in find_constructs(self._data, self._code):
+        for position, construct in find_constructs(self._data, self._source.code):
             found.append(construct._replace(line=self._line_of(position)))
         for node in fences:
-            info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
-            if info is not None:
-                name, rest = (_text(group).strip() for group in info.groups())
-                found.append(Construct(node.start_point[0] + 1, FENCE, name, rest))
+            directive = directive_of(self._source, node)
+            if directive is not None:
+                found.append(Construct(node.start_point[0] + 1, FENCE, *directive))
         found.sort(key=lambda construct: construct.line)
 
-    def _read_names(self) -> None:
-        facts, data = self._facts, self._data
-        if b"{" in data:
-            heading_lines = {heading.line for heading in facts.headings}
-            for match in _BRACES.finditer(data):
-                own = _ID_IN_BRACES.search(match[1])
-                if own is not None and not self._is_inside_code(match.start()):
-                    line = self._line_of(match.start())
-                    if line not in heading_lines:
-                        facts.attribute_ids.append(Named(line, _text(own[own.lastindex or 1])))
-        if b"^" in data:
-            facts.block_ids.extend(
-                Named(self._line_of(match.start()), _text(match[1]))
-                for match in _BLOCK_ID.finditer(data)
-                if match.start(1) not in self._code
-            )
-        if b")=" in data:
-            facts.targets.extend(
-                Named(self._line_of(begin), _text(match[1]).strip())
-                for begin, match in self._find_lines(_TARGET)
-                if begin + match.start(1) - match.start() - 1 not in self._code
-            )
-        if b":name:" in data or b"\n.. _" in data:
-            for begin, match in self._find_lines(_DIRECTIVE_NAME):
-                facts.targets.append(Named(self._line_of(begin), _text(match[1] or match[2]).strip()))
-        for match in _DEFINITION.finditer(data):
-            # One empty line may stand between.
-            end = match.start() if data[match.start() - 1 : match.start()] != b"\n" else match.start() - 1
-            begin = data.rfind(b"\n", 0, max(end, 0)) + 1
-            term = _text(data[begin:end]).strip()
-            if term and term[0] not in ":|>#-~" and begin not in self._code:
-                facts.terms.append(Named(self._line_of(begin), term))
-
-    def _find_lines(self, pattern: re.Pattern[bytes]) -> Iterator[tuple[int, re.Match[bytes]]]:
-        """Where lines begin that a pattern which begins with a newline matches, and the matches."""
-        for match in pattern.finditer(b"\n" + self._data):
-            # The newline put in front makes up for the one that is matched.
-            yield match.start(), match
-
-    def _read_bodies(self, blocks: dict[str, list[Node]]) -> None:
-        """Read what is Markdown to some sites though the grammar calls it code: bodies of directives."""
+    def _read_bodies(self, fences: Iterable[Node]) -> None:
         if self._depth >= _DEEPEST_BODY:
             return
-        for node in blocks.get("fence", []):
-            info = _FENCE_INFO.match(self._data, node.start_byte, node.end_byte)
-            if info is None:
-                continue
-            name = _text(info[1])
-            if name in _CODE_DIRECTIVES:
-                continue
-            for child in node.children:
-                if child.type == "code_fence_content":
-                    self._add_body("fence", name, child.start_byte, child.end_byte)
-        if blocks.get("code"):
-            end = 0
-            for begin, match in self._find_lines(_ADMONITION):
-                if begin >= end and begin not in self._fences:
-                    # Past the newline at its end.
-                    first = begin + len(match[0])
-                    end = self._end_of_indented(first, len(match[1]) + 4)
-                    self._add_body("admonition", "", first, end)
-
-    def _end_of_indented(self, begin: int, indent: int) -> int:
-        end = position = begin
-        while position < len(self._data):
-            after = self._data.find(b"\n", position) + 1 or len(self._data)
-            line = self._data[position:after]
-            if line.strip():
-                if len(line) - len(line.lstrip(b" ")) < indent:
-                    break
-                end = after
-            position = after
-        return end
-
-    def _add_body(self, kind: str, name: str, begin: int, end: int) -> None:
-        lines = _text(self._data[begin:end]).split("\n")
-        indents = [len(line) - len(line.lstrip(" ")) for line in lines if line.strip()]
-        if not indents:
-            return
-        indent = min(indents)
-        dedented = "\n".join(line[indent:] for line in lines)
-        text = dedented if dedented.endswith("\n") else dedented + "\n"
-        facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
-        self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
+        for kind, name, begin, end in find_bodies(self._source, fences):
+            text = dedented(text_of(self._data[begin:end]))
+            if text is not None:
+                facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
+                self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
 
 
 class _LineText:
@@ -518,12 +344,8 @@ def _blocks(root: Node) -> dict[str, list[Node]]:
     return found
 
 
-def _spans(nodes: list[Node]) -> list[tuple[int, int]]:
+def _spans(nodes: Iterable[Node]) -> list[tuple[int, int]]:
     return [(node.start_byte, node.end_byte) for node in nodes]
-
-
-def _text(data: bytes) -> str:
-    return data.decode("utf-8", "replace")
 
 
 def _link(line: int, path: str, anchor: str | None, wiki: bool) -> Link | None:

@@ -6,7 +6,7 @@ somewhere, and which anchor a heading makes, is for the site to say (`docmap.sit
 
 from __future__ import annotations
 
-from collections.abc import Collection, Iterable
+from collections.abc import Collection, Iterable, Mapping
 from dataclasses import dataclass, field, replace
 from typing import Any, Final, NamedTuple
 
@@ -171,7 +171,7 @@ class Facts:
         directives, "fence:name" for one."""
         merged = replace(self, bodies=[], labels=list(self.labels))
         # Each row once, in the order in which it came.
-        rows = {name: dict.fromkeys(getattr(self, name)) for name in _BY_LINE}
+        rows = {name: dict.fromkeys(getattr(self, name)) for name in ROWS}
         for body in self.bodies:
             if body.kind not in kinds and f"{body.kind}:{body.name}" not in kinds:
                 continue
@@ -200,15 +200,16 @@ class Facts:
         return first[0].text if len(first) == 1 else None
 
 
-_BY_LINE = (
-    "links",
-    "headings",
-    "ids",
-    "attribute_ids",
-    "block_ids",
-    "targets",
-    "terms",
-    "footnotes",
-    "constructs",
-    "spans",
-)
+# The lists of facts that have a line each, or lines, and what their rows are.
+ROWS: Final[Mapping[str, Any]] = {
+    "links": Link,
+    "headings": Heading,
+    "ids": Named,
+    "attribute_ids": Named,
+    "block_ids": Named,
+    "targets": Named,
+    "terms": Named,
+    "footnotes": Named,
+    "constructs": Construct,
+    "spans": Span,
+}

@@ -59,6 +59,7 @@ _DESTINATION = re.compile(
     + rb"""(?:\s+=\S*)?)(?P<none>))\s*\)""",
     re.VERBOSE | re.DOTALL,
 )
+_BACKTICKS = re.compile(rb"`+")
 _LONGEST_LABEL = 999
 _LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
 
@@ -161,6 +162,25 @@ def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labe
     return _Scanner(data, begin, end, line_of, labels, notes).found
 
 
+class CodeSpans:
+    """Where code spans end: at the next run of as many backticks. Positions asked for only grow."""
+
+    def __init__(self, data: bytes, begin: int, end: int) -> None:
+        # By length, the ends of the runs still to come, the next one last.
+        self._ends: dict[int, list[int]] = {}
+        for run in _BACKTICKS.finditer(data, begin, end):
+            self._ends.setdefault(run.end() - run.start(), []).append(run.end())
+        for ends in self._ends.values():
+            ends.reverse()
+
+    def end(self, start: int, after: int) -> int:
+        """The end of the code span that this run of backticks opens; its own end where nothing closes it."""
+        ends = self._ends.get(after - start, [])
+        while ends and ends[-1] <= after:
+            ends.pop()
+        return ends[-1] if ends else after
+
+
 class _Scanner:
     """Goes through a run once, as CommonMark does: brackets are kept until their end is found."""
 
@@ -172,8 +192,7 @@ class _Scanner:
         self.found = Found([], [], [])
         # Where each open bracket is, and whether it is an image's.
         self._open: list[tuple[int, bool]] = []
-        # By length, the runs of backticks still to come; a code span ends at the next run of its length.
-        self._runs: dict[int, list[int]] | None = None
+        self._code: CodeSpans | None = None
         position = begin
         while (token := _TOKEN.search(data, position, end)) is not None:
             position = self._take(token)
@@ -183,7 +202,9 @@ class _Scanner:
         start, after = token.span()
         kind = token.lastgroup
         if kind == "ticks":
-            return self._after_code(start, after)
+            if self._code is None:
+                self._code = CodeSpans(self._data, start, self._end)
+            return self._code.end(start, after)
         if kind == "comment":
             self.found.comments.append((start, after))
         elif kind == "tag":
@@ -205,19 +226,6 @@ class _Scanner:
         elif kind == "close" and self._open:
             return self._close(start, after)
         return after
-
-    def _after_code(self, start: int, after: int) -> int:
-        if self._runs is None:
-            self._runs = {}
-            for run in re.finditer(rb"`+", self._data[start : self._end]):
-                self._runs.setdefault(len(run[0]), []).append(start + run.start())
-            for positions in self._runs.values():
-                positions.reverse()
-        length = after - start
-        positions = self._runs.get(length, [])
-        while positions and positions[-1] < after:
-            positions.pop()
-        return positions[-1] + length if positions else after
 
     def _close(self, start: int, after: int) -> int:
         opened, is_image = self._open.pop()

@@ -8,6 +8,7 @@ from collections.abc import Iterator
 from typing import NamedTuple
 
 from docmap.facts import MATHEMATICS, NOTE_COMMENT
+from docmap.inline import CodeSpans
 from docmap.ranges import Ranges
 
 _WIKI_LINK = re.compile(rb"\[\[([^\[\]\n]+)\]\]")
@@ -49,7 +50,7 @@ def targets(data: bytes, code: Ranges) -> Iterator[Target]:
     def same_paragraph(start: int, end: int) -> bool:
         return bisect_right(blanks, start) == bisect_right(blanks, end)
 
-    ticks = _CodeSpans(data)
+    ticks = CodeSpans(data, 0, len(data))
     position = 0
     while (token := _TOKEN.search(data, position)) is not None:
         start, position = token.span()
@@ -94,21 +95,3 @@ class _Closers:
         while self._next is not None and self._next < position + 2:
             self._next = next(self._found, None)
         return self._next
-
-
-class _CodeSpans:
-    """Where code spans end: at the next run of as many backticks. Positions asked for only grow."""
-
-    def __init__(self, data: bytes) -> None:
-        self._runs: dict[int, list[int]] = {}
-        for run in re.finditer(rb"`+", data):
-            self._runs.setdefault(len(run[0]), []).append(run.end())
-        for ends in self._runs.values():
-            ends.reverse()
-
-    def end(self, start: int, after: int) -> int:
-        """The end of the code span that this run of backticks opens; its own end where nothing closes it."""
-        ends = self._runs.get(after - start, [])
-        while ends and ends[-1] <= after:
-            ends.pop()
-        return ends[-1] if ends else after

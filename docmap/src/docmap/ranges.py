@@ -28,3 +28,6 @@ class Ranges:
     def __contains__(self, number: int) -> bool:
         at = bisect_right(self._begins, number) - 1
         return at >= 0 and number < self._ends[at]
+
+    def __len__(self) -> int:
+        return len(self._begins)

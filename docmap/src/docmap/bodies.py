@@ -1,0 +1,90 @@
+"""Finds what is Markdown to some sites though the grammar calls it code: the bodies of directives and admonitions."""
+
+from __future__ import annotations
+
+import re
+from collections.abc import Iterable, Iterator
+
+from tree_sitter import Node
+
+from docmap.source import Source, text_of
+
+# What site generators indent: an admonition, a tab.
+_ADMONITION = re.compile(rb"\n([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*")
+_FENCE_INFO = re.compile(rb"[ \t>]*[`~]{3,}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
+# Directives whose body is no Markdown.
+_CODE_DIRECTIVES = frozenset(
+    [
+        "code",
+        "code-block",
+        "code-cell",
+        "sourcecode",
+        "literalinclude",
+        "math",
+        "mermaid",
+        "graphviz",
+        "raw",
+        "eval-rst",
+        "csv-table",
+        "toctree",
+        "plot",
+        "highlight",
+        "include",
+        "image",
+        "bibliography",
+        "autodoc",
+        "glossary-file",
+        "python",
+        "r",
+        "bash",
+    ]
+)
+
+
+def directive_of(source: Source, fence: Node) -> tuple[str, str] | None:
+    """The name and the arguments of the directive that a fenced code block is, None for another one."""
+    info = _FENCE_INFO.match(source.data, fence.start_byte, fence.end_byte)
+    return None if info is None else (text_of(info[1]).strip(), text_of(info[2]).strip())
+
+
+def find_bodies(source: Source, fences: Iterable[Node]) -> Iterator[tuple[str, str, int, int]]:
+    """The bodies of a document: kind and name as `Body` has them, begin and end in bytes."""
+    for node in fences:
+        directive = directive_of(source, node)
+        if directive is not None and directive[0] not in _CODE_DIRECTIVES:
+            for child in node.children:
+                if child.type == "code_fence_content":
+                    yield "fence", directive[0], child.start_byte, child.end_byte
+    # What is indented is code to the grammar.
+    if len(source.code) > len(source.fences):
+        end = 0
+        for begin, match in source.find_lines(_ADMONITION):
+            if begin >= end and begin not in source.fences:
+                # Past the newline at its end.
+                first = begin + len(match[0])
+                end = _end_of_indented(source.data, first, len(match[1]) + 4)
+                yield "admonition", "", first, end
+
+
+def _end_of_indented(data: bytes, begin: int, indent: int) -> int:
+    end = position = begin
+    while position < len(data):
+        after = data.find(b"\n", position) + 1 or len(data)
+        line = data[position:after]
+        if line.strip():
+            if len(line) - len(line.lstrip(b" ")) < indent:
+                break
+            end = after
+        position = after
+    return end
+
+
+def dedented(text: str) -> str | None:
+    """The text of a body as a document of its own, None when there is nothing in it."""
+    lines = text.split("\n")
+    indents = [len(line) - len(line.lstrip(" ")) for line in lines if line.strip()]
+    if not indents:
+        return None
+    indent = min(indents)
+    text = "\n".join(line[indent:] for line in lines)
+    return text if text.endswith("\n") else text + "\n"

@@ -1,0 +1,57 @@
+"""The text of a document in UTF-8, as what reads it by patterns needs it: its lines, and where it is code."""
+
+from __future__ import annotations
+
+import re
+from array import array
+from bisect import bisect_right
+from collections.abc import Iterator, Sequence
+from itertools import accumulate
+
+from docmap.ranges import Ranges
+
+
+class Source:
+    """The bytes of a document; lines count from 1, rows from 0."""
+
+    def __init__(self, data: bytes) -> None:
+        self.data = data
+        # Fenced code blocks, and these together with the indented ones; known once the tree has been walked.
+        self.fences = self.code = Ranges(())
+        self._starts: Sequence[int] | None = None
+
+    def line_of(self, position: int) -> int:
+        """The line that a byte is in."""
+        return bisect_right(self._begins(), position)
+
+    def begin_of(self, row: int) -> int:
+        """Where a row begins; the end of the document for those after its last."""
+        begins = self._begins()
+        return begins[row] if row < len(begins) else len(self.data)
+
+    def _begins(self) -> Sequence[int]:
+        if self._starts is None:
+            # An array, since a list would hold an object for every line.
+            self._starts = array("Q", [0])
+            self._starts.extend(accumulate(len(line) + 1 for line in self.data.split(b"\n")))
+        return self._starts
+
+    def find_lines(self, pattern: re.Pattern[bytes]) -> Iterator[tuple[int, re.Match[bytes]]]:
+        """Where lines begin that a pattern which begins with a newline matches, and the matches."""
+        for match in pattern.finditer(b"\n" + self.data):
+            # The newline put in front makes up for the one that is matched.
+            yield match.start(), match
+
+    def is_inside_code(self, position: int) -> bool:
+        """Whether a byte is in code below the line that opens it."""
+        code = self.code.around(position)
+        if code is None:
+            return False
+        begin, _ = code
+        is_fenced = self.data[begin : begin + 1] in {b"`", b"~"}
+        return not is_fenced or self.line_of(begin) != self.line_of(position)
+
+
+def text_of(data: bytes) -> str:
+    """The text of some bytes of a document."""
+    return data.decode("utf-8", "replace")
