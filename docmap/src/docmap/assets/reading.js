@@ -208,7 +208,7 @@ class Reading {
     return [
       this.toDocument(each),
       each.into.size ? element("span", { className: "line", textContent: ` linked from ${each.into.size.toLocaleString()}` }) : null,
-      text ? element("p", { className: "faint", textContent: cut(text, 110) }) : null,
+      text ? element("p", { className: "faint", textContent: cutWords(text, 110) }) : null,
     ];
   }
 
@@ -222,6 +222,6 @@ class Reading {
       title && fold(title) !== fold(lastName(folder)) ? ` ${cut(title, 60)}` : "",
       element("span", { className: "line", textContent: ` ${plural(members.length, "document")}` }),
       broken ? element("span", { className: "line bad", textContent: ` ▲ ${broken.toLocaleString()} broken` }) : null,
-      element("p", { className: "faint", textContent: cut(says, 110) })];
+      element("p", { className: "faint", textContent: cutWords(says, 110) })];
   }
 }
