@@ -22,6 +22,11 @@ function cut(text, length) {
   return text.length > length ? `${text.slice(0, length - 1).trimEnd()}…` : text;
 }
 
+// Cut where a word ends, if one ends near.
+function cutWords(text, length) {
+  return text.length > length ? `${text.slice(0, length).replace(/\s+\S{0,20}$/, "").trimEnd()}…` : text;
+}
+
 const map = JSON.parse(find("data").textContent);
 const documents = map.documents;
 const byPath = new Map(documents.map((each) => [each.path, each]));

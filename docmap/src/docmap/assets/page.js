@@ -106,12 +106,14 @@ function entriesBelow(inside, folder) {
   return [...(index ? [documentEntry(index)] : []), ...folders.map((part) => folderEntry(part, folder)), ...rest.map(documentEntry)];
 }
 
+// Folders are opened by how central their documents are: one of tests may hold more.
+const weightOf = (members) => sum(members, ({ into }) => Math.max(0, into.size - 1)) + members.length / documents.length;
+
 function folderEntry({ folder, members }, above) {
   return {
     kind: "folder", id: `/${folder}`, label: folder.slice(above ? above.length + 1 : 0), folder,
     spoken: `Folder ${folder}, ${plural(members.length, "document")}`, note: members.length.toLocaleString(),
-    // What is linked most is opened first; a folder of tests may hold more.
-    size: sum(members, (each) => each.into.size) + members.length / documents.length,
+    size: weightOf(members),
     bad: sum(members, (each) => each.broken.length), children: () => entriesBelow(members, folder),
   };
 }
@@ -239,5 +241,5 @@ find("contents").onclick = () => showContents(find("tree").hidden);
 system.addEventListener("change", () => showTheme(stored.read()));
 closeContents();
 showTheme(stored.read());
-tree.openSome(40, (sum(documents, (each) => each.into.size) + 1) / 5);
+tree.openSome(40, weightOf(documents) / 5);
 arrive();

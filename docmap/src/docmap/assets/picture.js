@@ -82,7 +82,8 @@ class Picture {
     points.append("circle").attr("class", "halo").attr("r", ({ radius }) => Math.max(12, radius + 4));
     points.append("path").attr("d", ({ shape, radius }) => shapes[shape](radius));
     this.marks.filter(({ kind }) => kind === "folder").append("rect").attr("class", "halo");
-    this.makeStop(nodes.find(({ chosen }) => chosen) ?? nodes.find(({ kind }) => kind === "document") ?? nodes[0]);
+    const mostLinked = d3.greatest(nodes.filter(({ kind }) => kind === "document"), ({ weight }) => weight);
+    this.makeStop(nodes.find(({ chosen }) => chosen) ?? mostLinked);
     this.fit();
   }
 

@@ -186,7 +186,7 @@ class Reading {
           fileLink(each, line, `line ${line}`), `: ${message}`, suggestion ? `; did you mean ${suggestion}?` : "")),
         each.broken.length > 3 ? element("li", { className: "faint", textContent: `and ${each.broken.length - 3} more` }) : null)], { className: "broken", most: 10 }),
       list(folders.length ? "Documents beside the folders" : "Documents", own.filter((each) => each !== index), (each) => this.described(each), { most: 30 }),
-      list("Not linked", apart.filter((each) => !few || each !== index), (each) => few ? this.described(each) : [this.toDocument(each), element("span", { className: "line", textContent: ` ${each.path}` })],
+      list("Not linked", apart.filter((each) => !few || each !== index), (each) => few ? this.described(each) : [this.toDocument(each), element("span", { className: "faint", textContent: ` ${each.path}` })],
         { note: "No document links to these, and they link to none.", folded: !few && apart.length > 5 }),
     );
   }
@@ -208,7 +208,7 @@ class Reading {
     return [
       this.toDocument(each),
       each.into.size ? element("span", { className: "line", textContent: ` linked from ${each.into.size.toLocaleString()}` }) : null,
-      text ? element("p", { className: "faint", textContent: cut(text, 110) }) : null,
+      text ? element("p", { className: "faint", textContent: cutWords(text, 110) }) : null,
     ];
   }
 
@@ -222,6 +222,6 @@ class Reading {
       title && fold(title) !== fold(lastName(folder)) ? ` ${cut(title, 60)}` : "",
       element("span", { className: "line", textContent: ` ${plural(members.length, "document")}` }),
       broken ? element("span", { className: "line bad", textContent: ` ▲ ${broken.toLocaleString()} broken` }) : null,
-      element("p", { className: "faint", textContent: cut(says, 110) })];
+      element("p", { className: "faint", textContent: cutWords(says, 110) })];
   }
 }

@@ -160,7 +160,7 @@ class Tree {
     moves[event.key]();
   }
 
-  // Opens folders of at least `least` documents, the largest first, while no more than `most` rows are seen.
+  // Opens folders of at least this size, the largest first, while no more than `most` rows are seen; but some rows are.
   openSome(most, least) {
     let seen = this.list.children.length;
     const closed = new Set(this.list.querySelectorAll("li.folder"));
@@ -169,7 +169,7 @@ class Tree {
       if (!item || this.entries.get(item).size < least) return;
       closed.delete(item);
       const { length } = this.entries.get(item).children();
-      if (seen + length > most) continue;
+      if (seen + length > most && seen > most / 4) continue;
       this.toggle(item, true);
       item.querySelectorAll("li.folder").forEach((below) => closed.add(below));
       seen += length;
