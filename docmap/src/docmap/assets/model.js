@@ -24,7 +24,7 @@ function cut(text, length) {
 
 // Cut where a word ends, if one ends near.
 function cutWords(text, length) {
-  return text.length > length ? `${text.slice(0, length).replace(/\s+\S{0,20}$/, "").trimEnd()}…` : text;
+  return text.length > length ? `${text.slice(0, length).replace(/\s+\S{0,20}$/, "").replace(/[\s.,;:]+$/, "")}…` : text;
 }
 
 const map = JSON.parse(find("data").textContent);
