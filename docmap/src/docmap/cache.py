@@ -14,10 +14,11 @@ import sys
 import time
 from collections.abc import Iterable
 from contextlib import suppress
-from importlib import metadata
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
-from docmap.facts import ROWS, Body, Facts, Section
+# A run over unchanged files unpacks no facts.
+if TYPE_CHECKING:
+    from docmap.facts import Facts, Section
 
 # Raised with every change to what is read of a file, or to the form in which it is kept.
 _FORMAT = 3
@@ -40,20 +41,21 @@ def cache_folder() -> str:
 
 def readers() -> str:
     """The versions of all that decides what is read of a file."""
+    from importlib import metadata
+
+    def version(name: str) -> str:
+        try:
+            return metadata.version(name)
+        except metadata.PackageNotFoundError:
+            return "-"
+
     folder = os.path.dirname(os.path.abspath(__file__))
     # The sources, too: whoever works on them would otherwise be shown what older ones found.
     changed = 0.0
     for place in (folder, os.path.join(folder, "sites")):
         with suppress(OSError), os.scandir(place) as scan:
             changed += sum(entry.stat().st_mtime for entry in scan if entry.name.endswith(".py"))
-    return f"{_FORMAT} {changed} " + " ".join(f"{name} {_version(name)}" for name in _READERS)
-
-
-def _version(name: str) -> str:
-    try:
-        return metadata.version(name)
-    except metadata.PackageNotFoundError:
-        return "-"
+    return f"{_FORMAT} {changed} " + " ".join(f"{name} {version(name)}" for name in _READERS)
 
 
 def key_of(data: bytes, versions: str) -> bytes:
@@ -183,10 +185,14 @@ def unpacked(data: bytes) -> Facts | None:
 
 def unpacked_sections(data: bytes) -> list[Section]:
     """The sections that were packed with facts that `unpacked` returned."""
+    from docmap.facts import Section
+
     return [Section(*section) for section in json.loads(data[data.index(b"\n") :])]
 
 
 def _facts(plain: dict[str, Any]) -> Facts:
+    from docmap.facts import ROWS, Body, Facts
+
     facts = Facts(**{name: value for name, value in plain.items() if name not in ROWS and name != "bodies"})
     for name, kind in ROWS.items():
         rows = plain.get(name)

@@ -7,20 +7,24 @@ import os
 from collections.abc import Callable, Generator, Iterable, Iterator, Sequence
 from dataclasses import dataclass, replace
 from functools import cached_property
+from typing import TYPE_CHECKING, TypeAlias
 
 from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
 from docmap.documents import normalise
-from docmap.facts import Facts, Section, lines_of
-from docmap.judge import Finding, Judge, Judgement
+from docmap.findings import Finding
 from docmap.repository import Repository
-from docmap.sites import find_sites, kinds
-from docmap.sites.site import Site
+
+# A run over unchanged files judges nothing, and does not wait for what judges.
+if TYPE_CHECKING:
+    from docmap.facts import Facts, Section
+    from docmap.judge import Judge, Judgement
+    from docmap.sites.site import Site
 
 # What a file holds: bytes where it is kept or comes from another process.
-Held = bytes | tuple[Facts, list[Section]] | OSError
+Held: TypeAlias = "bytes | tuple[Facts, list[Section]] | OSError"
 # Reads documents, perhaps in several processes: takes the absolute paths, returns what each file holds, in order.
-ReadAll = Callable[[Sequence[str]], Generator[Held, None, None]]
+ReadAll = Callable[[Sequence[str]], "Generator[Held, None, None]"]
 
 
 def read_held(path: str) -> tuple[Facts, list[Section]] | OSError:
@@ -71,7 +75,8 @@ class Checked:
         (absolute) and the reason of what is wanted and cannot be read. Raises ConfigError for a site that there
         is not."""
         self._cache, self._read_all, self._on_error = cache, read_all, on_error
-        self._versions = readers()
+        # What is kept is found by it.
+        self._versions = readers() if cache.is_open else ""
         self._wanted, self._root = list(wanted), os.path.abspath(root)
         self._sections: dict[str, list[Section]] | None = {} if with_sections else None
         self.config = config
@@ -90,6 +95,8 @@ class Checked:
     @cached_property
     def sites(self) -> list[Site]:
         """All sites of the repository, the code host last."""
+        from docmap.sites import find_sites
+
         settled = {}
         for folder, setting in self.config.site.items():
             if folder == "" or folder in self.repository.folders:
@@ -100,11 +107,17 @@ class Checked:
     @cached_property
     def judge(self) -> Judge:
         """The judge of the repository, after all has been read that it will ask for."""
+        from docmap.judge import Judge
+
         judge = Judge(self.repository, self.sites)
         self._read_missing(self.documents)
         return judge
 
     def _check_kinds(self) -> None:
+        if not self.config.site:
+            return
+        from docmap.sites import kinds
+
         for setting in self.config.site.values():
             if setting.kind not in kinds():
                 raise ConfigError(f'site: there is no kind "{setting.kind}"; there are {", ".join(kinds())}')
@@ -202,14 +215,19 @@ class Checked:
     def report(self) -> Report:
         """What is wrong with the links of all documents; kept, so that a run over an unchanged repository only
         compares what is there with what was."""
+        if not self._cache.is_open:
+            return self._judged_anew()
         key = self._state()
         entry = self._cache.get([key]).get(key)
         report = None if entry is None else self._kept(entry)
         if report is None:
-            findings = [finding for path in self.documents for finding in self.findings(path)]
-            report = Report(findings, self.count_links())
+            report = self._judged_anew()
             self._keep(key, report)
         return report
+
+    def _judged_anew(self) -> Report:
+        findings = [finding for path in self.documents for finding in self.findings(path)]
+        return Report(findings, self.count_links())
 
     def _state(self) -> bytes:
         """A key of what the results follow from, but for what the files hold that are read while they are made."""
@@ -250,6 +268,8 @@ class Checked:
 
     def judged(self, path: str) -> Iterator[Judgement]:
         """What becomes of each link of one document; without findings that a setting or the text ignores."""
+        from docmap.facts import lines_of
+
         facts = self.judge.site_of(path).facts(path)
         if facts is None:
             return

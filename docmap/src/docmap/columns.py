@@ -5,7 +5,7 @@ from __future__ import annotations
 import os
 
 from docmap.documents import normalise
-from docmap.judge import Finding
+from docmap.findings import Finding
 
 _LONGEST_LINE = 100_000
 

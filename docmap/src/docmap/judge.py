@@ -11,7 +11,7 @@ from collections.abc import Iterable, Iterator, Mapping, Sequence
 from dataclasses import dataclass
 from heapq import nsmallest
 from itertools import chain
-from typing import Final, NamedTuple
+from typing import NamedTuple
 
 from docmap.documents import PAGE_SUFFIXES
 from docmap.facts import (
@@ -28,15 +28,13 @@ from docmap.facts import (
     Link,
     lines_of,
 )
+from docmap.findings import BROKEN, IN_DOUBT, Finding
 from docmap.inline import same_label
 from docmap.partials import perhaps_included
 from docmap.repository import Repository
 from docmap.sites.resolution import DOUBTFUL, FOUND
 from docmap.sites.site import Site
 from docmap.spelling import Spelling, is_slip
-
-BROKEN: Final = "broken"
-IN_DOUBT: Final = "doubtful"
 
 # Files at the top of a repository that its host shows, whatever site is made of them as well.
 _OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_conduct)\.\w+", re.IGNORECASE)
@@ -48,23 +46,6 @@ _BETWEEN_WORDS = re.compile(r"[-_\s]+")
 _LOWEST_LIKENESS = 0.7
 # About a second. In a large repository thousands of files share a name such as "index".
 _MOST_DISTANCES = 500_000
-
-
-@dataclass(frozen=True)
-class Finding:
-    """A link that leads nowhere, or perhaps so.
-
-    `file`: relative to the repository; `target`: as the document has it; `suggestion`: a target in its writer's form;
-    `decided_by`: the kind of site whose rules deny it, or, of a doubtful one, what cannot be read and decides.
-    """
-
-    file: str
-    line: int
-    target: str
-    message: str
-    suggestion: str | None
-    degree: str
-    decided_by: str
 
 
 @dataclass(frozen=True)

@@ -20,6 +20,7 @@ if TYPE_CHECKING:
 
 _PIPE_CLOSED = 128 + signal.SIGPIPE
 
+
 class Errors:
     """Names on standard error what could not be read, and remembers that there was something."""
 

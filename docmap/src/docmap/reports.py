@@ -5,8 +5,8 @@ from __future__ import annotations
 from collections.abc import Callable
 from typing import Final
 
+from docmap.findings import BROKEN, Finding
 from docmap.json_lines import json_line
-from docmap.judge import BROKEN, Finding
 from docmap.terminal import bold, printable
 
 # Says where in its line a finding's target stands, from 1; None when that is not known.

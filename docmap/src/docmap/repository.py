@@ -9,9 +9,12 @@ from __future__ import annotations
 import hashlib
 import os
 from collections.abc import Callable, Iterable
+from typing import TYPE_CHECKING
 
 from docmap.documents import PAGE_SUFFIXES, GitIgnore
-from docmap.facts import Facts
+
+if TYPE_CHECKING:
+    from docmap.facts import Facts
 
 # Packages of other people, and what belongs to Git itself.
 _NEVER_READ = frozenset({".git", "node_modules"})
