@@ -193,6 +193,7 @@ SITES = [
     site("zensical", ZENSICAL, "pages/page.md", {
         "[x](a.md#same_1)": OK, "[x](a.md#same-1)": BROKEN, "[x](a.md#Straße)": OK, "[x](a.md#own)": OK, "[x](b.md)": BROKEN,
         "[x](../a/)": OK, "[x](c.md#printed)": DOUBTFUL, "[x](change.md#0460-2024)": OK, "[x][some.name]": DOUBTFUL,
+        "[x][own]": OK, "[`Page`][]": OK,
     }),
     site("zensical shows another file", ZENSICAL, "CHANGES.md", {"[x](a.md)": OK, "[x][some.name]": DOUBTFUL, "[x](b.md)": BROKEN}),
     site("vitepress", VITEPRESS, "docs/guide/page.md", {

@@ -220,6 +220,8 @@ class Judge:
                 return None
             if same_label(link.path) in site.rules.more_labels:
                 return None
+            if site.rules.names_label is not None and site.rules.names_label(site, link.path):
+                return None
             close = self._spelling.closest(link.path.casefold(), facts.labels, _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'
             return _finding(link, path, message, close, site.rules.any_label, site)

@@ -150,6 +150,16 @@ def _tab_anchors(
     yield from (f"{heading}-{title}" for heading in headings for title in titles)
 
 
+def _all_anchors(site: Site) -> frozenset[str]:
+    return frozenset(anchor for page in site.pages for anchor in site.anchors(page).known)
+
+
+def _is_heading(site: Site, label: str) -> bool:
+    """autorefs takes a label for the anchor of a heading of any page, else for its text."""
+    name = label.strip("`")
+    return not site.once(_all_anchors).isdisjoint({name, site.rules.slug(name)})
+
+
 def _text_without_emoji(heading: Heading) -> str:
     return _EMOJI.sub("", heading.text)
 
@@ -316,7 +326,7 @@ def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -
         include = Effect(includes=_included, anchors="included in line {line}?")
         effects |= {f"{LIQUID}:include-markdown": include, f"{LIQUID}:include": include}
     if "mkdocstrings" in plugins or "autorefs" in plugins:
-        rules = rules.changed(any_label="a name that mkdocstrings documents?")
+        rules = rules.changed(any_label="a name that mkdocstrings documents?", names_label=_is_heading)
         effects[FENCE] = Effect(anchors="made of what mkdocstrings documents in line {line}?")
     if "markdown-exec" in plugins:
         rules = rules.changed(unread_anchors=_executes)

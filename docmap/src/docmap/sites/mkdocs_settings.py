@@ -38,7 +38,9 @@ def configurations(repository: Repository) -> Iterator[str]:
     }
     yield from sorted(usual, key=lambda path: _USUAL_NAMES.index(posixpath.basename(path)))
     # MkDocs asks for a name; what has none is part of another, or no configuration of it.
-    yield from (path for path in others if path not in inherited and "site_name" in settings_of(repository, path))
+    yield from (
+        path for path in others if path not in inherited and "site_name" in settings_of(repository, path)
+    )
 
 
 def settings_of(repository: Repository, path: str, depth: int = 0) -> dict[str, Any]:

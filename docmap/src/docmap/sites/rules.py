@@ -108,6 +108,8 @@ class Rules:
     any_label: str | None = None
     # Labels that every page has, since the site adds their definitions; in the form of `Facts.labels`.
     more_labels: frozenset[str] = frozenset()
+    # Whether a label is the name of something else (a heading of any page), so that it needs no definition.
+    names_label: Callable[[Site, str], bool] | None = None
     any_footnote: str | None = None  # why an undefined footnote may be defined after all, if so
     # Whether the links of a file that is part of a page start from that file (as modules do), too.
     partials_keep_paths: bool = False
