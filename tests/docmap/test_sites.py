@@ -183,6 +183,17 @@ SITES = [
     site("mkdocs with a hook that replaces a link", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n",
         "h.py": "def on_page_markdown(markdown): return markdown.replace('A.md)', 'a.md)')\n"},
         "docs/page.md", {"[x](A.md)": DOUBTFUL, "[x](a.md)": OK}),
+    site("mkdocs with i18n", {
+        "mkdocs.yml": "plugins: [{i18n: {docs_structure: folder, languages: [{locale: en, default: true}, {locale: ja}]}}]\n",
+        "docs/en/a.md": "# A\n", "docs/ref/b.md": "# B\n", "docs/x.png": "", "docs/ja/c.md": "# C\n"}, "docs/ja/page.md", {
+        "[x](a.md)": OK, "[x](ref/b.md)": OK, "[x](../ref/b.md)": OK, "[x](../en/a.md)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
+        "[x](d.md)": BROKEN, "[x](/a/)": OK, "[x](/ja/c/)": OK, "[x](/c/)": BROKEN, "[x](/ja/a/)": OK, '<a href="../c/">x</a>': OK,
+    }),
+    site("mkdocs with i18n by suffix", {
+        "mkdocs.yml": "plugins: [{i18n: {languages: [{locale: en, default: true}, {locale: ja}]}}]\n",
+        "docs/a.md": "# A\n", "docs/b.md": "# A\n", "docs/b.ja.md": "# B\n"}, "docs/page.ja.md", {
+        "[x](a.md#a)": OK, "[x](b.md#b)": OK, "[x](b.md#a)": BROKEN, "[x](b.md)": OK, "[x](b.ja.md)": OK, "[x](c.md)": BROKEN, '<a href="../b/">x</a>': OK, "[x](/fr/b/)": BROKEN,
+    }),
     site("mkdocs by language", LANGUAGES, "docs/en/page.md", {
         "[x](a.md)": OK, "[x](/a.md)": OK, "[x](b.md)": BROKEN, "[x](../de/b.md)": BROKEN, "[x](../../de/b/)": DOUBTFUL,
         "![x](../logo.png)": OK, "[x](a.md#own)": OK, "[x](a.md#from-a-part)": OK, "[x](../README.md)": BROKEN,
@@ -275,6 +286,7 @@ SITES = [
         "[x](b.md)": OK, "[x](/b/)": DOUBTFUL, "[x](c.md)": DOUBTFUL, "[x](b.md#nope)": DOUBTFUL, "[x][none]": DOUBTFUL,
         "[x](b.md#same-words)": DOUBTFUL, "[x](b.md#same----wrods)": DOUBTFUL, "[^a]: a\n\n[^a] [^b]": DOUBTFUL,
     }),
+    site("a generator without rules has other suffixes", {"docs.json": '{"navigation": 1}'}, "page.mdx", {"[x](/c)": DOUBTFUL}),
     site("a generator without rules shows what the host shows", {"docs.json": '{"navigation": 1}'}, "README.md", {
         "[x](c.md)": DOUBTFUL, "[x][none]": DOUBTFUL,
     }),
@@ -292,7 +304,7 @@ SITES = [
         "[x](../../../issues)": OK, "[x](../../main/docs/a.md)": OK, "[x](../README.md?plain=1#L3)": OK, "[x](a.md#L10-L12)": OK, "[x](a.md#a--b)": OK,
         "[x](a.md#same-1)": OK, "[x](a.md#same-2)": BROKEN, "[x](a.md#Same)": DOUBTFUL, "[x](a.md#by-hand)": OK,
         "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
-        "*[[ip:][port]:]path*": OK, "a [host][port]:] b": OK, "[see [x][none]]": BROKEN, "[![x][none]](a.md)": BROKEN,
+        "*[[ip:][port]:]path*": OK, "a [host][port]:] b": OK, "[Task 1][Task 2]": OK, "[one 1][two 1]": BROKEN, "[see [x][none]]": BROKEN, "[![x][none]](a.md)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
         "x <!-- a --> [x](#none)": BROKEN, "x <!-- [x](#n%C3%B6) -->": OK,
     }),

@@ -55,6 +55,7 @@ _DESTINATION = re.compile(
     + rb""")?(?:\s+=\S*)?\s*\)""",
     re.VERBOSE | re.DOTALL,
 )
+_DIGITS = re.compile(rb"[0-9]+")
 _LABEL = re.compile(rb"\[([^\[\]]{0,999})\]")
 
 
@@ -229,7 +230,7 @@ class _Scanner:
                 return destination.end()
         elif following == b"[" and not self._is_text(opened):
             label = _LABEL.match(self._data, after, self._end)
-            if label is not None and not is_image and self._is_synopsis(opened, label):
+            if label is not None and not is_image and self._is_no_reference(opened, start, label):
                 return label.end()
             if label is not None and not label[1].startswith(b"^"):
                 written = label[1] if label[1].strip() else self._data[opened + 1 + is_image : start]
@@ -242,10 +243,13 @@ class _Scanner:
         before = self._data[opened - 1 : opened]
         return before.isalnum() or before in {b"_", b"]", b")", b"$", b"\\"} or before >= b"\x80"
 
-    def _is_synopsis(self, opened: int, label: re.Match[bytes]) -> bool:
-        """Whether brackets say what a command may leave out, as in `[[host:][port]:]container`."""
+    def _is_no_reference(self, opened: int, closed: int, label: re.Match[bytes]) -> bool:
+        """Whether brackets say what a command may leave out, as in `[[host:][port]:]container`, or are counted, as in
+        `[Task 1][Task 2]`."""
+        text = self._data[opened + 1 : closed]
+        are_counted = text != label[1] and _DIGITS.sub(b"", text) == _DIGITS.sub(b"", label[1])
         inside = self._data[opened - 1 : opened] == b"["
-        return inside or self._data[label.end() : label.end() + 2] == b":]"
+        return are_counted or inside or self._data[label.end() : label.end() + 2] == b":]"
 
     def _add_label(self, position: int, form: str, label: bytes, defined: Labels) -> None:
         text = label.decode("utf-8", "replace")

@@ -13,6 +13,7 @@ from pathspec import GitIgnoreSpec
 from docmap.facts import EMBED, FENCE, HREF, LIQUID, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
+from docmap.sites.mkdocs_languages import Languages
 from docmap.sites.mkdocs_settings import (
     USUAL_EXTENSIONS,
     configurations,
@@ -73,17 +74,26 @@ _EMOJI = re.compile(r":[\w+-]+:")
 
 
 def _addresses(
-    directory_urls: bool, left_out: GitIgnoreSpec, site: Site, page: str, facts: Facts
+    directory_urls: bool, left_out: GitIgnoreSpec, languages: Languages, site: Site, page: str, facts: Facts
 ) -> Sequence[str]:
     """index.md is the index of its folder, and README.md where there is none."""
     place = site.within(page, site.content) or page
     if left_out.match_file(place):
         return ()
+    if not languages.names:
+        return _addresses_of(directory_urls, site, place)
+    language, plain = languages.split(place)
+    addresses = _addresses_of(directory_urls, site, plain)
+    return [there for address in addresses for there in languages.addresses(language, address)]
+
+
+def _addresses_of(directory_urls: bool, site: Site, place: str) -> list[str]:
     folder, name = posixpath.split(posixpath.splitext(place)[0])
     index = posixpath.join(site.content, folder, "index.md")
     if name == "index" or (name == "README" and index not in site.repository.files):
         return [posixpath.join("/", folder, ""), posixpath.join("/", folder, "index.html")]
-    return site.addresses_by_path(page, ("slash",) if directory_urls else ("html",))
+    stem = posixpath.join("/", folder, name)
+    return [f"{stem}/" if directory_urls else f"{stem}.html"]
 
 
 def _not_a_page(site: Site, link: Link, source: str) -> Resolution | None:
@@ -108,16 +118,6 @@ def _document(site: Site, link: Link, source: str) -> Resolution | None:
     if site.addresses.get(place) == []:
         return nothing_because(site, link, source, f"the configuration leaves {place} out")
     return site_file(site, place)
-
-
-def _translated(site: Site, link: Link, source: str) -> Resolution | None:
-    """With the i18n plugin, page.md stands for page.fr.md, and for the default language's page."""
-    stem, suffix = posixpath.splitext(site.place(link.path, source))
-    language = re.search(r"\.([a-z]{2}(?:-\w+)?)$", posixpath.splitext(source)[0])
-    for other in (language[1],) if language is not None else ():
-        if f"{stem}.{other}{suffix}" in site.repository.files:
-            return site_file(site, f"{stem}.{other}{suffix}")
-    return None
 
 
 def _named(site: Site, link: Link, source: str) -> Resolution | None:
@@ -201,8 +201,10 @@ def make(repository: Repository, root: str) -> Site | None:
         extensions = dict(USUAL_EXTENSIONS)
     plugins = named_options(config.get("plugins"))
     content = posixpath.normpath(posixpath.join(root, literals.text(config, "docs_dir", otherwise="docs")))
+    languages = Languages.of(plugins.get("i18n"))
+    directory_urls = config.get("use_directory_urls", True) is not False
     rules = RULES.changed(
-        addresses=partial(_addresses, config.get("use_directory_urls", True) is not False, _left_out(config)),
+        addresses=partial(_addresses, directory_urls, _left_out(config), languages),
         base=base_of(literals.text(config, "site_url")),
         redirects=_redirects(plugins.get("redirects")),
         static=_theme_folders(root, config),
@@ -218,8 +220,8 @@ def make(repository: Repository, root: str) -> Site | None:
     if {"md_in_html", "extra", "pymdownx.extra"} & extensions.keys():
         # Elements within Markdown blocks are links of the document, too.
         ways[HREF] = ways[SRC] = (*ways[HREF], _document)
-    if "i18n" in plugins:
-        ways["link"] = (*ways["link"], _translated)
+    if languages.names:
+        ways["link"] = (itself, languages.way, *ways["link"][1:])
     if {"roamlinks", "ezlinks", "obsidian-bridge", "wikilinks"} & {*plugins, *extensions}:
         ways[WIKI] = ways[EMBED] = (itself, _document, page_at_address, _named)
         rules = rules.changed(wiki_links=True)
