@@ -220,6 +220,25 @@ SITES = [
         "[x](path:../x.png)": OK, "![x](../x.png)": OK, "![x](/x.png)": OK, "![x](x.png)": BROKEN,
         '<a href="../a.html">x</a>': OK, '<a href="../none.html">x</a>': BROKEN,
     }),
+    site("sphinx: roles and directives", {**SPHINX, "docs/part/p.md": "", "docs/part/only.png": "",
+        "docs/conf.py": "extensions = ['myst_parser']\nexclude_patterns = ['out.md', 'part']\n"},
+        "docs/sub/page.md", {
+        "{doc}`../a`": OK, "{doc}`/a`": OK, "{doc}`Text <../b>`": OK, "{doc}`../a.md`": BROKEN, "{doc}`../none`": BROKEN,
+        "{doc}`../out`": BROKEN, "{doc}`!../none`": OK, "`{doc}` `x`": OK, "``{doc}`x` ``": OK, "\\{doc}`x`": OK,
+        "{ref}`the-target`": OK, "{ref}`Text <The-Target>`": OK, "{ref}`from-rst`": OK, "{ref}`in-note`": OK, "{numref}`fig`": OK,
+        "{ref}`genindex`": OK, "{ref}`same`": BROKEN, "{ref}`from-rts`": BROKEN, "{ref}`in-yaml`": OK, "{ref}`a\nb`": BROKEN,
+        "{download}`../x.png`": OK, "{download}`x <x.png>`": BROKEN, "{download}`https://x.org/x`": OK,
+        "```{toctree}\n:caption: none\n\n../a\n../b.rst\nA <../a.md>\nself\nX <https://x.org>\nsub*\n```": OK,
+        "```{toctree}\nnone\n```": BROKEN, ":::{toctree}\n---\nmaxdepth: 1\n---\n/a\nX <none>\n:::": BROKEN, "```{toctree}\n../out.md\n```": BROKEN,
+        "```{include} ../part/p.md\n```": OK, "```{image} only.png\n```": DOUBTFUL, "```{literalinclude} /none.py\n```": BROKEN, ":::{figure} x.png\n:::": BROKEN,
+        "```{image} /x.png\n```": OK, "````{note}\n```{image} x.png\n```\n````": BROKEN, "````\n```{image} x.png\n```\n````": OK,
+        "```{figure-md}\n---\nname: in-yaml\n---\n```": OK, "<!--\n:::{image} x.png\n:::\n-->": OK,
+    }),
+    site("sphinx: labels that cannot be known", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser', 'sphinx_x']\n"},
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`the-targat`": BROKEN, "{doc}`none`": BROKEN}),
+    site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
+        "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": DOUBTFUL, "{ref}`the-targat`": DOUBTFUL}),
     site("vault", VAULT, "en/page.md", {
         "[[Note one]]": OK, "[[note ONE|text]]": OK, "[[deep/Note two]]": OK, "[[Note two]]": OK, "[[Nur hier]]": BROKEN,
         "[[Note one#Head sub part]]": OK, "[[Note one#head: [sub] part]]": OK, "[[Note one#Head#Deep]]": OK,
@@ -253,8 +272,9 @@ SITES = [
 def test_links_are_judged_by_the_rules_of_their_site(tmp_path, files, page, front, links):
     text, lines = f"{front}# Page\n\n", {}
     for link in links:
-        text += "".join(f"{line}\n" for line in link.split("\n"))
-        lines[text.count("\n")] = link
+        for line in link.split("\n"):
+            text += f"{line}\n"
+            lines[text.count("\n")] = link
         text += "\n"
     write_tree(tmp_path, {**files, page: text, ".git/HEAD": ""})
     found = records("check", "--strict", "--format", "json", "--no-cache", tmp_path)

@@ -18,6 +18,7 @@ from quarnel.models import Symbol
 from tree_sitter import Node
 
 from docmap.constructs import comment_spans, find_constructs, literal_spans
+from docmap.directives import TOCTREE, links_of_directive
 from docmap.documents import normalise
 from docmap.facts import (
     COMPONENT,
@@ -55,7 +56,9 @@ _KINDS = {
 }
 
 # Where a run of inline Markdown holds what the engine does not report.
-_INLINE_SIGN = re.compile(rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)")
+_INLINE_SIGN = re.compile(
+    rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)|\{(?:doc|ref|numref|download)\}`"
+)
 # Patterns of whole lines are for `_find_lines`. Those begin with a newline, since `re` finds a literal quickly, while
 # "^" makes it try every byte.
 _DEFINES = re.compile(rb"\n[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:")
@@ -377,7 +380,23 @@ class _Reader:
             if info is not None:
                 name, rest = (_text(group).strip() for group in info.groups())
                 found.append(Construct(node.start_point[0] + 1, FENCE, name, rest))
+        self._read_directives()
         found.sort(key=lambda construct: construct.line)
+
+    def _read_directives(self) -> None:
+        """Read what directives lead to, those between fences and those between colons."""
+        directives = [one for one in self._facts.constructs if one.form == FENCE]
+        has_entries = any(one.name == TOCTREE for one in directives)
+        lines = _text(self._data).split("\n") if has_entries else []
+        found = [
+            link
+            for one in directives
+            for link in links_of_directive(one.line, one.name, one.arguments, lines)
+        ]
+        if found:
+            comments = (span for span in self._facts.spans if span.kind == "comment")
+            hidden = {line for span in comments for line in range(span.first, span.last + 1)}
+            self._facts.links.extend(link for link in found if link.line not in hidden)
 
     def _read_names(self) -> None:
         facts, data = self._facts, self._data

@@ -21,6 +21,10 @@ SRC: Final = "src"  # <img src="path">, and of other elements
 TEMPLATE: Final = "template"  # [text]({{< ref "x" >}}): a destination that a template or program fills in
 WWW: Final = "www"  # [text](www.example.org): a web address without its scheme
 SCHEME: Final = "scheme"  # [text](project:path#anchor), <path:file>: schemes of a generator; `path` has it
+DOC: Final = "doc"  # {doc}`path`
+TOC: Final = "toc"  # an entry of a toctree
+REF: Final = "ref"  # {ref}`label`, {numref}`label`
+FILE: Final = "file"  # {download}`path`, and the files that directives name
 LABEL: Final = "label"  # [text][label] or [label][] without a definition of the label
 FOOTNOTE: Final = "footnote"  # [^label] without a definition
 

@@ -12,7 +12,23 @@ from dataclasses import dataclass
 from typing import Final
 
 from docmap.documents import PAGE_SUFFIXES
-from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.facts import (
+    DOC,
+    EMBED,
+    FILE,
+    FOOTNOTE,
+    IMAGE,
+    LABEL,
+    REF,
+    SCHEME,
+    SRC,
+    TEMPLATE,
+    TOC,
+    WIKI,
+    WWW,
+    Facts,
+    Link,
+)
 from docmap.inline import same_label
 from docmap.repository import Repository
 from docmap.sites.resolution import DOUBTFUL, FOUND
@@ -28,6 +44,8 @@ _OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_co
 _MAIL = re.compile(r"[\w.+-]+@(?!\dx\.)(?:[\w-]+\.)+[A-Za-z]{2,}")
 _WORD_LABEL = re.compile(r"[\w-]+")
 _LOWEST_LIKENESS = 0.7
+# Forms that are text wherever no rules are for them.
+_OF_SOME_SITES = frozenset({SCHEME, DOC, TOC, REF, FILE})
 
 
 @dataclass(frozen=True)
@@ -91,7 +109,7 @@ class Judge:
             if (
                 reader is None
                 or link.inside in reader.rules.literal
-                or (link.form == SCHEME and SCHEME not in site.rules.ways)
+                or (link.form in _OF_SOME_SITES and link.form not in site.rules.ways)
             ):
                 continue
             yield self._judge(shown, link, path, facts)
@@ -160,6 +178,9 @@ class Judge:
             suggestion = f"mailto:{link.written}"
         elif not link.path:
             message, suggestion = f'no heading "#{link.anchor}"', None
+        elif link.form == REF:
+            close = self._spelling.closest(link.path, resolution.names, _LOWEST_LIKENESS)
+            message, suggestion = f'no target "{link.path}"', close
         elif link.form in {WIKI, EMBED}:
             message, suggestion = f'no page "{link.path}"', self._closest_page(site, link, source)
         else:
@@ -308,7 +329,7 @@ class Judge:
         if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
             is_address = posixpath.splitext(link.path)[1].lower() == ".html" and path in site.addresses
             return f"{_stem(written)}.html" if is_address else written
-        if site.addresses.get(path):
+        if site.addresses.get(path) and link.form != DOC:
             address = site.addresses[path][0]
             if link.path.startswith("/"):
                 return address if link.path.endswith("/") else address.rstrip("/") or "/"
