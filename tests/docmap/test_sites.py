@@ -173,10 +173,13 @@ SITES = [
         "[x](/next/intro/first)": OK, "[x](/next/intro/)": OK, "[x](intro/first)": OK, "[x](01-intro/02-first)": BROKEN,
         "[x](/a#two)": OK, "[x](/1.0/a#one)": OK, "[x](/1.0/a#two)": BROKEN, "[x](/next/somewhere/else)": OK,
         "[x](moved.md)": OK, "[x](/next/moved)": BROKEN, "[x](/was)": OK, "[x](/news/2024/05/06/post)": OK,
-        "[x](/news)": OK, "[x](/team)": OK, "[x](/next/all)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
+        "[x](/news)": OK, "[x](../site/blog/2024-05-06-post.md)": BROKEN, "[x](/team)": OK, "[x](/next/all)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
         "![x](@site/static/z.png)": BROKEN, "[x](pathname:///api)": OK, "[x](../README.md)": BROKEN,
         "[x](/base/a)": OK, "[x](/none)": BROKEN, "{/* [x](none.md) */}": OK,
     }),
+    site("docusaurus with hooks", {**DOCUSAURUS, "site/docusaurus.config.js": "module.exports = { markdown: { hooks: { a() {} } },\n"
+        " presets: [['classic', { docs: { path: '../docs' } }]] };\n"},
+        "docs/page.md", {"[x](../site/blog/2024-05-06-post.md)": DOUBTFUL, "[x](../site/versioned_docs/version-1.0/a.md)": OK}),
     site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
         "[x](/a/)": OK, "[x](/a)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a.mdx)": BROKEN, "[x](/b/)": OK,
         "[x](/some-guide/b/)": BROKEN, "[x](/some-guide/c/)": OK, "[x](/de/a/)": OK, "[x](/fr/a/)": BROKEN, "[x](/about/)": OK, "[x](/old/)": OK,
@@ -200,6 +203,9 @@ SITES = [
         "[x](/blog/2024-05-06-Some_post/)": BROKEN, "[x](blog/2024-05-06-Some_post.md)": BROKEN, "![x](/x.png)": OK,
         "[x](@/ru.md#privet)": DOUBTFUL, "[x](/tags/a/)": DOUBTFUL,
     }, "+++\n+++\n"),
+    site("zola below an address", {**ZOLA, "config.toml": "base_url = 'https://x.org/base/'\n"}, "content/page.md", {
+        "[x](/base/blog/some-post/)": OK, "[x](/base/none/)": BROKEN, "[x](/blog/some-post/)": DOUBTFUL,
+    }, "+++\n+++\n"),
     site("jekyll", JEKYLL, "page.md", {
         "[x](a.md)": OK, "[x](/base/a/)": OK, "[x](../a/)": OK, "[x](a/)": BROKEN, "[x](/a/)": OK, "[x](/base/b/)": BROKEN,
         "[x](/base/about-us/)": OK, "[x](/base/about/)": BROKEN, "[x](/base/guides/g/)": OK, "[x](/base/hidden/h/)": BROKEN,
@@ -209,6 +215,9 @@ SITES = [
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
         "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
     }, "---\n---\n"),
+    site("jekyll in a folder", {"docs/_config.yml": "", "docs/a.md": "", "notes.md": ""}, "docs/page.md", {
+        "[x](a.md)": OK, "[x](../notes.md)": BROKEN, "[x](none.md)": BROKEN,
+    }),
     site("what the host shows too", JEKYLL, "README.md", {
         "[x](/img/x.png)": OK, "[x](_hidden/h.md)": OK, "[x](a.md)": OK, "[x](b.md)": BROKEN, "[x](/base/a/)": OK,
     }),
@@ -250,6 +259,12 @@ SITES = [
         "a $[[1,2]]$ b": OK, "$[[1]]$ $[[1]]$ [[1]]": BROKEN, "$$[[a]]$$": OK, "$$\n[[a]]\n$$": OK, "$5 [[none]] $6": BROKEN,
         "$ [[none]]$": BROKEN, "`$` [[none]] `$`": BROKEN, r"\$[[none]]$": BROKEN, "$5\n[[none]]$": BROKEN,
     }),
+    site("fields of notes", VAULT, "en/page.md", {
+        'a: "[[Note one]]"': OK, "b: '[[none]]'": BROKEN, 'c: ["[[Nur hier]]", x]': BROKEN, "d: [[none]]": OK,
+        'e: "see [[none]]"': OK, 'f:\n  - "[[Note one#nope]]"': BROKEN, '# "[[other]]"': OK, "---": OK,
+    }, "---\n"),
+    site("fields of notes of other programs", {".foam/x": "", "a.md": ""}, "page.md",
+        {'a: "[[none]]"': OK, "---": OK, "[[none]]": BROKEN}, "---\n"),
     site("wiki links without a vault", {"a.md": "# A b\n", "b.md": "[[a]] [[page]] [[A]]\n"}, "page.md", {
         "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN, "$[[1]]$": OK,
     }),

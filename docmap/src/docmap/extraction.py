@@ -24,6 +24,7 @@ from docmap.facts import (
     COMPONENT,
     EMBED,
     FENCE,
+    FRONT_MATTER,
     LINK,
     TEMPLATE,
     WIKI,
@@ -77,6 +78,7 @@ _LONGEST_HTML_HEADING = 1000
 _IGNORE = re.compile(rb"(?:<!--|\{/\*)[ \t]*docmap-ignore[ \t]*(?:-->|\*/\})")
 _BEFORE_TEXT = re.compile(rb"^[ \t>]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)?")
 _COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
+_PROPERTY = re.compile(r"""(["'])\[\[([^\[\]\n]+)\]\]\1""")
 _NOT_NAMES = frozenset({"section", "document"})
 # What site generators indent: an admonition, a tab.
 _ADMONITION = re.compile(rb"\n([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*")
@@ -148,6 +150,7 @@ class _Reader:
         self._read_links(references, blocks.get("definition", ()), comments)
         del references
         self._mark_links_inside()
+        self._read_properties()
         self._read_constructs(blocks.get("fence", ()))
         self._read_names()
         self._read_bodies(blocks)
@@ -369,6 +372,21 @@ class _Reader:
                 )
                 for link in self._facts.links
             ]
+
+    def _read_properties(self) -> None:
+        """Read the wiki links that are values of front matter; without quotes, they are lists of lists."""
+        fields = self._facts.fields.values()
+        values = {
+            text
+            for value in fields
+            for text in (value if isinstance(value, list) else [value])
+            if isinstance(text, str)
+        }
+        for line, text in enumerate((self._facts.front_matter or "").split("\n"), 2):
+            for match in _PROPERTY.finditer(text):
+                link = link_of(WIKI, line, match[2])
+                if link is not None and f"[[{match[2]}]]" in values:
+                    self._facts.links.append(link._replace(inside=FRONT_MATTER))
 
     def _read_constructs(self, fences: Iterable[Node]) -> None:
         found = self._facts.constructs

@@ -35,7 +35,7 @@ class Link(NamedTuple):
     `path` and `anchor` are percent-decoded and without escapes, character references and query; `path` is ""
     for a link within the document; `anchor` is None without "#". A template's `path` is its whole destination,
     a label's or footnote's `path` is the label. `written` is the target as the document has it. `inside`:
-    NOTE_COMMENT or MATHEMATICS for a link that stands nowhere on its line but in these.
+    NOTE_COMMENT, MATHEMATICS or FRONT_MATTER for a link that stands nowhere on its line but in these.
     """
 
     line: int
@@ -95,6 +95,8 @@ MDX_COMMENT: Final = "{/*"  # to */}
 NOTE_COMMENT: Final = "%%"  # to the next %%
 # What note programs take for formulas: $x$ and $$x$$.
 MATHEMATICS: Final = "$"
+# Fields of front matter, which some note programs follow.
+FRONT_MATTER: Final = "---"
 
 
 class Span(NamedTuple):

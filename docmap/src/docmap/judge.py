@@ -103,8 +103,6 @@ class Judge:
         for link in facts.links:
             if any(span.first <= link.line <= span.last for span in hidden):
                 continue
-            if link.form in site.rules.unchecked_forms:
-                continue
             reader = site.notes if link.form in {WIKI, EMBED} else site
             if (
                 reader is None

@@ -26,6 +26,7 @@ from docmap.sites.ways import (
     itself,
     nothing_because,
     outside_base,
+    outside_content,
     page_at_address,
     site_file,
 )
@@ -76,17 +77,6 @@ def _addresses(
     if name == "index" or (name == "README" and index not in site.repository.files):
         return [posixpath.join("/", folder, ""), posixpath.join("/", folder, "index.html")]
     return site.addresses_by_path(page, ("slash",) if directory_urls else ("html",))
-
-
-def _not_a_page(site: Site, link: Link, source: str) -> Resolution | None:
-    """A Markdown file outside of the documents' folder has no page."""
-    place = site.place(link.path, source)
-    outside = site.within(place, site.content) is None
-    if not link.path.startswith("/") and outside and place in site.repository.files:
-        return nothing_because(
-            site, link, source, f"{place} lies outside {site.content}/, so the site does not have it"
-        )
-    return None
 
 
 def _document(site: Site, link: Link, source: str) -> Resolution | None:
@@ -149,7 +139,7 @@ def _text_without_emoji(heading: Heading) -> str:
 RULES = Rules(
     kind=KIND,
     ways={
-        "link": (itself, _document, _not_a_page, page_at_address, outside_base, by_web_server),
+        "link": (itself, _document, outside_content, page_at_address, outside_base, by_web_server),
         HREF: (itself, page_at_address, outside_base, by_web_server),
         SRC: (page_at_address, outside_base),
     },

@@ -58,7 +58,8 @@ def doubt_of_labels(extensions: list[str] | None, conf: str | None) -> str | Non
 class Named:
     """What the names of roles and directives lead to in one site.
 
-    `inventories`: why a name may be one of another project, `projects`: how these are called; `doubt`: why there may be other labels. `targets` finds the documents of each name, as it compares.
+    `inventories`: why a name may be one of another project; `projects`: how these are called; `doubt`: why there may
+    be other labels; `targets` finds the documents of each name, as it compares.
     """
 
     left_out: GitIgnoreSpec
@@ -162,4 +163,3 @@ def _included(site: Site) -> dict[str, list[str]]:
         for page in pages:
             included.setdefault(page, []).append(path)
     return included
-
