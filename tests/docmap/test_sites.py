@@ -159,6 +159,9 @@ SITES = [
     }),
     site("mkdocs with hooks", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n", "h.py": "def on_page_markdown(markdown): ...\n"},
         "docs/page.md", {"[x](a.md#made)": DOUBTFUL, "[x](b.md)": BROKEN}),
+    site("the navigation of mkdocs", {**MKDOCS}, "mkdocs.yml", {
+        "- index.md": OK, "- A: a.md": OK, '- "b.md"': BROKEN, "- Part:\n  - sub/c.md  # c": BROKEN, "- https://x.org/d.md": OK, "- sub/*.md": OK,
+    }, "nav: &nav\n- *nav\n- "),
     site("vitepress", VITEPRESS, "docs/guide/page.md", {
         "[x](./)": OK, "[x](/guide/)": OK, "[x](/guide)": OK, "[x](./page.html)": OK, "[x](page.md)": OK,
         "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,

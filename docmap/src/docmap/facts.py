@@ -25,6 +25,7 @@ DOC: Final = "doc"  # {doc}`path`
 TOC: Final = "toc"  # an entry of a toctree
 REF: Final = "ref"  # {ref}`label`, {numref}`label`
 FILE: Final = "file"  # {download}`path`, and the files that directives name
+NAV: Final = "nav"  # a page that a configuration lists
 LABEL: Final = "label"  # [text][label] or [label][] without a definition of the label
 FOOTNOTE: Final = "footnote"  # [^label] without a definition
 

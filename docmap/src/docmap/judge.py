@@ -131,6 +131,15 @@ class Judge:
             if judgement.finding is not None:
                 yield judgement.finding
 
+    def listed(self) -> Iterator[Finding]:
+        """What is wrong with the links of the files that define sites."""
+        for site in self.sites:
+            for link in site.rules.listed:
+                source = posixpath.join(site.content, "index.md")
+                finding = self._judge_from(site, link, site.defined_by, source).finding
+                if finding is not None:
+                    yield finding
+
     def _judge(self, shown: list[tuple[Site, str]], link: Link, path: str, facts: Facts) -> Judgement:
         """The judgement on a link of a document; a text that several pages show is wrong where it is so in all."""
         worst: Judgement | None = None

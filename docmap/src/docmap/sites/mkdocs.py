@@ -10,9 +10,10 @@ from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import EMBED, FENCE, HREF, LIQUID, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
+from docmap.facts import EMBED, FENCE, HREF, LIQUID, NAV, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
+from docmap.sites.mkdocs_nav import links_of_navigation
 from docmap.sites.resolution import Resolution, found
 from docmap.sites.rules import Effect, Rules, numbered
 from docmap.sites.site import Site
@@ -142,6 +143,7 @@ RULES = Rules(
         "link": (itself, _document, outside_content, page_at_address, outside_base, by_web_server),
         HREF: (itself, page_at_address, outside_base, by_web_server),
         SRC: (page_at_address, outside_base),
+        NAV: (_document,),
     },
     page_suffixes=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
     not_copied=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
@@ -180,6 +182,7 @@ def make(repository: Repository, root: str) -> Site | None:
         base=base_of(literals.text(config, "site_url")),
         redirects=_redirects(plugins.get("redirects")),
         static=_theme_folders(root, config),
+        listed=tuple(links_of_navigation(config.get("nav"), set(plugins), repository.text(path) or "")),
     )
     rules = _with_extensions(rules, repository, root, extensions)
     rules = _with_plugins(rules, path, plugins)

@@ -98,6 +98,8 @@ class Rules:
     any_target: str | None = None
     # The same for links to source files: only what makes those before links are followed can do so.
     any_source: str | None = None
+    # Links of the file that defines the site: its navigation. They start from the content root.
+    listed: tuple[Link, ...] = ()
     # Wiki links: whether these are links here; else they are text.
     wiki_links: bool = False
     # Undefined labels: whether they are told; or why an undefined one may be defined after all.
