@@ -247,7 +247,9 @@ SITES = [
         "```{figure-md}\n---\nname: in-yaml\n---\n```": OK, "<!--\n:::{image} x.png\n:::\n-->": OK,
     }),
     site("sphinx: labels that cannot be known", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser', 'sphinx_x']\n"},
-        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`the-targat`": BROKEN, "{doc}`none`": BROKEN}),
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`the-targat`": BROKEN, "{doc}`none`": DOUBTFUL, "```{image} none.png\n```": DOUBTFUL, "{doc}`indxe`": BROKEN}),
+    site("sphinx: documents that conf.py writes", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser']\nopen('made.md', 'w')\n"},
+        "docs/page.md", {"{ref}`none`": BROKEN, "{doc}`made`": DOUBTFUL}),
     site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
         "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
         "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": DOUBTFUL, "{ref}`the-targat`": DOUBTFUL}),

@@ -19,7 +19,7 @@ _OPTION = re.compile(r":[\w-]+:")
 _FENCE_SIGN = re.compile(r"[ \t>]*(?:`{3}|~{3}|:{3})")
 _QUOTED = re.compile(r"^(?:[ \t]*>)+")
 # Entries of a toctree that are no documents: the page itself, indexes that the program makes.
-_NO_DOCUMENTS = frozenset({"self", "genindex", "modindex", "search"})
+_NO_DOCUMENTS = frozenset({"self", "genindex", "modindex", "py-modindex", "search"})
 _ELSEWHERE = re.compile(r"[a-zA-Z][a-zA-Z0-9+.-]*://|data:|mailto:")
 # What templates, substitutions and patterns make of a path.
 _FILLED_IN = re.compile(r"\{\{|\{%|[*?|<>$]|\[")

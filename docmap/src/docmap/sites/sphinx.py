@@ -17,7 +17,7 @@ from docmap.sites import literals, slugs
 from docmap.sites.resolution import Resolution, doubtful, found
 from docmap.sites.rules import Effect, Rules
 from docmap.sites.site import Site
-from docmap.sites.sphinx_roles import SOURCES, Named, as_compared, doubt_of_labels
+from docmap.sites.sphinx_roles import SOURCES, Named, as_compared, doubt_of_files, doubt_of_labels
 from docmap.sites.ways import (
     as_hosted,
     by_web_server,
@@ -255,7 +255,8 @@ def find(repository: Repository) -> Iterator[str]:
 def make(repository: Repository, root: str) -> Site | None:
     """The documentation in a folder."""
     path = posixpath.join(root, "conf.py")
-    settings = _settings(repository.text(path))
+    text = repository.text(path)
+    settings = _settings(text)
     if path not in repository.files:
         path = posixpath.join(root, "_config.yml")
         book = literals.yaml(repository.text(path))
@@ -288,7 +289,8 @@ def make(repository: Repository, root: str) -> Site | None:
         inventories,
         frozenset(literals.table(settings, "intersphinx_mapping")),
         frozenset(extensions),
-        doubt_of_labels(extensions if is_read else None, repository.text(path)),
+        doubt_of_labels(extensions if is_read else None, text),
+        doubt_of_files(extensions if is_read else None, text),
         _targets,
     )
     level = settings.get("myst_heading_anchors", 6)
@@ -301,7 +303,7 @@ def make(repository: Repository, root: str) -> Site | None:
             DOC: (named.document,),
             TOC: (named.document,),
             REF: (named.label,),
-            FILE: (named.file, page_at_address),
+            FILE: (named.file,),
             IMAGE: _IMAGES,
             SRC: (file_beside, page_at_address),
             HREF: (itself, page_at_address, by_web_server, outside_base),

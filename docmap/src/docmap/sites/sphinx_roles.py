@@ -24,6 +24,16 @@ _HARMLESS = re.compile(
     r"|sphinx\.ext\.(?:mathjax|imgmath|viewcode|todo|githubpages|extlinks|ifconfig|graphviz|inheritance_diagram|napoleon"
     r"|doctest|coverage|duration|intersphinx|autosectionlabel|linkcode)"
 )
+# Of the others, those that bring no documents and files, only what stands in the programs that they read.
+_READS_PROGRAMS = re.compile(
+    r"sphinx\.ext\.autodoc|sphinx_autodoc_typehints|numpydoc|autodocsumm|sphinxcontrib\.(?:bibtex|autodoc_pydantic|programoutput)"
+    r"|sphinx_(?:click|argparse|proof|exercise|issues|substitution_extensions)|sphinx_click\.ext|sphinxarg\.ext|enum_tools.*"
+)
+# What conf.py may do to make files.
+_WRITES = re.compile(
+    r"""\b(?:subprocess|shutil|apidoc|urlretrieve)\b|\bos\.system\b|\bwrite_(?:text|bytes)\b"""
+    r"""|\bopen\([^()\n]*["'][wax]b?\+?["']|\.open\(["'][wax]"""
+)
 # What a function of conf.py may do to labels; style sheets and scripts do nothing.
 _CHANGES_MORE = re.compile(r"\bapp\.(?:connect|add_(?!css|js|html)\w+|setup_extension|registry|env)")
 _AUTOMATIC = "sphinx.ext.autosectionlabel"
@@ -54,19 +64,29 @@ def doubt_of_labels(extensions: list[str] | None, conf: str | None) -> str | Non
     return "made by conf.py?" if _CHANGES_MORE.search(conf or "") else None
 
 
+def doubt_of_files(extensions: list[str] | None, conf: str | None) -> str | None:
+    """Why there may be documents and files that are not here: the same for what makes these."""
+    doubt = doubt_of_labels(
+        extensions and [name for name in extensions if _READS_PROGRAMS.fullmatch(name) is None], conf
+    )
+    return doubt or ("made by conf.py?" if _WRITES.search(conf or "") else None)
+
+
 @dataclass(frozen=True)
 class Named:
     """What the names of roles and directives lead to in one site.
 
-    `inventories`: why a name may be one of another project; `projects`: how these are called; `doubt`: why there may
-    be other labels; `targets` finds the documents of each name, as it compares.
+    `inventories`: why a name may be one of another project; `projects`: how these are called; `label_doubt` and
+    `file_doubt`: why there may be other labels, and other documents and files; `targets` finds the documents of each
+    name, as it compares.
     """
 
     left_out: GitIgnoreSpec
     inventories: str | None
     projects: frozenset[str]
     extensions: frozenset[str]
-    doubt: str | None
+    label_doubt: str | None
+    file_doubt: str | None
     targets: Callable[[Site], dict[str, list[str]]]
 
     def _is_of_project(self, name: str) -> bool:
@@ -89,7 +109,7 @@ class Named:
             return doubtful(self.inventories)
         if link.form != TOC and place in site.repository.files and place.endswith(SOURCES):
             return nothing_because(site, link, source, "{doc} names a document without its suffix")
-        return None
+        return None if self.file_doubt is None else made_perhaps(self.file_doubt)
 
     def label(self, site: Site, link: Link, source: str) -> Resolution | None:
         """{ref}`label`: what stands before a heading or block, or is the name of a figure or table."""
@@ -106,13 +126,12 @@ class Named:
             return replace(made_perhaps(f"a heading, by {_AUTOMATIC}?"), names=tuple(targets))
         if self.inventories is not None:
             return doubtful(self.inventories)
-        if self.doubt is not None or site.unread_page is not None:
-            why = self.doubt or f"{site.unread_page} cannot be read, and may have it"
+        if self.label_doubt is not None or site.unread_page is not None:
+            why = self.label_doubt or f"{site.unread_page} cannot be read, and may have it"
             return replace(made_perhaps(why), names=tuple(targets))
         return Resolution(MISSING, names=tuple(targets))
 
-    @staticmethod
-    def file(site: Site, link: Link, source: str) -> Resolution | None:
+    def file(self, site: Site, link: Link, source: str) -> Resolution | None:
         """{download}`path`, and what a directive includes or shows."""
         place = _place(site, link.path, source)
         if place in site.repository.files:
@@ -121,7 +140,7 @@ class Named:
         for part in site.once(_included).get(source, ()):
             if site.place(link.path, part) in site.repository.files:
                 return doubtful(f"from the folder of {part}, which the page includes?")
-        return None
+        return None if self.file_doubt is None else made_perhaps(self.file_doubt)
 
 
 def _place(site: Site, path: str, source: str) -> str:
