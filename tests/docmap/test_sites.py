@@ -207,6 +207,12 @@ SITES = [
         "[x][own]": OK, "[`Page`][]": OK,
     }),
     site("zensical shows another file", ZENSICAL, "CHANGES.md", {"[x](a.md)": OK, "[x][some.name]": DOUBTFUL, "[x](b.md)": BROKEN}),
+    site("the navigation of mkdocs", {**MKDOCS}, "mkdocs.yml", {
+        "- index.md": OK, "- A: a.md": OK, '- "b.md"': BROKEN, "- Part:\n  - sub/c.md  # c": BROKEN, "- https://x.org/d.md": OK, "- sub/*.md": OK,
+    }, "nav: &nav\n- *nav\n- "),
+    site("the navigation of zensical", {"zensical.toml": "", "docs/index.md": ""}, "zensical.toml", {
+        '{ A = "index.md" },': OK, '{ B = ["b.md"] },': BROKEN, '"c.md" ]': BROKEN,
+    }, "[project]\nsite_name = ''\nnav = [\n"),
     site("vitepress", VITEPRESS, "docs/guide/page.md", {
         "[x](./)": OK, "[x](/guide/)": OK, "[x](/guide)": OK, "[x](./page.html)": OK, "[x](page.md)": OK,
         "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,
@@ -221,10 +227,13 @@ SITES = [
         "[x](/next/intro/first)": OK, "[x](/next/intro/)": OK, "[x](intro/first)": OK, "[x](01-intro/02-first)": BROKEN,
         "[x](/a#two)": OK, "[x](/1.0/a#one)": OK, "[x](/1.0/a#two)": BROKEN, "[x](/next/somewhere/else)": OK,
         "[x](moved.md)": OK, "[x](/next/moved)": BROKEN, "[x](/was)": OK, "[x](/news/2024/05/06/post)": OK,
-        "[x](/news)": OK, "[x](/team)": OK, "[x](/next/all)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
+        "[x](/news)": OK, "[x](../site/blog/2024-05-06-post.md)": BROKEN, "[x](/team)": OK, "[x](/next/all)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
         "![x](@site/static/z.png)": BROKEN, "[x](pathname:///api)": OK, "[x](../README.md)": BROKEN,
         "[x](/base/a)": OK, "[x](/none)": BROKEN, "{/* [x](none.md) */}": OK,
     }),
+    site("docusaurus with hooks", {**DOCUSAURUS, "site/docusaurus.config.js": "module.exports = { markdown: { hooks: { a() {} } },\n"
+        " presets: [['classic', { docs: { path: '../docs' } }]] };\n"},
+        "docs/page.md", {"[x](../site/blog/2024-05-06-post.md)": DOUBTFUL, "[x](../site/versioned_docs/version-1.0/a.md)": OK}),
     site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
         "[x](/a/)": OK, "[x](/a)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a.mdx)": BROKEN, "[x](/b/)": OK,
         "[x](/some-guide/b/)": BROKEN, "[x](/some-guide/c/)": OK, "[x](/de/a/)": OK, "[x](/fr/a/)": BROKEN, "[x](/about/)": OK, "[x](/old/)": OK,
@@ -248,6 +257,9 @@ SITES = [
         "[x](/blog/2024-05-06-Some_post/)": BROKEN, "[x](blog/2024-05-06-Some_post.md)": BROKEN, "![x](/x.png)": OK,
         "[x](@/ru.md#privet)": DOUBTFUL, "[x](/tags/a/)": DOUBTFUL,
     }, "+++\n+++\n"),
+    site("zola below an address", {**ZOLA, "config.toml": "base_url = 'https://x.org/base/'\n"}, "content/page.md", {
+        "[x](/base/blog/some-post/)": OK, "[x](/base/none/)": BROKEN, "[x](/blog/some-post/)": DOUBTFUL,
+    }, "+++\n+++\n"),
     site("jekyll", JEKYLL, "page.md", {
         "[x](a.md)": OK, "[x](/base/a/)": OK, "[x](../a/)": OK, "[x](a/)": BROKEN, "[x](/a/)": OK, "[x](/base/b/)": BROKEN,
         "[x](/base/about-us/)": OK, "[x](/base/about/)": BROKEN, "[x](/base/guides/g/)": OK, "[x](/base/hidden/h/)": BROKEN,
@@ -257,6 +269,9 @@ SITES = [
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
         "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
     }, "---\n---\n"),
+    site("jekyll in a folder", {"docs/_config.yml": "", "docs/a.md": "", "notes.md": ""}, "docs/page.md", {
+        "[x](a.md)": OK, "[x](../notes.md)": BROKEN, "[x](none.md)": BROKEN,
+    }),
     site("what the host shows too", JEKYLL, "README.md", {
         "[x](/img/x.png)": OK, "[x](_hidden/h.md)": OK, "[x](a.md)": OK, "[x](b.md)": BROKEN, "[x](/base/a/)": OK,
     }),
@@ -268,6 +283,27 @@ SITES = [
         "[x](path:../x.png)": OK, "![x](../x.png)": OK, "![x](/x.png)": OK, "![x](x.png)": BROKEN,
         '<a href="../a.html">x</a>': OK, '<a href="../none.html">x</a>': BROKEN,
     }),
+    site("sphinx: roles and directives", {**SPHINX, "docs/part/p.md": "", "docs/part/only.png": "",
+        "docs/conf.py": "extensions = ['myst_parser']\nexclude_patterns = ['out.md', 'part']\n"},
+        "docs/sub/page.md", {
+        "{doc}`../a`": OK, "{doc}`/a`": OK, "{doc}`Text <../b>`": OK, "{doc}`../a.md`": BROKEN, "{doc}`../none`": BROKEN,
+        "{doc}`../out`": BROKEN, "{doc}`!../none`": OK, "`{doc}` `x`": OK, "``{doc}`x` ``": OK, "\\{doc}`x`": OK,
+        "{ref}`the-target`": OK, "{ref}`Text <The-Target>`": OK, "{ref}`from-rst`": OK, "{ref}`in-note`": OK, "{numref}`fig`": OK,
+        "{ref}`genindex`": OK, "{ref}`same`": BROKEN, "{ref}`from-rts`": BROKEN, "{ref}`in-yaml`": OK, "{ref}`a\nb`": BROKEN,
+        "{download}`../x.png`": OK, "{download}`x <x.png>`": BROKEN, "{download}`https://x.org/x`": OK,
+        "```{toctree}\n:caption: none\n\n../a\n../b.rst\nA <../a.md>\nself\nX <https://x.org>\nsub*\n```": OK,
+        "```{toctree}\nnone\n```": BROKEN, ":::{toctree}\n---\nmaxdepth: 1\n---\n/a\nX <none>\n:::": BROKEN, "```{toctree}\n../out.md\n```": BROKEN,
+        "```{include} ../part/p.md\n```": OK, "```{image} only.png\n```": DOUBTFUL, "```{literalinclude} /none.py\n```": BROKEN, ":::{figure} x.png\n:::": BROKEN,
+        "```{image} /x.png\n```": OK, "````{note}\n```{image} x.png\n```\n````": BROKEN, "````\n```{image} x.png\n```\n````": OK,
+        "```{figure-md}\n---\nname: in-yaml\n---\n```": OK, "<!--\n:::{image} x.png\n:::\n-->": OK,
+    }),
+    site("sphinx: labels that cannot be known", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser', 'sphinx_x']\n"},
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`the-targat`": BROKEN, "{doc}`none`": DOUBTFUL, "```{image} none.png\n```": DOUBTFUL, "{doc}`indxe`": BROKEN}),
+    site("sphinx: documents that conf.py writes", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser']\nopen('made.md', 'w')\n"},
+        "docs/page.md", {"{ref}`none`": BROKEN, "{doc}`made`": DOUBTFUL}),
+    site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
+        "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": DOUBTFUL, "{ref}`the-targat`": DOUBTFUL}),
     site("vault", VAULT, "en/page.md", {
         "[[Note one]]": OK, "[[note ONE|text]]": OK, "[[deep/Note two]]": OK, "[[Note two]]": OK, "[[Nur hier]]": BROKEN,
         "[[Note one#Head sub part]]": OK, "[[Note one#head: [sub] part]]": OK, "[[Note one#Head#Deep]]": OK,
@@ -279,6 +315,12 @@ SITES = [
         "a $[[1,2]]$ b": OK, "$[[1]]$ $[[1]]$ [[1]]": BROKEN, "$$[[a]]$$": OK, "$$\n[[a]]\n$$": OK, "$5 [[none]] $6": BROKEN,
         "$ [[none]]$": BROKEN, "`$` [[none]] `$`": BROKEN, r"\$[[none]]$": BROKEN, "$5\n[[none]]$": BROKEN,
     }),
+    site("fields of notes", VAULT, "en/page.md", {
+        'a: "[[Note one]]"': OK, "b: '[[none]]'": BROKEN, 'c: ["[[Nur hier]]", x]': BROKEN, "d: [[none]]": OK,
+        'e: "see [[none]]"': OK, 'f:\n  - "[[Note one#nope]]"': BROKEN, '# "[[other]]"': OK, "---": OK,
+    }, "---\n"),
+    site("fields of notes of other programs", {".foam/x": "", "a.md": ""}, "page.md",
+        {'a: "[[none]]"': OK, "---": OK, "[[none]]": BROKEN}, "---\n"),
     site("wiki links without a vault", {"a.md": "# A b\n", "b.md": "[[a]] [[page]] [[A]]\n"}, "page.md", {
         "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN, "$[[1]]$": OK,
     }),
@@ -315,8 +357,9 @@ SITES = [
 def test_links_are_judged_by_the_rules_of_their_site(tmp_path, files, page, front, links):
     text, lines = f"{front}# Page\n\n", {}
     for link in links:
-        text += "".join(f"{line}\n" for line in link.split("\n"))
-        lines[text.count("\n")] = link
+        for line in link.split("\n"):
+            text += f"{line}\n"
+            lines[text.count("\n")] = link
         text += "\n"
     write_tree(tmp_path, {**files, page: text, ".git/HEAD": ""})
     found = records("check", "--strict", "--format", "json", "--no-cache", tmp_path)

@@ -191,6 +191,9 @@ class Checked:
         report = None if entry is None else self._kept(entry)
         if report is None:
             findings = [finding for path in self.documents for finding in self.findings(path)]
+            if self.covers_all:
+                listed = self.judge.listed()
+                findings += [finding for finding in listed if not self.config.ignores((finding.target,))]
             report = Report(findings, self.count_links())
             self._keep(key, report)
         return report

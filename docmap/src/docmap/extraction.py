@@ -18,11 +18,13 @@ from quarnel.models import Symbol
 from tree_sitter import Node
 
 from docmap.constructs import comment_spans, find_constructs, literal_spans
+from docmap.directives import TOCTREE, links_of_directive
 from docmap.documents import normalise
 from docmap.facts import (
     COMPONENT,
     EMBED,
     FENCE,
+    FRONT_MATTER,
     LINK,
     TEMPLATE,
     WIKI,
@@ -55,7 +57,9 @@ _KINDS = {
 }
 
 # Where a run of inline Markdown holds what the engine does not report.
-_INLINE_SIGN = re.compile(rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)")
+_INLINE_SIGN = re.compile(
+    rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)|\{(?:doc|ref|numref|download)\}`"
+)
 # Patterns of whole lines are for `_find_lines`. Those begin with a newline, since `re` finds a literal quickly, while
 # "^" makes it try every byte.
 _DEFINES = re.compile(rb"\n[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:")
@@ -74,6 +78,7 @@ _LONGEST_HTML_HEADING = 1000
 _IGNORE = re.compile(rb"(?:<!--|\{/\*)[ \t]*docmap-ignore[ \t]*(?:-->|\*/\})")
 _BEFORE_TEXT = re.compile(rb"^[ \t>]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)?")
 _COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
+_PROPERTY = re.compile(r"""(["'])\[\[([^\[\]\n]+)\]\]\1""")
 _NOT_NAMES = frozenset({"section", "document"})
 # What site generators indent: an admonition, a tab.
 _ADMONITION = re.compile(rb"\n([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*")
@@ -145,6 +150,7 @@ class _Reader:
         self._read_links(references, blocks.get("definition", ()), comments)
         del references
         self._mark_links_inside()
+        self._read_properties()
         self._read_constructs(blocks.get("fence", ()))
         self._read_names()
         self._read_bodies(blocks)
@@ -367,6 +373,21 @@ class _Reader:
                 for link in self._facts.links
             ]
 
+    def _read_properties(self) -> None:
+        """Read the wiki links that are values of front matter; without quotes, they are lists of lists."""
+        fields = self._facts.fields.values()
+        values = {
+            text
+            for value in fields
+            for text in (value if isinstance(value, list) else [value])
+            if isinstance(text, str)
+        }
+        for line, text in enumerate((self._facts.front_matter or "").split("\n"), 2):
+            for match in _PROPERTY.finditer(text):
+                link = link_of(WIKI, line, match[2])
+                if link is not None and f"[[{match[2]}]]" in values:
+                    self._facts.links.append(link._replace(inside=FRONT_MATTER))
+
     def _read_constructs(self, fences: Iterable[Node]) -> None:
         found = self._facts.constructs
         for position, construct in find_constructs(self._data):
@@ -377,7 +398,23 @@ class _Reader:
             if info is not None:
                 name, rest = (_text(group).strip() for group in info.groups())
                 found.append(Construct(node.start_point[0] + 1, FENCE, name, rest))
+        self._read_directives()
         found.sort(key=lambda construct: construct.line)
+
+    def _read_directives(self) -> None:
+        """Read what directives lead to, those between fences and those between colons."""
+        directives = [one for one in self._facts.constructs if one.form == FENCE]
+        has_entries = any(one.name == TOCTREE for one in directives)
+        lines = _text(self._data).split("\n") if has_entries else []
+        found = [
+            link
+            for one in directives
+            for link in links_of_directive(one.line, one.name, one.arguments, lines)
+        ]
+        if found:
+            comments = (span for span in self._facts.spans if span.kind == "comment")
+            hidden = {line for span in comments for line in range(span.first, span.last + 1)}
+            self._facts.links.extend(link for link in found if link.line not in hidden)
 
     def _read_names(self) -> None:
         facts, data = self._facts, self._data

@@ -12,6 +12,7 @@ from collections.abc import Callable, Collection, Iterator
 from typing import NamedTuple
 from urllib.parse import unquote
 
+from docmap.directives import LONGEST_ROLE, ROLE, link_of_role
 from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, LINK, SCHEME, SRC, TEMPLATE, WIKI, WWW, Link
 
 # Web addresses, mail addresses and the like; also "//host/path", which takes over the page's scheme.
@@ -212,7 +213,14 @@ class _Scanner:
         positions = self._runs.get(length, [])
         while positions and positions[-1] < after:
             positions.pop()
-        return positions[-1] + length if positions else after
+        if not positions:
+            return after
+        role = ROLE.search(self._data, max(start - LONGEST_ROLE, 0), start)
+        if role is not None:
+            text = self._data[after : positions[-1]].decode("utf-8", "replace")
+            link = link_of_role(self._line_of(start), role[1], text)
+            self.found.links.extend([] if link is None else [(start, link)])
+        return positions[-1] + length
 
     def _close(self, start: int, after: int) -> int:
         opened, is_image = self._open.pop()

@@ -12,7 +12,23 @@ from dataclasses import dataclass
 from typing import Final
 
 from docmap.documents import PAGE_SUFFIXES
-from docmap.facts import EMBED, FOOTNOTE, IMAGE, LABEL, SCHEME, SRC, TEMPLATE, WIKI, WWW, Facts, Link
+from docmap.facts import (
+    DOC,
+    EMBED,
+    FILE,
+    FOOTNOTE,
+    IMAGE,
+    LABEL,
+    REF,
+    SCHEME,
+    SRC,
+    TEMPLATE,
+    TOC,
+    WIKI,
+    WWW,
+    Facts,
+    Link,
+)
 from docmap.inline import same_label
 from docmap.repository import Repository
 from docmap.sites.resolution import DOUBTFUL, FOUND
@@ -30,6 +46,8 @@ _WORD_LABEL = re.compile(r"[\w-]+")
 # What programs put between the words of an anchor, or leave out.
 _BETWEEN_WORDS = re.compile(r"[-_\s]+")
 _LOWEST_LIKENESS = 0.7
+# Forms that are text wherever no rules are for them.
+_OF_SOME_SITES = frozenset({SCHEME, DOC, TOC, REF, FILE})
 
 
 @dataclass(frozen=True)
@@ -87,13 +105,11 @@ class Judge:
         for link in facts.links:
             if any(span.first <= link.line <= span.last for span in hidden):
                 continue
-            if link.form in site.rules.unchecked_forms:
-                continue
             reader = site.notes if link.form in {WIKI, EMBED} else site
             if (
                 reader is None
                 or link.inside in reader.rules.literal
-                or (link.form == SCHEME and SCHEME not in site.rules.ways)
+                or (link.form in _OF_SOME_SITES and link.form not in site.rules.ways)
             ):
                 continue
             yield self._judge(shown, link, path, facts)
@@ -116,6 +132,15 @@ class Judge:
         for judgement in self.judged(path):
             if judgement.finding is not None:
                 yield judgement.finding
+
+    def listed(self) -> Iterator[Finding]:
+        """What is wrong with the links of the files that define sites."""
+        for site in self.sites:
+            for link in site.rules.listed:
+                source = posixpath.join(site.content, "index.md")
+                finding = self._judge_from(site, link, site.defined_by, source).finding
+                if finding is not None:
+                    yield finding
 
     def _judge(self, shown: list[tuple[Site, str]], link: Link, path: str, facts: Facts) -> Judgement:
         """The judgement on a link of a document; a text that several pages show is wrong where it is so in all."""
@@ -162,6 +187,9 @@ class Judge:
             suggestion = f"mailto:{link.written}"
         elif not link.path:
             message, suggestion = f'no heading "#{link.anchor}"', None
+        elif link.form == REF:
+            close = self._spelling.closest(link.path, resolution.names, _LOWEST_LIKENESS)
+            message, suggestion = f'no target "{link.path}"', close
         elif link.form in {WIKI, EMBED}:
             message, suggestion = f'no page "{link.path}"', self._closest_page(site, link, source)
         else:
@@ -317,7 +345,7 @@ class Judge:
         if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
             is_address = posixpath.splitext(link.path)[1].lower() == ".html" and path in site.addresses
             return f"{_stem(written)}.html" if is_address else written
-        if site.addresses.get(path):
+        if site.addresses.get(path) and link.form != DOC:
             address = site.addresses[path][0]
             if link.path.startswith("/"):
                 return address if link.path.endswith("/") else address.rstrip("/") or "/"

@@ -10,10 +10,11 @@ from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import EMBED, FENCE, HREF, LIQUID, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
+from docmap.facts import EMBED, FENCE, HREF, LIQUID, NAV, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.mkdocs_languages import Languages
+from docmap.sites.mkdocs_nav import links_of_navigation
 from docmap.sites.mkdocs_settings import (
     USUAL_EXTENSIONS,
     configurations,
@@ -33,6 +34,7 @@ from docmap.sites.ways import (
     itself,
     nothing_because,
     outside_base,
+    outside_content,
     page_at_address,
     site_file,
 )
@@ -96,17 +98,6 @@ def _addresses_of(directory_urls: bool, site: Site, place: str) -> list[str]:
     return [f"{stem}/" if directory_urls else f"{stem}.html"]
 
 
-def _not_a_page(site: Site, link: Link, source: str) -> Resolution | None:
-    """A Markdown file outside of the documents' folder has no page."""
-    place = site.place(link.path, source)
-    outside = site.within(place, site.content) is None
-    if not link.path.startswith("/") and outside and place in site.repository.files:
-        return nothing_because(
-            site, link, source, f"{place} lies outside {site.content}/, so the site does not have it"
-        )
-    return None
-
-
 def _document(site: Site, link: Link, source: str) -> Resolution | None:
     """A path to a file in the folder of documents, relative to the file that links to it."""
     if link.path.endswith("/") or site.within(site.place(link.path, source), site.content) is None:
@@ -167,9 +158,10 @@ def _text_without_emoji(heading: Heading) -> str:
 RULES = Rules(
     kind=KIND,
     ways={
-        "link": (itself, _document, _not_a_page, page_at_address, outside_base, by_web_server),
+        "link": (itself, _document, outside_content, page_at_address, outside_base, by_web_server),
         HREF: (itself, page_at_address, outside_base, by_web_server),
         SRC: (page_at_address, outside_base),
+        NAV: (_document,),
     },
     page_suffixes=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
     not_copied=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
@@ -208,6 +200,7 @@ def make(repository: Repository, root: str) -> Site | None:
         base=base_of(literals.text(config, "site_url")),
         redirects=_redirects(plugins.get("redirects")),
         static=_theme_folders(root, config),
+        listed=tuple(links_of_navigation(config.get("nav"), set(plugins), repository.text(path) or "")),
     )
     rules = _with_extensions(rules, repository, root, extensions)
     rules = _with_plugins(rules, path, plugins)

@@ -29,7 +29,9 @@ class Languages(NamedTuple):
         else:
             tables = [entry for entry in literals.entries(options, "languages") if isinstance(entry, dict)]
             names = [literals.text(entry, "locale") for entry in tables]
-            usual = next((literals.text(entry, "locale") for entry in tables if entry.get("default") is True), "")
+            usual = next(
+                (literals.text(entry, "locale") for entry in tables if entry.get("default") is True), ""
+            )
         names = [name for name in dict.fromkeys((usual, *names)) if re.fullmatch(r"[\w-]+", name)]
         return cls(tuple(names), literals.text(options, "docs_structure") == "folder")
 
