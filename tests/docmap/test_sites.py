@@ -231,6 +231,7 @@ SITES = [
         "[x](project:../a.md)": OK, "[x](project:../none.md)": BROKEN, "<project:#the-target>": OK,
         "[x](path:../x.png)": OK, "![x](../x.png)": OK, "![x](/x.png)": OK, "![x](x.png)": BROKEN,
         '<a href="../a.html">x</a>': OK, '<a href="../none.html">x</a>': BROKEN,
+        "% [x](none.md)\n% [x](none.md)": OK, "a % [x](none.md)": BROKEN, "x\n  % [x](none.md)": OK,
     }),
     site("sphinx: roles and directives", {**SPHINX, "docs/part/p.md": "", "docs/part/only.png": "",
         "docs/conf.py": "extensions = ['myst_parser']\nexclude_patterns = ['out.md', 'part']\n"},
