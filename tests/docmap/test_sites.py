@@ -233,7 +233,7 @@ SITES = [
         '<a href="../a.html">x</a>': OK, '<a href="../none.html">x</a>': BROKEN,
         "% [x](none.md)\n% [x](none.md)": OK, "a % [x](none.md)": BROKEN, "x\n  % [x](none.md)": OK,
     }),
-    site("sphinx: roles and directives", {**SPHINX, "docs/part/p.md": "", "docs/part/only.png": "",
+    site("sphinx: roles and directives", {**SPHINX, "docs/part/p.md": "", "docs/part/only.png": "", "part.md": "(from-part)=\n",
         "docs/conf.py": "extensions = ['myst_parser']\nexclude_patterns = ['out.md', 'part']\n"},
         "docs/sub/page.md", {
         "{doc}`../a`": OK, "{doc}`/a`": OK, "{doc}`Text <../b>`": OK, "{doc}`../a.md`": BROKEN, "{doc}`../none`": BROKEN,
@@ -243,7 +243,7 @@ SITES = [
         "{download}`../x.png`": OK, "{download}`x <x.png>`": BROKEN, "{download}`https://x.org/x`": OK,
         "```{toctree}\n:caption: none\n\n../a\n../b.rst\nA <../a.md>\nself\nX <https://x.org>\nsub*\n```": OK,
         "```{toctree}\nnone\n```": BROKEN, ":::{toctree}\n---\nmaxdepth: 1\n---\n/a\nX <none>\n:::": BROKEN, "```{toctree}\n../out.md\n```": BROKEN,
-        "```{include} ../part/p.md\n```": OK, "```{image} only.png\n```": DOUBTFUL, "```{literalinclude} /none.py\n```": BROKEN, ":::{figure} x.png\n:::": BROKEN,
+        "```{include} ../part/p.md\n```": OK, "```{include} ../../part.md\n```": OK, "{ref}`from-part`": OK, "```{image} only.png\n```": DOUBTFUL, "```{literalinclude} /none.py\n```": BROKEN, ":::{figure} x.png\n:::": BROKEN,
         "```{image} /x.png\n```": OK, "````{note}\n```{image} x.png\n```\n````": BROKEN, "````\n```{image} x.png\n```\n````": OK,
         "```{figure-md}\n---\nname: in-yaml\n---\n```": OK, "<!--\n:::{image} x.png\n:::\n-->": OK,
     }),
