@@ -25,6 +25,7 @@ from docmap.facts import (
     EMBED,
     FENCE,
     FRONT_MATTER,
+    LINE_COMMENT,
     LINK,
     TEMPLATE,
     WIKI,
@@ -79,6 +80,7 @@ _IGNORE = re.compile(rb"(?:<!--|\{/\*)[ \t]*docmap-ignore[ \t]*(?:-->|\*/\})")
 _BEFORE_TEXT = re.compile(rb"^[ \t>]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)?")
 _COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
 _PROPERTY = re.compile(r"""(["'])\[\[([^\[\]\n]+)\]\]\1""")
+_COMMENTED_LINES = re.compile(rb"(?:\n[ ]{0,3}%[^\n]*)+")
 _NOT_NAMES = frozenset({"section", "document"})
 # What site generators indent: an admonition, a tab.
 _ADMONITION = re.compile(rb"\n([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*")
@@ -304,6 +306,11 @@ class _Reader:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
         for begin, end, tag in (*literal_spans(self._data), *comment_spans(self._data, self._is_code)):
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), tag))
+        for begin, match in self._find_lines(_COMMENTED_LINES) if b"%" in self._data else ():
+            if not self._is_code(begin):
+                first = self._line_of(begin)
+                last = first + match[0].count(b"\n") - 1
+                self._facts.spans.append(Span(first, last, LINE_COMMENT))
         if b"docmap-ignore" in self._data:
             for match in _IGNORE.finditer(self._data):
                 if not self._is_code(match.start()):

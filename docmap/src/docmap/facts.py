@@ -94,6 +94,7 @@ class Construct(NamedTuple):
 # Comments that only some programs know. Spans are only those that fill their lines.
 MDX_COMMENT: Final = "{/*"  # to */}
 NOTE_COMMENT: Final = "%%"  # to the next %%
+LINE_COMMENT: Final = "%"  # at the begin of a line, to its end
 # What note programs take for formulas: $x$ and $$x$$.
 MATHEMATICS: Final = "$"
 # Fields of front matter, which some note programs follow.
@@ -103,7 +104,7 @@ FRONT_MATTER: Final = "---"
 class Span(NamedTuple):
     """Lines (both ends belong to it) that are special.
 
-    `kind` is "comment", MDX_COMMENT, NOTE_COMMENT, "ignore" or a tag such as "raw".
+    `kind` is "comment", MDX_COMMENT, NOTE_COMMENT, LINE_COMMENT, "ignore" or a tag such as "raw".
     """
 
     first: int

@@ -11,7 +11,22 @@ from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import DOC, FENCE, FILE, HREF, IMAGE, REF, SCHEME, SRC, TOC, Construct, Facts, Link
+from docmap.facts import (
+    DOC,
+    FENCE,
+    FILE,
+    FRONT_MATTER,
+    HREF,
+    IMAGE,
+    LINE_COMMENT,
+    REF,
+    SCHEME,
+    SRC,
+    TOC,
+    Construct,
+    Facts,
+    Link,
+)
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.resolution import Resolution, doubtful, found
@@ -233,6 +248,7 @@ RULES = Rules(
     more_anchors=_more_anchors,
     always=r"|top|:~:.*|id\d+|f?n?-?footnote-.*|module-.*|index-\d+|equation-.*",
     bodies=("fence",),
+    literal=frozenset({"comment", FRONT_MATTER, LINE_COMMENT}),
     effects={
         f"{FENCE}:include": Effect(includes=_included, anchors="included in line {line}?"),
         FENCE: Effect(makes=_named, unknown=_directive),

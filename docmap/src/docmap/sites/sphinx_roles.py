@@ -157,8 +157,10 @@ def as_compared(name: str) -> str:
 
 def _defined_somehow(site: Site) -> frozenset[str]:
     """All names that any text of the site seems to define; read only where a label is not found otherwise."""
-    paths = (path for path in site.repository.files if site.within(path, site.content) is not None)
-    texts = (site.repository.text(path) or "" for path in paths if path.endswith((*SOURCES, ".inc", ".rest")))
+    below = (path for path in site.repository.files if site.within(path, site.content) is not None)
+    sources = [path for path in below if path.endswith((*SOURCES, ".inc", ".rest"))]
+    # A page may include what lies elsewhere, such as a README.
+    texts = (site.repository.text(path) or "" for path in dict.fromkeys([*sources, *site.includers]))
     return frozenset(
         as_compared(match[match.lastindex or 0]) for text in texts for match in _DEFINITION.finditer(text)
     )
