@@ -305,6 +305,25 @@ SITES = [
     site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
         "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
         "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": DOUBTFUL, "{ref}`the-targat`": DOUBTFUL}),
+    site("sphinx with names of other projects", SPHINX, "docs/sub/page.md", {
+        "[x](a.mutable)": DOUBTFUL, "[x](rest-api)": DOUBTFUL, "[x](genindex)": OK, "[x](from-rst)": OK, "[x](none.md)": BROKEN,
+        "[x](sub/name)": BROKEN, "[x](./name)": BROKEN, "[x](name.html)": BROKEN,
+    }),
+    *[
+        site(f"sphinx with names of {what}", {"conf.py": conf, "a.md": f"(the-target)=\n# A\n{text}"}, "page.md", {
+            "[x](a.mutable)": degree, "[x](the-target)": OK, "[x](the-targett)": degree, "[x](search)": OK,
+        })
+        for what, conf, text, degree in [
+            ("labels", "extensions = ['myst_parser', 'sphinx_design']\n", "", BROKEN),
+            ("programs", "extensions = ['myst_parser', 'sphinx.ext.autodoc']\n", "", DOUBTFUL),
+            ("an extension", "extensions = ['myst_parser', 'own']\n", "", DOUBTFUL),
+            ("conf.py", "extensions = ['myst_parser']\ndef setup(app):\n    other(app)\n", "", DOUBTFUL),
+        ]
+    ],
+    site("sphinx with names of directives", {"conf.py": "extensions = ['myst_parser']\n",
+        "a.rst": ".. py:class:: a.mutable\n", "b.md": "```{py:function} frozen(x)\n```\n"}, "page.md", {
+        "[x](a.mutable)": DOUBTFUL, "[x](b.frozen)": DOUBTFUL, "[x](b.froze)": BROKEN,
+    }),
     site("vault", VAULT, "en/page.md", {
         "[[Note one]]": OK, "[[note ONE|text]]": OK, "[[deep/Note two]]": OK, "[[Note two]]": OK, "[[Nur hier]]": BROKEN,
         "[[Note one#Head sub part]]": OK, "[[Note one#head: [sub] part]]": OK, "[[Note one#Head#Deep]]": OK,

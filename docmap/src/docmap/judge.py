@@ -46,6 +46,7 @@ _WORD_LABEL = re.compile(r"[\w-]+")
 # What programs put between the words of an anchor, or leave out.
 _BETWEEN_WORDS = re.compile(r"[-_\s]+")
 _LOWEST_LIKENESS = 0.7
+_PICTURES = (".png", ".jpg", ".jpeg", ".gif", ".svg", ".webp", ".ico")
 # Forms that are text wherever no rules are for them.
 _OF_SOME_SITES = frozenset({SCHEME, DOC, TOC, REF, FILE})
 
@@ -187,7 +188,7 @@ class Judge:
             suggestion = f"mailto:{link.written}"
         elif not link.path:
             message, suggestion = f'no heading "#{link.anchor}"', None
-        elif link.form == REF:
+        elif link.form == REF or resolution.names:
             close = self._spelling.closest(link.path, resolution.names, _LOWEST_LIKENESS)
             message, suggestion = f'no target "{link.path}"', close
         elif link.form in {WIKI, EMBED}:
@@ -276,7 +277,10 @@ class Judge:
 
     def _closest_page(self, site: Site, link: Link, source: str) -> str | None:
         """A target in the form of this one that leads to a page that may have been meant."""
+        wants_picture = link.form in {IMAGE, SRC, EMBED} or link.path.lower().endswith(_PICTURES)
         for path in self._candidates(site, link, source):
+            if not wants_picture and path.lower().endswith(_PICTURES):
+                continue
             written = self._spelled(site, link, source, path)
             if written is None or written == link.path:
                 continue

@@ -308,13 +308,23 @@ def make(repository: Repository, root: str) -> Site | None:
         doubt_of_labels(extensions if is_read else None, text),
         doubt_of_files(extensions if is_read else None, text),
         _targets,
+        re.search(r"^def setup\b", text or "", re.MULTILINE) is not None,
     )
     level = settings.get("myst_heading_anchors", 6)
     static = settings.get("html_static_path")
     extra = settings.get("html_extra_path")
     rules = RULES.changed(
         ways={
-            "link": (project, itself, _document, _target, page_at_address, by_web_server, outside_base),
+            "link": (
+                project,
+                itself,
+                _document,
+                _target,
+                page_at_address,
+                by_web_server,
+                outside_base,
+                named.of_any_kind,
+            ),
             SCHEME: (partial(_project, inventories),),
             DOC: (named.document,),
             TOC: (named.document,),

@@ -10,11 +10,19 @@ from dataclasses import dataclass, replace
 from pathspec import GitIgnoreSpec
 
 from docmap.facts import TOC, Link
+from docmap.sites import literals
 from docmap.sites.resolution import MISSING, Resolution, doubtful, found, made_perhaps
 from docmap.sites.site import Site
 from docmap.sites.ways import nothing_because
 
 SOURCES = (".md", ".rst", ".ipynb", ".txt", ".markdown", ".myst", ".myst.md")
+# What ends in one of these is a file, and no name of something in a program.
+_FILE_SUFFIXES = frozenset(SOURCES) | literals.words(
+    """
+    .html .htm .png .jpg .jpeg .gif .svg .webp .ico .pdf .zip .gz .tgz .whl .py .pyi .js .ts .css .json .yml .yaml .toml
+    .cfg .ini .csv .xml .sh .bat .c .h .cc .cpp .hpp .rs .go .java
+    """
+)
 # Extensions that define no labels but those that documents write down.
 _HARMLESS = re.compile(
     r"myst_(?:parser|nb)|sphinx_(?:design|copybutton|tippy|togglebutton|favicon|external_toc|thebe|comments|book_theme"
@@ -88,6 +96,7 @@ class Named:
     label_doubt: str | None
     file_doubt: str | None
     targets: Callable[[Site], dict[str, list[str]]]
+    has_setup: bool  # whether conf.py has a function that Sphinx calls
 
     def _is_of_project(self, name: str) -> bool:
         return name.partition(":")[0] in self.projects and ":" in name
@@ -131,6 +140,20 @@ class Named:
             return replace(made_perhaps(why), names=tuple(targets))
         return Resolution(MISSING, names=tuple(targets))
 
+    def of_any_kind(self, site: Site, link: Link, source: str) -> Resolution | None:
+        """[text](name) without a file: a label, or what a program documents, here or in another project."""
+        suffix = posixpath.splitext(link.path)[1].lower()
+        if "/" in link.path or link.anchor is not None or not link.path or suffix in _FILE_SUFFIXES:
+            return None
+        resolution = self.label(site, link, source)
+        if resolution.outcome != MISSING:
+            # Programs name what they document by rules of their own: no slip for a label is surely one.
+            return replace(resolution, is_made=False, names=tuple(site.once(self.targets)))
+        why = "made by conf.py?" if self.has_setup else None
+        if why is None and _is_described(site, link.path):
+            why = "described by a directive?"
+        return None if why is None else replace(doubtful(why), names=resolution.names)
+
     def file(self, site: Site, link: Link, source: str) -> Resolution | None:
         """{download}`path`, and what a directive includes or shows."""
         place = _place(site, link.path, source)
@@ -164,6 +187,15 @@ def _defined_somehow(site: Site) -> frozenset[str]:
     return frozenset(
         as_compared(match[match.lastindex or 0]) for text in texts for match in _DEFINITION.finditer(text)
     )
+
+
+def _is_described(site: Site, name: str) -> bool:
+    """Whether any text of the site has a directive about something of this name: {py:class} a.Name, .. option:: name"""
+    paths = (path for path in site.repository.files if site.within(path, site.content) is not None)
+    texts = (site.repository.text(path) or "" for path in paths if path.endswith((*SOURCES, ".inc", ".rest")))
+    last = re.escape(re.split(r"[.:]", name)[-1])
+    about = re.compile(rf"(?:::|\}})[^\n]*(?<!\w){last}(?!\w)", re.IGNORECASE)
+    return any(about.search(text) for text in texts)
 
 
 def _headings(site: Site) -> frozenset[str]:
