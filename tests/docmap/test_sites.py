@@ -183,6 +183,17 @@ SITES = [
     site("mkdocs with a hook that replaces a link", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n",
         "h.py": "def on_page_markdown(markdown): return markdown.replace('A.md)', 'a.md)')\n"},
         "docs/page.md", {"[x](A.md)": DOUBTFUL, "[x](a.md)": OK}),
+    site("mkdocs with i18n", {
+        "mkdocs.yml": "plugins: [{i18n: {docs_structure: folder, languages: [{locale: en, default: true}, {locale: ja}]}}]\n",
+        "docs/en/a.md": "# A\n", "docs/ref/b.md": "# B\n", "docs/x.png": "", "docs/ja/c.md": "# C\n"}, "docs/ja/page.md", {
+        "[x](a.md)": OK, "[x](ref/b.md)": OK, "[x](../ref/b.md)": OK, "[x](../en/a.md)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
+        "[x](d.md)": BROKEN, "[x](/a/)": OK, "[x](/ja/c/)": OK, "[x](/c/)": BROKEN, "[x](/ja/a/)": OK, '<a href="../c/">x</a>': OK,
+    }),
+    site("mkdocs with i18n by suffix", {
+        "mkdocs.yml": "plugins: [{i18n: {languages: [{locale: en, default: true}, {locale: ja}]}}]\n",
+        "docs/a.md": "# A\n", "docs/b.md": "# A\n", "docs/b.ja.md": "# B\n"}, "docs/page.ja.md", {
+        "[x](a.md#a)": OK, "[x](b.md#b)": OK, "[x](b.md#a)": BROKEN, "[x](b.md)": OK, "[x](b.ja.md)": OK, "[x](c.md)": BROKEN, '<a href="../b/">x</a>': OK, "[x](/fr/b/)": BROKEN,
+    }),
     site("mkdocs by language", LANGUAGES, "docs/en/page.md", {
         "[x](a.md)": OK, "[x](/a.md)": OK, "[x](b.md)": BROKEN, "[x](../de/b.md)": BROKEN, "[x](../../de/b/)": DOUBTFUL,
         "![x](../logo.png)": OK, "[x](a.md#own)": OK, "[x](a.md#from-a-part)": OK, "[x](../README.md)": BROKEN,
@@ -193,8 +204,15 @@ SITES = [
     site("zensical", ZENSICAL, "pages/page.md", {
         "[x](a.md#same_1)": OK, "[x](a.md#same-1)": BROKEN, "[x](a.md#Straße)": OK, "[x](a.md#own)": OK, "[x](b.md)": BROKEN,
         "[x](../a/)": OK, "[x](c.md#printed)": DOUBTFUL, "[x](change.md#0460-2024)": OK, "[x][some.name]": DOUBTFUL,
+        "[x][own]": OK, "[`Page`][]": OK,
     }),
     site("zensical shows another file", ZENSICAL, "CHANGES.md", {"[x](a.md)": OK, "[x][some.name]": DOUBTFUL, "[x](b.md)": BROKEN}),
+    site("the navigation of mkdocs", {**MKDOCS}, "mkdocs.yml", {
+        "- index.md": OK, "- A: a.md": OK, '- "b.md"': BROKEN, "- Part:\n  - sub/c.md  # c": BROKEN, "- https://x.org/d.md": OK, "- sub/*.md": OK,
+    }, "nav: &nav\n- *nav\n- "),
+    site("the navigation of zensical", {"zensical.toml": "", "docs/index.md": ""}, "zensical.toml", {
+        '{ A = "index.md" },': OK, '{ B = ["b.md"] },': BROKEN, '"c.md" ]': BROKEN,
+    }, "[project]\nsite_name = ''\nnav = [\n"),
     site("vitepress", VITEPRESS, "docs/guide/page.md", {
         "[x](./)": OK, "[x](/guide/)": OK, "[x](/guide)": OK, "[x](./page.html)": OK, "[x](page.md)": OK,
         "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,
@@ -209,10 +227,13 @@ SITES = [
         "[x](/next/intro/first)": OK, "[x](/next/intro/)": OK, "[x](intro/first)": OK, "[x](01-intro/02-first)": BROKEN,
         "[x](/a#two)": OK, "[x](/1.0/a#one)": OK, "[x](/1.0/a#two)": BROKEN, "[x](/next/somewhere/else)": OK,
         "[x](moved.md)": OK, "[x](/next/moved)": BROKEN, "[x](/was)": OK, "[x](/news/2024/05/06/post)": OK,
-        "[x](/news)": OK, "[x](/team)": OK, "[x](/next/all)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
+        "[x](/news)": OK, "[x](../site/blog/2024-05-06-post.md)": BROKEN, "[x](/team)": OK, "[x](/next/all)": OK, "![x](/x.png)": OK, "![x](./img.png)": OK, "![x](@site/static/x.png)": OK,
         "![x](@site/static/z.png)": BROKEN, "[x](pathname:///api)": OK, "[x](../README.md)": BROKEN,
         "[x](/base/a)": OK, "[x](/none)": BROKEN, "{/* [x](none.md) */}": OK,
     }),
+    site("docusaurus with hooks", {**DOCUSAURUS, "site/docusaurus.config.js": "module.exports = { markdown: { hooks: { a() {} } },\n"
+        " presets: [['classic', { docs: { path: '../docs' } }]] };\n"},
+        "docs/page.md", {"[x](../site/blog/2024-05-06-post.md)": DOUBTFUL, "[x](../site/versioned_docs/version-1.0/a.md)": OK}),
     site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
         "[x](/a/)": OK, "[x](/a)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a.mdx)": BROKEN, "[x](/b/)": OK,
         "[x](/some-guide/b/)": BROKEN, "[x](/some-guide/c/)": OK, "[x](/de/a/)": OK, "[x](/fr/a/)": BROKEN, "[x](/about/)": OK, "[x](/old/)": OK,
@@ -236,6 +257,9 @@ SITES = [
         "[x](/blog/2024-05-06-Some_post/)": BROKEN, "[x](blog/2024-05-06-Some_post.md)": BROKEN, "![x](/x.png)": OK,
         "[x](@/ru.md#privet)": DOUBTFUL, "[x](/tags/a/)": DOUBTFUL,
     }, "+++\n+++\n"),
+    site("zola below an address", {**ZOLA, "config.toml": "base_url = 'https://x.org/base/'\n"}, "content/page.md", {
+        "[x](/base/blog/some-post/)": OK, "[x](/base/none/)": BROKEN, "[x](/blog/some-post/)": DOUBTFUL,
+    }, "+++\n+++\n"),
     site("jekyll", JEKYLL, "page.md", {
         "[x](a.md)": OK, "[x](/base/a/)": OK, "[x](../a/)": OK, "[x](a/)": BROKEN, "[x](/a/)": OK, "[x](/base/b/)": BROKEN,
         "[x](/base/about-us/)": OK, "[x](/base/about/)": BROKEN, "[x](/base/guides/g/)": OK, "[x](/base/hidden/h/)": BROKEN,
@@ -245,6 +269,9 @@ SITES = [
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
         "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
     }, "---\n---\n"),
+    site("jekyll in a folder", {"docs/_config.yml": "", "docs/a.md": "", "notes.md": ""}, "docs/page.md", {
+        "[x](a.md)": OK, "[x](../notes.md)": BROKEN, "[x](none.md)": BROKEN,
+    }),
     site("what the host shows too", JEKYLL, "README.md", {
         "[x](/img/x.png)": OK, "[x](_hidden/h.md)": OK, "[x](a.md)": OK, "[x](b.md)": BROKEN, "[x](/base/a/)": OK,
     }),
@@ -255,6 +282,47 @@ SITES = [
         "[x](project:../a.md)": OK, "[x](project:../none.md)": BROKEN, "<project:#the-target>": OK,
         "[x](path:../x.png)": OK, "![x](../x.png)": OK, "![x](/x.png)": OK, "![x](x.png)": BROKEN,
         '<a href="../a.html">x</a>': OK, '<a href="../none.html">x</a>': BROKEN,
+        "% [x](none.md)\n% [x](none.md)": OK, "a % [x](none.md)": BROKEN, "x\n  % [x](none.md)": OK,
+    }),
+    site("sphinx: roles and directives", {**SPHINX, "docs/part/p.md": "", "docs/part/only.png": "", "part.md": "(from-part)=\n",
+        "docs/conf.py": "extensions = ['myst_parser']\nexclude_patterns = ['out.md', 'part']\n"},
+        "docs/sub/page.md", {
+        "{doc}`../a`": OK, "{doc}`/a`": OK, "{doc}`Text <../b>`": OK, "{doc}`../a.md`": BROKEN, "{doc}`../none`": BROKEN,
+        "{doc}`../out`": BROKEN, "{doc}`!../none`": OK, "`{doc}` `x`": OK, "``{doc}`x` ``": OK, "\\{doc}`x`": OK,
+        "{ref}`the-target`": OK, "{ref}`Text <The-Target>`": OK, "{ref}`from-rst`": OK, "{ref}`in-note`": OK, "{numref}`fig`": OK,
+        "{ref}`genindex`": OK, "{ref}`same`": BROKEN, "{ref}`from-rts`": BROKEN, "{ref}`in-yaml`": OK, "{ref}`a\nb`": BROKEN,
+        "{download}`../x.png`": OK, "{download}`x <x.png>`": BROKEN, "{download}`https://x.org/x`": OK,
+        "```{toctree}\n:caption: none\n\n../a\n../b.rst\nA <../a.md>\nself\nX <https://x.org>\nsub*\n```": OK,
+        "```{toctree}\nnone\n```": BROKEN, ":::{toctree}\n---\nmaxdepth: 1\n---\n/a\nX <none>\n:::": BROKEN, "```{toctree}\n../out.md\n```": BROKEN,
+        "```{include} ../part/p.md\n```": OK, "```{include} ../../part.md\n```": OK, "{ref}`from-part`": OK, "```{image} only.png\n```": DOUBTFUL, "```{literalinclude} /none.py\n```": BROKEN, ":::{figure} x.png\n:::": BROKEN,
+        "```{image} /x.png\n```": OK, "````{note}\n```{image} x.png\n```\n````": BROKEN, "````\n```{image} x.png\n```\n````": OK,
+        "```{figure-md}\n---\nname: in-yaml\n---\n```": OK, "<!--\n:::{image} x.png\n:::\n-->": OK,
+    }),
+    site("sphinx: labels that cannot be known", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser', 'sphinx_x']\n"},
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`the-targat`": BROKEN, "{doc}`none`": DOUBTFUL, "```{image} none.png\n```": DOUBTFUL, "{doc}`indxe`": BROKEN}),
+    site("sphinx: documents that conf.py writes", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser']\nopen('made.md', 'w')\n"},
+        "docs/page.md", {"{ref}`none`": BROKEN, "{doc}`made`": DOUBTFUL}),
+    site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
+        "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": DOUBTFUL, "{ref}`the-targat`": DOUBTFUL}),
+    site("sphinx with names of other projects", SPHINX, "docs/sub/page.md", {
+        "[x](a.mutable)": DOUBTFUL, "[x](rest-api)": DOUBTFUL, "[x](genindex)": OK, "[x](from-rst)": OK, "[x](none.md)": BROKEN,
+        "[x](sub/name)": BROKEN, "[x](./name)": BROKEN, "[x](name.html)": BROKEN,
+    }),
+    *[
+        site(f"sphinx with names of {what}", {"conf.py": conf, "a.md": f"(the-target)=\n# A\n{text}"}, "page.md", {
+            "[x](a.mutable)": degree, "[x](the-target)": OK, "[x](the-targett)": degree, "[x](search)": OK,
+        })
+        for what, conf, text, degree in [
+            ("labels", "extensions = ['myst_parser', 'sphinx_design']\n", "", BROKEN),
+            ("programs", "extensions = ['myst_parser', 'sphinx.ext.autodoc']\n", "", DOUBTFUL),
+            ("an extension", "extensions = ['myst_parser', 'own']\n", "", DOUBTFUL),
+            ("conf.py", "extensions = ['myst_parser']\ndef setup(app):\n    other(app)\n", "", DOUBTFUL),
+        ]
+    ],
+    site("sphinx with names of directives", {"conf.py": "extensions = ['myst_parser']\n",
+        "a.rst": ".. py:class:: a.mutable\n", "b.md": "```{py:function} frozen(x)\n```\n"}, "page.md", {
+        "[x](a.mutable)": DOUBTFUL, "[x](b.frozen)": DOUBTFUL, "[x](b.froze)": BROKEN,
     }),
     site("vault", VAULT, "en/page.md", {
         "[[Note one]]": OK, "[[note ONE|text]]": OK, "[[deep/Note two]]": OK, "[[Note two]]": OK, "[[Nur hier]]": BROKEN,
@@ -267,6 +335,12 @@ SITES = [
         "a $[[1,2]]$ b": OK, "$[[1]]$ $[[1]]$ [[1]]": BROKEN, "$$[[a]]$$": OK, "$$\n[[a]]\n$$": OK, "$5 [[none]] $6": BROKEN,
         "$ [[none]]$": BROKEN, "`$` [[none]] `$`": BROKEN, r"\$[[none]]$": BROKEN, "$5\n[[none]]$": BROKEN,
     }),
+    site("fields of notes", VAULT, "en/page.md", {
+        'a: "[[Note one]]"': OK, "b: '[[none]]'": BROKEN, 'c: ["[[Nur hier]]", x]': BROKEN, "d: [[none]]": OK,
+        'e: "see [[none]]"': OK, 'f:\n  - "[[Note one#nope]]"': BROKEN, '# "[[other]]"': OK, "---": OK,
+    }, "---\n"),
+    site("fields of notes of other programs", {".foam/x": "", "a.md": ""}, "page.md",
+        {'a: "[[none]]"': OK, "---": OK, "[[none]]": BROKEN}, "---\n"),
     site("wiki links without a vault", {"a.md": "# A b\n", "b.md": "[[a]] [[page]] [[A]]\n"}, "page.md", {
         "[[a]]": OK, "[[a#A b]]": OK, "[[none]]": BROKEN, "[[a#none]]": BROKEN, "$[[1]]$": OK,
     }),
@@ -274,6 +348,7 @@ SITES = [
         "[x](b.md)": OK, "[x](/b/)": DOUBTFUL, "[x](c.md)": DOUBTFUL, "[x](b.md#nope)": DOUBTFUL, "[x][none]": DOUBTFUL,
         "[x](b.md#same-words)": DOUBTFUL, "[x](b.md#same----wrods)": DOUBTFUL, "[^a]: a\n\n[^a] [^b]": DOUBTFUL,
     }),
+    site("a generator without rules has other suffixes", {"docs.json": '{"navigation": 1}'}, "page.mdx", {"[x](/c)": DOUBTFUL}),
     site("a generator without rules shows what the host shows", {"docs.json": '{"navigation": 1}'}, "README.md", {
         "[x](c.md)": DOUBTFUL, "[x][none]": DOUBTFUL,
     }),
@@ -291,7 +366,7 @@ SITES = [
         "[x](../../../issues)": OK, "[x](../../main/docs/a.md)": OK, "[x](../README.md?plain=1#L3)": OK, "[x](a.md#L10-L12)": OK, "[x](a.md#a--b)": OK,
         "[x](a.md#same-1)": OK, "[x](a.md#same-2)": BROKEN, "[x](a.md#Same)": DOUBTFUL, "[x](a.md#by-hand)": OK,
         "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
-        "*[[ip:][port]:]path*": OK, "a [host][port]:] b": OK, "[see [x][none]]": BROKEN, "[![x][none]](a.md)": BROKEN,
+        "*[[ip:][port]:]path*": OK, "a [host][port]:] b": OK, "[Task 1][Task 2]": OK, "[one 1][two 1]": BROKEN, "[see [x][none]]": BROKEN, "[![x][none]](a.md)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
         "x <!-- a --> [x](#none)": BROKEN, "x <!-- [x](#n%C3%B6) -->": OK,
     }),
@@ -302,8 +377,9 @@ SITES = [
 def test_links_are_judged_by_the_rules_of_their_site(tmp_path, files, page, front, links):
     text, lines = f"{front}# Page\n\n", {}
     for link in links:
-        text += "".join(f"{line}\n" for line in link.split("\n"))
-        lines[text.count("\n")] = link
+        for line in link.split("\n"):
+            text += f"{line}\n"
+            lines[text.count("\n")] = link
         text += "\n"
     write_tree(tmp_path, {**files, page: text, ".git/HEAD": ""})
     found = records("check", "--strict", "--format", "json", "--no-cache", tmp_path)

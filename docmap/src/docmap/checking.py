@@ -227,6 +227,9 @@ class Checked:
 
     def _judged_anew(self) -> Report:
         findings = [finding for path in self.documents for finding in self.findings(path)]
+        if self.covers_all:
+            listed = self.judge.listed()
+            findings += [finding for finding in listed if not self.config.ignores((finding.target,))]
         return Report(findings, self.count_links())
 
     def _state(self) -> bytes:

@@ -16,10 +16,13 @@ from tree_sitter import Node
 
 from docmap.bodies import dedented, directive_of, find_bodies
 from docmap.constructs import comment_spans, find_constructs, literal_spans
+from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (
     COMPONENT,
     EMBED,
     FENCE,
+    FRONT_MATTER,
+    LINE_COMMENT,
     LINK,
     TEMPLATE,
     WIKI,
@@ -31,6 +34,7 @@ from docmap.facts import (
     Named,
     Section,
     Span,
+    lines_of,
 )
 from docmap.front_matter import read_fields
 from docmap.ignored import ignored_spans
@@ -56,13 +60,17 @@ _KINDS = {
 }
 
 # Where a run of inline Markdown holds what the engine does not report.
-_INLINE_SIGN = re.compile(rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)")
+_INLINE_SIGN = re.compile(
+    rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)|\{(?:doc|ref|numref|download)\}`"
+)
 # Patterns of whole lines, here and elsewhere, are for `Source.find_lines`. They begin with a newline, since `re` finds a
 # literal quickly, while "^" makes it try every byte.
 _DEFINES = re.compile(rb"\n[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:")
 _HTML_HEADING = re.compile(rb"<h([1-6])(?=[\s>])([^<>]{0,1000})>", re.IGNORECASE)
 _HTML_HEADINGS = frozenset({"h1", "h2", "h3", "h4", "h5", "h6"})
 _LONGEST_HTML_HEADING = 1000
+_PROPERTY = re.compile(r"""(["'])\[\[([^\[\]\n]+)\]\]\1""")
+_COMMENTED_LINES = re.compile(rb"(?:\n[ ]{0,3}%[^\n]*)+")
 _BETWEEN_WORDS = re.compile(r"[\s()\[\]<>#?|]+")
 _LONGEST_LINE = 20_000
 # Bodies within bodies are read to this depth.
@@ -107,6 +115,7 @@ class _Reader:
         self._read_links(references, blocks.get("definition", ()), comments)
         del references
         self._mark_links_inside()
+        self._read_properties()
         self._read_constructs(blocks.get("fence", ()))
         read_names(self._source, self._facts)
         self._read_bodies(blocks.get("fence", ()))
@@ -239,6 +248,11 @@ class _Reader:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
         for begin, end, tag in (*literal_spans(self._data), *comment_spans(self._data, self._source.code)):
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), tag))
+        for begin, match in self._source.find_lines(_COMMENTED_LINES) if b"%" in self._data else ():
+            if begin not in self._source.code:
+                first = self._line_of(begin)
+                last = first + match[0].count(b"\n") - 1
+                self._facts.spans.append(Span(first, last, LINE_COMMENT))
         self._facts.spans.extend(ignored_spans(self._source, root))
 
     def _read_links(
@@ -290,6 +304,21 @@ class _Reader:
                 for link in self._facts.links
             ]
 
+    def _read_properties(self) -> None:
+        """Read the wiki links that are values of front matter; without quotes, they are lists of lists."""
+        fields = self._facts.fields.values()
+        values = {
+            text
+            for value in fields
+            for text in (value if isinstance(value, list) else [value])
+            if isinstance(text, str)
+        }
+        for line, text in enumerate((self._facts.front_matter or "").split("\n"), 2):
+            for match in _PROPERTY.finditer(text):
+                link = link_of(WIKI, line, match[2])
+                if link is not None and f"[[{match[2]}]]" in values:
+                    self._facts.links.append(link._replace(inside=FRONT_MATTER))
+
     def _read_constructs(self, fences: Iterable[Node]) -> None:
         found = self._facts.constructs
         for position, construct in find_constructs(self._data, self._source.code):
@@ -298,7 +327,22 @@ class _Reader:
             directive = directive_of(self._source, node)
             if directive is not None:
                 found.append(Construct(node.start_point[0] + 1, FENCE, *directive))
+        self._read_directives()
         found.sort(key=lambda construct: construct.line)
+
+    def _read_directives(self) -> None:
+        """Read what directives lead to, those between fences and those between colons."""
+        directives = [one for one in self._facts.constructs if one.form == FENCE]
+        has_entries = any(one.name == TOCTREE for one in directives)
+        lines = text_of(self._data).split("\n") if has_entries else []
+        found = [
+            link
+            for one in directives
+            for link in links_of_directive(one.line, one.name, one.arguments, lines)
+        ]
+        if found:
+            hidden = lines_of(self._facts.spans, {"comment"})
+            self._facts.links.extend(link for link in found if link.line not in hidden)
 
     def _read_bodies(self, fences: Iterable[Node]) -> None:
         if self._depth >= _DEEPEST_BODY:

@@ -23,6 +23,11 @@ SRC: Final = "src"  # <img src="path">, and of other elements
 TEMPLATE: Final = "template"  # [text]({{< ref "x" >}}): a destination that a template or program fills in
 WWW: Final = "www"  # [text](www.example.org): a web address without its scheme
 SCHEME: Final = "scheme"  # [text](project:path#anchor), <path:file>: schemes of a generator; `path` has it
+DOC: Final = "doc"  # {doc}`path`
+TOC: Final = "toc"  # an entry of a toctree
+REF: Final = "ref"  # {ref}`label`, {numref}`label`
+FILE: Final = "file"  # {download}`path`, and the files that directives name
+NAV: Final = "nav"  # a page that a configuration lists
 LABEL: Final = "label"  # [text][label] or [label][] without a definition of the label
 FOOTNOTE: Final = "footnote"  # [^label] without a definition
 
@@ -33,7 +38,7 @@ class Link(NamedTuple):
     `path` and `anchor` are percent-decoded and without escapes, character references and query; `path` is ""
     for a link within the document; `anchor` is None without "#". A template's `path` is its whole destination,
     a label's or footnote's `path` is the label. `written` is the target as the document has it. `inside`:
-    NOTE_COMMENT or MATHEMATICS for a link that stands nowhere on its line but in these.
+    NOTE_COMMENT, MATHEMATICS or FRONT_MATTER for a link that stands nowhere on its line but in these.
     """
 
     line: int
@@ -91,14 +96,17 @@ class Construct(NamedTuple):
 # Comments that only some programs know. Spans are only those that fill their lines.
 MDX_COMMENT: Final = "{/*"  # to */}
 NOTE_COMMENT: Final = "%%"  # to the next %%
+LINE_COMMENT: Final = "%"  # at the begin of a line, to its end
 # What note programs take for formulas: $x$ and $$x$$.
 MATHEMATICS: Final = "$"
+# Fields of front matter, which some note programs follow.
+FRONT_MATTER: Final = "---"
 
 
 class Span(NamedTuple):
     """Lines (both ends belong to it) that are special.
 
-    `kind` is "comment", MDX_COMMENT, NOTE_COMMENT, "ignore" or a tag such as "raw".
+    `kind` is "comment", MDX_COMMENT, NOTE_COMMENT, LINE_COMMENT, "ignore" or a tag such as "raw".
     """
 
     first: int

@@ -10,7 +10,7 @@ from urllib.parse import quote_from_bytes
 
 from docmap.checking import Checked
 from docmap.facts import Section
-from docmap.judge import BROKEN
+from docmap.findings import BROKEN
 from docmap.naming import document_title, folder_title, heading_shown, home_among, reading_order, shown
 from docmap.prose import first_sentence_in, is_sentence, plain_title, prose
 

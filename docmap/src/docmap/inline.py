@@ -12,6 +12,7 @@ from collections.abc import Callable, Iterator
 from typing import NamedTuple
 from urllib.parse import unquote
 
+from docmap.directives import LONGEST_ROLE, ROLE, link_of_role
 from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, LINK, SCHEME, SRC, TEMPLATE, WIKI, WWW, Link
 
 # Web addresses, mail addresses and the like; also "//host/path", which takes over the page's scheme.
@@ -60,6 +61,7 @@ _DESTINATION = re.compile(
     re.VERBOSE | re.DOTALL,
 )
 _BACKTICKS = re.compile(rb"`+")
+_DIGITS = re.compile(rb"[0-9]+")
 _LONGEST_LABEL = 999
 _LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
 
@@ -204,7 +206,9 @@ class _Scanner:
         if kind == "ticks":
             if self._code is None:
                 self._code = CodeSpans(self._data, start, self._end)
-            return self._code.end(start, after)
+            end = self._code.end(start, after)
+            self._add_role(start, after, end)
+            return end
         if kind == "comment":
             self.found.comments.append((start, after))
         elif kind == "tag":
@@ -227,6 +231,14 @@ class _Scanner:
             return self._close(start, after)
         return after
 
+    def _add_role(self, start: int, after: int, end: int) -> None:
+        """Add the link of a role, whose name stands in braces before a code span."""
+        role = ROLE.search(self._data, max(start - LONGEST_ROLE, 0), start)
+        if role is not None and end > after:
+            text = self._data[after : end - (after - start)].decode("utf-8", "replace")
+            link = link_of_role(self._line_of(start), role[1], text)
+            self.found.links.extend([] if link is None else [(start, link)])
+
     def _close(self, start: int, after: int) -> int:
         opened, is_image = self._open.pop()
         following = self._data[after : after + 1]
@@ -245,7 +257,7 @@ class _Scanner:
             label = _LABEL.match(self._data, after, self._end)
             if label is not None and not label[1].startswith(b"^"):
                 if label[1].strip():
-                    if not is_image and self._is_synopsis(opened, label):
+                    if not is_image and self._is_no_reference(opened, start, label):
                         return label.end()
                     self._add_label(opened, LABEL, label[1], self._labels)
                 elif start - opened <= _LONGEST_LABEL:
@@ -258,10 +270,13 @@ class _Scanner:
         before = self._data[opened - 1 : opened]
         return before.isalnum() or before in {b"_", b"]", b")", b"$", b"\\"} or before >= b"\x80"
 
-    def _is_synopsis(self, opened: int, label: re.Match[bytes]) -> bool:
-        """Whether brackets say what a command may leave out, as in `[[host:][port]:]container`."""
+    def _is_no_reference(self, opened: int, closed: int, label: re.Match[bytes]) -> bool:
+        """Whether brackets say what a command may leave out, as in `[[host:][port]:]container`, or are counted, as in
+        `[Task 1][Task 2]`."""
+        text = self._data[opened + 1 : closed]
+        are_counted = text != label[1] and _DIGITS.sub(b"", text) == _DIGITS.sub(b"", label[1])
         inside = self._data[opened - 1 : opened] == b"["
-        return inside or self._data[label.end() : label.end() + 2] == b":]"
+        return are_counted or inside or self._data[label.end() : label.end() + 2] == b":]"
 
     def _add_label(self, position: int, form: str, written: bytes, defined: Labels) -> None:
         text = written.decode("utf-8", "replace")

@@ -15,13 +15,17 @@ from typing import NamedTuple
 
 from docmap.documents import PAGE_SUFFIXES
 from docmap.facts import (
+    DOC,
     EMBED,
+    FILE,
     FOOTNOTE,
     IMAGE,
     LABEL,
+    REF,
     SCHEME,
     SRC,
     TEMPLATE,
+    TOC,
     WIKI,
     WWW,
     Facts,
@@ -46,6 +50,9 @@ _BETWEEN_WORDS = re.compile(r"[-_\s]+")
 _LOWEST_LIKENESS = 0.7
 # About a second. In a large repository thousands of files share a name such as "index".
 _MOST_DISTANCES = 500_000
+_PICTURES = (".png", ".jpg", ".jpeg", ".gif", ".svg", ".webp", ".ico")
+# Forms that are text wherever no rules are for them.
+_OF_SOME_SITES = frozenset({SCHEME, DOC, TOC, REF, FILE})
 
 
 @dataclass(frozen=True)
@@ -95,13 +102,11 @@ class Judge:
         for link in facts.links:
             if link.line in hidden:
                 continue
-            if link.form in site.rules.unchecked_forms:
-                continue
             reader = site.notes if link.form in {WIKI, EMBED} else site
             if (
                 reader is None
                 or link.inside in reader.rules.literal
-                or (link.form == SCHEME and SCHEME not in site.rules.ways)
+                or (link.form in _OF_SOME_SITES and link.form not in site.rules.ways)
             ):
                 continue
             yield self._judge(shown, link, path, facts)
@@ -128,6 +133,15 @@ class Judge:
         for judgement in self.judged(path):
             if judgement.finding is not None:
                 yield judgement.finding
+
+    def listed(self) -> Iterator[Finding]:
+        """What is wrong with the links of the files that define sites."""
+        for site in self.sites:
+            for link in site.rules.listed:
+                source = posixpath.join(site.content, "index.md")
+                finding = self._judge_from(site, link, site.defined_by, source).finding
+                if finding is not None:
+                    yield finding
 
     def _judge(self, shown: list[tuple[Site, str]], link: Link, path: str, facts: Facts) -> Judgement:
         """The judgement on a link of a document; a text that several pages show is wrong where it is so in all."""
@@ -175,6 +189,9 @@ class Judge:
             suggestion = f"mailto:{link.written}"
         elif not link.path:
             message, suggestion = f'no heading "#{link.anchor}"', None
+        elif link.form == REF or resolution.names:
+            close = self._spelling.closest(link.path, resolution.names, _LOWEST_LIKENESS)
+            message, suggestion = f'no target "{link.path}"', close
         elif link.form in {WIKI, EMBED}:
             message, suggestion = f'no page "{link.path}"', self._closest_page(site, link, source)
         else:
@@ -232,6 +249,8 @@ class Judge:
                 return None
             if same_label(link.path) in site.rules.more_labels:
                 return None
+            if site.rules.names_label is not None and site.rules.names_label(site, link.path):
+                return None
             close = self._spelling.closest(link.path.casefold(), facts.labels, _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'
             return _finding(link, path, message, close, site.rules.any_label, site)
@@ -266,7 +285,10 @@ class Judge:
 
     def _closest_page(self, site: Site, link: Link, source: str) -> str | None:
         """A target in the form of this one that leads to a page that may have been meant."""
+        wants_picture = link.form in {IMAGE, SRC, EMBED} or link.path.lower().endswith(_PICTURES)
         for path in self._candidates(site, link, source):
+            if not wants_picture and path.lower().endswith(_PICTURES):
+                continue
             written = self._spelled(site, link, source, path)
             if written is None or written == link.path:
                 continue
@@ -342,7 +364,7 @@ class Judge:
         if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
             is_address = posixpath.splitext(link.path)[1].lower() == ".html" and path in site.addresses
             return f"{_stem(written)}.html" if is_address else written
-        if site.addresses.get(path):
+        if site.addresses.get(path) and link.form != DOC:
             address = site.addresses[path][0]
             if link.path.startswith("/"):
                 return address if link.path.endswith("/") else address.rstrip("/") or "/"

@@ -51,9 +51,11 @@ _TESTS = re.compile(r"\.test\.|(?:^|/)__tests__/")
 
 @dataclass(frozen=True)
 class _Part:
-    """A folder of content: what its pages are ("docs", "blog", "pages"), and the address above them."""
+    """A folder of content: what its pages are ("docs", "blog", "pages"), the instance of the plugin that makes them,
+    and the address above them."""
 
     kind: str
+    instance: str
     folder: str
     address: str
     include: GitIgnoreSpec | None = None
@@ -67,6 +69,9 @@ class _Part:
         return (self.include is None or self.include.match_file(place)) and not (
             self.exclude is not None and self.exclude.match_file(place)
         )
+
+    def shares_plugin(self, other: _Part | None) -> bool:
+        return other is not None and (self.kind, self.instance) == (other.kind, other.instance)
 
 
 def _part_of(parts: Sequence[_Part], path: str) -> _Part | None:
@@ -121,7 +126,9 @@ def _page_route(part: _Part, stem: str, fields: dict[str, Any]) -> str:
     return "/" + re.sub(r"(?:^|/)index$", "", stem)
 
 
-def _file(parts: Sequence[_Part], root: str, site: Site, link: Link, source: str) -> Resolution | None:
+def _file(
+    parts: Sequence[_Part], root: str, hook: str | None, site: Site, link: Link, source: str
+) -> Resolution | None:
     """A path to a Markdown file becomes the address of its page."""
     if not re.search(r"\.mdx?$", link.path):
         return None
@@ -137,11 +144,17 @@ def _file(parts: Sequence[_Part], root: str, site: Site, link: Link, source: str
         places += [
             posixpath.join(other.folder, path.lstrip("/"))
             for other in parts
-            if part and other.kind == part.kind
+            if part and part.shares_plugin(other)
         ]
     for place in map(posixpath.normpath, places):
-        if site.addresses.get(place):
+        if not site.addresses.get(place):
+            continue
+        if part is None or part.shares_plugin(_part_of(parts, place)):
             return found(place)
+        if hook is not None:
+            return doubtful(hook)
+        why = f"{place} belongs to another plugin, so only its address {site.addresses[place][0]} leads there"
+        return nothing_because(site, link, source, why)
     for place in map(posixpath.normpath, places):
         if place in site.repository.files:
             return nothing_because(site, link, source, f"{place} is no page of the site")
@@ -209,10 +222,12 @@ def make(repository: Repository, root: str) -> Site | None:
     static = literals.get(config, "staticDirectories")
     folders = literals.texts(static) if isinstance(static, list) else ["static"]
     every = tuple(part for part in parts if part.folder in repository.folders)
+    hooks = literals.get(config, "markdown", "hooks")
+    hook = None if hooks is None else f"made by the hooks for Markdown of {path}?"
     links = (
         itself,
         _as_written,
-        partial(_file, every, root),
+        partial(_file, every, root, hook),
         partial(_asset, root),
         page_at_address,
         as_host_serves,
@@ -296,7 +311,7 @@ def _parts(repository: Repository, root: str, kind: str, options: dict[str, Any]
     numbers = options.get("numberPrefixParser") is not False
 
     def part(folder: str, address: str) -> _Part:
-        return _Part(kind, folder, address, include, exclude, numbers)
+        return _Part(kind, own, folder, address, include, exclude, numbers)
 
     current = address
     if kind == "docs":

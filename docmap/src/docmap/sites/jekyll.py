@@ -25,6 +25,7 @@ from docmap.sites.ways import (
     itself,
     nothing_because,
     outside_base,
+    outside_content,
     page_at_address,
     site_file,
 )
@@ -124,7 +125,7 @@ def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) ->
         place = posixpath.normpath(posixpath.join(site.content, name))
         resolution = site_file(site, place) if place in site.repository.files else None
         if resolution is None:
-            return nothing_because(site, link._replace(path=f"/{name}"), source, f"no file {place}")
+            return site.nothing_at(f"/{name}", source)
         return replace(resolution, anchor=anchor)
     target = _URL.sub(lambda match: "/" + match[1].lstrip("/"), link.path)
     target = _VARIABLE.sub(lambda match: _value(config, site, source, match), target)
@@ -227,7 +228,7 @@ def make(repository: Repository, root: str) -> Site | None:
         if on_host or "jekyll-relative-links" in plugins | set(re.findall(r"[\w-]+", gems))
         else ()
     )
-    wrong = (_left_as_it_is, outside_base)
+    wrong = (_left_as_it_is, outside_content, outside_base)
     kramdown = config.get("kramdown")
     rules = RULES.changed(
         ways={

@@ -10,9 +10,11 @@ from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import EMBED, FENCE, HREF, LIQUID, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
+from docmap.facts import EMBED, FENCE, HREF, LIQUID, NAV, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
+from docmap.sites.mkdocs_languages import Languages
+from docmap.sites.mkdocs_nav import links_of_navigation
 from docmap.sites.mkdocs_settings import (
     USUAL_EXTENSIONS,
     configurations,
@@ -32,6 +34,7 @@ from docmap.sites.ways import (
     itself,
     nothing_because,
     outside_base,
+    outside_content,
     page_at_address,
     site_file,
 )
@@ -73,28 +76,26 @@ _EMOJI = re.compile(r":[\w+-]+:")
 
 
 def _addresses(
-    directory_urls: bool, left_out: GitIgnoreSpec, site: Site, page: str, facts: Facts
+    directory_urls: bool, left_out: GitIgnoreSpec, languages: Languages, site: Site, page: str, facts: Facts
 ) -> Sequence[str]:
     """index.md is the index of its folder, and README.md where there is none."""
     place = site.within(page, site.content) or page
     if left_out.match_file(place):
         return ()
+    if not languages.names:
+        return _addresses_of(directory_urls, site, place)
+    language, plain = languages.split(place)
+    addresses = _addresses_of(directory_urls, site, plain)
+    return [there for address in addresses for there in languages.addresses(language, address)]
+
+
+def _addresses_of(directory_urls: bool, site: Site, place: str) -> list[str]:
     folder, name = posixpath.split(posixpath.splitext(place)[0])
     index = posixpath.join(site.content, folder, "index.md")
     if name == "index" or (name == "README" and index not in site.repository.files):
         return [posixpath.join("/", folder, ""), posixpath.join("/", folder, "index.html")]
-    return site.addresses_by_path(page, ("slash",) if directory_urls else ("html",))
-
-
-def _not_a_page(site: Site, link: Link, source: str) -> Resolution | None:
-    """A Markdown file outside of the documents' folder has no page."""
-    place = site.place(link.path, source)
-    outside = site.within(place, site.content) is None
-    if not link.path.startswith("/") and outside and place in site.repository.files:
-        return nothing_because(
-            site, link, source, f"{place} lies outside {site.content}/, so the site does not have it"
-        )
-    return None
+    stem = posixpath.join("/", folder, name)
+    return [f"{stem}/" if directory_urls else f"{stem}.html"]
 
 
 def _document(site: Site, link: Link, source: str) -> Resolution | None:
@@ -108,16 +109,6 @@ def _document(site: Site, link: Link, source: str) -> Resolution | None:
     if site.addresses.get(place) == []:
         return nothing_because(site, link, source, f"the configuration leaves {place} out")
     return site_file(site, place)
-
-
-def _translated(site: Site, link: Link, source: str) -> Resolution | None:
-    """With the i18n plugin, page.md stands for page.fr.md, and for the default language's page."""
-    stem, suffix = posixpath.splitext(site.place(link.path, source))
-    language = re.search(r"\.([a-z]{2}(?:-\w+)?)$", posixpath.splitext(source)[0])
-    for other in (language[1],) if language is not None else ():
-        if f"{stem}.{other}{suffix}" in site.repository.files:
-            return site_file(site, f"{stem}.{other}{suffix}")
-    return None
 
 
 def _named(site: Site, link: Link, source: str) -> Resolution | None:
@@ -150,6 +141,16 @@ def _tab_anchors(
     yield from (f"{heading}-{title}" for heading in headings for title in titles)
 
 
+def _all_anchors(site: Site) -> frozenset[str]:
+    return frozenset(anchor for page in site.pages for anchor in site.anchors(page).known)
+
+
+def _is_heading(site: Site, label: str) -> bool:
+    """autorefs takes a label for the anchor of a heading of any page, else for its text."""
+    name = label.strip("`")
+    return not site.once(_all_anchors).isdisjoint({name, site.rules.slug(name)})
+
+
 def _text_without_emoji(heading: Heading) -> str:
     return _EMOJI.sub("", heading.text)
 
@@ -157,9 +158,10 @@ def _text_without_emoji(heading: Heading) -> str:
 RULES = Rules(
     kind=KIND,
     ways={
-        "link": (itself, _document, _not_a_page, page_at_address, outside_base, by_web_server),
+        "link": (itself, _document, outside_content, page_at_address, outside_base, by_web_server),
         HREF: (itself, page_at_address, outside_base, by_web_server),
         SRC: (page_at_address, outside_base),
+        NAV: (_document,),
     },
     page_suffixes=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
     not_copied=(".md", ".markdown", ".mdown", ".mkdn", ".mkd"),
@@ -191,11 +193,14 @@ def make(repository: Repository, root: str) -> Site | None:
         extensions = dict(USUAL_EXTENSIONS)
     plugins = named_options(config.get("plugins"))
     content = posixpath.normpath(posixpath.join(root, literals.text(config, "docs_dir", otherwise="docs")))
+    languages = Languages.of(plugins.get("i18n"))
+    directory_urls = config.get("use_directory_urls", True) is not False
     rules = RULES.changed(
-        addresses=partial(_addresses, config.get("use_directory_urls", True) is not False, _left_out(config)),
+        addresses=partial(_addresses, directory_urls, _left_out(config), languages),
         base=base_of(literals.text(config, "site_url")),
         redirects=_redirects(plugins.get("redirects")),
         static=_theme_folders(root, config),
+        listed=tuple(links_of_navigation(config.get("nav"), set(plugins), repository.text(path) or "")),
     )
     rules = _with_extensions(rules, repository, root, extensions)
     rules = _with_plugins(rules, path, plugins)
@@ -208,8 +213,8 @@ def make(repository: Repository, root: str) -> Site | None:
     if {"md_in_html", "extra", "pymdownx.extra"} & extensions.keys():
         # Elements within Markdown blocks are links of the document, too.
         ways[HREF] = ways[SRC] = (*ways[HREF], _document)
-    if "i18n" in plugins:
-        ways["link"] = (*ways["link"], _translated)
+    if languages.names:
+        ways["link"] = (itself, languages.way, *ways["link"][1:])
     if {"roamlinks", "ezlinks", "obsidian-bridge", "wikilinks"} & {*plugins, *extensions}:
         ways[WIKI] = ways[EMBED] = (itself, _document, page_at_address, _named)
         rules = rules.changed(wiki_links=True)
@@ -316,7 +321,7 @@ def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -
         include = Effect(includes=_included, anchors="included in line {line}?")
         effects |= {f"{LIQUID}:include-markdown": include, f"{LIQUID}:include": include}
     if "mkdocstrings" in plugins or "autorefs" in plugins:
-        rules = rules.changed(any_label="a name that mkdocstrings documents?")
+        rules = rules.changed(any_label="a name that mkdocstrings documents?", names_label=_is_heading)
         effects[FENCE] = Effect(anchors="made of what mkdocstrings documents in line {line}?")
     if "markdown-exec" in plugins:
         rules = rules.changed(unread_anchors=_executes)

@@ -25,6 +25,8 @@ class Resolution:
     why: str | None = None
     # Doubtful because something may make what is asked for; nobody makes what is one slip away from a name that is there.
     is_made: bool = False
+    # Of what is no file, the names that may have been meant.
+    names: tuple[str, ...] = ()
     # The anchor that a template's target holds; the link itself then has none.
     anchor: str | None = None
 

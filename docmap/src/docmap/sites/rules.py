@@ -10,7 +10,7 @@ from collections.abc import Callable, Iterable, Mapping, Sequence
 from dataclasses import dataclass, field, replace
 from typing import TYPE_CHECKING, Final
 
-from docmap.facts import Construct, Facts, Heading, Link
+from docmap.facts import FRONT_MATTER, Construct, Facts, Heading, Link
 
 if TYPE_CHECKING:
     from docmap.sites.resolution import Resolution
@@ -86,7 +86,6 @@ class Rules:
     # from which relative links start; () for a file that makes no page; None: those that follow from the path.
     addresses: Callable[[Site, str, Facts], Sequence[str] | None] | None = None
     base: str = "/"  # the address of the site itself, which absolute links begin with
-    absolute_links_need_base: bool = False  # else /x without it is a link into the site, too
     static: tuple[str, ...] = ()  # folders whose files are served from "/", relative to the repository
     # Files of the content root are served beside the pages: all but these suffixes; None: no file is.
     not_copied: tuple[str, ...] | None = ()
@@ -101,6 +100,8 @@ class Rules:
     any_source: str | None = None
     # Why a link may lead elsewhere than it says (a program that makes other links of links), if so.
     rewritten: str | None = None
+    # Links of the file that defines the site: its navigation. They start from the content root.
+    listed: tuple[Link, ...] = ()
     # Wiki links: whether these are links here; else they are text.
     wiki_links: bool = False
     # Undefined labels: whether they are told; or why an undefined one may be defined after all.
@@ -108,13 +109,13 @@ class Rules:
     any_label: str | None = None
     # Labels that every page has, since the site adds their definitions; in the form of `Facts.labels`.
     more_labels: frozenset[str] = frozenset()
+    # Whether a label is the name of something else (a heading of any page), so that it needs no definition.
+    names_label: Callable[[Site, str], bool] | None = None
     any_footnote: str | None = None  # why an undefined footnote may be defined after all, if so
     # Whether the links of a file that is part of a page start from that file (as modules do), too.
     partials_keep_paths: bool = False
     # Template parts, as a pattern of paths below the content root: what no page is known to include is not judged.
     parts: str | None = None
-    # Form of the link -> None when it is not followed, else as the link says.
-    unchecked_forms: frozenset[str] = frozenset()
     # Targets, as written, of which nothing can be said: pattern found in them -> why.
     filled_in: Mapping[str, str] = field(default_factory=dict)
 
@@ -149,7 +150,7 @@ class Rules:
     # The part of a wiki link's anchor that names the heading or block: the last of "A#B" unless said otherwise.
     wiki_anchor: Callable[[str], str] = last_of_path
     # Kinds of spans in which links are none and headings no headings.
-    literal: frozenset[str] = frozenset({"comment"})
+    literal: frozenset[str] = frozenset({"comment", FRONT_MATTER})
 
     def changed(self, **fields: object) -> Rules:
         """These rules with some of them changed."""

@@ -11,12 +11,28 @@ from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import FENCE, HREF, IMAGE, SCHEME, SRC, Construct, Facts, Link
+from docmap.facts import (
+    DOC,
+    FENCE,
+    FILE,
+    FRONT_MATTER,
+    HREF,
+    IMAGE,
+    LINE_COMMENT,
+    REF,
+    SCHEME,
+    SRC,
+    TOC,
+    Construct,
+    Facts,
+    Link,
+)
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.resolution import Resolution, doubtful, found
 from docmap.sites.rules import Effect, Rules
 from docmap.sites.site import Site
+from docmap.sites.sphinx_roles import SOURCES, Named, as_compared, doubt_of_files, doubt_of_labels
 from docmap.sites.ways import (
     as_hosted,
     by_web_server,
@@ -34,8 +50,7 @@ _PARSERS = frozenset(
     {"myst_parser", "myst_nb", "recommonmark", "m2r", "m2r2", "jupyter_book", "sphinx_mdinclude"}
 )
 _LONGEST = 65536
-_RST_TARGET = re.compile(r"^\.\. _`?([^`:\n]+)`?:\s*$", re.MULTILINE)
-_SOURCES = (".md", ".rst", ".ipynb", ".txt", ".markdown", ".myst", ".myst.md")
+_RST_TARGET = re.compile(r"^[ \t]*\.\. _`?([^`\n]+?)`?:\s*$", re.MULTILINE)
 _KNOWN = literals.words(
     """
     admonition attention bibliography card card-carousel carousel caution centered code code-block
@@ -107,7 +122,7 @@ def _document(site: Site, link: Link, source: str) -> Resolution | None:
         place = posixpath.normpath(posixpath.join(site.content, link.path.lstrip("/")))
     else:
         place = site.place(link.path, source)
-    for name in (place, *(place + suffix for suffix in _SOURCES)):
+    for name in (place, *(place + suffix for suffix in SOURCES)):
         if name in site.repository.files:
             if site.addresses.get(name) == [] and name not in site.includers:
                 return nothing_because(
@@ -124,7 +139,7 @@ def _target(site: Site, link: Link, source: str) -> Resolution | None:
     """A name without a suffix is that of a target, which may stand in any document."""
     if "." in posixpath.basename(link.path) or link.path.startswith((".", "/")):
         return None
-    pages = site.once(_targets).get(_normal(link.path))
+    pages = site.once(_targets).get(as_compared(link.path))
     return found(*pages) if pages is not None else None
 
 
@@ -136,7 +151,7 @@ def _within_project(inventories: str | None, site: Site, link: Link, source: str
     compare = site.rules.compare
     if compare(link.anchor) in anchors.known:
         return found(source)
-    pages = site.once(_targets).get(_normal(link.anchor))
+    pages = site.once(_targets).get(as_compared(link.anchor))
     if pages is not None:
         return found(*pages)
     if inventories is not None and anchors.unknown_because is None:
@@ -165,13 +180,13 @@ def _targets(site: Site) -> dict[str, list[str]]:
     for page in site.pages:
         facts = site.facts(page)
         for name in _names(facts) if facts is not None else ():
-            targets.setdefault(_normal(name), []).append(page)
+            targets.setdefault(as_compared(name), []).append(page)
     for path in site.repository.files:
         if path.endswith(".rst") and site.within(path, site.content) is not None:
             text = site.repository.text(path) or ""
             for name in _RST_TARGET.findall(text):
                 # No document as far as facts go, so that nothing is asked of its anchors.
-                targets.setdefault(_normal(name), [])
+                targets.setdefault(as_compared(name), [])
     return targets
 
 
@@ -190,10 +205,6 @@ def _names(facts: Facts) -> Iterable[str]:
 def _named(construct: Construct) -> Iterable[str]:
     """The name that an option of a directive gives it."""
     return re.findall(r"^\s*:?(?:name|label):\s*(\S+)", construct.arguments, re.MULTILINE)
-
-
-def _normal(name: str) -> str:
-    return " ".join(name.lower().split())
 
 
 def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
@@ -232,11 +243,12 @@ RULES = Rules(
         r"/(?:_sources|_downloads|_images|_modules)/.*": None,
     },
     slug=slugs.github,
-    compare=_normal,
+    compare=as_compared,
     named=("targets", "attribute_ids", "terms"),
     more_anchors=_more_anchors,
     always=r"|top|:~:.*|id\d+|f?n?-?footnote-.*|module-.*|index-\d+|equation-.*",
     bodies=("fence",),
+    literal=frozenset({"comment", FRONT_MATTER, LINE_COMMENT}),
     effects={
         f"{FENCE}:include": Effect(includes=_included, anchors="included in line {line}?"),
         FENCE: Effect(makes=_named, unknown=_directive),
@@ -259,7 +271,8 @@ def find(repository: Repository) -> Iterator[str]:
 def make(repository: Repository, root: str) -> Site | None:
     """The documentation in a folder."""
     path = posixpath.join(root, "conf.py")
-    settings = _settings(repository.text(path))
+    text = repository.text(path)
+    settings = _settings(text)
     if path not in repository.files:
         path = posixpath.join(root, "_config.yml")
         book = literals.yaml(repository.text(path))
@@ -270,7 +283,9 @@ def make(repository: Repository, root: str) -> Site | None:
         }
         settings["exclude_patterns"] = [*literals.texts(book.get("exclude_patterns")), "_build"]
         settings["extensions"] += literals.texts(literals.get(book, "sphinx", "extra_extensions"))
-    extensions = literals.texts(literals.entries(settings, "extensions"))
+    listed = settings.get("extensions")
+    extensions = literals.texts(literals.entries(listed))
+    is_read = isinstance(listed, list) and len(extensions) == len(listed)
     patterns = [
         f"/{pattern.lstrip('/')}"
         for pattern in literals.texts(literals.entries(settings, "exclude_patterns"))
@@ -284,18 +299,42 @@ def make(repository: Repository, root: str) -> Site | None:
         if re.search(r"autodoc2|autoapi|apidoc|gallery|autosummary|breathe|exhale", name)
     ]
     project = partial(_within_project, inventories)
+    left_out = GitIgnoreSpec.from_lines(patterns)
+    named = Named(
+        left_out,
+        inventories,
+        frozenset(literals.table(settings, "intersphinx_mapping")),
+        frozenset(extensions),
+        doubt_of_labels(extensions if is_read else None, text),
+        doubt_of_files(extensions if is_read else None, text),
+        _targets,
+        re.search(r"^def setup\b", text or "", re.MULTILINE) is not None,
+    )
     level = settings.get("myst_heading_anchors", 6)
     static = settings.get("html_static_path")
     extra = settings.get("html_extra_path")
     rules = RULES.changed(
         ways={
-            "link": (project, itself, _document, _target, page_at_address, by_web_server, outside_base),
+            "link": (
+                project,
+                itself,
+                _document,
+                _target,
+                page_at_address,
+                by_web_server,
+                outside_base,
+                named.of_any_kind,
+            ),
             SCHEME: (partial(_project, inventories),),
+            DOC: (named.document,),
+            TOC: (named.document,),
+            REF: (named.label,),
+            FILE: (named.file,),
             IMAGE: _IMAGES,
             SRC: (file_beside, page_at_address),
             HREF: (itself, page_at_address, by_web_server, outside_base),
         },
-        addresses=partial(_addresses, GitIgnoreSpec.from_lines(patterns)),
+        addresses=partial(_addresses, left_out),
         static=tuple(
             posixpath.normpath(posixpath.join(root, folder))
             for value in (extra, static)

@@ -6,6 +6,7 @@ import posixpath
 import re
 from collections.abc import Iterator
 
+from docmap.documents import PAGE_SUFFIXES
 from docmap.facts import FENCE, INCLUDE, SNIPPET, Construct
 from docmap.repository import Repository
 from docmap.sites import code_host
@@ -76,6 +77,7 @@ def make(repository: Repository, root: str) -> Site | None:
         any_label=why,
         any_footnote=why,
         slips=False,
+        page_suffixes=PAGE_SUFFIXES,
         effects={SNIPPET: include, INCLUDE: include, f"{FENCE}:include": include},
     )
     return Site(rules, repository, root, root, path)

@@ -6,7 +6,7 @@ import posixpath
 import re
 from collections.abc import Iterable, Iterator
 
-from docmap.facts import EMBED, IMAGE, MATHEMATICS, NOTE_COMMENT, SRC, WIKI, Facts, Link
+from docmap.facts import EMBED, FRONT_MATTER, IMAGE, MATHEMATICS, NOTE_COMMENT, SRC, WIKI, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.resolution import Resolution, doubtful, found, made_perhaps
@@ -134,7 +134,7 @@ RULES = Rules(
     compare=slugs.vault,
     named=("block_ids",),
     more_anchors=_slugs,
-    literal=frozenset({"comment", NOTE_COMMENT, MATHEMATICS}),
+    literal=frozenset({"comment", NOTE_COMMENT, MATHEMATICS, FRONT_MATTER}),
 )
 
 
@@ -160,4 +160,7 @@ def make(repository: Repository, root: str) -> Site | None:
     above = posixpath.dirname(root)
     language = _LANGUAGE.fullmatch(posixpath.basename(root)) is not None
     whole = above if language and posixpath.join(root, ".obsidian") not in repository.folders else root
-    return Site(RULES, repository, whole, root, posixpath.join(whole, ".obsidian"))
+    rules = RULES
+    if posixpath.join(whole, ".obsidian") in repository.folders:
+        rules = rules.changed(literal=rules.literal - {FRONT_MATTER})
+    return Site(rules, repository, whole, root, posixpath.join(whole, ".obsidian"))

@@ -109,6 +109,17 @@ def outside_base(site: Site, link: Link, source: str) -> Resolution | None:
     return None
 
 
+def outside_content(site: Site, link: Link, source: str) -> Resolution | None:
+    """A file of the repository outside of the site's content, which the site does not have."""
+    place = site.place(link.path, source)
+    outside = site.within(place, site.content) is None
+    if not link.path.startswith("/") and outside and place in site.repository.files:
+        return nothing_because(
+            site, link, source, f"{place} lies outside {site.content}/, so the site does not have it"
+        )
+    return None
+
+
 def by_web_server(site: Site, link: Link, source: str) -> Resolution | None:
     """What web servers add to an address: a slash to that of a folder, ".html" to that of a page."""
     address = site.address_of(link.path, source)

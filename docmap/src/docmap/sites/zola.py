@@ -102,7 +102,8 @@ def _shortcode(site: Site, construct: Construct, page: str) -> str | None:
     return f"made by the shortcode `{name}` in line {construct.line}?"
 
 
-_LINKS = (itself, _internal, _colocated, page_at_address, as_host_serves, outside_base)
+# Zola leaves links to the host as they are, so that one without the site's base leads out of the site.
+_LINKS = (itself, _internal, _colocated, outside_base, page_at_address, as_host_serves)
 
 RULES = Rules(
     kind=KIND,

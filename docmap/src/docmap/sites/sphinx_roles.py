@@ -1,0 +1,220 @@
+"""Where the roles and directives of Sphinx lead: documents, labels and files that they name."""
+
+from __future__ import annotations
+
+import posixpath
+import re
+from collections.abc import Callable
+from dataclasses import dataclass, replace
+
+from pathspec import GitIgnoreSpec
+
+from docmap.facts import TOC, Link
+from docmap.sites import literals
+from docmap.sites.resolution import MISSING, Resolution, doubtful, found, made_perhaps
+from docmap.sites.site import Site
+from docmap.sites.ways import nothing_because
+
+SOURCES = (".md", ".rst", ".ipynb", ".txt", ".markdown", ".myst", ".myst.md")
+# What ends in one of these is a file, and no name of something in a program.
+_FILE_SUFFIXES = frozenset(SOURCES) | literals.words(
+    """
+    .html .htm .png .jpg .jpeg .gif .svg .webp .ico .pdf .zip .gz .tgz .whl .py .pyi .js .ts .css .json .yml .yaml .toml
+    .cfg .ini .csv .xml .sh .bat .c .h .cc .cpp .hpp .rs .go .java
+    """
+)
+# Extensions that define no labels but those that documents write down.
+_HARMLESS = re.compile(
+    r"myst_(?:parser|nb)|sphinx_(?:design|copybutton|tippy|togglebutton|favicon|external_toc|thebe|comments|book_theme"
+    r"|rtd_theme|sitemap|inline_tabs|multitoc_numbering|reredirects|last_updated_by_git|pyscript|tabs\.tabs)"
+    r"|sphinx_(?:jupyterbook_latex|panels|immaterial|rtd_dark_mode)|sphinxext\.(?:opengraph|rediraffe)|notfound\.extension"
+    r"|sphinxcontrib\.(?:mermaid|youtube|video|jquery|spelling)|linkify_issues|furo|jupyter_book"
+    r"|sphinx\.ext\.(?:mathjax|imgmath|viewcode|todo|githubpages|extlinks|ifconfig|graphviz|inheritance_diagram|napoleon"
+    r"|doctest|coverage|duration|intersphinx|autosectionlabel|linkcode)"
+)
+# Of the others, those that bring no documents and files, only what stands in the programs that they read.
+_READS_PROGRAMS = re.compile(
+    r"sphinx\.ext\.autodoc|sphinx_autodoc_typehints|numpydoc|autodocsumm|sphinxcontrib\.(?:bibtex|autodoc_pydantic|programoutput)"
+    r"|sphinx_(?:click|argparse|proof|exercise|issues|substitution_extensions)|sphinx_click\.ext|sphinxarg\.ext|enum_tools.*"
+)
+# What conf.py may do to make files.
+_WRITES = re.compile(
+    r"""\b(?:subprocess|shutil|apidoc|urlretrieve)\b|\bos\.system\b|\bwrite_(?:text|bytes)\b"""
+    r"""|\bopen\([^()\n]*["'][wax]b?\+?["']|\.open\(["'][wax]"""
+)
+# What a function of conf.py may do to labels; style sheets and scripts do nothing.
+_CHANGES_MORE = re.compile(r"\bapp\.(?:connect|add_(?!css|js|html)\w+|setup_extension|registry|env)")
+_AUTOMATIC = "sphinx.ext.autosectionlabel"
+# Labels that Sphinx has.
+_INDEXES = frozenset({"genindex", "modindex", "py-modindex", "search"})
+# Definitions in any form, whatever it is that they stand in: (name)=, .. _name:, :name: name, label: name, {#name},
+# _`name`, "id": "name", $$ (name).
+_DEFINITION = re.compile(
+    r"""^[ \t>]*\(([^()\n]+)\)=
+      | \.\.[ ]_(?:`([^`\n]+)`|([^\n]+?)):[ \t]*$
+      | \b(?:name|label|id)["']?[ \t]*[:=][ \t]*["']?([^\s"'>}]+)
+      | \{[^{}\n]*?\#([^\s{}]+)
+      | (?<!\w)_`([^`\n]+)`
+      | \$\$[ \t]*\(([^()\n]+)\)
+    """,
+    re.VERBOSE | re.MULTILINE,
+)
+
+
+def doubt_of_labels(extensions: list[str] | None, conf: str | None) -> str | None:
+    """Why there may be labels that no document shows: an extension (None for a list that cannot be read), or what
+    conf.py does."""
+    if extensions is None:
+        return "made by the extensions, which conf.py works out?"
+    unknown = [name for name in extensions if _HARMLESS.fullmatch(name) is None]
+    if unknown:
+        return f"made by the extension `{unknown[0]}`?"
+    return "made by conf.py?" if _CHANGES_MORE.search(conf or "") else None
+
+
+def doubt_of_files(extensions: list[str] | None, conf: str | None) -> str | None:
+    """Why there may be documents and files that are not here: the same for what makes these."""
+    doubt = doubt_of_labels(
+        extensions and [name for name in extensions if _READS_PROGRAMS.fullmatch(name) is None], conf
+    )
+    return doubt or ("made by conf.py?" if _WRITES.search(conf or "") else None)
+
+
+@dataclass(frozen=True)
+class Named:
+    """What the names of roles and directives lead to in one site.
+
+    `inventories`: why a name may be one of another project; `projects`: how these are called; `label_doubt` and
+    `file_doubt`: why there may be other labels, and other documents and files; `targets` finds the documents of each
+    name, as it compares.
+    """
+
+    left_out: GitIgnoreSpec
+    inventories: str | None
+    projects: frozenset[str]
+    extensions: frozenset[str]
+    label_doubt: str | None
+    file_doubt: str | None
+    targets: Callable[[Site], dict[str, list[str]]]
+    has_setup: bool  # whether conf.py has a function that Sphinx calls
+
+    def _is_of_project(self, name: str) -> bool:
+        return name.partition(":")[0] in self.projects and ":" in name
+
+    def document(self, site: Site, link: Link, source: str) -> Resolution | None:
+        """{doc}`path`, which has no suffix, and an entry of a toctree, which may have one."""
+        place = _place(site, link.path, source)
+        for name in (place + suffix for suffix in (*SOURCES, *([""] if link.form == TOC else []))):
+            within = site.within(name, site.content)
+            if name not in site.repository.files or within is None:
+                continue
+            if self.left_out.match_file(within):
+                why = f"exclude_patterns of the configuration leave {name} out"
+                return nothing_because(site, link, source, why)
+            return found(name) if site.repository.is_document(name) else found()
+        if self._is_of_project(link.path):
+            return found()
+        if self.inventories is not None and link.form != TOC:
+            return doubtful(self.inventories)
+        if link.form != TOC and place in site.repository.files and place.endswith(SOURCES):
+            return nothing_because(site, link, source, "{doc} names a document without its suffix")
+        return None if self.file_doubt is None else made_perhaps(self.file_doubt)
+
+    def label(self, site: Site, link: Link, source: str) -> Resolution | None:
+        """{ref}`label`: what stands before a heading or block, or is the name of a figure or table."""
+        name, targets = as_compared(link.path), site.once(self.targets)
+        if name in _INDEXES or self._is_of_project(link.path):
+            return found()
+        if name in targets:
+            return found(*targets[name])
+        if name in site.once(_defined_somehow):
+            return found()
+        if _AUTOMATIC in self.extensions:
+            if name in site.once(_headings):
+                return found()
+            return replace(made_perhaps(f"a heading, by {_AUTOMATIC}?"), names=tuple(targets))
+        if self.inventories is not None:
+            return doubtful(self.inventories)
+        if self.label_doubt is not None or site.unread_page is not None:
+            why = self.label_doubt or f"{site.unread_page} cannot be read, and may have it"
+            return replace(made_perhaps(why), names=tuple(targets))
+        return Resolution(MISSING, names=tuple(targets))
+
+    def of_any_kind(self, site: Site, link: Link, source: str) -> Resolution | None:
+        """[text](name) without a file: a label, or what a program documents, here or in another project."""
+        suffix = posixpath.splitext(link.path)[1].lower()
+        if "/" in link.path or link.anchor is not None or not link.path or suffix in _FILE_SUFFIXES:
+            return None
+        resolution = self.label(site, link, source)
+        if resolution is None:
+            return None
+        if resolution.outcome != MISSING:
+            # Programs name what they document by rules of their own: no slip for a label is surely one.
+            return replace(resolution, is_made=False, names=tuple(site.once(self.targets)))
+        why = "made by conf.py?" if self.has_setup else None
+        if why is None and _is_described(site, link.path):
+            why = "described by a directive?"
+        return None if why is None else replace(doubtful(why), names=resolution.names)
+
+    def file(self, site: Site, link: Link, source: str) -> Resolution | None:
+        """{download}`path`, and what a directive includes or shows."""
+        place = _place(site, link.path, source)
+        if place in site.repository.files:
+            return found(place) if site.repository.is_document(place) else found()
+        # Options of directives that include say from where paths in the text start; so do programs.
+        for part in site.once(_included).get(source, ()):
+            if site.place(link.path, part) in site.repository.files:
+                return doubtful(f"from the folder of {part}, which the page includes?")
+        return None if self.file_doubt is None else made_perhaps(self.file_doubt)
+
+
+def _place(site: Site, path: str, source: str) -> str:
+    """A path from the folder of its page, or, with a slash at its begin, from that of all documents."""
+    if path.startswith("/"):
+        return posixpath.normpath(posixpath.join(site.content, path.lstrip("/")))
+    return site.place(path, source)
+
+
+def as_compared(name: str) -> str:
+    """A name as names compare: in one case, with single spaces."""
+    return " ".join(name.lower().split())
+
+
+def _defined_somehow(site: Site) -> frozenset[str]:
+    """All names that any text of the site seems to define; read only where a label is not found otherwise."""
+    below = (path for path in site.repository.files if site.within(path, site.content) is not None)
+    sources = [path for path in below if path.endswith((*SOURCES, ".inc", ".rest"))]
+    # A page may include what lies elsewhere, such as a README.
+    texts = (site.repository.text(path) or "" for path in dict.fromkeys([*sources, *site.includers]))
+    return frozenset(
+        as_compared(match[match.lastindex or 0]) for text in texts for match in _DEFINITION.finditer(text)
+    )
+
+
+def _is_described(site: Site, name: str) -> bool:
+    """Whether any text of the site has a directive about something of this name: {py:class} a.Name, .. option:: name"""
+    paths = (path for path in site.repository.files if site.within(path, site.content) is not None)
+    texts = (site.repository.text(path) or "" for path in paths if path.endswith((*SOURCES, ".inc", ".rest")))
+    last = re.escape(re.split(r"[.:]", name)[-1])
+    about = re.compile(rf"(?:::|\}})[^\n]*(?<!\w){last}(?!\w)", re.IGNORECASE)
+    return any(about.search(text) for text in texts)
+
+
+def _headings(site: Site) -> frozenset[str]:
+    """The labels that headings get of themselves, with and without the name of their document."""
+    names: set[str] = set()
+    for page in site.pages:
+        facts = site.facts(page)
+        document = posixpath.splitext(site.within(page, site.content) or page)[0]
+        for heading in facts.headings if facts is not None else ():
+            names |= {as_compared(heading.text), as_compared(f"{document}:{heading.text}")}
+    return frozenset(names)
+
+
+def _included(site: Site) -> dict[str, list[str]]:
+    """The files that each page includes."""
+    included: dict[str, list[str]] = {}
+    for path, pages in site.includers.items():
+        for page in pages:
+            included.setdefault(page, []).append(path)
+    return included
