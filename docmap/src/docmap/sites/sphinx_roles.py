@@ -148,7 +148,8 @@ class Named:
         resolution = self.label(site, link, source)
         if resolution.outcome != MISSING:
             # Programs name what they document by rules of their own: no slip for a label is surely one.
-            return replace(resolution, is_made=False, names=tuple(site.once(self.targets)))
+            names = (name for name in site.once(self.targets) if "`" not in name)
+            return replace(resolution, is_made=False, names=tuple(names))
         why = "made by conf.py?" if self.has_setup else None
         if why is None and _is_described(site, link.path):
             why = "described by a directive?"
