@@ -371,7 +371,10 @@ def _redirects(settings: dict[str, Any], repository: Repository, root: str) -> d
     # rediraffe reads a mapping, or a file of it: "old.md" "new.md" in each line.
     listed = repository.text(posixpath.join(root, literals.text(settings, "rediraffe_redirects"))) or ""
     in_file = dict(_REDIRECT.findall(listed))
-    for table in (in_file, *(literals.table(settings, name) for name in ("rediraffe_redirects", "redirects"))):
+    for table in (
+        in_file,
+        *(literals.table(settings, name) for name in ("rediraffe_redirects", "redirects")),
+    ):
         for old, new in table.items():
             if isinstance(new, str):
                 stem = re.sub(r"\.(?:md|rst|html)$", "", old)
