@@ -320,6 +320,10 @@ SITES = [
             ("conf.py", "extensions = ['myst_parser']\ndef setup(app):\n    other(app)\n", "", DOUBTFUL),
         ]
     ],
+    site("sphinx with a file of redirects", {"conf.py": "import myst_parser\nrediraffe_redirects = 'r.txt'\n",
+        "r.txt": '# old new\n"old.md" "a.md"\nolder.md a.md\n', "a.md": "# A\n"}, "page.md", {
+        "[x](old.html)": OK, "[x](older.html)": OK, "[x](a.html)": OK, "[x](oldest.html)": BROKEN,
+    }),
     site("sphinx with names of directives", {"conf.py": "extensions = ['myst_parser']\n",
         "a.rst": ".. py:class:: a.mutable\n", "b.md": "```{py:function} frozen(x)\n```\n"}, "page.md", {
         "[x](a.mutable)": DOUBTFUL, "[x](b.frozen)": DOUBTFUL, "[x](b.froze)": BROKEN,

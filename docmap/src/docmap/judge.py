@@ -191,7 +191,11 @@ class Judge:
             message, suggestion = f'no heading "#{link.anchor}"', None
         elif link.form == REF or resolution.names:
             close = self._spelling.closest(link.path, resolution.names, _LOWEST_LIKENESS)
-            message, suggestion = f'no target "{link.path}"', close
+            # Terms of a glossary may be roles, which no link names.
+            message, suggestion = (
+                f'no target "{link.path}"',
+                close if close is None or "`" not in close else None,
+            )
         elif link.form in {WIKI, EMBED}:
             message, suggestion = f'no page "{link.path}"', self._closest_page(site, link, source)
         else:

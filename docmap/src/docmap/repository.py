@@ -163,7 +163,7 @@ class Repository:
         try:
             with open(os.path.join(self.root, path), encoding="utf-8", errors="replace") as file:
                 text = file.read()
-        except OSError:
+        except (OSError, ValueError):  # a name with a null byte
             text = None
         self.texts_read[path] = _digest(text)
         return text

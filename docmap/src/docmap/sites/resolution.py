@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Collection
 from dataclasses import dataclass
 from typing import Final
 
@@ -26,7 +27,7 @@ class Resolution:
     # Doubtful because something may make what is asked for; nobody makes what is one slip away from a name that is there.
     is_made: bool = False
     # Of what is no file, the names that may have been meant.
-    names: tuple[str, ...] = ()
+    names: Collection[str] = ()
     # The anchor that a template's target holds; the link itself then has none.
     anchor: str | None = None
 

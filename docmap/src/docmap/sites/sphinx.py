@@ -50,6 +50,7 @@ _PARSERS = frozenset(
     {"myst_parser", "myst_nb", "recommonmark", "m2r", "m2r2", "jupyter_book", "sphinx_mdinclude"}
 )
 _LONGEST = 65536
+_REDIRECT = re.compile(r"""^[ \t]*["']?([^\s"'#]+)["']?[ \t]+["']?([^\s"']+)""", re.MULTILINE)
 _RST_TARGET = re.compile(r"^[ \t]*\.\. _`?([^`\n]+?)`?:\s*$", re.MULTILINE)
 _KNOWN = literals.words(
     """
@@ -340,7 +341,7 @@ def make(repository: Repository, root: str) -> Site | None:
             for value in (extra, static)
             for folder in literals.texts(value if isinstance(value, list) else [])
         ),
-        redirects=_redirects(settings),
+        redirects=_redirects(settings, repository, root),
     )
     enabled = settings.get("myst_enable_extensions")
     if not isinstance(enabled, list) or {"attrs_block", "attrs_inline"} & set(literals.texts(enabled)):
@@ -365,10 +366,16 @@ def make(repository: Repository, root: str) -> Site | None:
     return Site(as_hosted(rules, repository, root), repository, root, root, path)
 
 
-def _redirects(settings: dict[str, Any]) -> dict[str, str]:
+def _redirects(settings: dict[str, Any], repository: Repository, root: str) -> dict[str, str]:
     redirects: dict[str, str] = {}
-    for name in ("rediraffe_redirects", "redirects"):
-        for old, new in literals.table(settings, name).items():
+    # rediraffe reads a mapping, or a file of it: "old.md" "new.md" in each line.
+    listed = repository.text(posixpath.join(root, literals.text(settings, "rediraffe_redirects"))) or ""
+    in_file = dict(_REDIRECT.findall(listed))
+    for table in (
+        in_file,
+        *(literals.table(settings, name) for name in ("rediraffe_redirects", "redirects")),
+    ):
+        for old, new in table.items():
             if isinstance(new, str):
                 stem = re.sub(r"\.(?:md|rst|html)$", "", old)
                 redirects[f"/{stem}.html"] = f"/{re.sub(r'[.](?:md|rst|html)$', '', new)}.html"

@@ -59,6 +59,8 @@ _DEFINITION = re.compile(
     """,
     re.VERBOSE | re.MULTILINE,
 )
+_DIRECTIVE = re.compile(r"(?:::|\})[^\n]*")
+_WORD = re.compile(r"[\w-]+")
 
 
 def doubt_of_labels(extensions: list[str] | None, conf: str | None) -> str | None:
@@ -132,13 +134,13 @@ class Named:
         if _AUTOMATIC in self.extensions:
             if name in site.once(_headings):
                 return found()
-            return replace(made_perhaps(f"a heading, by {_AUTOMATIC}?"), names=tuple(targets))
+            return replace(made_perhaps(f"a heading, by {_AUTOMATIC}?"), names=targets)
         if self.inventories is not None:
             return doubtful(self.inventories)
         if self.label_doubt is not None or site.unread_page is not None:
             why = self.label_doubt or f"{site.unread_page} cannot be read, and may have it"
-            return replace(made_perhaps(why), names=tuple(targets))
-        return Resolution(MISSING, names=tuple(targets))
+            return replace(made_perhaps(why), names=targets)
+        return Resolution(MISSING, names=targets)
 
     def of_any_kind(self, site: Site, link: Link, source: str) -> Resolution | None:
         """[text](name) without a file: a label, or what a program documents, here or in another project."""
@@ -150,9 +152,11 @@ class Named:
             return None
         if resolution.outcome != MISSING:
             # Programs name what they document by rules of their own: no slip for a label is surely one.
-            return replace(resolution, is_made=False, names=tuple(site.once(self.targets)))
+            return replace(resolution, is_made=False, names=site.once(self.targets))
         why = "made by conf.py?" if self.has_setup else None
-        if why is None and _is_described(site, link.path):
+        if why is None and re.split(r"[.:]", link.path.lower().removesuffix("()"))[-1] in site.once(
+            _described
+        ):
             why = "described by a directive?"
         return None if why is None else replace(doubtful(why), names=resolution.names)
 
@@ -191,13 +195,12 @@ def _defined_somehow(site: Site) -> frozenset[str]:
     )
 
 
-def _is_described(site: Site, name: str) -> bool:
-    """Whether any text of the site has a directive about something of this name: {py:class} a.Name, .. option:: name"""
+def _described(site: Site) -> frozenset[str]:
+    """The words behind the names of directives in all texts of the site: {py:class} a.Name, .. option:: name"""
     paths = (path for path in site.repository.files if site.within(path, site.content) is not None)
     texts = (site.repository.text(path) or "" for path in paths if path.endswith((*SOURCES, ".inc", ".rest")))
-    last = re.escape(re.split(r"[.:]", name)[-1])
-    about = re.compile(rf"(?:::|\}})[^\n]*(?<!\w){last}(?!\w)", re.IGNORECASE)
-    return any(about.search(text) for text in texts)
+    lines = (line for text in texts for line in _DIRECTIVE.findall(text))
+    return frozenset(word.lower() for line in lines for word in _WORD.findall(line))
 
 
 def _headings(site: Site) -> frozenset[str]:
