@@ -11,34 +11,21 @@ environment; the programs that its tests start run in the same way, as it is als
 
 from __future__ import annotations
 
-import os
 import re
 import shutil
 import subprocess
 import sys
 from pathlib import Path
 
-ROOT = Path(__file__).resolve().parent.parent
-HERE = Path(__file__).resolve().parent
+from foreign_packages import HERE, ROOT, install_i386, install_musl, pip_install, requirements, run, zig
+
 _DEBIAN_PYTHON = "3.11"
 _DEBIAN_PACKAGES = (
-    *(
-        "python3.11-minimal",
-        "libpython3.11-minimal",
-        "libpython3.11-stdlib",
-        "python3.11",
-        "libc6",
-        "libgcc-s1",
-    ),
+    *("python3.11-minimal", "libpython3.11-minimal", "libpython3.11-stdlib", "python3.11"),
+    *("libc6", "libgcc-s1"),
     *("zlib1g", "libexpat1", "libssl3", "libffi8", "libbz2-1.0", "liblzma5", "libuuid1", "libcrypt1"),
 )
 _DEBIAN_NAMES = {"x86_64": "amd64", "aarch64": "arm64"}
-_I386_HEADERS = ("libpython3.11-dev",)
-# What the engine's tests import, directly or not; all others of the requirements belong to docmap or to building.
-_TESTED_WITH = (
-    *("PyYAML", "tree-sitter", "tree-sitter-markdown", "exceptiongroup", "tomli", "typing_extensions"),
-    *("pytest", "iniconfig", "packaging", "pluggy", "Pygments"),
-)
 _CRC32 = """
 unsigned long crc32(unsigned long crc, const unsigned char *bytes, unsigned count) {
   if (!bytes) return 0;
@@ -49,17 +36,6 @@ unsigned long crc32(unsigned long crc, const unsigned char *bytes, unsigned coun
   return ~crc & 0xffffffff;
 }
 """
-
-
-def run(*command: str | Path, **environment: str) -> None:
-    """Run a command that must succeed."""
-    subprocess.run(command, check=True, env=os.environ | environment)
-
-
-def requirements() -> list[str]:
-    """Return the pinned requirements of the engine's tests."""
-    text = (ROOT / "requirements" / "run.txt").read_text() + (ROOT / "requirements" / "test.txt").read_text()
-    return [line for line in text.splitlines() if line.partition("==")[0] in _TESTED_WITH]
 
 
 def unpack_debian(folder: Path, packages: list[str], suite: str = "") -> None:
@@ -104,7 +80,7 @@ def make_debian(folder: Path, architecture: str) -> Path:
         unpack_debian(folder, [*packages, "qemu-user-static:amd64"])
         start = f'{root}/usr/bin/qemu-aarch64-static -L {root} -0 "$0" {python}'
     else:
-        unpack_debian(folder, [*packages, *(f"{name}:{architecture}" for name in _I386_HEADERS)])
+        unpack_debian(folder, [*packages, f"libpython{_DEBIAN_PYTHON}-dev:{architecture}"])
         libraries = f"{root}/lib/i386-linux-gnu:{root}/usr/lib/i386-linux-gnu"
         start = f'{root}/lib/ld-linux.so.2 --library-path {libraries} --argv0 "$0" {python}'
     write_program(folder / "bin" / "python", f'#!/bin/sh\nexec {start} "$@"\n')
@@ -164,65 +140,6 @@ def native_python(version: str) -> tuple[Path, Path]:
     raise SystemExit(f"no CPython {version} is found here")
 
 
-def pip_install(site: Path, processor: str, version: str, packages: list[str], libc: str) -> None:
-    """Install wheels of another kind of machine into `site`; `libc` is `musllinux_1_2`, or `manylinux` for any."""
-    names = [libc] if libc != "manylinux" else ["manylinux2014", "manylinux_2_17", "manylinux_2_28"]
-    platforms = [word for name in names for word in ("--platform", f"{name}_{processor}")]
-    run(
-        *(sys.executable, "-m", "pip", "--disable-pip-version-check", "-qq", "install", "--no-deps"),
-        "--ignore-requires-python",  # pip holds that against the interpreter that runs pip
-        *("--target", site, *platforms, "--python-version", version, "--only-binary", ":all:", *packages),
-    )
-
-
-def compile_packages(
-    target: str, flags: str, pip: tuple[str | Path, ...], packages: list[str], *options: str | Path
-) -> None:
-    """Compile packages that have no wheel with Zig and install them with `pip`."""
-    compiler = f"{HERE}/zig-cc --target={target} {flags}"
-    # LDSHARED too: Debian's own has an option that Zig does not know.
-    environment = {"CC": compiler, "LDSHARED": f"{compiler} -shared", "ZIG": zig()}
-    # The name of a module that any interpreter loads: what runs pip may not be what loads the module.
-    environment["SETUPTOOLS_EXT_SUFFIX"] = ".so"
-    names = ",".join(package.partition("==")[0] for package in packages)
-    run(
-        *(*pip, "--disable-pip-version-check", "-qq", "install", "--no-deps", "--no-binary", names),
-        *(*options, *packages),
-        **environment,
-    )
-
-
-def install_i386(folder: Path, site: Path) -> None:
-    """Install the requirements, and compile those that have no wheel for i386."""
-    include = folder / "root" / "usr" / "include"
-    compiled = [line for line in requirements() if re.match("tree-sitter|PyYAML", line)]
-    pip_install(
-        site, "i686", _DEBIAN_PYTHON, [line for line in requirements() if line not in compiled], "manylinux"
-    )
-    pip = (sys.executable, "-m", "pip", "--python", folder / "bin" / "python")
-    flags = f"-isystem {include}/python{_DEBIAN_PYTHON} -isystem {include}"
-    compile_packages("x86-linux-gnu.2.31", flags, pip, compiled)
-
-
-def install_musl(site: Path, processor: str, version: str) -> None:
-    """Install the requirements; tree-sitter has no wheel for musl on ARM."""
-    compiled = [
-        line for line in requirements() if processor == "aarch64" and line.startswith("tree-sitter==")
-    ]
-    wheels = [line for line in requirements() if line not in compiled]
-    pip_install(site, processor, version, wheels, "musllinux_1_2")
-    if compiled:
-        pip = (native_python(version)[0], "-m", "pip")
-        compile_packages(f"{processor}-linux-musl", "", pip, compiled, "--target", site)
-
-
-def zig() -> str:
-    """Return the path of Zig's program."""
-    import ziglang
-
-    return str(Path(ziglang.__file__).parent / "zig")
-
-
 def main() -> None:
     """Make what the command line names."""
     name, folder = sys.argv[1], Path(sys.argv[2]).resolve()
@@ -233,24 +150,14 @@ def main() -> None:
         pip_install(site, "aarch64", _DEBIAN_PYTHON, requirements(), "manylinux")
     elif name == "i386":
         site = make_debian(folder, "i386")
-        install_i386(folder, site)
+        install_i386(site, _DEBIAN_PYTHON, folder / "bin" / "python", folder / "root" / "usr" / "include")
     elif found := re.fullmatch(r"musl-(x86_64|aarch64)-(3\.\d+)", name):
         site = make_musl(folder, found[1], found[2])
-        install_musl(site, found[1], found[2])
+        install_musl(site, found[1], found[2], native_python(found[2])[0])
     else:
         raise SystemExit(__doc__)
-    run(
-        sys.executable,
-        "-m",
-        "pip",
-        "-q",
-        "install",
-        "--no-deps",
-        "--no-build-isolation",
-        "--target",
-        site,
-        ROOT / "host",
-    )
+    pip = (sys.executable, "-m", "pip", "--disable-pip-version-check", "-qq")
+    run(*pip, "install", "--no-deps", "--no-build-isolation", "--target", site, ROOT / "host")
     print(site)
 
 

@@ -7,12 +7,14 @@ the interpreters on this machine. The same sources give the same bytes.
 from __future__ import annotations
 
 import argparse
+import hashlib
 import os
 import shutil
 import subprocess
 import sys
 import zipfile
 from concurrent.futures import ThreadPoolExecutor
+from importlib.metadata import version as metadata_version
 from pathlib import Path
 
 import module_file
@@ -40,6 +42,20 @@ def interpreters() -> dict[str, dict[str, str]]:
     return {config["version"]: config for config in found if Path(config["include"], "Python.h").exists()}
 
 
+def build_id(target: Target, version: str) -> str:
+    """Return what ties a module to its debug information: a number of 40 digits that all that it is made of gives.
+
+    The checksum of the debug information would not do, since that of Zig's C++ library names the folder in which Zig
+    happened to compile it.
+    """
+    made_of = hashlib.sha1(f"{target} {version} {metadata_version('ziglang')}".encode())
+    for path in sorted(path for path in (ROOT / "engines").rglob("*") if path.is_file()):
+        made_of.update(path.read_bytes())
+    for path in (Path(__file__), ROOT / "CMakeLists.txt"):
+        made_of.update(path.read_bytes())
+    return made_of.hexdigest()
+
+
 def compile_module(target: Target, version: str, python: dict[str, str]) -> Path:
     """Compile the module and return its path; it holds its debug information still."""
     folder = BUILD / target.name  # one for all versions: what needs no interpreter is compiled once
@@ -48,7 +64,7 @@ def compile_module(target: Target, version: str, python: dict[str, str]) -> Path
     make_headers(headers, Path(python["include"]), target, [compiler, f"--target={target.triple}"])
     linux = target.system == "Linux"
     flags = _FLAGS + (" -flto" if linux else "")  # what links for macOS is older than this Clang
-    link = "-Wl,--gc-sections" if linux else ""
+    link = f"-Wl,--gc-sections -Wl,--build-id=0x{build_id(target, version)}" if linux else ""
     run(
         *("cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release"),
         *(f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_CXX_COMPILER_TARGET={target.triple}"),
@@ -84,9 +100,11 @@ def make_wheel(target: Target, version: str, module: Path, metadata: Path, dist:
     engines.mkdir(parents=True)
     (dist / "debug").mkdir(parents=True, exist_ok=True)
     if target.system == "Linux":
-        debug = dist / "debug" / f"{module.name}.{target.name}.debug"
+        number = build_id(target, version)
+        debug = dist / "debug" / ".build-id" / number[:2] / f"{number[2:]}.debug"  # where debuggers look
+        debug.parent.mkdir(parents=True, exist_ok=True)
         run("llvm-objcopy", "--only-keep-debug", module, debug)
-        run("llvm-objcopy", "--strip-all", f"--add-gnu-debuglink={debug}", module, engines / module.name)
+        run("llvm-objcopy", "--strip-all", module, engines / module.name)
         if "musl" in target.name:  # Zig links with the name that the library has while it is built
             libc = f"libc.musl-{target.processor}.so.1"
             run("patchelf", "--replace-needed", "libc.so", libc, engines / module.name)

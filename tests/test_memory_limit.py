@@ -10,11 +10,12 @@ import pytest
 # The process has not thrown a C++ exception before. Small objects use up the memory that it has left.
 PROGRAM = """
 import resource
+import sys
 from nodes import Node
 from quarnel.engines import markdown
 
 root = Node("document")
-root.children = range(10**12)
+root.children = range(min(10**12, sys.maxsize))
 used = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
 resource.setrlimit(resource.RLIMIT_AS, (used + 2**26, used + 2**26))
 try:
