@@ -1,6 +1,7 @@
 """Hosts whose objects misbehave. Each gets a result or an exception, and the table says which."""
 
 import array
+import ctypes
 import signal
 import sys
 from pathlib import Path
@@ -75,6 +76,20 @@ def growing_heading():
     add = iter([Acting(lambda: children.append(next(add)), "other") for _ in range(50)] + [inline("late")])
     children.append(next(add))
     return document(with_children(children, "atx_heading"))
+
+
+def without_memory(nodes):
+    """Leave a list as the binding does when memory ends while it makes the nodes."""
+    set_item = ctypes.pythonapi.PyList_SetItem
+    set_item.argtypes = [ctypes.py_object, ctypes.c_ssize_t, ctypes.c_void_p]
+    assert set_item(nodes, 0, None) == 0
+    return nodes
+
+
+def root_without_memory():
+    root = parse("# A\n")
+    without_memory(root.children)
+    return root
 
 
 def shrinking_root():
@@ -185,6 +200,8 @@ HOSTS = [
     pytest.param(lambda: names(with_children(7)), TypeError, id="children a number"),
     pytest.param(lambda: names(with_children("A")), AttributeError, id="children a str"),
     pytest.param(lambda: names(with_children(Liar([heading(1, "A")]))), IndexError, id="a list that lies"),
+    pytest.param(lambda: names(with_children(without_memory([None]))), MemoryError, id="no memory for children"),
+    pytest.param(lambda: names(root_without_memory()), MemoryError, id="no memory for the binding's children"),
     pytest.param(lambda: names(with_children(range(3))), AttributeError, id="children that are no nodes"),
     pytest.param(lambda: names(growing_heading()), ["late"], id="a list that grows"),
     pytest.param(lambda: links(shrinking_root()), [("b", 1, None), ("d", 1, None), ("f", 1, None)], id="list emptied"),

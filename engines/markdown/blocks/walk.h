@@ -4,6 +4,7 @@
 #pragma once
 
 #include "blocks/node.h"
+#include "python/sequence.h"
 // After the interpreter's header.
 #include <algorithm>
 #include <utility>
@@ -33,7 +34,7 @@ class PendingNodes {
       PyObject* list = siblings.list.get();
       // A host can reach the list of an exact node and may have made it shorter meanwhile.
       if (siblings.next < std::min(siblings.end, PyList_GET_SIZE(list))) {
-        return python::Ref::share(PyList_GET_ITEM(list, siblings.next++));
+        return python::item_of(list, siblings.next++);
       }
       entered_.pop_back();
     }
