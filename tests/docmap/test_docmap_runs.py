@@ -137,3 +137,14 @@ def test_the_shell_completes(typed, offered):
 )
 def test_status(arguments, status):
     assert run(*arguments).exit_code == status
+
+
+@pytest.mark.parametrize("command", ["outline", "check", "page"])
+def test_without_a_host_one_line_says_what_to_install(tmp_path, command):
+    program = "import sys; sys.modules['quarnel'] = None; from docmap.cli import main; main()"
+    write_tree(tmp_path, {"a.md": "# A\n"})
+    run = subprocess.run(
+        [sys.executable, "-c", program, command, str(tmp_path)], capture_output=True, text=True, cwd=tmp_path
+    )
+    assert (run.returncode, run.stdout, run.stderr.count("\n")) == (1, "", 1)
+    assert "docmap[stand-in]" in run.stderr

@@ -361,6 +361,13 @@ def main() -> None:
     except click.ClickException as error:
         error.show()
         status = error.exit_code
+    except ModuleNotFoundError as error:
+        if error.name is None or error.name.partition(".")[0] != "quarnel":
+            raise
+        note(
+            f"{error.name} is missing: install quarnel-markdown beside a host, or docmap[stand-in] without one"
+        )
+        status = 1
     sys.exit(status)
 
 
