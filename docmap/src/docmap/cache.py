@@ -21,7 +21,7 @@ if TYPE_CHECKING:
     from docmap.facts import Facts, Section
 
 # Raised with every change to what is read of a file, or to the form in which it is kept.
-_FORMAT = 3
+_FORMAT = 4
 _READERS = ("docmap", "quarnel-markdown", "tree-sitter", "tree-sitter-markdown", "PyYAML")
 _DAY = 86400
 # Entries that no run has asked for in this time are dropped.
@@ -169,7 +169,7 @@ def packed(facts: Facts, sections: list[Section]) -> bytes:
 
 
 def _plain(facts: Facts) -> dict[str, Any]:
-    kept = {name: value for name, value in vars(facts).items() if value and name != "bodies"}
+    kept = {name: value for name, value in vars(facts).items() if value and name not in {"bodies", "fields"}}
     if facts.bodies:
         kept["bodies"] = [[body.first, body.kind, body.name, _plain(body.facts)] for body in facts.bodies]
     return kept

@@ -36,7 +36,6 @@ from docmap.facts import (
     Span,
     lines_of,
 )
-from docmap.front_matter import read_fields
 from docmap.ignored import ignored_spans
 from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.names import read_names
@@ -133,9 +132,7 @@ class _Reader:
             body = text_of(self._data[node.start_byte : node.end_byte])
             body = body.partition("\n")[2].rstrip().rpartition("\n")[0]
             self._facts.front_matter = body
-            fields = read_fields(body, toml=node.type == "plus_metadata")
-            self._facts.fields = fields or {}
-            self._facts.fields_unread = fields is None
+            self._facts.toml = node.type == "plus_metadata"
 
     def _read_headings(self, nodes: list[Node] | tuple[()], sections: Iterable[Symbol]) -> None:
         if not nodes:
@@ -306,10 +303,11 @@ class _Reader:
 
     def _read_properties(self) -> None:
         """Read the wiki links that are values of front matter; without quotes, they are lists of lists."""
-        fields = self._facts.fields.values()
+        if not _PROPERTY.search(self._facts.front_matter or ""):
+            return
         values = {
             text
-            for value in fields
+            for value in self._facts.fields.values()
             for text in (value if isinstance(value, list) else [value])
             if isinstance(text, str)
         }

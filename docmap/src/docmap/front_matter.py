@@ -13,16 +13,16 @@ _MANY_LEVELS = 1000
 _TEXT, _LIST, _MAPPING = (f"tag:yaml.org,2002:{kind}" for kind in ("str", "seq", "map"))
 
 
-def read_fields(body: str, *, toml: bool) -> dict[str, Any] | None:
-    """The fields of front matter, None when it cannot be read. Values are what JSON can hold."""
+def read_fields(body: str, *, toml: bool) -> dict[str, Any]:
+    """The fields of front matter, none when it cannot be read. Values are what JSON can hold."""
     if len(body) > _LONGEST:
-        return None
+        return {}
     try:
         fields = _as_json(_load_toml(body)) if toml else _load_yaml(body)
     except MemoryError:
         raise
     except Exception:  # A loader of foreign text raises more than its own errors.
-        return None
+        return {}
     return fields if isinstance(fields, dict) else {}
 
 

@@ -31,7 +31,8 @@ class Pages:
         around = posixpath.dirname(page)
         if name not in {"index", "_index"} and self._in_leaf_bundle(site, around):
             return ()
-        fields = {str(key).lower(): value for key, value in facts.fields.items()}
+        own = facts.fields if self.permalinks else facts.fields_with("aliases", "slug", "url")
+        fields = {str(key).lower(): value for key, value in own.items()}
         address = self._address(folder, name, fields)
         prefix = f"/{language}" if language and language != self.default else ""
         addresses = [prefix + address]
