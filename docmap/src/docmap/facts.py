@@ -6,7 +6,7 @@ somewhere, and which anchor a heading makes, is for the site to say (`docmap.sit
 
 from __future__ import annotations
 
-from collections.abc import Collection, Iterable, Mapping
+from collections.abc import Collection, Mapping
 from dataclasses import dataclass, field, replace
 from functools import cached_property
 from typing import Any, Final, NamedTuple
@@ -116,9 +116,13 @@ class Span(NamedTuple):
     kind: str
 
 
-def lines_of(spans: Iterable[Span], kinds: Collection[str]) -> Ranges:
+_NO_LINES = Ranges(())
+
+
+def lines_of(spans: Collection[Span], kinds: Collection[str]) -> Ranges:
     """The lines of the spans of these kinds."""
-    return Ranges((span.first, span.last + 1) for span in spans if span.kind in kinds)
+    # Most documents have none.
+    return Ranges((span.first, span.last + 1) for span in spans if span.kind in kinds) if spans else _NO_LINES
 
 
 class Section(NamedTuple):

@@ -231,7 +231,8 @@ RULES = Rules(
 def find(repository: Repository) -> Iterator[str]:
     """The folders with a configuration of Hugo's and a folder of content."""
     for path in repository.files:
-        for name in CONFIGURATIONS:
+        # Few paths end so.
+        for name in CONFIGURATIONS if path.endswith(CONFIGURATIONS) else ():
             root = path[: -len(name)].rstrip("/")
             if path == posixpath.join(root, name) and is_configured(repository, root, path):
                 yield root
