@@ -24,7 +24,7 @@ from docmap.facts import (
 from docmap.inline import LineOf
 from docmap.ranges import Ranges
 
-# Each pattern is tried only where a sign of it is in the document; looking for these is much faster.
+# Each pattern is tried only where one of its signs is in the document; looking for these is much faster.
 _BRACES = re.compile(
     rb"""\{(?:
         \{[<%]-?\s*(?P<shortcode>(?:/\s*)?[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
@@ -46,11 +46,11 @@ _INCLUDE = re.compile(
 _IMPORT_LINE = re.compile(rb"import(?<![^\n]import)[ \t]+(?P<import_rest>[^\n]+)")
 _FENCE_LINE = re.compile(rb":::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)")
 _PATTERNS = (
-    ((b"{{", b"{%"), _BRACES),
-    ((b"8<-",), _SNIPPET),
-    ((b"include", b"INCLUDE"), _INCLUDE),
-    ((b"import ", b"import\t"), _IMPORT_LINE),
-    ((b":::",), _FENCE_LINE),
+    (b"{{", b"{%", _BRACES),
+    (b"8<-", None, _SNIPPET),
+    (b"include", b"INCLUDE", _INCLUDE),
+    (b"import ", b"import\t", _IMPORT_LINE),
+    (b":::", None, _FENCE_LINE),
 )
 _FORMS = {
     "shortcode_rest": SHORTCODE,
@@ -75,10 +75,11 @@ _REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
 
 def find_constructs(data: bytes, code: Ranges, line_of: LineOf) -> Iterator[Construct]:
     """The constructs of a document outside of `code`."""
-    for signs, pattern in _PATTERNS:
-        for match in pattern.finditer(data) if any(sign in data for sign in signs) else ():
-            if match.start() not in code:
-                yield from _constructs_of(match, line_of)
+    for sign, other, pattern in _PATTERNS:
+        if sign in data or (other is not None and other in data):
+            for match in pattern.finditer(data):
+                if match.start() not in code:
+                    yield from _constructs_of(match, line_of)
 
 
 def _constructs_of(match: re.Match[bytes], line_of: LineOf) -> list[Construct]:

@@ -64,7 +64,9 @@ _INLINE_SIGN = re.compile(
 )
 # Patterns of whole lines, here and elsewhere, are for `Source.find_lines`. They begin with a newline, since `re` finds a
 # literal quickly, while "^" makes it try every byte.
-_DEFINES = re.compile(rb"\n[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:")
+_DEFINES = re.compile(
+    rb"\n[ >\t]*(?=[-*+\d\[])(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:"
+)
 _HTML_HEADING = re.compile(rb"<h([1-6])(?=[\s>])([^<>]{0,1000})>", re.IGNORECASE)
 _HTML_HEADINGS = frozenset({"h1", "h2", "h3", "h4", "h5", "h6"})
 _LONGEST_HTML_HEADING = 1000

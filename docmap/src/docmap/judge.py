@@ -311,8 +311,9 @@ class Judge:
     def _candidates(self, site: Site, link: Link, source: str) -> Iterator[str]:
         """Files that may have been meant: of the same path but for case, of the same name, of a name alike."""
         wanted = link.path.rstrip("/")
-        place = posixpath.normpath(posixpath.join(site.content, wanted.lstrip("/")))
-        if not link.path.startswith("/") and link.form not in {WIKI, EMBED}:
+        if link.path.startswith("/") or link.form in {WIKI, EMBED}:
+            place = posixpath.normpath(posixpath.join(site.content, wanted.lstrip("/")))
+        else:
             place = site.place(wanted, source)
         other = self._repository.in_other_case(place)
         if other is not None and other in self._repository.files:
@@ -338,7 +339,7 @@ class Judge:
         self._distances_left -= len(paths)
         if self._distances_left < 0:
             return []
-        return nsmallest(5, paths, key=lambda path: _distance(path, source))
+        return nsmallest(5, paths, key=lambda path: _distance(path, source)) if len(paths) > 1 else [*paths]
 
     def _files(self, folder: str | None = None) -> _Files:
         """The files of a folder, or all."""

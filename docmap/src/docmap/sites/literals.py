@@ -8,6 +8,8 @@ from __future__ import annotations
 import sys
 from typing import Any
 
+from docmap.front_matter import yaml_loader
+
 
 class _Unread:
     """Stands for a value that only running a program would tell."""
@@ -45,7 +47,7 @@ def yaml(text: str | None) -> dict[str, Any]:
     """
     import yaml as pyyaml
 
-    class Loader(pyyaml.SafeLoader):
+    class Loader(yaml_loader(text or "")):  # type: ignore[misc]
         pass
 
     def tagged(loader: pyyaml.SafeLoader, suffix: str, node: pyyaml.Node) -> object:
