@@ -65,18 +65,20 @@ def _with_letters_of(name: str, others: list[str], cutoff: float) -> list[str]:
     if not name.isascii() or "\n" in name:
         return others
     letters = name.encode("ascii")
-    found: list[str] = []
-    plain: list[str] = []
-    for other in others:
-        (plain if other.isascii() and "\n" not in other else found).append(other)
+    plain = [other for other in others if other.isascii() and "\n" not in other]
+    found = [other for other in others if not other.isascii() or "\n" in other]
     # The letters of all names are compared at once, which is much faster than one name after the other.
     alone = "\n".join(plain).encode("ascii").translate(None, letters).split(b"\n")
-    for other, theirs_alone in zip(plain, alone, strict=False):
-        enough = cutoff * (len(letters) + len(other)) / 2
-        if len(other) - len(theirs_alone) >= enough:
-            ours_alone = letters.translate(None, other.encode("ascii"))
-            if len(letters) - len(ours_alone) >= enough:
-                found.append(other)
+    near = [
+        other
+        for other, rest in zip(plain, alone, strict=False)
+        # As the likeness is worked out, so that both round alike.
+        if 2.0 * (len(other) - len(rest)) / (len(letters) + len(other)) >= cutoff
+    ]
+    for other in near:
+        ours_alone = letters.translate(None, other.encode("ascii"))
+        if 2.0 * (len(letters) - len(ours_alone)) / (len(letters) + len(other)) >= cutoff:
+            found.append(other)
     return found
 
 
