@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import re
 from collections.abc import Iterable, Iterator
+from typing import NamedTuple
 
 from tree_sitter import Node
 
@@ -41,20 +42,31 @@ _CODE_DIRECTIVES = frozenset(
 )
 
 
-def directive_of(source: Source, fence: Node) -> tuple[str, str] | None:
-    """The name and the arguments of the directive that a fenced code block is, None for another one."""
-    info = _FENCE_INFO.match(source.data, fence.start_byte, fence.end_byte)
-    return None if info is None else (text_of(info[1]).strip(), text_of(info[2]).strip())
+class Directive(NamedTuple):
+    """A fenced code block that is a directive, with its name and arguments."""
+
+    node: Node
+    name: str
+    arguments: str
 
 
-def find_bodies(source: Source, fences: Iterable[Node]) -> Iterator[tuple[str, str, int, int]]:
+def directives_of(source: Source, fences: Iterable[Node]) -> list[Directive]:
+    """The directives among these fenced code blocks."""
+    infos = ((node, _FENCE_INFO.match(source.data, node.start_byte, node.end_byte)) for node in fences)
+    return [
+        Directive(node, text_of(info[1]).strip(), text_of(info[2]).strip())
+        for node, info in infos
+        if info is not None
+    ]
+
+
+def find_bodies(source: Source, fenced: Iterable[Directive]) -> Iterator[tuple[str, str, int, int]]:
     """The bodies of a document: kind and name as `Body` has them, begin and end in bytes."""
-    for node in fences:
-        directive = directive_of(source, node)
-        if directive is not None and directive[0] not in _CODE_DIRECTIVES:
+    for node, name, _ in fenced:
+        if name not in _CODE_DIRECTIVES:
             for child in node.children:
                 if child.type == "code_fence_content":
-                    yield "fence", directive[0], child.start_byte, child.end_byte
+                    yield "fence", name, child.start_byte, child.end_byte
     # What is indented is code to the grammar.
     if len(source.code) > len(source.fences):
         end = 0

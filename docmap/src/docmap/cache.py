@@ -21,7 +21,7 @@ if TYPE_CHECKING:
     from docmap.facts import Facts, Section
 
 # Raised with every change to what is read of a file, or to the form in which it is kept.
-_FORMAT = 3
+_FORMAT = 4
 _READERS = ("docmap", "quarnel-markdown", "tree-sitter", "tree-sitter-markdown", "PyYAML")
 _DAY = 86400
 # Entries that no run has asked for in this time are dropped.
@@ -41,21 +41,38 @@ def cache_folder() -> str:
 
 def readers() -> str:
     """The versions of all that decides what is read of a file."""
-    from importlib import metadata
-
-    def version(name: str) -> str:
-        try:
-            return metadata.version(name)
-        except metadata.PackageNotFoundError:
-            return "-"
-
     folder = os.path.dirname(os.path.abspath(__file__))
     # The sources, too: whoever works on them would otherwise be shown what older ones found.
     changed = 0.0
     for place in (folder, os.path.join(folder, "sites")):
         with suppress(OSError), os.scandir(place) as scan:
             changed += sum(entry.stat().st_mtime for entry in scan if entry.name.endswith(".py"))
-    return f"{_FORMAT} {changed} " + " ".join(f"{name} {version(name)}" for name in _READERS)
+    return f"{_FORMAT} {changed} " + " ".join(_installed() or map(_version, _READERS))
+
+
+def _installed() -> list[str]:
+    """The names under which the readers are installed, which have their versions; none unless all are found.
+
+    The library for that takes as long to load as a run over unchanged files.
+    """
+    wanted = {name.replace("-", "_").lower() for name in _READERS}
+    found: dict[str, str] = {}
+    for place in sys.path:
+        with suppress(OSError), os.scandir(place or ".") as scan:
+            for entry in scan:
+                name = entry.name.partition("-")[0].lower()
+                if name in wanted and entry.name.endswith(".dist-info"):
+                    found.setdefault(name, entry.name)
+    return sorted(found.values()) if len(found) == len(wanted) else []
+
+
+def _version(name: str) -> str:
+    from importlib import metadata
+
+    try:
+        return f"{name} {metadata.version(name)}"
+    except metadata.PackageNotFoundError:
+        return f"{name} -"
 
 
 def key_of(data: bytes, versions: str) -> bytes:
@@ -169,7 +186,7 @@ def packed(facts: Facts, sections: list[Section]) -> bytes:
 
 
 def _plain(facts: Facts) -> dict[str, Any]:
-    kept = {name: value for name, value in vars(facts).items() if value and name != "bodies"}
+    kept = {name: value for name, value in vars(facts).items() if value and name not in {"bodies", "fields"}}
     if facts.bodies:
         kept["bodies"] = [[body.first, body.kind, body.name, _plain(body.facts)] for body in facts.bodies]
     return kept

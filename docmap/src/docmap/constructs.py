@@ -21,9 +21,10 @@ from docmap.facts import (
     SNIPPET,
     Construct,
 )
+from docmap.inline import LineOf
 from docmap.ranges import Ranges
 
-# Each pattern is tried only where one of two signs of it is in the document; looking for these is much faster.
+# Each pattern is tried only where one of its signs is in the document; looking for these is much faster.
 _BRACES = re.compile(
     rb"""\{(?:
         \{[<%]-?\s*(?P<shortcode>(?:/\s*)?[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
@@ -46,10 +47,10 @@ _IMPORT_LINE = re.compile(rb"import(?<![^\n]import)[ \t]+(?P<import_rest>[^\n]+)
 _FENCE_LINE = re.compile(rb":::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)")
 _PATTERNS = (
     (b"{{", b"{%", _BRACES),
-    (b"8<-", b"8<-", _SNIPPET),
+    (b"8<-", None, _SNIPPET),
     (b"include", b"INCLUDE", _INCLUDE),
     (b"import ", b"import\t", _IMPORT_LINE),
-    (b":::", b":::", _FENCE_LINE),
+    (b":::", None, _FENCE_LINE),
 )
 _FORMS = {
     "shortcode_rest": SHORTCODE,
@@ -72,28 +73,29 @@ _LITERAL = re.compile(
 _REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
 
 
-def find_constructs(data: bytes, code: Ranges) -> Iterator[tuple[int, Construct]]:
-    """The constructs of a document outside of `code`, and where they stand; their lines are left at 0."""
+def find_constructs(data: bytes, code: Ranges, line_of: LineOf) -> Iterator[Construct]:
+    """The constructs of a document outside of `code`."""
     for sign, other, pattern in _PATTERNS:
-        if sign in data or other in data:
+        if sign in data or (other is not None and other in data):
             for match in pattern.finditer(data):
-                position = match.start()
-                if position not in code:
-                    for construct in _constructs_of(match):
-                        yield position, construct
+                if match.start() not in code:
+                    yield from _constructs_of(match, line_of)
 
 
-def _constructs_of(match: re.Match[bytes]) -> list[Construct]:
+def _constructs_of(match: re.Match[bytes], line_of: LineOf) -> list[Construct]:
     last = match.lastgroup or ""
     if last == "import_rest":
         imported = _IMPORT.match(match["import_rest"])
         if imported is None:
             return []
         names = re.findall(rb"[\w$]+", imported["names"] or b"") or [b""]
-        return [Construct(0, IMPORT, _text(name), _text(imported["path"])) for name in names]
+        line = line_of(match.start())
+        return [Construct(line, IMPORT, _text(name), _text(imported["path"])) for name in names]
     name = _text(match[last.removesuffix("_rest")]).strip("{} \t\n")
     # The closing tag says nothing that the opening one did not.
-    return [] if name.startswith("/") else [Construct(0, _FORMS[last], name, _text(match[last]).strip())]
+    if name.startswith("/"):
+        return []
+    return [Construct(line_of(match.start()), _FORMS[last], name, _text(match[last]).strip())]
 
 
 def _text(data: bytes) -> str:

@@ -212,6 +212,7 @@ class GitIgnore:
         self._above = _rules_above(root)
         # Rules in force in each folder entered, nearest first.
         self._rules: dict[str, tuple[_Rules, ...]] = {}
+        self._has_any = False
 
     def enter(self, folder: str, has_own: bool) -> None:
         """Take over the rules of a folder whose parent has been entered; `has_own`: it has a .gitignore."""
@@ -220,6 +221,7 @@ class GitIgnore:
             # It was asked for all the same; what ignores it would leave nothing of it.
             rules = ()
         own = _Rules.read(os.path.join(self._root, folder)) if has_own else None
+        self._has_any = self._has_any or bool(rules) or own is not None
         self._rules[folder] = rules if own is None else (own, *rules)
 
     def lines(self) -> list[str]:
@@ -235,6 +237,8 @@ class GitIgnore:
 
     def ignores_below(self, path: str) -> bool:
         """Whether a path that need not exist, or a folder around it, is ignored."""
+        if not self._has_any:
+            return False
         parts = path.split("/")
         for end in range(1, len(parts) + 1):
             place = "/".join(parts[:end])

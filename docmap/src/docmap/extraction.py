@@ -14,7 +14,7 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
 from tree_sitter import Node
 
-from docmap.bodies import dedented, directive_of, find_bodies
+from docmap.bodies import Directive, dedented, directives_of, find_bodies
 from docmap.constructs import comment_spans, find_constructs, literal_spans
 from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (
@@ -36,7 +36,6 @@ from docmap.facts import (
     Span,
     lines_of,
 )
-from docmap.front_matter import read_fields
 from docmap.ignored import ignored_spans
 from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.names import read_names
@@ -65,12 +64,14 @@ _INLINE_SIGN = re.compile(
 )
 # Patterns of whole lines, here and elsewhere, are for `Source.find_lines`. They begin with a newline, since `re` finds a
 # literal quickly, while "^" makes it try every byte.
-_DEFINES = re.compile(rb"\n[ >\t]*(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:")
+_DEFINES = re.compile(
+    rb"\n[ >\t]*(?=[-*+\d\[])(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:"
+)
 _HTML_HEADING = re.compile(rb"<h([1-6])(?=[\s>])([^<>]{0,1000})>", re.IGNORECASE)
 _HTML_HEADINGS = frozenset({"h1", "h2", "h3", "h4", "h5", "h6"})
 _LONGEST_HTML_HEADING = 1000
 _PROPERTY = re.compile(r"""(["'])\[\[([^\[\]\n]+)\]\]\1""")
-_COMMENTED_LINES = re.compile(rb"(?:\n[ ]{0,3}%[^\n]*)+")
+_COMMENTED_LINES = re.compile(rb"\n[ ]{0,3}%[^\n]*(?:\n[ ]{0,3}%[^\n]*)*")
 _BETWEEN_WORDS = re.compile(r"[\s()\[\]<>#?|]+")
 _LONGEST_LINE = 20_000
 # Bodies within bodies are read to this depth.
@@ -116,11 +117,12 @@ class _Reader:
         del references
         self._mark_links_inside()
         self._read_properties()
-        self._read_constructs(blocks.get("fence", ()))
+        fenced = directives_of(self._source, blocks.get("fence", ()))
+        self._read_constructs(fenced)
         read_names(self._source, self._facts)
-        self._read_bodies(blocks.get("fence", ()))
+        self._read_bodies(fenced)
         # The nodes and references of a long document take more memory than what follows should add to.
-        del blocks, root
+        del blocks, fenced, root
         # The engine reports each link of a line once; so do we.
         self._facts.links = sorted(dict.fromkeys(self._facts.links), key=lambda link: link.line)
         self._facts.headings.sort(key=lambda heading: heading.line)
@@ -133,9 +135,7 @@ class _Reader:
             body = text_of(self._data[node.start_byte : node.end_byte])
             body = body.partition("\n")[2].rstrip().rpartition("\n")[0]
             self._facts.front_matter = body
-            fields = read_fields(body, toml=node.type == "plus_metadata")
-            self._facts.fields = fields or {}
-            self._facts.fields_unread = fields is None
+            self._facts.toml = node.type == "plus_metadata"
 
     def _read_headings(self, nodes: list[Node] | tuple[()], sections: Iterable[Symbol]) -> None:
         if not nodes:
@@ -306,10 +306,11 @@ class _Reader:
 
     def _read_properties(self) -> None:
         """Read the wiki links that are values of front matter; without quotes, they are lists of lists."""
-        fields = self._facts.fields.values()
+        if not _PROPERTY.search(self._facts.front_matter or ""):
+            return
         values = {
             text
-            for value in fields
+            for value in self._facts.fields.values()
             for text in (value if isinstance(value, list) else [value])
             if isinstance(text, str)
         }
@@ -319,14 +320,11 @@ class _Reader:
                 if link is not None and f"[[{match[2]}]]" in values:
                     self._facts.links.append(link._replace(inside=FRONT_MATTER))
 
-    def _read_constructs(self, fences: Iterable[Node]) -> None:
+    def _read_constructs(self, fenced: Iterable[Directive]) -> None:
         found = self._facts.constructs
-        for position, construct in find_constructs(self._data, self._source.code):
-            found.append(construct._replace(line=self._line_of(position)))
-        for node in fences:
-            directive = directive_of(self._source, node)
-            if directive is not None:
-                found.append(Construct(node.start_point[0] + 1, FENCE, *directive))
+        found.extend(find_constructs(self._data, self._source.code, self._line_of))
+        for node, name, arguments in fenced:
+            found.append(Construct(node.start_point[0] + 1, FENCE, name, arguments))
         self._read_directives()
         found.sort(key=lambda construct: construct.line)
 
@@ -344,10 +342,10 @@ class _Reader:
             hidden = lines_of(self._facts.spans, {"comment"})
             self._facts.links.extend(link for link in found if link.line not in hidden)
 
-    def _read_bodies(self, fences: Iterable[Node]) -> None:
+    def _read_bodies(self, fenced: Iterable[Directive]) -> None:
         if self._depth >= _DEEPEST_BODY:
             return
-        for kind, name, begin, end in find_bodies(self._source, fences):
+        for kind, name, begin, end in find_bodies(self._source, fenced):
             text = dedented(text_of(self._data[begin:end]))
             if text is not None:
                 facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()

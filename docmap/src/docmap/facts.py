@@ -6,10 +6,12 @@ somewhere, and which anchor a heading makes, is for the site to say (`docmap.sit
 
 from __future__ import annotations
 
-from collections.abc import Collection, Iterable, Mapping
+from collections.abc import Collection, Mapping
 from dataclasses import dataclass, field, replace
+from functools import cached_property
 from typing import Any, Final, NamedTuple
 
+from docmap.front_matter import read_fields
 from docmap.ranges import Ranges
 
 # --- Forms of links ----------------------------------------------------------------------------------------
@@ -114,9 +116,13 @@ class Span(NamedTuple):
     kind: str
 
 
-def lines_of(spans: Iterable[Span], kinds: Collection[str]) -> Ranges:
+_NO_LINES = Ranges(())
+
+
+def lines_of(spans: Collection[Span], kinds: Collection[str]) -> Ranges:
     """The lines of the spans of these kinds."""
-    return Ranges((span.first, span.last + 1) for span in spans if span.kind in kinds)
+    # Most documents have none.
+    return Ranges((span.first, span.last + 1) for span in spans if span.kind in kinds) if spans else _NO_LINES
 
 
 class Section(NamedTuple):
@@ -166,13 +172,25 @@ class Facts:
     constructs: list[Construct] = field(default_factory=list)
     spans: list[Span] = field(default_factory=list)
     bodies: list[Body] = field(default_factory=list)
-    # Front matter: its text, and its fields where it is readable YAML or TOML (values as JSON can hold them).
+    # The text of front matter, and whether that is TOML.
     front_matter: str | None = None
-    fields: dict[str, Any] = field(default_factory=dict)
-    # Whether front matter is there that cannot be read.
-    fields_unread: bool = False
+    toml: bool = False
     # Whether bytes were not UTF-8 and read as U+FFFD.
     replaced: bool = False
+
+    @cached_property
+    def fields(self) -> dict[str, Any]:
+        """The fields of front matter that is readable YAML or TOML; values are what JSON can hold.
+
+        Reading them costs more than any other part of a short document, and many sites ask for none.
+        """
+        return read_fields(self.front_matter, toml=self.toml) if self.front_matter else {}
+
+    def fields_with(self, *names: str) -> dict[str, Any]:
+        """The fields, where one of these names (in lower case) may be among them; else nothing is read."""
+        text = (self.front_matter or "").lower()
+        # A name can also be written by codes, which begin with a backslash.
+        return self.fields if "\\" in text or any(name in text for name in names) else {}
 
     def with_bodies(self, kinds: Collection[str]) -> Facts:
         """These facts and those of the bodies of these kinds, as one document: "admonition", "fence" for all

@@ -5,24 +5,28 @@ from __future__ import annotations
 import json
 import re
 import sys
-from typing import Any
+from typing import TYPE_CHECKING, Any
+
+if TYPE_CHECKING:
+    import yaml
 
 # Longer ones are data, not what a page says of itself.
 _LONGEST = 65536
 _MANY_LEVELS = 1000
+_ALIAS = re.compile(r"[\[\s:-]\*\w")
 _TEXT, _LIST, _MAPPING = (f"tag:yaml.org,2002:{kind}" for kind in ("str", "seq", "map"))
 
 
-def read_fields(body: str, *, toml: bool) -> dict[str, Any] | None:
-    """The fields of front matter, None when it cannot be read. Values are what JSON can hold."""
+def read_fields(body: str, *, toml: bool) -> dict[str, Any]:
+    """The fields of front matter, none when it cannot be read. Values are what JSON can hold."""
     if len(body) > _LONGEST:
-        return None
+        return {}
     try:
         fields = _as_json(_load_toml(body)) if toml else _load_yaml(body)
     except MemoryError:
         raise
     except Exception:  # A loader of foreign text raises more than its own errors.
-        return None
+        return {}
     return fields if isinstance(fields, dict) else {}
 
 
@@ -31,18 +35,26 @@ def _as_json(value: Any) -> Any:
     return json.loads(json.dumps(value, default=str))
 
 
-def _load_yaml(body: str) -> Any:
+def yaml_loader(text: str) -> type[yaml.SafeLoader]:
+    """The faster of PyYAML's loaders that this text can be trusted to."""
     import yaml
 
-    has_alias = re.search(r"[\[\s:-]\*\w", body) is not None
-    # An alias could make much of little.
-    if has_alias and body.count("*") > 20:
-        return None
     # The loader in C is eight times as fast. It recurses without a limit, and a nesting of some 20,000 levels ends the
     # process; the other one then raises RecursionError. Each level needs one of these, or an indentation of its own.
-    may_nest = sum(map(body.count, "[{-?")) > _MANY_LEVELS
-    of_python = has_alias or may_nest
-    loader = (yaml.SafeLoader if of_python else getattr(yaml, "CSafeLoader", yaml.SafeLoader))(body)
+    may_nest = sum(map(text.count, "[{-?")) > _MANY_LEVELS
+    of_python = _has_alias(text) or may_nest
+    return yaml.SafeLoader if of_python else getattr(yaml, "CSafeLoader", yaml.SafeLoader)
+
+
+def _has_alias(text: str) -> bool:
+    return _ALIAS.search(text) is not None
+
+
+def _load_yaml(body: str) -> Any:
+    # An alias could make much of little.
+    if _has_alias(body) and body.count("*") > 20:
+        return None
+    loader = yaml_loader(body)(body)
     try:
         node = loader.get_single_node()
         return None if node is None else _value(loader, node)

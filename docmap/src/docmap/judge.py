@@ -38,7 +38,7 @@ from docmap.partials import perhaps_included
 from docmap.repository import Repository
 from docmap.sites.resolution import DOUBTFUL, FOUND
 from docmap.sites.site import Site
-from docmap.spelling import Spelling, is_slip
+from docmap.spelling import Names, Spelling, is_slip
 
 # Files at the top of a repository that its host shows, whatever site is made of them as well.
 _OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_conduct)\.\w+", re.IGNORECASE)
@@ -69,6 +69,17 @@ class _AnchorNames(NamedTuple):
 
     names: Mapping[str, None]
     in_other_case: Mapping[str, str]
+    to_compare: Names
+
+
+class _Files(NamedTuple):
+    """Files by name, without suffix and letter case."""
+
+    by_name: dict[str, list[str]]
+    to_compare: Names
+
+
+_NO_FILES = _Files({}, Names(()))
 
 
 class Judge:
@@ -81,7 +92,7 @@ class Judge:
         self._host = self.sites[-1]
         self._owners = {page: site for site in self.sites for page in site.pages}
         self._spelling = Spelling()
-        self._names: dict[str | None, dict[str, list[str]]] = {}
+        self._named: dict[str | None, _Files] = {}
         self._anchors: dict[tuple[Site, tuple[str, ...]], _AnchorNames] = {}
         self._distances_left = _MOST_DISTANCES
 
@@ -190,7 +201,7 @@ class Judge:
         elif not link.path:
             message, suggestion = f'no heading "#{link.anchor}"', None
         elif link.form == REF or resolution.names:
-            close = self._spelling.closest(link.path, resolution.names, _LOWEST_LIKENESS)
+            close = self._spelling.closest(link.path, Names(resolution.names), _LOWEST_LIKENESS)
             # Terms of a glossary may be roles, which no link names.
             message, suggestion = (
                 f'no target "{link.path}"',
@@ -230,7 +241,7 @@ class Judge:
         others = self._anchors_of(site, pages)
         same = others.in_other_case.get(wanted.casefold())
         where = "" if target == source else f" in {target}"
-        closest = same or self._closest_anchor(link, wanted, others.names, target)
+        closest = same or self._closest_anchor(link, wanted, others, target)
         if same is not None:
             doubt = doubt or rules.case_doubt
         elif (
@@ -255,7 +266,7 @@ class Judge:
                 return None
             if site.rules.names_label is not None and site.rules.names_label(site, link.path):
                 return None
-            close = self._spelling.closest(link.path.casefold(), facts.labels, _LOWEST_LIKENESS)
+            close = self._spelling.closest(link.path.casefold(), Names(facts.labels), _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'
             return _finding(link, path, message, close, site.rules.any_label, site)
         # Brackets with a circumflex are character classes as well; who defines footnotes means them.
@@ -271,15 +282,15 @@ class Judge:
             names = dict.fromkeys(name for page in pages for name in site.anchors(page).known.values())
             # Of several that are equal but for letter case, the first.
             folded = {name.casefold(): name for name in reversed(names)}
-            self._anchors[site, pages] = _AnchorNames(names, folded)
+            self._anchors[site, pages] = _AnchorNames(names, folded, Names(names))
         return self._anchors[site, pages]
 
-    def _closest_anchor(self, link: Link, wanted: str, names: Mapping[str, None], page: str) -> str | None:
+    def _closest_anchor(self, link: Link, wanted: str, others: _AnchorNames, page: str) -> str | None:
         # Wiki links name headings as they are written.
         dashed = wanted if link.form in {WIKI, EMBED} else "-".join(wanted.casefold().split())
-        if dashed in names:
+        if dashed in others.names:
             return dashed
-        return self._spelling.closest(dashed, names, _LOWEST_LIKENESS, of=page)
+        return self._spelling.closest(dashed, others.to_compare, _LOWEST_LIKENESS, of=page)
 
     @staticmethod
     def _with_anchor(link: Link, anchor: str) -> str:
@@ -296,34 +307,35 @@ class Judge:
             written = self._spelled(site, link, source, path)
             if written is None or written == link.path:
                 continue
-            resolution = site.resolve(link._replace(path=written, anchor=None), source)
-            if resolution.outcome == FOUND and (not resolution.pages or path in resolution.pages):
+            pages = site.pages_at(link._replace(path=written, anchor=None), source)
+            if pages is not None and (not pages or path in pages):
                 return written if link.form in {WIKI, EMBED} else written.replace(" ", "%20")
         return None
 
     def _candidates(self, site: Site, link: Link, source: str) -> Iterator[str]:
         """Files that may have been meant: of the same path but for case, of the same name, of a name alike."""
         wanted = link.path.rstrip("/")
-        place = posixpath.normpath(posixpath.join(site.content, wanted.lstrip("/")))
-        if not link.path.startswith("/") and link.form not in {WIKI, EMBED}:
+        if link.path.startswith("/") or link.form in {WIKI, EMBED}:
+            place = posixpath.normpath(posixpath.join(site.content, wanted.lstrip("/")))
+        else:
             place = site.place(wanted, source)
         other = self._repository.in_other_case(place)
         if other is not None and other in self._repository.files:
             yield other
         name = posixpath.basename(place)
         stem = _stem(name)
-        names = self._names_of_files()
-        alike = self._nearest(names.get(stem.casefold(), ()), source)
+        anywhere = self._files()
+        alike = self._nearest(anywhere.by_name.get(stem.casefold(), ()), source)
         shows = link.form in {IMAGE, SRC}
         fitting = [path for path in alike if shows != path.lower().endswith(PAGE_SUFFIXES)]
         yield from fitting or alike[:1]
         folder = posixpath.dirname(place)
-        beside = self._names_of_files(folder)
-        close = self._spelling.closest(stem.casefold(), beside, 0.75, of=("beside", folder))
-        similar = [] if close is None else beside[close][:1]
-        close = self._spelling.closest(stem.casefold(), names, 0.85, of="anywhere")
+        beside = self._files(folder)
+        close = self._spelling.closest(stem.casefold(), beside.to_compare, 0.75, of=("beside", folder))
+        similar = [] if close is None else beside.by_name[close][:1]
+        close = self._spelling.closest(stem.casefold(), anywhere.to_compare, 0.85, of="anywhere")
         if close is not None:
-            similar += self._nearest(names[close], source)[:1]
+            similar += self._nearest(anywhere.by_name[close], source)[:1]
         yield from (path for path in similar if not (shows and path.lower().endswith(PAGE_SUFFIXES)))
 
     def _nearest(self, paths: Sequence[str], source: str) -> list[str]:
@@ -331,18 +343,19 @@ class Judge:
         self._distances_left -= len(paths)
         if self._distances_left < 0:
             return []
-        return nsmallest(5, paths, key=lambda path: _distance(path, source))
+        return nsmallest(5, paths, key=lambda path: _distance(path, source)) if len(paths) > 1 else [*paths]
 
-    def _names_of_files(self, folder: str | None = None) -> Mapping[str, list[str]]:
-        """Files by name, without suffix and letter case: those of a folder, or all."""
-        if not self._names:
-            everywhere = self._names[None] = {}
+    def _files(self, folder: str | None = None) -> _Files:
+        """The files of a folder, or all."""
+        if not self._named:
+            names: dict[str | None, dict[str, list[str]]] = {None: {}}
             for path in self._repository.files:
                 above, name = posixpath.split(path)
                 key = _stem(name).casefold()
-                everywhere.setdefault(key, []).append(path)
-                self._names.setdefault(above, {}).setdefault(key, []).append(path)
-        return self._names.get(folder, {})
+                names[None].setdefault(key, []).append(path)
+                names.setdefault(above, {}).setdefault(key, []).append(path)
+            self._named = {above: _Files(by_name, Names(by_name)) for above, by_name in names.items()}
+        return self._named.get(folder, _NO_FILES)
 
     @staticmethod
     def _spelled(site: Site, link: Link, source: str, path: str) -> str | None:

@@ -24,7 +24,8 @@ def read_names(source: Source, facts: Facts) -> None:
     if b"{" in data:
         heading_lines = {heading.line for heading in facts.headings}
         for match in _BRACES.finditer(data):
-            own = _ID_IN_BRACES.search(match[1])
+            may_name = b"#" in match[1] or b"id=" in match[1]
+            own = _ID_IN_BRACES.search(match[1]) if may_name else None
             if own is not None and not source.is_inside_code(match.start()):
                 line = source.line_of(match.start())
                 if line not in heading_lines:

@@ -41,11 +41,14 @@ def perhaps_included(site: Site) -> frozenset[str]:
 
 
 def _constructs(site: Site, path: str) -> list[Construct]:
+    if path in site.repository.known_facts:
+        facts = site.facts(path)
+        return [] if facts is None else facts.constructs
     data = site.repository.read_bytes(path)
     if data is None:
         return []
     data = _INDENT.sub(b"\n", normalise(data)[0].encode("utf-8"))
-    found = [construct for _, construct in find_constructs(data, Ranges(()))]
+    found = list(find_constructs(data, Ranges(()), lambda position: 0))
     for info in _FENCE_INFO.finditer(data):
         name, rest = (group.decode("utf-8", "replace").strip() for group in info.groups())
         found.append(Construct(0, FENCE, name, rest))

@@ -6,6 +6,7 @@ import re
 from array import array
 from bisect import bisect_right
 from collections.abc import Iterator, Sequence
+from io import BytesIO
 from itertools import accumulate
 
 from docmap.ranges import Ranges
@@ -33,7 +34,8 @@ class Source:
         if self._starts is None:
             # An array, since a list would hold an object for every line.
             self._starts = array("Q", [0])
-            self._starts.extend(accumulate(len(line) + 1 for line in self.data.split(b"\n")))
+            # Lines of such a file end with a line feed alone.
+            self._starts.extend(accumulate(map(len, BytesIO(self.data))))
         return self._starts
 
     def find_lines(self, pattern: re.Pattern[bytes]) -> Iterator[tuple[int, re.Match[bytes]]]:

@@ -2,13 +2,31 @@
 
 from __future__ import annotations
 
+from bisect import bisect_left, bisect_right
 from collections.abc import Collection
 from difflib import get_close_matches
+from math import ceil, floor
 
 # Longer names are whole sentences or no names at all, and comparing two takes the square of their length.
 _LONGEST = 100
 # About a second. A suggestion is a courtesy: thousands of broken links must not turn it into minutes.
 _COMPARISONS = 50_000
+
+
+class Names:
+    """Names that many others are compared with."""
+
+    def __init__(self, names: Collection[str]) -> None:
+        self._by_length = sorted(names, key=len)
+        self._lengths = [len(name) for name in self._by_length]
+
+    def __len__(self) -> int:
+        return len(self._by_length)
+
+    def of_lengths(self, shortest: float, longest: float) -> list[str]:
+        """The names that are no shorter and no longer than this."""
+        begin, end = bisect_left(self._lengths, ceil(shortest)), bisect_right(self._lengths, floor(longest))
+        return self._by_length[begin:end]
 
 
 class Spelling:
@@ -18,7 +36,7 @@ class Spelling:
         self._left = comparisons
         self._known: dict[tuple[object, str], str | None] = {}
 
-    def closest(self, name: str, names: Collection[str], cutoff: float, *, of: object = None) -> str | None:
+    def closest(self, name: str, names: Names, cutoff: float, *, of: object = None) -> str | None:
         """Return the one of `names` that is closest to `name`, None when none is close or it costs too much.
 
         `of` says whose names they are; the same question about the same owner is answered once.
@@ -30,7 +48,7 @@ class Spelling:
             return None
         # Names whose lengths differ by more than this cannot be as close as the cutoff asks.
         shortest, longest = len(name) * cutoff / (2 - cutoff), len(name) * (2 - cutoff) / cutoff
-        alike = [other for other in names if shortest <= len(other) <= longest]
+        alike = names.of_lengths(shortest, longest)
         self._left -= len(alike) + len(names) // 20
         close = get_close_matches(name, _with_letters_of(name, alike, cutoff), 1, cutoff)
         found = close[0] if close else None
@@ -44,18 +62,23 @@ def _with_letters_of(name: str, others: list[str], cutoff: float) -> list[str]:
 
     An upper bound of the likeness, found much faster than it: the letters that only one of two names has match nothing.
     """
-    if not name.isascii():
+    if not name.isascii() or "\n" in name:
         return others
     letters = name.encode("ascii")
-    found = []
-    for other in others:
-        if other.isascii():
-            theirs = other.encode("ascii")
-            ours_alone, theirs_alone = letters.translate(None, theirs), theirs.translate(None, letters)
-            alike = min(len(letters) - len(ours_alone), len(theirs) - len(theirs_alone))
-            if 2.0 * alike / (len(letters) + len(theirs)) < cutoff:
-                continue
-        found.append(other)
+    plain = [other for other in others if other.isascii() and "\n" not in other]
+    found = [other for other in others if not other.isascii() or "\n" in other]
+    # The letters of all names are compared at once, which is much faster than one name after the other.
+    alone = "\n".join(plain).encode("ascii").translate(None, letters).split(b"\n")
+    near = [
+        other
+        for other, rest in zip(plain, alone, strict=False)
+        # As the likeness is worked out, so that both round alike.
+        if 2.0 * (len(other) - len(rest)) / (len(letters) + len(other)) >= cutoff
+    ]
+    for other in near:
+        ours_alone = letters.translate(None, other.encode("ascii"))
+        if 2.0 * (len(letters) - len(ours_alone)) / (len(letters) + len(other)) >= cutoff:
+            found.append(other)
     return found
 
 

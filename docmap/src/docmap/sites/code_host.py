@@ -25,8 +25,8 @@ _BESIDE = re.compile(
 
 def _beside_files(site: Site, link: Link, source: str) -> Resolution | None:
     """A path that leaves the files, for the host's own pages or for another repository."""
-    place = site.place(link.path, source)
-    if link.path.startswith("/") or not place.startswith(".."):
+    place = "" if link.path.startswith("/") else site.place(link.path, source)
+    if not place.startswith(".."):
         return None
     # ../main/LICENSE is a file of a branch: the host has its name between the repository and the file.
     in_branch = re.fullmatch(r"\.\./[^./][^/]*/(.+)", place)

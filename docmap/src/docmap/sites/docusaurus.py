@@ -86,7 +86,7 @@ def _addresses(parts: Sequence[_Part], slash: bool, site: Site, page: str, facts
         return ()
     stem = posixpath.splitext(Site.within(page, part.folder) or page)[0]
     route = {"docs": _doc_route, "blog": _post_route, "pages": _page_route}[part.kind](
-        part, stem, facts.fields
+        part, stem, facts.fields_with("id", "slug")
     )
     whole = re.sub("/{2,}", "/", posixpath.join("/", part.address, "") + route.lstrip("/"))
     with_slash, without = whole.rstrip("/") + "/", whole.rstrip("/") or "/"

@@ -6,7 +6,7 @@ import posixpath
 import re
 from collections.abc import Iterator, Mapping, Sequence
 from functools import partial
-from typing import Any
+from typing import Any, NamedTuple
 
 from docmap.facts import HREF, IMAGE, LIQUID, SHORTCODE, SRC, TEMPLATE, Construct, Heading, Link
 from docmap.repository import Repository
@@ -27,6 +27,10 @@ _KNOWN = literals.words(
     details figure gist highlight instagram param qr ref relref tweet twitter vimeo x youtube
     """
 )
+_SUFFIX = re.compile(r"\.(?:md|markdown|mdown|html)$")
+_INDEX = re.compile(r"(?:^|/)_?index$")
+_SPACES = re.compile(r"\s+")
+_OF_LANGUAGE = re.compile(r"\.[a-z]{2}(?:-\w+)?(?=\.\w+$)")
 _BRINGS_TEXT = re.compile(r"readFile|RenderShortcodes|\.Content\b|\.RawContent")
 # Templates make Markdown as well: headings, and terms with ": " below.
 _MAKES_HEADINGS = re.compile(r"^\s*(?:#{1,6}|:)\s", re.MULTILINE)
@@ -70,7 +74,7 @@ class _Lookup:
         if not self._index:
             for page, addresses in site.addresses.items():
                 # A translation answers to the path of its original.
-                paths = (page, re.sub(r"\.[a-z]{2}(?:-\w+)?(?=\.\w+$)", "", page))
+                paths = (page, _OF_LANGUAGE.sub("", page))
                 for path in dict.fromkeys(map(_logical, paths)) if addresses else ():
                     self._index.setdefault(path, []).append(page)
         return self._index
@@ -81,9 +85,8 @@ def _is_leaf(page: str) -> bool:
 
 
 def _logical(path: str) -> str:
-    path = re.sub(r"\.(?:md|markdown|mdown|html)$", "", path.rstrip("/"))
-    path = re.sub(r"(?:^|/)_?index$", "", path)
-    return re.sub(r"\s+", "-", path.lower())
+    path = _INDEX.sub("", _SUFFIX.sub("", path.rstrip("/")))
+    return _SPACES.sub("-", path.lower())
 
 
 def _ref(lookup: _Lookup, site: Site, link: Link, source: str) -> Resolution | None:
@@ -169,18 +172,25 @@ def _raw_line(heading: Heading) -> str:
     return heading.raw if heading.html else heading.raw.strip().rpartition("\n")[2]
 
 
+class _Template(NamedTuple):
+    """What a shortcode's template may do; one that is not here, or is empty, may make anchors."""
+
+    brings_text: bool
+    may_make_anchors: bool
+
+
 class _Shortcodes:
     """What the shortcodes of one site do, as far as their templates say it."""
 
     def __init__(self, repository: Repository, root: str, starts: Sequence[str]) -> None:
         """`starts`: folders that arguments may name files below."""
         self._repository, self._root, self._starts = repository, root, starts
-        self._templates: dict[str, str | None] = {}
+        self._templates: dict[str, _Template] = {}
 
     def included(self, site: Site, construct: Construct, page: str) -> str | None:
         """The file that a shortcode brings in, where its template reads one and its argument names it."""
         template = self._template(construct.name)
-        if construct.name in _KNOWN or template is None or not _BRINGS_TEXT.search(template):
+        if construct.name in _KNOWN or not template.brings_text:
             return page
         for _, *texts in _WORDS.findall(construct.arguments):
             path = next(filter(None, texts), "").lstrip("/")
@@ -196,22 +206,19 @@ class _Shortcodes:
         """Why a shortcode may make anchors: its template makes some, or is not here."""
         if construct.name in _KNOWN or self.included(site, construct, page) != page:
             return None
-        template = self._template(construct.name)
-        patterns = (_BRINGS_TEXT, _MAKES_HEADINGS)
-        if (
-            template
-            and not may_make_anchors(template)
-            and not any(pattern.search(template) for pattern in patterns)
-        ):
+        if not self._template(construct.name).may_make_anchors:
             return None
         return f"made by the shortcode `{construct.name}` in line {construct.line}?"
 
-    def _template(self, name: str) -> str | None:
+    def _template(self, name: str) -> _Template:
         if name not in self._templates:
             folders = ("layouts/shortcodes", "layouts/_shortcodes")
             paths = (posixpath.join(self._root, folder, f"{name}.html") for folder in folders)
             texts = (self._repository.text(path) for path in paths)
-            self._templates[name] = next((text for text in texts if text is not None), None)
+            text = next((text for text in texts if text is not None), "")
+            brings_text = _BRINGS_TEXT.search(text) is not None
+            makes_anchors = may_make_anchors(text) or _MAKES_HEADINGS.search(text) is not None
+            self._templates[name] = _Template(brings_text, not text or brings_text or makes_anchors)
         return self._templates[name]
 
 
@@ -231,7 +238,8 @@ RULES = Rules(
 def find(repository: Repository) -> Iterator[str]:
     """The folders with a configuration of Hugo's and a folder of content."""
     for path in repository.files:
-        for name in CONFIGURATIONS:
+        # Few paths end so.
+        for name in CONFIGURATIONS if path.endswith(CONFIGURATIONS) else ():
             root = path[: -len(name)].rstrip("/")
             if path == posixpath.join(root, name) and is_configured(repository, root, path):
                 yield root

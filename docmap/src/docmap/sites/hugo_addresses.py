@@ -12,6 +12,9 @@ from docmap.sites import literals
 from docmap.sites.site import Site
 
 SUFFIXES = (".md", ".markdown", ".mdown")
+_INDEXES = tuple(f"/index{suffix}" for suffix in SUFFIXES)
+_NO_LETTERS = re.compile(r"[^\w\s./~+@-]")
+_SPACES = re.compile(r"\s+")
 _PERMALINK = re.compile(r":(\w+)(?:\[[^\]]*\])?")
 
 
@@ -31,7 +34,8 @@ class Pages:
         around = posixpath.dirname(page)
         if name not in {"index", "_index"} and self._in_leaf_bundle(site, around):
             return ()
-        fields = {str(key).lower(): value for key, value in facts.fields.items()}
+        own = facts.fields if self.permalinks else facts.fields_with("aliases", "slug", "url")
+        fields = {str(key).lower(): value for key, value in own.items()}
         address = self._address(folder, name, fields)
         prefix = f"/{language}" if language and language != self.default else ""
         addresses = [prefix + address]
@@ -44,10 +48,11 @@ class Pages:
 
     @staticmethod
     def _in_leaf_bundle(site: Site, folder: str) -> bool:
+        bundles = site.once(_leaf_bundles)
         while folder and folder != site.content:
-            if any(posixpath.join(folder, f"index{suffix}") in site.repository.files for suffix in SUFFIXES):
+            if folder in bundles:
                 return True
-            folder = posixpath.dirname(folder)
+            folder = folder.rpartition("/")[0]
         return False
 
     def _address(self, folder: str, name: str, fields: Mapping[str, Any]) -> str:
@@ -66,6 +71,11 @@ class Pages:
             return _filled(pattern, folder, name, fields)
         last = slug if isinstance(slug, str) and slug else name
         return posixpath.join("/", folder, urlized(last)) + (".html" if self.ugly else "/")
+
+
+def _leaf_bundles(site: Site) -> frozenset[str]:
+    """The folders that are one page with its files."""
+    return frozenset(path.rpartition("/")[0] for path in site.repository.files if path.endswith(_INDEXES))
 
 
 def _route(languages: Mapping[str, str], site: Site, page: str) -> tuple[str, str, str]:
@@ -88,7 +98,7 @@ def forms(address: str) -> list[str]:
 
 
 def urlized(path: str) -> str:
-    return re.sub(r"\s+", "-", re.sub(r"[^\w\s./~+@-]", "", path)).lower()
+    return _SPACES.sub("-", _NO_LETTERS.sub("", path)).lower()
 
 
 def _filled(pattern: str, folder: str, name: str, fields: Mapping[str, Any]) -> str:

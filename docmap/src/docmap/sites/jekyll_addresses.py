@@ -21,6 +21,8 @@ _STYLES = {
     "weekdate": "/:categories/:year/W:week/:short_day/:title:output_ext",
     "none": "/:categories/:title:output_ext",
 }
+# All fields that an address can follow from.
+_FIELDS = ("categor", "date", "permalink", "published", "redirect_from", "slug")
 _POST = re.compile(r"(?:.*/)?_posts/(?:.*/)?(\d{4})-(\d{1,2})-(\d{1,2})-([^/]+)")
 
 
@@ -53,12 +55,13 @@ class Pages:
         place = site.within(page, self.root) or page
         steps = place.split("/")
         hidden = [step for step in steps if step.startswith(("_", ".")) and step not in self.included]
-        if self.left_out.match_file(place) or facts.fields.get("published") is False:
+        own = facts.fields_with(*_FIELDS)
+        if self.left_out.match_file(place) or own.get("published") is False:
             return ()
         if facts.front_matter is None and not (self.without_front_matter or "_posts" in steps):
             # Without front matter a file is copied as it is.
             return (f"/{place}",)
-        fields = {**self._default_fields(place), **facts.fields}
+        fields = {**self._default_fields(place), **own}
         post = _POST.fullmatch(posixpath.splitext(place)[0])
         if post is not None:
             return self._forms(self._post(place, post, fields), fields)

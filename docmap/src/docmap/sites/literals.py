@@ -6,8 +6,9 @@ What a program would work out stays unread. A reader never fails: what is not to
 from __future__ import annotations
 
 import sys
-from importlib import import_module
 from typing import Any
+
+from docmap.front_matter import yaml_loader
 
 
 class _Unread:
@@ -25,10 +26,15 @@ UNREAD = _Unread()
 
 def toml(text: str | None) -> dict[str, Any]:
     """The tables of a TOML file, {} for one that is missing or not well formed."""
+    if not text:
+        return {}
     # The standard library has it from Python 3.11 on.
-    reader = import_module("tomllib" if sys.version_info >= (3, 11) else "tomli")
+    if sys.version_info >= (3, 11):
+        import tomllib
+    else:
+        import tomli as tomllib
     try:
-        tables: dict[str, Any] = reader.loads(text or "")
+        tables: dict[str, Any] = tomllib.loads(text)
     except (ValueError, RecursionError):
         return {}
     return tables
@@ -41,7 +47,7 @@ def yaml(text: str | None) -> dict[str, Any]:
     """
     import yaml as pyyaml
 
-    class Loader(pyyaml.SafeLoader):
+    class Loader(yaml_loader(text or "")):  # type: ignore[misc]
         pass
 
     def tagged(loader: pyyaml.SafeLoader, suffix: str, node: pyyaml.Node) -> object:

@@ -130,9 +130,7 @@ def make(repository: Repository, root: str) -> Site | None:
     path = posixpath.join(root, "book.toml")
     book = literals.toml(repository.text(path))
     html = literals.get(book, "output", "html")
-    rules = RULES.changed(
-        base=base_of(literals.text(html, "site-url")), redirects=redirects_of(literals.get(html, "redirect"))
-    )
+    rules = RULES
     for name in literals.table(book, "preprocessor"):
         if name not in _HARMLESS:
             why = f"made by the preprocessor `{name}` of {path}?"
@@ -147,5 +145,7 @@ def make(repository: Repository, root: str) -> Site | None:
     rules = rules.changed(
         ways={"link": (itself, _listed, chapter, page_at_address, outside_base, by_web_server)},
         addresses=partial(_addresses, chapters),
+        base=base_of(literals.text(html, "site-url")),
+        redirects=redirects_of(literals.get(html, "redirect")),
     )
     return Site(as_hosted(rules, repository, root), repository, root, content, path)

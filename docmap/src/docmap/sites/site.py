@@ -206,21 +206,37 @@ class Site:
 
     def resolve(self, link: Link, source: str) -> Resolution:
         """Where a link of the file `source` leads; links with an empty path lead to `source` itself."""
+        return self._followed(link, source) or self.nothing_at(link.path, source)
+
+    def pages_at(self, link: Link, source: str) -> tuple[str, ...] | None:
+        """The pages that `resolve` finds, () for what is no page; None when it does not surely find anything."""
+        resolution = self._followed(link, source)
+        if resolution is None and self.rules.rewritten is None:
+            resolution = self._made(link.path, source)
+        return resolution.pages if resolution is not None and resolution.outcome == FOUND else None
+
+    def _followed(self, link: Link, source: str) -> Resolution | None:
         ways = self.rules.ways.get(link.form)
         for way in self.rules.ways["link"] if ways is None else ways:
             resolution = way(self, link, source)
             if resolution is not None:
                 return resolution
-        return self.nothing_at(link.path, source) if link.path else found(source)
+        return None if link.path else found(source)
+
+    def _made(self, path: str, source: str) -> Resolution | None:
+        address = self.address_of(path, source) if self.rules.made else ""
+        for pattern, why in self.rules.made.items():
+            if re.fullmatch(pattern, address):
+                return found() if why is None else made_perhaps(why)
+        return None
 
     def nothing_at(self, path: str, source: str) -> Resolution:
         """The answer when no way led anywhere: made by the site, doubtful, or missing."""
         if self.rules.rewritten is not None:
             return doubtful(self.rules.rewritten)
-        address = self.address_of(path, source)
-        for pattern, why in self.rules.made.items():
-            if re.fullmatch(pattern, address):
-                return found() if why is None else made_perhaps(why)
+        made = self._made(path, source)
+        if made is not None:
+            return made
         # Most programs make addresses; a link to a source file is followed before they could.
         is_source = path.lower().endswith(self.rules.page_suffixes)
         why = self.rules.any_source if is_source else self.rules.any_target

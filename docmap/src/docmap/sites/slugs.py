@@ -9,6 +9,7 @@ from collections.abc import Callable
 # Letters, vowel signs, digits and connectors such as "_": what the code hosts count as part of a word.
 _WORD = frozenset({"Lu", "Ll", "Lt", "Lm", "Lo", "Mn", "Mc", "Me", "Nd", "Nl", "Pc"})
 _LETTER = frozenset({"Lu", "Ll", "Lt", "Lm", "Lo"})
+_LETTER_OR_DIGIT = _LETTER | {"Nd"}
 
 
 def _kept(text: str, keeps: Callable[[str], bool], spaces: str = " ") -> str:
@@ -32,7 +33,7 @@ def gitlab(text: str) -> str:
 def hugo(text: str) -> str:
     """Hugo's `github`: letters, digits and "_"; so vowel signs, which are marks, are lost."""
     kept = _kept(
-        text.strip(), lambda char: char == "_" or unicodedata.category(char) in {*_LETTER, "Nd"}, " \t"
+        text.strip(), lambda char: char == "_" or unicodedata.category(char) in _LETTER_OR_DIGIT, " \t"
     )
     return kept.lower() or "heading"
 

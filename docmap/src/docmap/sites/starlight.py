@@ -52,7 +52,7 @@ def _addresses(locales: dict[str, str], default: str, site: Site, page: str, fac
     place = posixpath.splitext(site.within(page, site.content) or page)[0]
     if any(part.startswith("_") for part in place.split("/")):
         return ()
-    slug = facts.fields.get("slug")
+    slug = facts.fields_with("slug").get("slug")
     names = [slugs.github(part) for part in place.split("/")]
     route = (
         slug.strip("/") if isinstance(slug, str) else "/".join(names[:-1] if names[-1] == "index" else names)

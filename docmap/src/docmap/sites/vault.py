@@ -59,7 +59,7 @@ def _aliases(site: Site) -> dict[str, list[str]]:
     site.repository.read_ahead(pages)
     for page in pages:
         facts = site.facts(page)
-        fields = facts.fields if facts is not None else {}
+        fields = facts.fields_with("alias") if facts is not None else {}
         for name in (*literals.texts(fields.get("aliases")), *literals.texts(fields.get("alias"))):
             aliases.setdefault(name.casefold(), []).append(page)
     return aliases
@@ -70,8 +70,13 @@ def _folder_note(site: Site, link: Link, source: str) -> Resolution | None:
     name = link.path.strip().strip("/").casefold()
     if not name:
         return None
-    folders = (folder for folder in site.repository.folders if site.within(folder, site.content) is not None)
-    return found() if any(f"/{folder.casefold()}".endswith(f"/{name}") for folder in folders) else None
+    return found() if any(folder.endswith(f"/{name}") for folder in site.once(_folders)) else None
+
+
+def _folders(site: Site) -> list[str]:
+    """The folders of the notes, with a slash before each and in one letter case."""
+    folders = site.repository.folders
+    return [f"/{folder.casefold()}" for folder in folders if site.within(folder, site.content) is not None]
 
 
 def _from_folder(site: Site, link: Link, source: str) -> Resolution | None:

@@ -163,6 +163,8 @@ def as_hosted(rules: Rules, repository: Repository, root: str) -> Rules:
         settings = literals.toml(repository.text(posixpath.join(folder, "netlify.toml")))
         entries = literals.entries(settings, "redirects")
         pairs += [(literals.text(entry, "from"), literals.text(entry, "to")) for entry in entries]
+    if not pairs:
+        return rules
     redirects, made = dict(rules.redirects), dict(rules.made)
     for old, new in pairs:
         if not old.startswith("/") or old == "/*":
