@@ -55,15 +55,14 @@ def find_bodies(source: Source, fences: Iterable[Node]) -> Iterator[tuple[str, s
             for child in node.children:
                 if child.type == "code_fence_content":
                     yield "fence", directive[0], child.start_byte, child.end_byte
-    # What is indented is code to the grammar.
-    if len(source.code) > len(source.fences):
-        end = 0
-        for begin, match in source.find_lines(_ADMONITION):
-            if begin >= end and begin not in source.fences:
-                # Past the newline at its end.
-                first = begin + len(match[0])
-                end = _end_of_indented(source.data, first, len(match[1]) + 4)
-                yield "admonition", "", first, end
+    # What is indented is code to the grammar, or, without an empty line above it, text of the paragraph.
+    end = 0
+    for begin, match in source.find_lines(_ADMONITION):
+        if begin >= end and begin not in source.fences:
+            # Past the newline at its end.
+            first = begin + len(match[0])
+            end = _end_of_indented(source.data, first, len(match[1]) + 4)
+            yield "admonition", "", first, end
 
 
 def _end_of_indented(data: bytes, begin: int, indent: int) -> int:
