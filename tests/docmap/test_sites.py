@@ -180,6 +180,17 @@ SITES = [
         "[x][undefined]": BROKEN, "!!! note\n\n    [x](nope.md)": BROKEN,
         "[x](../notes.md#below)": OK, "[x](../notes.md#set)": OK, "[x](../notes.md#note)": BROKEN, "!!! note\n    # Y\n    [x](nope.md)": BROKEN,
     }),
+    *[
+        site(f"mkdocs with {what}", {"mkdocs.yml": f"markdown_extensions: {{{extensions}}}\n", "docs/a.md": text}, "docs/page.md", links)
+        for what, extensions, text, links in [
+            ("a separator", "toc: {separator: _}", "## Q r\n\n## Q -  r\n\n## Q r\n", {
+                "[x](a.md#q_r)": OK, "[x](a.md#q_-_r)": OK, "[x](a.md#q_r_1)": OK, "[x](a.md#q-r)": BROKEN,
+            }),
+            ("a separator and a function", "markdown.extensions.toc: {separator: _, slugify: pymdownx.slugs.uslugify}", "## Q ü\n", {
+                "[x](a.md#q_ü)": OK, "[x](a.md#q-ü)": BROKEN,
+            }),
+        ]
+    ],
     site("mkdocs with hooks", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n", "h.py": "def on_page_markdown(markdown): ...\n"},
         "docs/page.md", {"[x](a.md#made)": DOUBTFUL, "[x](b.md)": BROKEN}),
     site("mkdocs with a hook that replaces a link", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n",

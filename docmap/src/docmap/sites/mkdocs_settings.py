@@ -80,8 +80,9 @@ def named_options(value: object) -> dict[str, dict[str, Any]]:
                 options |= {f"{outer}.{key}": literals.table(inner, key) for key in inner}
             else:
                 options[outer] = inner if isinstance(inner, dict) else {}
-    # Plugins of a theme are named with it: material/blog.
-    return {name.rpartition("/")[2]: value for name, value in options.items()}
+    # Plugins of a theme are named with it: material/blog. Extensions have a short name: markdown.extensions.toc.
+    names = {name: name.rpartition("/")[2].removeprefix("markdown.extensions.") for name in options}
+    return {names[name]: value for name, value in options.items()}
 
 
 def rewrites_links(hook: str) -> bool:
