@@ -132,6 +132,7 @@ JEKYLL = {
     "_includes/x.html": "",
     "img/x.png": "",
     "docs/README.md": "# Docs\n",
+    "more.md": '---\n---\n<div class="x" markdown="1">\n## In one\n</div>\n\n<div>\n## In HTML\n</div>\n',
 }
 SPHINX = {
     "docs/conf.py": "extensions = ['myst_parser']\nextensions += ['sphinx.ext.intersphinx']\nexclude_patterns = ['out.md']\n"
@@ -186,6 +187,13 @@ SITES = [
             ("a separator", "toc: {separator: _}", "## Q r\n\n## Q -  r\n\n## Q r\n", {
                 "[x](a.md#q_r)": OK, "[x](a.md#q_-_r)": OK, "[x](a.md#q_r_1)": OK, "[x](a.md#q-r)": BROKEN,
             }),
+            ("elements", "md_in_html: {}", "<div markdown>\n## In one\n</div>\n\n<details class=x markdown=1><summary>a</summary>\n## In two\n\n"
+                "</details>\n\n<div>\n## In HTML\n</div>\n\n<div markdown='span'>\n## In span\n</div>\n", {
+                "[x](a.md#in-one)": OK, "[x](a.md#in-two)": OK, "[x](a.md#in-html)": BROKEN, "[x](a.md#in-span)": BROKEN,
+                "<div markdown='block'>\n[x](none.md)\n</div>": BROKEN, "<div>\n[x](none.md)\n</div>": OK,
+                "<div markdown>\n<pre>\n[x](none.md)\n</pre></div>": OK,
+            }),
+            ("no elements", "attr_list: {}", "<div markdown>\n## In one\n</div>\n", {"[x](a.md#in-one)": BROKEN}),
             ("a separator and a function", "markdown.extensions.toc: {separator: _, slugify: pymdownx.slugs.uslugify}", "## Q ü\n", {
                 "[x](a.md#q_ü)": OK, "[x](a.md#q-ü)": BROKEN,
             }),
@@ -278,6 +286,7 @@ SITES = [
         "[x](/base/about-us/)": OK, "[x](/base/about/)": BROKEN, "[x](/base/guides/g/)": OK, "[x](/base/hidden/h/)": BROKEN,
         "[x](/base/news/2024/05/06/first-post/)": OK, "[x](/base/docs/)": OK, "![x](/base/img/x.png)": OK,
         "![x](../img/x.png)": OK, "[x](a.md#its-x)": OK, "[x](a.md#own)": OK, "[x](a.md#below)": OK, "[x](a.md#para)": OK, "[x](a.md#a-1)": BROKEN,
+        "[x](more.md#in-one)": OK, "[x](more.md#in-html)": BROKEN, '<div markdown="1">\n[x](none.md)\n</div>': BROKEN,
         "[x]({% link a.md %})": OK, "[x]({% link a.md %}#nope)": BROKEN, "[x]({% link b.md %})": BROKEN,
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
         "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,

@@ -11,6 +11,11 @@ from docmap.source import Source, text_of
 
 # What site generators indent: an admonition, a tab.
 _ADMONITION = re.compile(rb"\n([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*")
+# The attribute that makes the text of an element Markdown; the first line may also hold the summary of <details>.
+_MARKDOWN_ELEMENT = re.compile(
+    rb"""<[A-Za-z][\w-]*\s(?:[^<>]{0,1000}\s)?markdown(?:=["']?(?:1|block)["']?)?(?=[\s>])[^<>]{0,1000}>"""
+    rb"(?:\s{0,100}<summary\b[^<>]{0,1000}>[^\n]{0,1000}?</summary>)?"
+)
 _FENCE_INFO = re.compile(rb"[ \t>]*[`~]{3,}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
 # Directives whose body is no Markdown.
 _CODE_DIRECTIVES = frozenset(
@@ -47,14 +52,22 @@ def directive_of(source: Source, fence: Node) -> tuple[str, str] | None:
     return None if info is None else (text_of(info[1]).strip(), text_of(info[2]).strip())
 
 
-def find_bodies(source: Source, fences: Iterable[Node]) -> Iterator[tuple[str, str, int, int]]:
-    """The bodies of a document: kind and name as `Body` has them, begin and end in bytes."""
+def find_bodies(
+    source: Source, fences: Iterable[Node], html: Iterable[Node]
+) -> Iterator[tuple[str, str, int, int]]:
+    """The bodies of a document: kind and name as `Body` has them, begin and end in bytes; `html`: its blocks of HTML."""
     for node in fences:
         directive = directive_of(source, node)
         if directive is not None and directive[0] not in _CODE_DIRECTIVES:
             for child in node.children:
                 if child.type == "code_fence_content":
                     yield "fence", directive[0], child.start_byte, child.end_byte
+    if b"markdown" in source.data:
+        for node in html:
+            # To the next empty line all is HTML to the grammar; after it, Markdown to everyone.
+            element = _MARKDOWN_ELEMENT.search(source.data, node.start_byte, node.end_byte)
+            if element is not None:
+                yield "element", "", element.end(), node.end_byte
     # What is indented is code to the grammar, or, without an empty line above it, text of the paragraph.
     end = 0
     for begin, match in source.find_lines(_ADMONITION):

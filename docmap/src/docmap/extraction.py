@@ -118,7 +118,7 @@ class _Reader:
         self._read_properties()
         self._read_constructs(blocks.get("fence", ()))
         read_names(self._source, self._facts)
-        self._read_bodies(blocks.get("fence", ()))
+        self._read_bodies(blocks.get("fence", ()), blocks.get("html", ()))
         # The nodes and references of a long document take more memory than what follows should add to.
         del blocks, root
         # The engine reports each link of a line once; so do we.
@@ -344,10 +344,10 @@ class _Reader:
             hidden = lines_of(self._facts.spans, {"comment"})
             self._facts.links.extend(link for link in found if link.line not in hidden)
 
-    def _read_bodies(self, fences: Iterable[Node]) -> None:
+    def _read_bodies(self, fences: Iterable[Node], html: Iterable[Node]) -> None:
         if self._depth >= _DEEPEST_BODY:
             return
-        for kind, name, begin, end in find_bodies(self._source, fences):
+        for kind, name, begin, end in find_bodies(self._source, fences, html):
             text = dedented(text_of(self._data[begin:end]))
             if text is not None:
                 facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()

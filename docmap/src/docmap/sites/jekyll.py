@@ -188,6 +188,7 @@ RULES = Rules(
     custom_id=r"\{:?[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
     named=("attribute_ids",),
     always=r"|top|:~:.*|fn(?:ref)?:.*|markdown-toc.*",
+    bodies=("element",),
     parts=r"_(?:includes|layouts|data|sass|plugins)/",
     effects={
         f"{LIQUID}:include_relative": Effect(includes=_included, anchors="included in line {line}?"),

@@ -213,6 +213,7 @@ def make(repository: Repository, root: str) -> Site | None:
     if {"md_in_html", "extra", "pymdownx.extra"} & extensions.keys():
         # Elements within Markdown blocks are links of the document, too.
         ways[HREF] = ways[SRC] = (*ways[HREF], _document)
+        rules = rules.changed(bodies=(*rules.bodies, "element"))
     if languages.names:
         ways["link"] = (itself, languages.way, *ways["link"][1:])
     if {"roamlinks", "ezlinks", "obsidian-bridge", "wikilinks"} & {*plugins, *extensions}:
