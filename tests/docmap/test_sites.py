@@ -278,6 +278,9 @@ SITES = [
         "[x](/blog/2024-05-06-Some_post/)": BROKEN, "[x](blog/2024-05-06-Some_post.md)": BROKEN, "![x](/x.png)": OK,
         "[x](@/ru.md#privet)": DOUBTFUL, "[x](/tags/a/)": DOUBTFUL,
     }, "+++\n+++\n"),
+    site("a draft of zola", ZOLA, "content/blog/page.md", {
+        "[x](@/ru.md)": OK, "[x](@/none.md)": BROKEN, "[x](../some-post/)": OK, "[x](#page)": OK, "[x](draft.md)": BROKEN, "[x](@/blog/draft.md)": OK,
+    }, "+++\ndraft = true\n+++\n"),
     site("zola below an address", {**ZOLA, "config.toml": "base_url = 'https://x.org/base/'\n"}, "content/page.md", {
         "[x](/base/blog/some-post/)": OK, "[x](/base/none/)": BROKEN, "[x](/blog/some-post/)": DOUBTFUL,
     }, "+++\n+++\n"),
@@ -291,6 +294,12 @@ SITES = [
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
         "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
     }, "---\n---\n"),
+    *[
+        site(f"a draft of jekyll in {page}", JEKYLL, page, {
+            "[x](/base/about-us/)": OK, "[x](/base/about/)": BROKEN, "[x]({% link a.md %})": OK, "[x](#pp)": OK, "x\n{: #pp}": OK,
+        }, f"---\n{fields}---\n")
+        for page, fields in [("_drafts/page.md", ""), ("_posts/2024-01-01-page.md", "published: false\n"), ("page.md", "published: false\n")]
+    ],
     site("jekyll in a folder", {"docs/_config.yml": "", "docs/a.md": "", "notes.md": ""}, "docs/page.md", {
         "[x](a.md)": OK, "[x](../notes.md)": BROKEN, "[x](none.md)": BROKEN,
     }),

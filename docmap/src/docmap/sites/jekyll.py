@@ -240,6 +240,7 @@ def make(repository: Repository, root: str) -> Site | None:
             TEMPLATE: (partial(_template, config),),
         },
         addresses=pages.addresses,
+        drafts=pages.drafts,
         base=literals.text(config, "baseurl") or "/",
         slug=slugs.kramdown if literals.get(kramdown, "input") == "kramdown" else slugs.github,
     )
