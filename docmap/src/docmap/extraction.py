@@ -5,6 +5,7 @@ from __future__ import annotations
 import html
 import re
 from collections.abc import Iterable, Iterator
+from itertools import chain
 from types import SimpleNamespace
 from typing import Any, cast
 from urllib.parse import unquote
@@ -15,7 +16,7 @@ from quarnel.models import Symbol
 from tree_sitter import Node
 
 from docmap.bodies import dedented, directive_of, find_bodies
-from docmap.constructs import comment_spans, find_constructs, literal_spans
+from docmap.constructs import comment_spans, find_constructs, kramdown_spans, literal_spans
 from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (
     COMPONENT,
@@ -246,8 +247,14 @@ class _Reader:
     def _read_spans(self, comments: list[tuple[int, int]], root: Node) -> None:
         for begin, end in comments:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
-        for begin, end, tag in (*literal_spans(self._data), *comment_spans(self._data, self._source.code)):
-            self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), tag))
+        code = self._source.code
+        unread = (
+            literal_spans(self._data),
+            comment_spans(self._data, code),
+            kramdown_spans(self._data, code),
+        )
+        for begin, end, kind in chain.from_iterable(unread):
+            self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), kind))
         for begin, match in self._source.find_lines(_COMMENTED_LINES) if b"%" in self._data else ():
             if begin not in self._source.code:
                 first = self._line_of(begin)

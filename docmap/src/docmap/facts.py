@@ -97,6 +97,11 @@ class Construct(NamedTuple):
 MDX_COMMENT: Final = "{/*"  # to */}
 NOTE_COMMENT: Final = "%%"  # to the next %%
 LINE_COMMENT: Final = "%"  # at the begin of a line, to its end
+# Comments of kramdown and what it shows as HTML: {::comment} to {:/comment}, {::nomarkdown} to {:/}. And between tags
+# of Liquid, whether they fill their lines or not: a comment, and program text.
+KRAMDOWN_COMMENT: Final = "{::"
+LIQUID_COMMENT: Final = "{%comment"
+LIQUID_CODE: Final = "{%highlight"
 # What note programs take for formulas: $x$ and $$x$$.
 MATHEMATICS: Final = "$"
 # Fields of front matter, which some note programs follow.
@@ -106,7 +111,8 @@ FRONT_MATTER: Final = "---"
 class Span(NamedTuple):
     """Lines (both ends belong to it) that are special.
 
-    `kind` is "comment", MDX_COMMENT, NOTE_COMMENT, LINE_COMMENT, "ignore" or a tag such as "raw".
+    `kind` is "comment", one of the kinds of comments above, "ignore", or the tag of a shortcode such as "raw", after
+    "{%" where it is a tag of Liquid.
     """
 
     first: int

@@ -9,7 +9,20 @@ from dataclasses import replace
 from functools import partial
 from typing import Any
 
-from docmap.facts import HREF, IMAGE, LINK, LIQUID, SRC, TEMPLATE, Construct, Link
+from docmap.facts import (
+    FRONT_MATTER,
+    HREF,
+    IMAGE,
+    KRAMDOWN_COMMENT,
+    LINK,
+    LIQUID,
+    LIQUID_CODE,
+    LIQUID_COMMENT,
+    SRC,
+    TEMPLATE,
+    Construct,
+    Link,
+)
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
@@ -189,6 +202,7 @@ RULES = Rules(
     named=("attribute_ids",),
     always=r"|top|:~:.*|fn(?:ref)?:.*|markdown-toc.*",
     bodies=("element",),
+    literal=frozenset({"comment", FRONT_MATTER, KRAMDOWN_COMMENT, LIQUID_COMMENT, LIQUID_CODE}),
     parts=r"_(?:includes|layouts|data|sass|plugins)/",
     effects={
         f"{LIQUID}:include_relative": Effect(includes=_included, anchors="included in line {line}?"),
