@@ -303,6 +303,9 @@ SITES = [
         }, f"---\n{fields}---\n")
         for page, fields in [("_drafts/page.md", ""), ("_posts/2024-01-01-page.md", "published: false\n"), ("page.md", "published: false\n")]
     ],
+    site("jekyll with a prefix of ids", {"_config.yml": "kramdown: {auto_id_prefix: x-}\n", "a.md": "# A\n\n# A\n\n# B\n{: #own}\n"}, "page.md", {
+        "[x](a.md#x-a)": OK, "[x](a.md#x-a-1)": OK, "[x](a.md#own)": OK, "[x](a.md#a)": BROKEN,
+    }),
     site("jekyll in a folder", {"docs/_config.yml": "", "docs/a.md": "", "notes.md": ""}, "docs/page.md", {
         "[x](a.md)": OK, "[x](../notes.md)": BROKEN, "[x](none.md)": BROKEN,
     }),

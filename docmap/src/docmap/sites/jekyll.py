@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import posixpath
 import re
-from collections.abc import Iterator, Mapping
+from collections.abc import Callable, Iterator, Mapping
 from dataclasses import replace
 from functools import partial
 from typing import Any
@@ -165,6 +165,10 @@ def _value(config: Mapping[str, Any], site: Site, source: str, match: re.Match[s
     return value if isinstance(value, str) and match[2] != "url" else "" if match[2] == "url" else match[0]
 
 
+def _slug(slug: Callable[[str], str], prefix: str, text: str) -> str:
+    return prefix + slug(text)
+
+
 def _included(site: Site, construct: Construct, page: str) -> str | None:
     path = construct.arguments.strip().split(" ")[0].strip("\"'")
     return None if "{{" in path else site.place(path, page)
@@ -256,7 +260,11 @@ def make(repository: Repository, root: str) -> Site | None:
         addresses=pages.addresses,
         drafts=pages.drafts,
         base=literals.text(config, "baseurl") or "/",
-        slug=slugs.kramdown if literals.get(kramdown, "input") == "kramdown" else slugs.github,
+        slug=partial(
+            _slug,
+            slugs.kramdown if literals.get(kramdown, "input") == "kramdown" else slugs.github,
+            literals.text(kramdown, "auto_id_prefix"),
+        ),
     )
     if literals.get(kramdown, "auto_ids") is False:
         rules = rules.changed(heading_levels=range(0))
