@@ -193,7 +193,13 @@ SITES = [
                 "<div markdown='block'>\n[x](none.md)\n</div>": BROKEN, "<div>\n[x](none.md)\n</div>": OK,
                 "<div markdown>\n<pre>\n[x](none.md)\n</pre></div>": OK,
             }),
-            ("no elements", "attr_list: {}", "<div markdown>\n## In one\n</div>\n", {"[x](a.md#in-one)": BROKEN}),
+            ("definitions", "extra: {}", "A\n:   d\n\n    ### Def\n\n[^1]: x\n\n    ### Note\n\nB\n: x\n    ### Text\n", {
+                "[x](a.md#def)": OK, "[x](a.md#note)": OK, "[x](a.md#text)": OK, "[x](a.md#none)": BROKEN, "A\n\n:   d\n\n    [x](none.md)": BROKEN,
+                "[^1]: d\n\n    - [x](none.md) [^1]": BROKEN, "[^2]:\n    [x](none.md) [^2]": BROKEN,
+            }),
+            ("no elements", "attr_list: {}", "<div markdown>\n## In one\n</div>\n\nA\n:   d\n\n    ## In def\n", {
+                "[x](a.md#in-one)": BROKEN, "[x](a.md#in-def)": BROKEN,
+            }),
             ("a separator and a function", "markdown.extensions.toc: {separator: _, slugify: pymdownx.slugs.uslugify}", "## Q ü\n", {
                 "[x](a.md#q_ü)": OK, "[x](a.md#q-ü)": BROKEN,
             }),

@@ -9,8 +9,16 @@ from tree_sitter import Node
 
 from docmap.source import Source, text_of
 
-# What site generators indent: an admonition, a tab.
-_ADMONITION = re.compile(rb"\n([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*")
+# What site generators indent: an admonition or tab; a definition or footnote after its first line.
+_INDENTING = re.compile(
+    rb"""\n([ ]*)(?:
+        (?P<admonition>(?:!!!|\?\?\?\+?|===[!+]?)[ ]+)
+      | (?P<definition>:[ ]{1,3})
+      | (?P<footnote>\[\^[^\[\]\n]{1,999}\]:)
+    )[^\n]*""",
+    re.VERBOSE,
+)
+_BEGINS_BLOCK = re.compile(rb"\n[ ]*(?:\n|#|[=-]+[ ]*\n)")
 # The attribute that makes the text of an element Markdown; the first line may also hold the summary of <details>.
 _MARKDOWN_ELEMENT = re.compile(
     rb"""<[A-Za-z][\w-]*\s(?:[^<>]{0,1000}\s)?markdown(?:=["']?(?:1|block)["']?)?(?=[\s>])[^<>]{0,1000}>"""
@@ -70,12 +78,16 @@ def find_bodies(
                 yield "element", "", element.end(), node.end_byte
     # What is indented is code to the grammar, or, without an empty line above it, text of the paragraph.
     end = 0
-    for begin, match in source.find_lines(_ADMONITION):
+    for begin, match in source.find_lines(_INDENTING):
         if begin >= end and begin not in source.fences:
+            kind = match.lastgroup or ""
             # Past the newline at its end.
             first = begin + len(match[0])
-            end = _end_of_indented(source.data, first, len(match[1]) + 4)
-            yield "admonition", "", first, end
+            after = _end_of_indented(source.data, first, len(match[1]) + 4)
+            # Few definitions and footnotes are more than one paragraph, which the grammar reads as the sites do.
+            if kind == "admonition" or _BEGINS_BLOCK.search(source.data, first - 1, after):
+                end = after
+                yield kind, "", first, end
 
 
 def _end_of_indented(data: bytes, begin: int, indent: int) -> int:

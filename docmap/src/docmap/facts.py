@@ -139,8 +139,9 @@ class Section(NamedTuple):
 class Body(NamedTuple):
     """Text that is a document of its own to some sites and code to others.
 
-    `kind` "fence": the body of ```{name}; "admonition": what is indented below `!!!`, `???` or `===`; "element": what
-    is in <div markdown="1">. Line n of `facts` is line `first` + n - 1 of the document.
+    `kind` "fence": the body of ```{name}; "admonition": what is indented below `!!!`, `???` or `===`; "definition" and
+    "footnote": what is indented below `: text` and `[^label]:`; "element": what is in <div markdown="1">. Line n of
+    `facts` is line `first` + n - 1 of the document.
     """
 
     first: int

@@ -69,6 +69,9 @@ _PAGE_EVENT = re.compile(r"^def on_(?:page_\w+|post_page)\b", re.MULTILINE)
 # A fence whose output markdown-exec puts in its place.
 _EXECUTED = re.compile(r"^[ \t>]*(?:`{3,}|~{3,}).*\bexec=", re.MULTILINE)
 
+# Extensions, and what is Markdown with each of them though the grammar calls it something else.
+_BODIES = {"md_in_html": "element", "def_list": "definition", "footnotes": "footnote"}
+
 # What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
 _ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
 _TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)
@@ -213,7 +216,6 @@ def make(repository: Repository, root: str) -> Site | None:
     if {"md_in_html", "extra", "pymdownx.extra"} & extensions.keys():
         # Elements within Markdown blocks are links of the document, too.
         ways[HREF] = ways[SRC] = (*ways[HREF], _document)
-        rules = rules.changed(bodies=(*rules.bodies, "element"))
     if languages.names:
         ways["link"] = (itself, languages.way, *ways["link"][1:])
     if {"roamlinks", "ezlinks", "obsidian-bridge", "wikilinks"} & {*plugins, *extensions}:
@@ -283,6 +285,8 @@ def _with_extensions(
         rules = rules.changed(slug=slug)
     if {"attr_list", "extra", "pymdownx.extra"} & extensions.keys():
         rules = rules.changed(custom_id=_ATTRIBUTES, named=("attribute_ids",))
+    bodies = (kind for name, kind in _BODIES.items() if {name, "extra", "pymdownx.extra"} & extensions.keys())
+    rules = rules.changed(bodies=(*rules.bodies, *bodies))
     if "pymdownx.emoji" in extensions:
         rules = rules.changed(heading_text=_text_without_emoji)
     tabbed = extensions.get("pymdownx.tabbed", {})

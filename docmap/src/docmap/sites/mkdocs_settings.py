@@ -17,8 +17,11 @@ _CONFIGURATION = re.compile(r"(?:.*/)?(?:mkdocs[^/]*\.ya?ml|zensical\.toml)")
 _USUAL_NAMES = ("mkdocs.yml", "mkdocs.yaml", "zensical.toml")
 # What Zensical has where its configuration names no extensions.
 USUAL_EXTENSIONS: Mapping[str, Any] = {
-    name: {} for name in ("attr_list", "md_in_html", "toc", "pymdownx.emoji", "pymdownx.superfences")
-}
+    name: {}
+    for name in (
+        "attr_list", "def_list", "footnotes", "md_in_html", "toc", "pymdownx.emoji", "pymdownx.superfences",
+    )
+}  # fmt: skip
 # Extensions whose names TOML splits at dots.
 _IN_PACKAGES = ("pymdownx", "markdown", "zensical")
 # What a hook may replace in a page without any link becoming another.
