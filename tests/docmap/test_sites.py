@@ -30,6 +30,7 @@ MKDOCS = {
     "abbr.txt": "[appended]: https://x.org\n",
     "docs/index.md": "# Home\n",
     "docs/a.md": "# A\n\n## Was ist’s?\n\n## Same\n\n## Same\n\n## Own { #own }\n\n!!! note\n\n    ## In a note\n",
+    "docs/notes.md": "!!! note\n    ### Below\n\n??? note\n    Set\n    ---\n",
     "docs/left-out.md": "# Out\n",
     "docs/img/x.png": "",
     "README.md": "# Read\n",
@@ -131,6 +132,7 @@ JEKYLL = {
     "_includes/x.html": "",
     "img/x.png": "",
     "docs/README.md": "# Docs\n",
+    "more.md": '---\n---\n<div class="x" markdown="1">\n## In one\n</div>\n\n<div>\n## In HTML\n</div>\n',
 }
 SPHINX = {
     "docs/conf.py": "extensions = ['myst_parser']\nextensions += ['sphinx.ext.intersphinx']\nexclude_patterns = ['out.md']\n"
@@ -177,7 +179,32 @@ SITES = [
         '<img src="../../img/x.png">': OK, "[x](../a.md#was-ists)": OK, "[x](../a.md#same_1)": OK,
         "[x](../a.md#same-1)": BROKEN, "[x](../a.md#own)": OK, "[x](../a.md#in-a-note)": OK, "[x][appended]": OK,
         "[x][undefined]": BROKEN, "!!! note\n\n    [x](nope.md)": BROKEN,
+        "[x](../notes.md#below)": OK, "[x](../notes.md#set)": OK, "[x](../notes.md#note)": BROKEN, "!!! note\n    # Y\n    [x](nope.md)": BROKEN,
     }),
+    *[
+        site(f"mkdocs with {what}", {"mkdocs.yml": f"markdown_extensions: {{{extensions}}}\n", "docs/a.md": text}, "docs/page.md", links)
+        for what, extensions, text, links in [
+            ("a separator", "toc: {separator: _}", "## Q r\n\n## Q -  r\n\n## Q r\n", {
+                "[x](a.md#q_r)": OK, "[x](a.md#q_-_r)": OK, "[x](a.md#q_r_1)": OK, "[x](a.md#q-r)": BROKEN,
+            }),
+            ("elements", "md_in_html: {}", "<div markdown>\n## In one\n</div>\n\n<details class=x markdown=1><summary>a</summary>\n## In two\n\n"
+                "</details>\n\n<div>\n## In HTML\n</div>\n\n<div markdown='span'>\n## In span\n</div>\n", {
+                "[x](a.md#in-one)": OK, "[x](a.md#in-two)": OK, "[x](a.md#in-html)": BROKEN, "[x](a.md#in-span)": BROKEN,
+                "<div markdown='block'>\n[x](none.md)\n</div>": BROKEN, "<div>\n[x](none.md)\n</div>": OK,
+                "<div markdown>\n<pre>\n[x](none.md)\n</pre></div>": OK,
+            }),
+            ("definitions", "extra: {}", "A\n:   d\n\n    ### Def\n\n[^1]: x\n\n    ### Note\n\nB\n: x\n    ### Text\n", {
+                "[x](a.md#def)": OK, "[x](a.md#note)": OK, "[x](a.md#text)": OK, "[x](a.md#none)": BROKEN, "A\n\n:   d\n\n    [x](none.md)": BROKEN,
+                "[^1]: d\n\n    - [x](none.md) [^1]": BROKEN, "[^2]:\n    [x](none.md) [^2]": BROKEN,
+            }),
+            ("no elements", "attr_list: {}", "<div markdown>\n## In one\n</div>\n\nA\n:   d\n\n    ## In def\n", {
+                "[x](a.md#in-one)": BROKEN, "[x](a.md#in-def)": BROKEN,
+            }),
+            ("a separator and a function", "markdown.extensions.toc: {separator: _, slugify: pymdownx.slugs.uslugify}", "## Q ü\n", {
+                "[x](a.md#q_ü)": OK, "[x](a.md#q-ü)": BROKEN,
+            }),
+        ]
+    ],
     site("mkdocs with hooks", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n", "h.py": "def on_page_markdown(markdown): ...\n"},
         "docs/page.md", {"[x](a.md#made)": DOUBTFUL, "[x](b.md)": BROKEN}),
     site("mkdocs with a hook that replaces a link", {**MKDOCS, "mkdocs.yml": "hooks: [h.py]\n",
@@ -257,6 +284,9 @@ SITES = [
         "[x](/blog/2024-05-06-Some_post/)": BROKEN, "[x](blog/2024-05-06-Some_post.md)": BROKEN, "![x](/x.png)": OK,
         "[x](@/ru.md#privet)": DOUBTFUL, "[x](/tags/a/)": DOUBTFUL,
     }, "+++\n+++\n"),
+    site("a draft of zola", ZOLA, "content/blog/page.md", {
+        "[x](@/ru.md)": OK, "[x](@/none.md)": BROKEN, "[x](../some-post/)": OK, "[x](#page)": OK, "[x](draft.md)": BROKEN, "[x](@/blog/draft.md)": OK,
+    }, "+++\ndraft = true\n+++\n"),
     site("zola below an address", {**ZOLA, "config.toml": "base_url = 'https://x.org/base/'\n"}, "content/page.md", {
         "[x](/base/blog/some-post/)": OK, "[x](/base/none/)": BROKEN, "[x](/blog/some-post/)": DOUBTFUL,
     }, "+++\n+++\n"),
@@ -265,10 +295,23 @@ SITES = [
         "[x](/base/about-us/)": OK, "[x](/base/about/)": BROKEN, "[x](/base/guides/g/)": OK, "[x](/base/hidden/h/)": BROKEN,
         "[x](/base/news/2024/05/06/first-post/)": OK, "[x](/base/docs/)": OK, "![x](/base/img/x.png)": OK,
         "![x](../img/x.png)": OK, "[x](a.md#its-x)": OK, "[x](a.md#own)": OK, "[x](a.md#below)": OK, "[x](a.md#para)": OK, "[x](a.md#a-1)": BROKEN,
+        "{::comment}\n[x](none.md)\n{:/comment}": OK, "{::comment}[x](none.md){:/}": OK, "{% comment %}\n[x](none.md)\n\n# B\n{% endcomment %}": OK,
+        "{% highlight ruby %}\na[x](y)\n\n[y][none]\n{% endhighlight %}": OK, "{% raw %}\n[x](none.md)\n{% endraw %}": BROKEN, "[x](#b)": BROKEN,
+        "    {::comment}\n\n[x](none.md)\n\n    {:/}": BROKEN, "{::options toc_levels='2' /}\n[x](none.md)": BROKEN,
+        "[x](more.md#in-one)": OK, "[x](more.md#in-html)": BROKEN, '<div markdown="1">\n[x](none.md)\n</div>': BROKEN,
         "[x]({% link a.md %})": OK, "[x]({% link a.md %}#nope)": BROKEN, "[x]({% link b.md %})": BROKEN,
         "[x]({% post_url 2024-05-06-first-post %})": OK, "[x]({% post_url 2024-05-06-none %})": BROKEN,
         "[x]({{ site.baseurl }}/a/)": OK, '[x]({{ "/none/" | relative_url }})': BROKEN, "[x]({{ page.next }})": DOUBTFUL, "[x]({{ site.repository }}/issues)": OK,
     }, "---\n---\n"),
+    *[
+        site(f"a draft of jekyll in {page}", JEKYLL, page, {
+            "[x](/base/about-us/)": OK, "[x](/base/about/)": BROKEN, "[x]({% link a.md %})": OK, "[x](#pp)": OK, "x\n{: #pp}": OK,
+        }, f"---\n{fields}---\n")
+        for page, fields in [("_drafts/page.md", ""), ("_posts/2024-01-01-page.md", "published: false\n"), ("page.md", "published: false\n")]
+    ],
+    site("jekyll with a prefix of ids", {"_config.yml": "kramdown: {auto_id_prefix: x-}\n", "a.md": "# A\n\n# A\n\n# B\n{: #own}\n"}, "page.md", {
+        "[x](a.md#x-a)": OK, "[x](a.md#x-a-1)": OK, "[x](a.md#own)": OK, "[x](a.md#a)": BROKEN,
+    }),
     site("jekyll in a folder", {"docs/_config.yml": "", "docs/a.md": "", "notes.md": ""}, "docs/page.md", {
         "[x](a.md)": OK, "[x](../notes.md)": BROKEN, "[x](none.md)": BROKEN,
     }),

@@ -10,8 +10,21 @@ from tree_sitter import Node
 
 from docmap.source import Source, text_of
 
-# What site generators indent: an admonition, a tab.
-_ADMONITION = re.compile(rb"\n([ ]*)(?:!!!|\?\?\?\+?|===[!+]?)[ ]+[^\n]*")
+# What site generators indent: an admonition or tab; a definition or footnote after its first line.
+_INDENTING = re.compile(
+    rb"""\n([ ]*)(?:
+        (?P<admonition>(?:!!!|\?\?\?\+?|===[!+]?)[ ]+)
+      | (?P<definition>:[ ]{1,3})
+      | (?P<footnote>\[\^[^\[\]\n]{1,999}\]:)
+    )[^\n]*""",
+    re.VERBOSE,
+)
+_BEGINS_BLOCK = re.compile(rb"\n[ ]*(?:\n|#|[=-]+[ ]*\n)")
+# The attribute that makes the text of an element Markdown; the first line may also hold the summary of <details>.
+_MARKDOWN_ELEMENT = re.compile(
+    rb"""<[A-Za-z][\w-]*\s(?:[^<>]{0,1000}\s)?markdown(?:=["']?(?:1|block)["']?)?(?=[\s>])[^<>]{0,1000}>"""
+    rb"(?:\s{0,100}<summary\b[^<>]{0,1000}>[^\n]{0,1000}?</summary>)?"
+)
 _FENCE_INFO = re.compile(rb"[ \t>]*[`~]{3,}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
 # Directives whose body is no Markdown.
 _CODE_DIRECTIVES = frozenset(
@@ -60,22 +73,33 @@ def directives_of(source: Source, fences: Iterable[Node]) -> list[Directive]:
     ]
 
 
-def find_bodies(source: Source, fenced: Iterable[Directive]) -> Iterator[tuple[str, str, int, int]]:
-    """The bodies of a document: kind and name as `Body` has them, begin and end in bytes."""
+def find_bodies(
+    source: Source, fenced: Iterable[Directive], html: Iterable[Node]
+) -> Iterator[tuple[str, str, int, int]]:
+    """The bodies of a document: kind and name as `Body` has them, begin and end in bytes; `html`: its blocks of HTML."""
     for node, name, _ in fenced:
         if name not in _CODE_DIRECTIVES:
             for child in node.children:
                 if child.type == "code_fence_content":
                     yield "fence", name, child.start_byte, child.end_byte
-    # What is indented is code to the grammar.
-    if len(source.code) > len(source.fences):
-        end = 0
-        for begin, match in source.find_lines(_ADMONITION):
-            if begin >= end and begin not in source.fences:
-                # Past the newline at its end.
-                first = begin + len(match[0])
-                end = _end_of_indented(source.data, first, len(match[1]) + 4)
-                yield "admonition", "", first, end
+    if b"markdown" in source.data:
+        for node in html:
+            # To the next empty line all is HTML to the grammar; after it, Markdown to everyone.
+            element = _MARKDOWN_ELEMENT.search(source.data, node.start_byte, node.end_byte)
+            if element is not None:
+                yield "element", "", element.end(), node.end_byte
+    # What is indented is code to the grammar, or, without an empty line above it, text of the paragraph.
+    end = 0
+    for begin, match in source.find_lines(_INDENTING):
+        if begin >= end and begin not in source.fences:
+            kind = match.lastgroup or ""
+            # Past the newline at its end.
+            first = begin + len(match[0])
+            after = _end_of_indented(source.data, first, len(match[1]) + 4)
+            # Few definitions and footnotes are more than one paragraph, which the grammar reads as the sites do.
+            if kind == "admonition" or _BEGINS_BLOCK.search(source.data, first - 1, after):
+                end = after
+                yield kind, "", first, end
 
 
 def _end_of_indented(data: bytes, begin: int, indent: int) -> int:

@@ -14,6 +14,7 @@ from docmap.facts import (
     HASH,
     IMPORT,
     INCLUDE,
+    KRAMDOWN_COMMENT,
     LIQUID,
     MDX_COMMENT,
     NOTE_COMMENT,
@@ -67,9 +68,11 @@ _IMPORT = re.compile(rb"(?:(?P<names>[^'\"]+?)\s+from\s+)?['\"](?P<path>[^'\"]+)
 
 # What stands between these is shown as written or not at all; the grammar takes it for text.
 _LITERAL = re.compile(
-    rb"\{[{%][<%-]?\s*(?:(?P<close>/|end)\s*)?(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b"
+    rb"\{(?:\{|(?P<liquid>%))[<%-]?\s*(?:(?P<close>/|end)\s*)?(?P<tag>highlight|comment|raw|verbatim|code[\w-]*)\b"
 )
 
+_KRAMDOWN_OPEN = re.compile(rb"\{::(?:comment|nomarkdown)\b[^{}\n/]*\}")
+_KRAMDOWN_CLOSE = re.compile(rb"\{:/(?:comment|nomarkdown)?\}")
 _REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
 
 
@@ -103,10 +106,13 @@ def _text(data: bytes) -> str:
 
 
 def literal_spans(data: bytes) -> Iterator[tuple[int, int, str]]:
-    """Where what looks like Markdown is shown as written: begin, end (in bytes), and the tag that says so."""
+    """Where what looks like Markdown is shown as written: begin, end (in bytes), and the kind of `Span`."""
     if b"{%" not in data and b"{{" not in data:
         return
-    tags = [(match.start(), match["tag"], match["close"] is not None) for match in _LITERAL.finditer(data)]
+    tags = [
+        (match.start(), (b"{%" if match["liquid"] else b"") + match["tag"], match["close"] is not None)
+        for match in _LITERAL.finditer(data)
+    ]
     last_close = {tag: position for position, tag, closes in tags if closes}
     opened: tuple[int, bytes] | None = None
     for position, tag, closes in tags:
@@ -133,6 +139,19 @@ def comment_spans(data: bytes, code: Ranges) -> Iterator[tuple[int, int, str]]:
             if data[indent - 1 : indent] in {b"", b"\n"} and _REST_OF_LINE.match(data, end):
                 yield begin, end, kind
             begin = _outside_code(data, kind.encode(), end, code)
+
+
+def kramdown_spans(data: bytes, code: Ranges) -> Iterator[tuple[int, int, str]]:
+    """What kramdown takes for a comment or for HTML: begin, end (in bytes), and the kind."""
+    begin = _outside_code(data, b"{::", 0, code)
+    while begin >= 0:
+        opened = _KRAMDOWN_OPEN.match(data, begin)
+        closed = None if opened is None else _KRAMDOWN_CLOSE.search(data, opened.end())
+        if opened is not None and closed is None:
+            return
+        if closed is not None:
+            yield begin, closed.start(), KRAMDOWN_COMMENT
+        begin = _outside_code(data, b"{::", begin + 3 if closed is None else closed.end(), code)
 
 
 def _outside_code(data: bytes, text: bytes, start: int, code: Ranges) -> int:

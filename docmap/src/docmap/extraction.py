@@ -5,6 +5,7 @@ from __future__ import annotations
 import html
 import re
 from collections.abc import Iterable, Iterator
+from itertools import chain
 from types import SimpleNamespace
 from typing import Any, cast
 from urllib.parse import unquote
@@ -15,7 +16,7 @@ from quarnel.models import Symbol
 from tree_sitter import Node
 
 from docmap.bodies import Directive, dedented, directives_of, find_bodies
-from docmap.constructs import comment_spans, find_constructs, literal_spans
+from docmap.constructs import comment_spans, find_constructs, kramdown_spans, literal_spans
 from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (
     COMPONENT,
@@ -120,7 +121,7 @@ class _Reader:
         fenced = directives_of(self._source, blocks.get("fence", ()))
         self._read_constructs(fenced)
         read_names(self._source, self._facts)
-        self._read_bodies(fenced)
+        self._read_bodies(fenced, blocks.get("html", ()))
         # The nodes and references of a long document take more memory than what follows should add to.
         del blocks, fenced, root
         # The engine reports each link of a line once; so do we.
@@ -246,8 +247,14 @@ class _Reader:
     def _read_spans(self, comments: list[tuple[int, int]], root: Node) -> None:
         for begin, end in comments:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
-        for begin, end, tag in (*literal_spans(self._data), *comment_spans(self._data, self._source.code)):
-            self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), tag))
+        code = self._source.code
+        unread = (
+            literal_spans(self._data),
+            comment_spans(self._data, code),
+            kramdown_spans(self._data, code),
+        )
+        for begin, end, kind in chain.from_iterable(unread):
+            self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), kind))
         for begin, match in self._source.find_lines(_COMMENTED_LINES) if b"%" in self._data else ():
             if begin not in self._source.code:
                 first = self._line_of(begin)
@@ -342,10 +349,10 @@ class _Reader:
             hidden = lines_of(self._facts.spans, {"comment"})
             self._facts.links.extend(link for link in found if link.line not in hidden)
 
-    def _read_bodies(self, fenced: Iterable[Directive]) -> None:
+    def _read_bodies(self, fenced: Iterable[Directive], html: Iterable[Node]) -> None:
         if self._depth >= _DEEPEST_BODY:
             return
-        for kind, name, begin, end in find_bodies(self._source, fenced):
+        for kind, name, begin, end in find_bodies(self._source, fenced, html):
             text = dedented(text_of(self._data[begin:end]))
             if text is not None:
                 facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()

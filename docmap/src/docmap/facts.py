@@ -99,6 +99,11 @@ class Construct(NamedTuple):
 MDX_COMMENT: Final = "{/*"  # to */}
 NOTE_COMMENT: Final = "%%"  # to the next %%
 LINE_COMMENT: Final = "%"  # at the begin of a line, to its end
+# Comments of kramdown and what it shows as HTML: {::comment} to {:/comment}, {::nomarkdown} to {:/}. And between tags
+# of Liquid, whether they fill their lines or not: a comment, and program text.
+KRAMDOWN_COMMENT: Final = "{::"
+LIQUID_COMMENT: Final = "{%comment"
+LIQUID_CODE: Final = "{%highlight"
 # What note programs take for formulas: $x$ and $$x$$.
 MATHEMATICS: Final = "$"
 # Fields of front matter, which some note programs follow.
@@ -108,7 +113,8 @@ FRONT_MATTER: Final = "---"
 class Span(NamedTuple):
     """Lines (both ends belong to it) that are special.
 
-    `kind` is "comment", MDX_COMMENT, NOTE_COMMENT, LINE_COMMENT, "ignore" or a tag such as "raw".
+    `kind` is "comment", one of the kinds of comments above, "ignore", or the tag of a shortcode such as "raw", after
+    "{%" where it is a tag of Liquid.
     """
 
     first: int
@@ -139,7 +145,8 @@ class Section(NamedTuple):
 class Body(NamedTuple):
     """Text that is a document of its own to some sites and code to others.
 
-    `kind` "fence": the body of ```{name}; "admonition": what is indented below `!!!`, `???` or `===`. Line n of
+    `kind` "fence": the body of ```{name}; "admonition": what is indented below `!!!`, `???` or `===`; "definition" and
+    "footnote": what is indented below `: text` and `[^label]:`; "element": what is in <div markdown="1">. Line n of
     `facts` is line `first` + n - 1 of the document.
     """
 

@@ -4,12 +4,25 @@ from __future__ import annotations
 
 import posixpath
 import re
-from collections.abc import Iterator, Mapping
+from collections.abc import Callable, Iterator, Mapping
 from dataclasses import replace
 from functools import partial
 from typing import Any
 
-from docmap.facts import HREF, IMAGE, LINK, LIQUID, SRC, TEMPLATE, Construct, Link
+from docmap.facts import (
+    FRONT_MATTER,
+    HREF,
+    IMAGE,
+    KRAMDOWN_COMMENT,
+    LINK,
+    LIQUID,
+    LIQUID_CODE,
+    LIQUID_COMMENT,
+    SRC,
+    TEMPLATE,
+    Construct,
+    Link,
+)
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
@@ -152,6 +165,10 @@ def _value(config: Mapping[str, Any], site: Site, source: str, match: re.Match[s
     return value if isinstance(value, str) and match[2] != "url" else "" if match[2] == "url" else match[0]
 
 
+def _slug(slug: Callable[[str], str], prefix: str, text: str) -> str:
+    return prefix + slug(text)
+
+
 def _included(site: Site, construct: Construct, page: str) -> str | None:
     path = construct.arguments.strip().split(" ")[0].strip("\"'")
     return None if "{{" in path else site.place(path, page)
@@ -188,6 +205,8 @@ RULES = Rules(
     custom_id=r"\{:?[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
     named=("attribute_ids",),
     always=r"|top|:~:.*|fn(?:ref)?:.*|markdown-toc.*",
+    bodies=("element",),
+    literal=frozenset({"comment", FRONT_MATTER, KRAMDOWN_COMMENT, LIQUID_COMMENT, LIQUID_CODE}),
     parts=r"_(?:includes|layouts|data|sass|plugins)/",
     effects={
         f"{LIQUID}:include_relative": Effect(includes=_included, anchors="included in line {line}?"),
@@ -239,8 +258,13 @@ def make(repository: Repository, root: str) -> Site | None:
             TEMPLATE: (partial(_template, config),),
         },
         addresses=pages.addresses,
+        drafts=pages.drafts,
         base=literals.text(config, "baseurl") or "/",
-        slug=slugs.kramdown if literals.get(kramdown, "input") == "kramdown" else slugs.github,
+        slug=partial(
+            _slug,
+            slugs.kramdown if literals.get(kramdown, "input") == "kramdown" else slugs.github,
+            literals.text(kramdown, "auto_id_prefix"),
+        ),
     )
     if literals.get(kramdown, "auto_ids") is False:
         rules = rules.changed(heading_levels=range(0))

@@ -52,11 +52,24 @@ class Pages:
         self.included = frozenset(name.strip("/") for name in literals.texts(config.get("include")))
 
     def addresses(self, site: Site, page: str, facts: Facts) -> Sequence[str]:
+        """Those of a page; () for what is left out or not published."""
         place = site.within(page, self.root) or page
+        return () if _is_unpublished(place, facts) else self._addresses(place, facts)
+
+    def drafts(self, site: Site, page: str, facts: Facts) -> Sequence[str]:
+        """The addresses that a draft would have: as a post of some day, where it has none of its own."""
+        place = site.within(page, self.root) or page
+        if not _is_unpublished(place, facts):
+            return ()
+        above, sign, below = place.rpartition("_drafts/")
+        folder, name = posixpath.split(below)
+        return self._addresses(f"{above}_posts/{folder}/2000-01-01-{name}" if sign else place, facts)
+
+    def _addresses(self, place: str, facts: Facts) -> Sequence[str]:
         steps = place.split("/")
         hidden = [step for step in steps if step.startswith(("_", ".")) and step not in self.included]
         own = facts.fields_with(*_FIELDS)
-        if self.left_out.match_file(place) or own.get("published") is False:
+        if self.left_out.match_file(place):
             return ()
         if facts.front_matter is None and not (self.without_front_matter or "_posts" in steps):
             # Without front matter a file is copied as it is.
@@ -149,6 +162,10 @@ class Pages:
                 # Hosts serve page.html under /page as well.
                 forms += [form, stem, f"{stem}.html"] if form != stem else [form, f"{form}.html"]
         return list(dict.fromkeys(forms))
+
+
+def _is_unpublished(place: str, facts: Facts) -> bool:
+    return "_drafts" in place.split("/")[:-1] or facts.fields_with("published").get("published") is False
 
 
 def _slug(name: str) -> str:

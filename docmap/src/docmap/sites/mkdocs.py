@@ -69,6 +69,9 @@ _PAGE_EVENT = re.compile(r"^def on_(?:page_\w+|post_page)\b", re.MULTILINE)
 # A fence whose output markdown-exec puts in its place.
 _EXECUTED = re.compile(r"^[ \t>]*(?:`{3,}|~{3,}).*\bexec=", re.MULTILINE)
 
+# Extensions, and what is Markdown with each of them though the grammar calls it something else.
+_BODIES = {"md_in_html": "element", "def_list": "definition", "footnotes": "footnote"}
+
 # What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
 _ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
 _TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)
@@ -253,38 +256,42 @@ def _theme_folders(root: str, config: dict[str, Any]) -> tuple[str, ...]:
     return (posixpath.normpath(posixpath.join(root, custom)),) if isinstance(custom, str) else ()
 
 
-def _slug_function(setting: object) -> Callable[[str], str] | None:
-    """The function that a setting names; None for one that is not known here."""
+def _slug_function(options: object) -> Callable[[str], str] | None:
+    """The function that the options of an extension name; None for one that is not known here."""
+    setting = literals.get(options, "slugify")
+    separator = literals.text(options, "separator", otherwise="-")
     name = setting if isinstance(setting, str) else literals.text(setting, "!")
     # TOML has no tags: {object = "pymdownx.slugs.slugify", kwds = {case = "lower"}}.
     name = literals.text(setting, "object", otherwise=name)
     if setting is None:
-        return slugs.python_markdown
+        return partial(slugs.python_markdown, separator=separator)
     if "slugify_unicode" in name:
-        return slugs.python_markdown_unicode
+        return partial(slugs.python_markdown_unicode, separator=separator)
     if "pymdownx.slugs." in name:
         usual = "lower" if "uslugify" in name and "cased" not in name else ""
         case = literals.text(setting, "kwds", "case", otherwise=usual)
-        return slugs.pymdown(case)
-    return slugs.python_markdown if name.endswith("toc.slugify") else None
+        return slugs.pymdown(case, separator)
+    return partial(slugs.python_markdown, separator=separator) if name.endswith("toc.slugify") else None
 
 
 def _with_extensions(
     rules: Rules, repository: Repository, root: str, extensions: dict[str, dict[str, Any]]
 ) -> Rules:
     effects = dict(rules.effects)
-    slug = _slug_function(literals.get(extensions.get("toc"), "slugify"))
+    slug = _slug_function(extensions.get("toc"))
     if slug is None:
         rules = rules.changed(any_anchor="made by the slugify function of mkdocs.yml?")
     elif "toc" in extensions:
         rules = rules.changed(slug=slug)
-    if {"attr_list", "extra", "pymdownx.extra", "markdown.extensions.attr_list"} & extensions.keys():
+    if {"attr_list", "extra", "pymdownx.extra"} & extensions.keys():
         rules = rules.changed(custom_id=_ATTRIBUTES, named=("attribute_ids",))
+    bodies = (kind for name, kind in _BODIES.items() if {name, "extra", "pymdownx.extra"} & extensions.keys())
+    rules = rules.changed(bodies=(*rules.bodies, *bodies))
     if "pymdownx.emoji" in extensions:
         rules = rules.changed(heading_text=_text_without_emoji)
     tabbed = extensions.get("pymdownx.tabbed", {})
     if "slugify" in tabbed:
-        titles = _slug_function(tabbed["slugify"]) or slugs.pymdown("lower")
+        titles = _slug_function(tabbed) or slugs.pymdown("lower")
         combined = bool(tabbed.get("combine_header_slug"))
         rules = rules.changed(more_anchors=partial(_tab_anchors, titles, combined))
     if "markdown_exec" in str(extensions.get("pymdownx.superfences")):

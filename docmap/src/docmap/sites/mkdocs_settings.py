@@ -17,8 +17,11 @@ _CONFIGURATION = re.compile(r"(?:.*/)?(?:mkdocs[^/]*\.ya?ml|zensical\.toml)")
 _USUAL_NAMES = ("mkdocs.yml", "mkdocs.yaml", "zensical.toml")
 # What Zensical has where its configuration names no extensions.
 USUAL_EXTENSIONS: Mapping[str, Any] = {
-    name: {} for name in ("attr_list", "md_in_html", "toc", "pymdownx.emoji", "pymdownx.superfences")
-}
+    name: {}
+    for name in (
+        "attr_list", "def_list", "footnotes", "md_in_html", "toc", "pymdownx.emoji", "pymdownx.superfences",
+    )
+}  # fmt: skip
 # Extensions whose names TOML splits at dots.
 _IN_PACKAGES = ("pymdownx", "markdown", "zensical")
 # What a hook may replace in a page without any link becoming another.
@@ -80,8 +83,9 @@ def named_options(value: object) -> dict[str, dict[str, Any]]:
                 options |= {f"{outer}.{key}": literals.table(inner, key) for key in inner}
             else:
                 options[outer] = inner if isinstance(inner, dict) else {}
-    # Plugins of a theme are named with it: material/blog.
-    return {name.rpartition("/")[2]: value for name, value in options.items()}
+    # Plugins of a theme are named with it: material/blog. Extensions have a short name: markdown.extensions.toc.
+    names = {name: name.rpartition("/")[2].removeprefix("markdown.extensions.") for name in options}
+    return {names[name]: value for name, value in options.items()}
 
 
 def rewrites_links(hook: str) -> bool:

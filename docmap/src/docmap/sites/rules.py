@@ -85,6 +85,8 @@ class Rules:
     # Addresses of a page instead of those that follow from its path (a slug, a permalink); the first is the one
     # from which relative links start; () for a file that makes no page; None: those that follow from the path.
     addresses: Callable[[Site, str, Facts], Sequence[str] | None] | None = None
+    # Addresses that a page without one would have once it is published, () for what is none: it is judged as a page.
+    drafts: Callable[[Site, str, Facts], Sequence[str]] | None = None
     base: str = "/"  # the address of the site itself, which absolute links begin with
     static: tuple[str, ...] = ()  # folders whose files are served from "/", relative to the repository
     # Files of the content root are served beside the pages: all but these suffixes; None: no file is.

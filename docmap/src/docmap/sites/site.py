@@ -104,6 +104,16 @@ class Site:
                 pages.setdefault(address, []).append(page)
         return pages
 
+    def _start_of(self, source: str) -> str | None:
+        """The address from which the relative links of a document start, None for what is no page."""
+        return next(iter(self.addresses.get(source) or self._addresses_of_draft(source)), None)
+
+    def _addresses_of_draft(self, path: str) -> Sequence[str]:
+        if self.rules.drafts is None or path not in self.addresses:
+            return ()
+        facts = self.facts(path)
+        return () if facts is None else self.rules.drafts(self, path, facts)
+
     def address_of(self, path: str, source: str) -> str:
         """The address that a path in the page `source` stands for, normalised, without the site's base."""
         if path.startswith("/"):
@@ -111,7 +121,7 @@ class Site:
             if base and (path == base or path.startswith(base + "/")):
                 path = path[len(base) :] or "/"
         else:
-            start = next(iter(self.addresses.get(source, ())), None)
+            start = self._start_of(source)
             start = start if start is not None else "/" + (self.within(source, self.content) or source)
             path = (start.rpartition("/")[0] + "/" + path) if path else start
         return self.normalised_address(path)
@@ -170,9 +180,9 @@ class Site:
         return any(effect.includes is not None for effect in self.rules.effects.values())
 
     def sources_of(self, path: str) -> tuple[str, ...]:
-        """The pages in which a reader meets the text of a document: its own, or those that include it; () for a
-        document that the site shows nowhere."""
-        if self.addresses.get(path):
+        """The pages in which a reader meets the text of a document: its own, be it a draft, or those that include it;
+        () for a document that the site shows nowhere."""
+        if self.addresses.get(path) or self._addresses_of_draft(path):
             return (path,)
         pages = tuple(self.includers.get(path, ()))
         return (*pages, path) if pages and self.rules.partials_keep_paths else pages
@@ -266,7 +276,7 @@ class Site:
 
     def climbs_out(self, path: str, source: str) -> bool:
         """Whether a relative path leads above the site's own address, where other sites of its host may be."""
-        start = next(iter(self.addresses.get(source, ())), None)
+        start = self._start_of(source)
         if start is None or path.startswith("/"):
             return False
         depth = start.count("/") - 1

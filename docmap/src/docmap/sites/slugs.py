@@ -55,18 +55,19 @@ def kramdown(text: str) -> str:
     return re.sub(r"[^a-zA-Z0-9 -]", "", kept).replace(" ", "-").lower() or "section"
 
 
-def python_markdown(text: str) -> str:
-    """Python-Markdown's toc: accents and other scripts go, runs of spaces and "-" become one "-"."""
-    return _python_markdown(_ascii(text))
+def python_markdown(text: str, separator: str = "-") -> str:
+    """Python-Markdown's toc: accents and other scripts go, runs of spaces and separators become one separator."""
+    return _python_markdown(_ascii(text), separator)
 
 
-def python_markdown_unicode(text: str) -> str:
+def python_markdown_unicode(text: str, separator: str = "-") -> str:
     """Python-Markdown's `slugify_unicode`: letters of all scripts, as `re` counts them."""
-    return _python_markdown(unicodedata.normalize("NFKC", text))
+    return _python_markdown(unicodedata.normalize("NFKC", text), separator)
 
 
-def _python_markdown(text: str) -> str:
-    return re.sub(r"[-\s]+", "-", re.sub(r"[^\w\s-]", "", text).strip().lower())
+def _python_markdown(text: str, separator: str) -> str:
+    kept = re.sub(r"[^\w\s-]", "", text).strip().lower()
+    return re.sub(rf"[{re.escape(separator)}\s]+", lambda _: separator, kept)
 
 
 def pymdown(case: str = "", separator: str = "-") -> Callable[[str], str]:

@@ -35,10 +35,17 @@ _KNOWN = frozenset({"raw", "endraw", "end"})
 def _addresses(
     languages: frozenset[str], default: str, slugify: str, site: Site, page: str, facts: Facts
 ) -> Sequence[str]:
-    """The address of a page or section: by its own path, its slug, or its file; and its aliases."""
+    """The address of a page or section that is published: by its own path, its slug, or its file; and its aliases."""
     fields = facts.fields
     if fields.get("draft") is True or fields.get("render") is False:
         return ()
+    return _once_published(languages, default, slugify, site, page, facts)
+
+
+def _once_published(
+    languages: frozenset[str], default: str, slugify: str, site: Site, page: str, facts: Facts
+) -> Sequence[str]:
+    fields = facts.fields
     stem = posixpath.splitext(site.within(page, site.content) or page)[0]
     folder, name = posixpath.split(stem)
     base, _, language = name.rpartition(".")
@@ -76,7 +83,9 @@ def _internal(site: Site, link: Link, source: str) -> Resolution | None:
     if not link.path.startswith("@/"):
         return None
     place = posixpath.normpath(posixpath.join(site.content, link.path[2:]))
-    if place in site.repository.files and site.addresses.get(place, True):
+    # Drafts are built together or not at all, so that one may lead to another.
+    is_there = site.addresses.get(place, True) or not site.addresses.get(source)
+    if place in site.repository.files and is_there:
         return found(place) if site.repository.is_document(place) else found()
     if place not in site.repository.files:
         return site.nothing_at(link.path, source)
@@ -142,13 +151,14 @@ def make(repository: Repository, root: str) -> Site | None:
     languages = literals.table(config, "languages")
     static = ["static", posixpath.join("themes", literals.text(config, "theme", otherwise="-"), "static")]
     taxonomies = [literals.get(taxonomy, "name") for taxonomy in literals.entries(config, "taxonomies")]
+    settings = (
+        frozenset(languages),
+        literals.text(config, "default_language", otherwise="en"),
+        literals.text(slugify, "paths", otherwise="on"),
+    )
     rules = RULES.changed(
-        addresses=partial(
-            _addresses,
-            frozenset(languages),
-            literals.text(config, "default_language", otherwise="en"),
-            literals.text(slugify, "paths", otherwise="on"),
-        ),
+        addresses=partial(_addresses, *settings),
+        drafts=partial(_once_published, *settings),
         base=base_of(literals.text(config, "base_url")),
         static=tuple(posixpath.join(root, folder) for folder in static),
         slug=_SLUGS.get(anchors, slugs.zola),
