@@ -15,6 +15,10 @@ def site(name, files, page, links, front=""):
     return pytest.param(files, page, front, links, id=name)
 
 
+# What is mathematics between dollars, and what has prices.
+DOLLARS = {
+    "$f[x](y.md)$": OK, "$$\nf[x](y.md)\n$$": OK, "[a $x](y.md) z$": OK, "$5 and [x](y.md) $6": BROKEN, "$5 [x](y.md)$6": BROKEN,
+}  # fmt: skip
 BOOK = {
     "book.toml": '[output.html.redirect]\n"/old.html" = "guide/a.html"\n',
     "src/SUMMARY.md": "- [Intro](README.md)\n- [A](guide/a.md)\n- [B](guide/b.md)\n",
@@ -339,6 +343,35 @@ SITES = [
         "a $[[1,2]]$ b": OK, "$[[1]]$ $[[1]]$ [[1]]": BROKEN, "$$[[a]]$$": OK, "$$\n[[a]]\n$$": OK, "$5 [[none]] $6": BROKEN,
         "$ [[none]]$": BROKEN, "`$` [[none]] `$`": BROKEN, r"\$[[none]]$": BROKEN, "$5\n[[none]]$": BROKEN,
     }),
+    site("mathematics of a vault", VAULT, "en/page.md", {
+        "$f[x](y)$": OK, "$$\nf[x](y)\n$$": OK, "a $x$ [x](y)": BROKEN, "$5 and [x](y) $6": BROKEN, "[$x$](y)": BROKEN,
+        "[a $x](y) z$": OK, "$5 [x](y)$6": BROKEN, "$f[x](y)$ [x](y)": BROKEN, r"\$f[x](y)$": BROKEN, "![x](y) $2$ ![x](z)": BROKEN,
+    }),
+    *[
+        site(f"mathematics of {what}", files, page, {**DOLLARS, **more})
+        for what, files, page, more in [
+            ("the code host", {}, "page.md", {"$x[i][j]$ $x[^2]$ $![x](y)$": OK, "`$` [x](y) `$`": BROKEN}),
+            ("MkDocs", {"mkdocs.yml": "markdown_extensions: [pymdownx.arithmatex]\n"}, "docs/page.md",
+                {"\\\\(f[x](y.md)\\\\)": BROKEN, "\\(f[x](y.md)\\)": OK, "\\begin{align}\nf[x](y.md)\n\\end{align}": OK}),
+            ("MyST", {"conf.py": "extensions = ['myst_parser']\nmyst_enable_extensions = ['dollarmath', 'amsmath']\n"}, "page.md",
+                {"\\begin{equation*}\nf[x](y.md)\n\\end{equation*}": OK, "\\begin{equation}\n\nf[x](y.md)": BROKEN}),
+            ("Docusaurus", {"docusaurus.config.js": "import remarkMath from 'remark-math';\nexport default { presets: [['classic', {}]] }"},
+                "docs/page.md", {}),
+            ("VitePress", {".vitepress/config.js": "export default { markdown: { math: true } }"}, "page.md", {}),
+            ("Hugo", {"hugo.toml": "baseURL = ''\n[markup.goldmark.extensions.passthrough]\nenable = true\n"
+                "delimiters = { block = [['$$', '$$']], inline = [['$', '$'], ['\\(', '\\)']] }\n", "content/_index.md": ""},
+                "content/page.md", {"\\(f[x](y.md)\\)": OK}),
+        ]
+    ],
+    site("mathematics of mdBook", {**BOOK, "book.toml": "[output.html]\nmathjax-support = true\n", "src/SUMMARY.md": "- [a](page.md)\n"},
+        "src/page.md", {"$$f[x](y.md)$$": OK, "\\\\(f[x](y.md)\\\\)": OK, "$f[x](y.md)$": BROKEN, "\\(f[x](y.md)\\)": BROKEN}),
+    *[
+        site(f"no mathematics in {next(iter(files))}", files, page, {"$f[x](y.md)$ \\(f[x](y.md)\\)": BROKEN})
+        for files, page in [
+            (BOOK, "src/guide/b.md"), (MKDOCS, "docs/page.md"), (SPHINX, "docs/page.md"), (DOCUSAURUS, "docs/page.md"),
+            (VITEPRESS, "docs/page.md"), (HUGO, "content/page.md"),
+        ]
+    ],
     site("fields of notes", VAULT, "en/page.md", {
         'a: "[[Note one]]"': OK, "b: '[[none]]'": BROKEN, 'c: ["[[Nur hier]]", x]': BROKEN, "d: [[none]]": OK,
         'e: "see [[none]]"': OK, 'f:\n  - "[[Note one#nope]]"': BROKEN, '# "[[other]]"': OK, "---": OK,
@@ -400,7 +433,12 @@ eleventy.config.cjs vocs.config.ts .eleventy.js nuxt.config.ts next.config.mjs m
 _quarto.yml _bookdown.yml antora.yml myst.yml .gitbook.yaml retype.yml pelicanconf.py zensical.toml _sidebar.md
 _Sidebar.md _coverpage.md _navbar.md hugo.yaml hugo.yml hugo.json config/_default/hugo.toml config/_default/config.json
 """
-NO_SITE = {"code host", "wiki links without a vault", "a workflow named for a site"}
+NO_SITE = {
+    "code host",
+    "mathematics of the code host",
+    "wiki links without a vault",
+    "a workflow named for a site",
+}
 DEFINED = [
     *[case.values[0] for case in SITES if case.id not in NO_SITE],
     *[{path: WORDS, "content/a.md": ""} for path in OTHER_NAMES.split()],

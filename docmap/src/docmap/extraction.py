@@ -40,7 +40,7 @@ from docmap.front_matter import read_fields
 from docmap.ignored import ignored_spans
 from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.names import read_names
-from docmap.notes import targets
+from docmap.notes import Region, Target, read_regions
 from docmap.ranges import Ranges
 from docmap.reading import parse_bytes, sections_of
 from docmap.source import Source, text_of
@@ -109,12 +109,15 @@ class _Reader:
         self._read_front_matter(blocks.get("front_matter", ()))
         self._read_headings(blocks.get("heading", ()), sections)
         self._read_labels(blocks.get("definition", ()))
+        regions = list(read_regions(self._data, self._source.code))
         comments = self._read_html(blocks.get("html", ()))
-        comments += self._read_runs(blocks.get("inline", ()))
+        comments += self._read_runs(
+            blocks.get("inline", ()), [one for one in regions if isinstance(one, Region)]
+        )
         self._read_spans(comments, root)
         self._read_links(references, blocks.get("definition", ()), comments)
         del references
-        self._mark_links_inside()
+        self._mark_links_inside([one for one in regions if isinstance(one, Target)])
         self._read_properties()
         self._read_constructs(blocks.get("fence", ()))
         read_names(self._source, self._facts)
@@ -220,9 +223,11 @@ class _Reader:
         if not element.name.islower() or "-" in element.name or "." in element.name:
             self._facts.constructs.append(Construct(line, COMPONENT, element.name, element.written))
 
-    def _read_runs(self, nodes: Iterable[Node]) -> list[tuple[int, int]]:
+    def _read_runs(self, nodes: Iterable[Node], regions: list[Region]) -> list[tuple[int, int]]:
         """Read the runs of inline Markdown that hold more than the engine reports; returns comments."""
         comments: list[tuple[int, int]] = []
+        ranges = Ranges(((region.begin, region.end) for region in regions), joined=False)
+        kinds = {(region.begin, region.end): region.kind for region in regions}
         signs = _INLINE_SIGN.finditer(self._data)
         sign = next(signs, None)
         for node in nodes:
@@ -234,7 +239,9 @@ class _Reader:
             if sign.start() >= end:
                 continue
             found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes)
-            self._facts.links.extend(link for _, link in found.links)
+            for position, link in found.links:
+                around = ranges.around(position)
+                self._facts.links.append(link if around is None else link._replace(inside=kinds[around]))
             for element in found.elements:
                 self._add_element(element)
             # The grammar takes most headings of HTML for paragraphs.
@@ -287,10 +294,10 @@ class _Reader:
                 by_line.setdefault(line, []).append(unquote(text))
         return {line: _LineText("\n".join(texts)) for line, texts in by_line.items()}
 
-    def _mark_links_inside(self) -> None:
+    def _mark_links_inside(self, targets: Iterable[Target]) -> None:
         """Say of each link what it stands inside of; the engine reports its line alone."""
         inside: dict[tuple[int, bool, str, str | None], str | None] = {}
-        for target in targets(self._data, self._source.code):
+        for target in targets:
             line = self._line_of(target.position)
             link = link_of(WIKI if target.is_wiki else LINK, line, text_of(target.written))
             if link is not None:
@@ -299,7 +306,9 @@ class _Reader:
         if any(inside.values()):
             self._facts.links = [
                 link._replace(
-                    inside=inside.get((link.line, link.form in {WIKI, EMBED}, link.path, link.anchor))
+                    inside=inside.get(
+                        (link.line, link.form in {WIKI, EMBED}, link.path, link.anchor), link.inside
+                    )
                 )
                 for link in self._facts.links
             ]

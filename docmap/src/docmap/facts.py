@@ -38,7 +38,7 @@ class Link(NamedTuple):
     `path` and `anchor` are percent-decoded and without escapes, character references and query; `path` is ""
     for a link within the document; `anchor` is None without "#". A template's `path` is its whole destination,
     a label's or footnote's `path` is the label. `written` is the target as the document has it. `inside`:
-    NOTE_COMMENT, MATHEMATICS or FRONT_MATTER for a link that stands nowhere on its line but in these.
+    NOTE_COMMENT, FRONT_MATTER or a kind of mathematics for a link that stands nowhere on its line but in this.
     """
 
     line: int
@@ -97,8 +97,13 @@ class Construct(NamedTuple):
 MDX_COMMENT: Final = "{/*"  # to */}
 NOTE_COMMENT: Final = "%%"  # to the next %%
 LINE_COMMENT: Final = "%"  # at the begin of a line, to its end
-# What note programs take for formulas: $x$ and $$x$$.
-MATHEMATICS: Final = "$"
+# What programs take for formulas.
+MATHEMATICS: Final = "$"  # $x$
+DISPLAYED: Final = "$$"  # $$x$$
+BRACKETED: Final = "\\("  # \(x\) and \[x\]
+DOUBLY_BRACKETED: Final = "\\\\("  # \\(x\\) and \\[x\\]
+ENVIRONMENT: Final = "\\begin"  # \begin{x} to \end{x}
+DOLLARS: Final = frozenset({MATHEMATICS, DISPLAYED})
 # Fields of front matter, which some note programs follow.
 FRONT_MATTER: Final = "---"
 

@@ -5,7 +5,7 @@ from __future__ import annotations
 import re
 from collections.abc import Iterator
 
-from docmap.facts import EMBED, WIKI, Link
+from docmap.facts import DOLLARS, EMBED, FRONT_MATTER, WIKI, Link
 from docmap.repository import Repository
 from docmap.sites import slugs
 from docmap.sites.resolution import Resolution, found
@@ -46,6 +46,7 @@ RULES = Rules(
     slug=slugs.github,
     html_headings=True,
     compare=_as_compared,
+    literal=frozenset({"comment", FRONT_MATTER, *DOLLARS}),
     case_doubt="GitHub's script finds it in any letter case; other hosts do not",
     # Lines of the source, and what the host itself marks.
     always=r"|top|:~:.*|L\d+(?:C\d+)?(?:-L?\d+(?:C\d+)?)?|readme|readme-ov-file|(?:user-content-)?fn(?:ref)?-.*",

@@ -9,7 +9,18 @@ from dataclasses import replace
 from functools import partial
 from typing import Any
 
-from docmap.facts import HREF, IMAGE, LINK, LIQUID, SRC, TEMPLATE, Construct, Link
+from docmap.facts import (
+    DISPLAYED,
+    FRONT_MATTER,
+    HREF,
+    IMAGE,
+    LINK,
+    LIQUID,
+    SRC,
+    TEMPLATE,
+    Construct,
+    Link,
+)
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
@@ -188,6 +199,7 @@ RULES = Rules(
     custom_id=r"\{:?[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
     named=("attribute_ids",),
     always=r"|top|:~:.*|fn(?:ref)?:.*|markdown-toc.*",
+    literal=frozenset({"comment", FRONT_MATTER, DISPLAYED}),
     parts=r"_(?:includes|layouts|data|sass|plugins)/",
     effects={
         f"{LIQUID}:include_relative": Effect(includes=_included, anchors="included in line {line}?"),

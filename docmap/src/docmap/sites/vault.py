@@ -6,7 +6,7 @@ import posixpath
 import re
 from collections.abc import Iterable, Iterator
 
-from docmap.facts import EMBED, FRONT_MATTER, IMAGE, MATHEMATICS, NOTE_COMMENT, SRC, WIKI, Facts, Link
+from docmap.facts import DOLLARS, EMBED, FRONT_MATTER, IMAGE, NOTE_COMMENT, SRC, WIKI, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.resolution import Resolution, doubtful, found, made_perhaps
@@ -134,7 +134,7 @@ RULES = Rules(
     compare=slugs.vault,
     named=("block_ids",),
     more_anchors=_slugs,
-    literal=frozenset({"comment", NOTE_COMMENT, MATHEMATICS, FRONT_MATTER}),
+    literal=frozenset({"comment", NOTE_COMMENT, *DOLLARS, FRONT_MATTER}),
 )
 
 
