@@ -19,6 +19,19 @@ def site(name, files, page, links, front=""):
 DOLLARS = {
     "$f[x](y.md)$": OK, "$$\nf[x](y.md)\n$$": OK, "[a $x](y.md) z$": OK, "$5 and [x](y.md) $6": BROKEN, "$5 [x](y.md)$6": BROKEN,
 }  # fmt: skip
+# Markdown where CommonMark has HTML and code, and dead links in it.
+JSX = {
+    "<Tabs>\n## In aside\n</Tabs>": OK, "[x](#in-aside)": OK,
+    "<Tabs>\n  <TabItem value='x'>\n    ## In tab\n\n    text\n  </TabItem>\n</Tabs>": OK, "[x](#in-tab)": OK,
+    "<details>\n<summary>x</summary>\n### In `<a>`\n</details>": OK, "[x](#in-a)": OK, "[x](#in-none)": BROKEN,
+    "<pre>\n[x](/none/)\n</pre>": OK, "<div>\n<!-- [x](/none/) -->\n{`\n[x](/none/)\n`}\n`[x](/none/)`\n</div>": OK,
+    "<div>\n```\n[x](/none/)\n```\n</div>": OK,
+}  # fmt: skip
+TAGGED = [
+    "<div>\n[g](/none/)\n</div>",
+    "    [g](/none/)",
+    "<Tabs>\n  <div\n    id='x'>\n    [x][none]\n  </div>\n</Tabs>",
+]
 BOOK = {
     "book.toml": '[output.html.redirect]\n"/old.html" = "guide/a.html"\n',
     "src/SUMMARY.md": "- [Intro](README.md)\n- [A](guide/a.md)\n- [B](guide/b.md)\n",
@@ -372,6 +385,18 @@ SITES = [
             (VITEPRESS, "docs/page.md"), (HUGO, "content/page.md"),
         ]
     ],
+    *[
+        site(f"Markdown between tags of {page}", files, page, {**JSX, **dict.fromkeys(TAGGED, degree)})
+        for files, page, degree in [
+            (DOCUSAURUS, "docs/page.mdx", BROKEN), (DOCUSAURUS, "docs/page.md", BROKEN), (STARLIGHT, "src/content/docs/page.mdx", BROKEN),
+        ]
+    ],
+    site("no Markdown between tags", STARLIGHT, "src/content/docs/page.md", {
+        "<div>\n## In div\n[g](/none/)\n</div>": OK, "    [g](/none/)": OK, "[x](#in-div)": BROKEN,
+    }),
+    site("no Markdown between tags where the format is set", {
+        **DOCUSAURUS, "site/docusaurus.config.js": "export default { markdown: { format: 'detect' }, presets: [['classic', {}]] }",
+        }, "site/docs/page.md", {"<div>\n[g](none.md)\n</div>": OK, "[g](none.md)": BROKEN}),
     site("fields of notes", VAULT, "en/page.md", {
         'a: "[[Note one]]"': OK, "b: '[[none]]'": BROKEN, 'c: ["[[Nur hier]]", x]': BROKEN, "d: [[none]]": OK,
         'e: "see [[none]]"': OK, 'f:\n  - "[[Note one#nope]]"': BROKEN, '# "[[other]]"': OK, "---": OK,

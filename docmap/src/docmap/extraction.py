@@ -14,7 +14,7 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
 from tree_sitter import Node
 
-from docmap.bodies import dedented, directive_of, find_bodies
+from docmap.bodies import dedented, directive_of, find_bodies, find_jsx_bodies
 from docmap.constructs import comment_spans, find_constructs, literal_spans
 from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (
@@ -121,7 +121,7 @@ class _Reader:
         self._read_properties()
         self._read_constructs(blocks.get("fence", ()))
         read_names(self._source, self._facts)
-        self._read_bodies(blocks.get("fence", ()))
+        self._read_bodies(blocks.get("fence", ()), [*blocks.get("html", ()), *blocks.get("code", ())])
         # The nodes and references of a long document take more memory than what follows should add to.
         del blocks, root
         # The engine reports each link of a line once; so do we.
@@ -353,14 +353,19 @@ class _Reader:
             hidden = lines_of(self._facts.spans, {"comment"})
             self._facts.links.extend(link for link in found if link.line not in hidden)
 
-    def _read_bodies(self, fences: Iterable[Node]) -> None:
+    def _read_bodies(self, fences: Iterable[Node], others: Iterable[Node]) -> None:
         if self._depth >= _DEEPEST_BODY:
             return
         for kind, name, begin, end in find_bodies(self._source, fences):
-            text = dedented(text_of(self._data[begin:end]))
-            if text is not None:
-                facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
-                self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
+            self._read_body(kind, name, begin, self._data[begin:end])
+        for begin, data in find_jsx_bodies(self._source, others):
+            self._read_body("jsx", "", begin, data)
+
+    def _read_body(self, kind: str, name: str, begin: int, data: bytes) -> None:
+        text = dedented(text_of(data))
+        if text is not None:
+            facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
+            self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
 
 
 class _LineText:

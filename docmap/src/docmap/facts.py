@@ -138,8 +138,8 @@ class Section(NamedTuple):
 class Body(NamedTuple):
     """Text that is a document of its own to some sites and code to others.
 
-    `kind` "fence": the body of ```{name}; "admonition": what is indented below `!!!`, `???` or `===`. Line n of
-    `facts` is line `first` + n - 1 of the document.
+    `kind` "fence": the body of ```{name}; "admonition": what is indented below `!!!`, `???` or `===`; "jsx": a block of
+    HTML or of indented code, where MDX is read. Line n of `facts` is line `first` + n - 1 of the document.
     """
 
     first: int

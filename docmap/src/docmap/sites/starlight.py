@@ -108,6 +108,7 @@ RULES = Rules(
     partials_keep_paths=True,
     slug=slugs.github,
     always=r"|top|:~:.*|_top|starlight__.*|user-content-fn.*",
+    bodies_by_suffix={".mdx": ("jsx",)},
     literal=frozenset({"comment", MDX_COMMENT}),
 )
 
