@@ -397,6 +397,20 @@ SITES = [
     site("no Markdown between tags where the format is set", {
         **DOCUSAURUS, "site/docusaurus.config.js": "export default { markdown: { format: 'detect' }, presets: [['classic', {}]] }",
         }, "site/docs/page.md", {"<div>\n[g](none.md)\n</div>": OK, "[g](none.md)": BROKEN}),
+    *[
+        site(f"spaces in a heading, {page}", {**files, page.replace("page.", "b."): "# Step 1:  Do `a  b` *it*  [x](/)\n"}, page, {
+            f"[x]({link}#step-1--do-a--b-it--x)": OK, f"[x]({link}#step-1--do-a-b-it--x)": BROKEN,
+        })
+        for files, page, link in [
+            ({"README.md": ""}, "docs/page.md", "b.md"), (BOOK, "src/guide/page.md", "b.md"), (DOCUSAURUS, "docs/page.md", "b.md"),
+            (JEKYLL, "page.md", "b.md"), (STARLIGHT, "src/content/docs/page.md", "/b/"), (SPHINX, "docs/page.md", "b.md"),
+        ]
+    ],
+    site("headings with images", {"a.md": "## ![img](i.png) Pic\n\n## <img src='i.png'> Pic\n\n## Table <!-- omit in toc -->\n\n"
+        "## [![a][b]](c)  D\n\n## In `<a>` <b>x</b>\n\n[b]: i.png\n[](c)\n", "i.png": "", "c": ""}, "page.md", {
+        "[x](a.md#-pic)": OK, "[x](a.md#-pic-1)": OK, "[x](a.md#-pic-2)": BROKEN, "[x](a.md#table-)": OK, "[x](a.md#table)": OK,
+        "[x](a.md#--d)": OK, "[x](a.md#---d)": BROKEN, "[x](a.md#in-a-x)": OK, "[x](a.md#in--x)": BROKEN,
+    }),
     site("fields of notes", VAULT, "en/page.md", {
         'a: "[[Note one]]"': OK, "b: '[[none]]'": BROKEN, 'c: ["[[Nur hier]]", x]': BROKEN, "d: [[none]]": OK,
         'e: "see [[none]]"': OK, 'f:\n  - "[[Note one#nope]]"': BROKEN, '# "[[other]]"': OK, "---": OK,
@@ -459,6 +473,8 @@ _quarto.yml _bookdown.yml antora.yml myst.yml .gitbook.yaml retype.yml pelicanco
 _Sidebar.md _coverpage.md _navbar.md hugo.yaml hugo.yml hugo.json config/_default/hugo.toml config/_default/config.json
 """
 NO_SITE = {
+    "headings with images",
+    "spaces in a heading, docs/page.md",
     "code host",
     "mathematics of the code host",
     "wiki links without a vault",

@@ -37,6 +37,7 @@ from docmap.facts import (
     lines_of,
 )
 from docmap.front_matter import read_fields
+from docmap.headings import holds_image, texts_of_headings, with_spaces, without_images
 from docmap.ignored import ignored_spans
 from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.names import read_names
@@ -159,6 +160,19 @@ class _Reader:
                 line = node.start_point[0] + 1
                 text = html.unescape(names.get(line, ""))
                 self._facts.headings.append(Heading(line, _level(node), text, self._raw(node), nested=True))
+        self._read_exact_texts()
+
+    def _read_exact_texts(self) -> None:
+        """Read the texts of headings in which more than single spaces stand, which the outline does not keep."""
+        headings = self._facts.headings
+        spaced = texts_of_headings({n: with_spaces(h.raw) for n, h in enumerate(headings) if "  " in h.raw})
+        for number, text in spaced.items():
+            # Where a mark has broken a link, the outline's name stands.
+            if text.split() == headings[number].text.split():
+                headings[number] = headings[number]._replace(spaced=text)
+        sources = {n: without_images(h.raw) for n, h in enumerate(headings) if holds_image(h.raw)}
+        for number, text in texts_of_headings(sources).items():
+            headings[number] = headings[number]._replace(bare=text)
 
     def _raw(self, node: Node) -> str:
         for child in node.children:

@@ -53,7 +53,8 @@ class Heading(NamedTuple):
     """A heading of the page: `text` as a reader sees it, `raw` as inline Markdown (or HTML, for `html`).
 
     `nested`: in a block quote or list item, so no section of the outline. `html`: an <h1> to <h6> element;
-    `own_id` is its id attribute, or None.
+    `own_id` is its id attribute, or None. `spaced`: the text with all spaces between its words, and `bare` the same
+    with nothing for images, tags and comments, so that spaces beside these stay; "" where that is `text`.
     """
 
     line: int
@@ -63,6 +64,8 @@ class Heading(NamedTuple):
     nested: bool = False
     html: bool = False
     own_id: str | None = None
+    spaced: str = ""
+    bare: str = ""
 
 
 class Named(NamedTuple):

@@ -110,7 +110,7 @@ def _distance(page: str, source: str) -> tuple[int, str]:
 def _slugs(site: Site, page: str, facts: Facts) -> Iterable[str]:
     """Markdown links to headings are also written as code hosts do."""
     for heading in facts.headings:
-        yield slugs.github(heading.text)
+        yield slugs.github(heading.spaced or heading.text)
         # Note programs keep the source of a heading: "See [x](y)" is "See x y".
         yield heading.raw
 
