@@ -356,8 +356,9 @@ SITES = [
         "a $[[1,2]]$ b": OK, "$[[1]]$ $[[1]]$ [[1]]": BROKEN, "$$[[a]]$$": OK, "$$\n[[a]]\n$$": OK, "$5 [[none]] $6": BROKEN,
         "$ [[none]]$": BROKEN, "`$` [[none]] `$`": BROKEN, r"\$[[none]]$": BROKEN, "$5\n[[none]]$": BROKEN,
     }),
-    site("mathematics of a vault", VAULT, "en/page.md", {
+    site("mathematics and templates of a vault", VAULT, "en/page.md", {
         "$f[x](y)$": OK, "$$\nf[x](y)\n$$": OK, "a $x$ [x](y)": BROKEN, "$5 and [x](y) $6": BROKEN, "[$x$](y)": BROKEN,
+        "[x](<% y %>) ![x](<% y %>)": DOUBTFUL, "[x](<%- y _%>)": DOUBTFUL, "[x](<y %>)": BROKEN,
         "[a $x](y) z$": OK, "$5 [x](y)$6": BROKEN, "$f[x](y)$ [x](y)": BROKEN, r"\$f[x](y)$": BROKEN, "![x](y) $2$ ![x](z)": BROKEN,
     }),
     *[
@@ -410,6 +411,10 @@ SITES = [
         "## [![a][b]](c)  D\n\n## In `<a>` <b>x</b>\n\n[b]: i.png\n[](c)\n", "i.png": "", "c": ""}, "page.md", {
         "[x](a.md#-pic)": OK, "[x](a.md#-pic-1)": OK, "[x](a.md#-pic-2)": BROKEN, "[x](a.md#table-)": OK, "[x](a.md#table)": OK,
         "[x](a.md#--d)": OK, "[x](a.md#---d)": BROKEN, "[x](a.md#in-a-x)": OK, "[x](a.md#in--x)": BROKEN,
+    }),
+    site("labels of equations", {"conf.py": "extensions = ['myst_parser']\nmyst_enable_extensions = ['dollarmath']\n"}, "page.md", {
+        "$$ y $$ (eq1)": OK, "$$\nz\n$$ (eq2)": OK, "```{math}\n:label: eq3\nx\n```": OK, "`$$ y $$ (eq4) `\n\n    $$ y $$ (eq5)": OK,
+        "[](#eq1)": OK, "[](#eq2)": OK, "[](#eq3)": OK, "[](#eq5)": BROKEN, "[](#none)": BROKEN,
     }),
     site("fields of notes", VAULT, "en/page.md", {
         'a: "[[Note one]]"': OK, "b: '[[none]]'": BROKEN, 'c: ["[[Nur hier]]", x]': BROKEN, "d: [[none]]": OK,

@@ -128,7 +128,8 @@ RULES = Rules(
         EMBED: NAMES,
     },
     wiki_links=True,
-    filled_in={r"<%|\{\{": "filled in by a template"},
+    # Brackets of a destination are no part of it: `<% x %>` is one, too.
+    filled_in={r"<%|\{\{|\A%.*%\Z": "filled in by a template"},
     slug=lambda text: text,
     repeats=lambda anchor, given: anchor,
     compare=slugs.vault,
