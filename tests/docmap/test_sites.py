@@ -15,6 +15,23 @@ def site(name, files, page, links, front=""):
     return pytest.param(files, page, front, links, id=name)
 
 
+# What is mathematics between dollars, and what has prices.
+DOLLARS = {
+    "$f[x](y.md)$": OK, "$$\nf[x](y.md)\n$$": OK, "[a $x](y.md) z$": OK, "$5 and [x](y.md) $6": BROKEN, "$5 [x](y.md)$6": BROKEN,
+}  # fmt: skip
+# Markdown where CommonMark has HTML and code, and dead links in it.
+JSX = {
+    "<Tabs>\n## In aside\n</Tabs>": OK, "[x](#in-aside)": OK,
+    "<Tabs>\n  <TabItem value='x'>\n    ## In tab\n\n    text\n  </TabItem>\n</Tabs>": OK, "[x](#in-tab)": OK,
+    "<details>\n<summary>x</summary>\n### In `<a>`\n</details>": OK, "[x](#in-a)": OK, "[x](#in-none)": BROKEN,
+    "<pre>\n[x](/none/)\n</pre>": OK, "<div>\n<!-- [x](/none/) -->\n{`\n[x](/none/)\n`}\n`[x](/none/)`\n</div>": OK,
+    "<div>\n```\n[x](/none/)\n```\n</div>": OK,
+}  # fmt: skip
+TAGGED = [
+    "<div>\n[g](/none/)\n</div>",
+    "    [g](/none/)",
+    "<Tabs>\n  <div\n    id='x'>\n    [x][none]\n  </div>\n</Tabs>",
+]
 BOOK = {
     "book.toml": '[output.html.redirect]\n"/old.html" = "guide/a.html"\n',
     "src/SUMMARY.md": "- [Intro](README.md)\n- [A](guide/a.md)\n- [B](guide/b.md)\n",
@@ -382,6 +399,66 @@ SITES = [
         "a $[[1,2]]$ b": OK, "$[[1]]$ $[[1]]$ [[1]]": BROKEN, "$$[[a]]$$": OK, "$$\n[[a]]\n$$": OK, "$5 [[none]] $6": BROKEN,
         "$ [[none]]$": BROKEN, "`$` [[none]] `$`": BROKEN, r"\$[[none]]$": BROKEN, "$5\n[[none]]$": BROKEN,
     }),
+    site("mathematics and templates of a vault", VAULT, "en/page.md", {
+        "$f[x](y)$": OK, "$$\nf[x](y)\n$$": OK, "a $x$ [x](y)": BROKEN, "$5 and [x](y) $6": BROKEN, "[$x$](y)": BROKEN,
+        "[x](<% y %>) ![x](<% y %>)": DOUBTFUL, "[x](<%- y _%>)": DOUBTFUL, "[x](<y %>)": BROKEN,
+        "[a $x](y) z$": OK, "$5 [x](y)$6": BROKEN, "$f[x](y)$ [x](y)": BROKEN, r"\$f[x](y)$": BROKEN, "![x](y) $2$ ![x](z)": BROKEN,
+    }),
+    *[
+        site(f"mathematics of {what}", files, page, {**DOLLARS, **more})
+        for what, files, page, more in [
+            ("the code host", {}, "page.md", {"$x[i][j]$ $x[^2]$ $![x](y)$": OK, "`$` [x](y) `$`": BROKEN}),
+            ("MkDocs", {"mkdocs.yml": "markdown_extensions: [pymdownx.arithmatex]\n"}, "docs/page.md",
+                {"\\\\(f[x](y.md)\\\\)": BROKEN, "\\(f[x](y.md)\\)": OK, "\\begin{align}\nf[x](y.md)\n\\end{align}": OK}),
+            ("MyST", {"conf.py": "extensions = ['myst_parser']\nmyst_enable_extensions = ['dollarmath', 'amsmath']\n"}, "page.md",
+                {"\\begin{equation*}\nf[x](y.md)\n\\end{equation*}": OK, "\\begin{equation}\n\nf[x](y.md)": BROKEN}),
+            ("Docusaurus", {"docusaurus.config.js": "import remarkMath from 'remark-math';\nexport default { presets: [['classic', {}]] }"},
+                "docs/page.md", {}),
+            ("VitePress", {".vitepress/config.js": "export default { markdown: { math: true } }"}, "page.md", {}),
+            ("Hugo", {"hugo.toml": "baseURL = ''\n[markup.goldmark.extensions.passthrough]\nenable = true\n"
+                "delimiters = { block = [['$$', '$$']], inline = [['$', '$'], ['\\(', '\\)']] }\n", "content/_index.md": ""},
+                "content/page.md", {"\\(f[x](y.md)\\)": OK}),
+        ]
+    ],
+    site("mathematics of mdBook", {**BOOK, "book.toml": "[output.html]\nmathjax-support = true\n", "src/SUMMARY.md": "- [a](page.md)\n"},
+        "src/page.md", {"$$f[x](y.md)$$": OK, "\\\\(f[x](y.md)\\\\)": OK, "$f[x](y.md)$": BROKEN, "\\(f[x](y.md)\\)": BROKEN}),
+    *[
+        site(f"no mathematics in {next(iter(files))}", files, page, {"$f[x](y.md)$ \\(f[x](y.md)\\)": BROKEN})
+        for files, page in [
+            (BOOK, "src/guide/b.md"), (MKDOCS, "docs/page.md"), (SPHINX, "docs/page.md"), (DOCUSAURUS, "docs/page.md"),
+            (VITEPRESS, "docs/page.md"), (HUGO, "content/page.md"),
+        ]
+    ],
+    *[
+        site(f"Markdown between tags of {page}", files, page, {**JSX, **dict.fromkeys(TAGGED, degree)})
+        for files, page, degree in [
+            (DOCUSAURUS, "docs/page.mdx", BROKEN), (DOCUSAURUS, "docs/page.md", BROKEN), (STARLIGHT, "src/content/docs/page.mdx", BROKEN),
+        ]
+    ],
+    site("no Markdown between tags", STARLIGHT, "src/content/docs/page.md", {
+        "<div>\n## In div\n[g](/none/)\n</div>": OK, "    [g](/none/)": OK, "[x](#in-div)": BROKEN,
+    }),
+    site("no Markdown between tags where the format is set", {
+        **DOCUSAURUS, "site/docusaurus.config.js": "export default { markdown: { format: 'detect' }, presets: [['classic', {}]] }",
+        }, "site/docs/page.md", {"<div>\n[g](none.md)\n</div>": OK, "[g](none.md)": BROKEN}),
+    *[
+        site(f"spaces in a heading, {page}", {**files, page.replace("page.", "b."): "# Step 1:  Do `a  b` *it*  [x](/)\n"}, page, {
+            f"[x]({link}#step-1--do-a--b-it--x)": OK, f"[x]({link}#step-1--do-a-b-it--x)": BROKEN,
+        })
+        for files, page, link in [
+            ({"README.md": ""}, "docs/page.md", "b.md"), (BOOK, "src/guide/page.md", "b.md"), (DOCUSAURUS, "docs/page.md", "b.md"),
+            (JEKYLL, "page.md", "b.md"), (STARLIGHT, "src/content/docs/page.md", "/b/"), (SPHINX, "docs/page.md", "b.md"),
+        ]
+    ],
+    site("headings with images", {"a.md": "## ![img](i.png) Pic\n\n## <img src='i.png'> Pic\n\n## Table <!-- omit in toc -->\n\n"
+        "## [![a][b]](c)  D\n\n## In `<a>` <b>x</b>\n\n[b]: i.png\n[](c)\n", "i.png": "", "c": ""}, "page.md", {
+        "[x](a.md#-pic)": OK, "[x](a.md#-pic-1)": OK, "[x](a.md#-pic-2)": BROKEN, "[x](a.md#table-)": OK, "[x](a.md#table)": OK,
+        "[x](a.md#--d)": OK, "[x](a.md#---d)": BROKEN, "[x](a.md#in-a-x)": OK, "[x](a.md#in--x)": BROKEN,
+    }),
+    site("labels of equations", {"conf.py": "extensions = ['myst_parser']\nmyst_enable_extensions = ['dollarmath']\n"}, "page.md", {
+        "$$ y $$ (eq1)": OK, "$$\nz\n$$ (eq2)": OK, "```{math}\n:label: eq3\nx\n```": OK, "`$$ y $$ (eq4) `\n\n    $$ y $$ (eq5)": OK,
+        "[](#eq1)": OK, "[](#eq2)": OK, "[](#eq3)": OK, "[](#eq5)": BROKEN, "[](#none)": BROKEN,
+    }),
     site("fields of notes", VAULT, "en/page.md", {
         'a: "[[Note one]]"': OK, "b: '[[none]]'": BROKEN, 'c: ["[[Nur hier]]", x]': BROKEN, "d: [[none]]": OK,
         'e: "see [[none]]"': OK, 'f:\n  - "[[Note one#nope]]"': BROKEN, '# "[[other]]"': OK, "---": OK,
@@ -443,7 +520,14 @@ eleventy.config.cjs vocs.config.ts .eleventy.js nuxt.config.ts next.config.mjs m
 _quarto.yml _bookdown.yml antora.yml myst.yml .gitbook.yaml retype.yml pelicanconf.py zensical.toml _sidebar.md
 _Sidebar.md _coverpage.md _navbar.md hugo.yaml hugo.yml hugo.json config/_default/hugo.toml config/_default/config.json
 """
-NO_SITE = {"code host", "wiki links without a vault", "a workflow named for a site"}
+NO_SITE = {
+    "headings with images",
+    "spaces in a heading, docs/page.md",
+    "code host",
+    "mathematics of the code host",
+    "wiki links without a vault",
+    "a workflow named for a site",
+}
 DEFINED = [
     *[case.values[0] for case in SITES if case.id not in NO_SITE],
     *[{path: WORDS, "content/a.md": ""} for path in OTHER_NAMES.split()],

@@ -1,4 +1,7 @@
-"""Finds what is Markdown to some sites though the grammar calls it code: the bodies of directives and admonitions."""
+"""Finds what is Markdown to some sites though the grammar calls it code or HTML.
+
+These are the bodies of directives and admonitions, and, where MDX is read, what stands between tags or is indented.
+"""
 
 from __future__ import annotations
 
@@ -8,6 +11,7 @@ from typing import NamedTuple
 
 from tree_sitter import Node
 
+from docmap.inline import TAG
 from docmap.source import Source, text_of
 
 # What site generators indent: an admonition or tab; a definition or footnote after its first line.
@@ -53,6 +57,15 @@ _CODE_DIRECTIVES = frozenset(
         "bash",
     ]
 )
+
+# Tags at the begin of a line, comments, and program text: not what MDX takes for Markdown.
+_NO_MARKDOWN = re.compile(
+    rb"^[ \t]*(?:" + TAG.pattern + rb"[ \t]*)+|<!--.*?(?:-->|\Z)|\{\s*`[^`]*`\s*\}", re.MULTILINE | re.DOTALL
+)
+# Elements whose content is no Markdown even there, and what is no element.
+_NO_CONTENT = re.compile(rb"[ \t]*<(?:[!?]|(?:script|style|pre|textarea)\b)", re.IGNORECASE)
+# Without one of these there is neither a heading nor a link.
+_HAS_MARKDOWN = re.compile(rb"^[ \t]*#{1,6}[ \t]|\]\(|\]\[", re.MULTILINE)
 
 
 class Directive(NamedTuple):
@@ -100,6 +113,18 @@ def find_bodies(
             if kind == "admonition" or _BEGINS_BLOCK.search(source.data, first - 1, after):
                 end = after
                 yield kind, "", first, end
+
+
+def find_jsx_bodies(source: Source, nodes: Iterable[Node]) -> Iterator[tuple[int, bytes]]:
+    """What MDX takes for Markdown in blocks of HTML and of indented code: where each begins, and its text, whose lines
+    are those of the block."""
+    for node in nodes:
+        begin = source.begin_of(node.start_point[0]) if node.type != "html_block" else node.start_byte
+        data = source.data[begin : node.end_byte]
+        if _HAS_MARKDOWN.search(data) and not _NO_CONTENT.match(data):
+            text = _NO_MARKDOWN.sub(lambda match: b"\n" * match[0].count(b"\n"), data)
+            if _HAS_MARKDOWN.search(text):
+                yield begin, text
 
 
 def _end_of_indented(data: bytes, begin: int, indent: int) -> int:

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import html
 import re
-from collections.abc import Iterable, Iterator
+from collections.abc import Collection, Iterable, Iterator
 from itertools import chain
 from types import SimpleNamespace
 from typing import Any, cast
@@ -15,7 +15,7 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
 from tree_sitter import Node
 
-from docmap.bodies import Directive, dedented, directives_of, find_bodies
+from docmap.bodies import Directive, dedented, directives_of, find_bodies, find_jsx_bodies
 from docmap.constructs import comment_spans, find_constructs, kramdown_spans, literal_spans
 from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (
@@ -37,10 +37,11 @@ from docmap.facts import (
     Span,
     lines_of,
 )
+from docmap.headings import holds_image, texts_of_headings, with_spaces, without_images
 from docmap.ignored import ignored_spans
 from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.names import read_names
-from docmap.notes import targets
+from docmap.notes import Region, Target, read_regions
 from docmap.ranges import Ranges
 from docmap.reading import parse_bytes, sections_of
 from docmap.source import Source, text_of
@@ -111,17 +112,20 @@ class _Reader:
         self._read_front_matter(blocks.get("front_matter", ()))
         self._read_headings(blocks.get("heading", ()), sections)
         self._read_labels(blocks.get("definition", ()))
+        regions = list(read_regions(self._data, self._source.code))
         comments = self._read_html(blocks.get("html", ()))
-        comments += self._read_runs(blocks.get("inline", ()))
+        comments += self._read_runs(
+            blocks.get("inline", ()), [one for one in regions if isinstance(one, Region)]
+        )
         self._read_spans(comments, root)
         self._read_links(references, blocks.get("definition", ()), comments)
         del references
-        self._mark_links_inside()
+        self._mark_links_inside([one for one in regions if isinstance(one, Target)])
         self._read_properties()
         fenced = directives_of(self._source, blocks.get("fence", ()))
         self._read_constructs(fenced)
         read_names(self._source, self._facts)
-        self._read_bodies(fenced, blocks.get("html", ()))
+        self._read_bodies(fenced, blocks.get("html", ()), blocks.get("code", ()))
         # The nodes and references of a long document take more memory than what follows should add to.
         del blocks, fenced, root
         # The engine reports each link of a line once; so do we.
@@ -157,6 +161,19 @@ class _Reader:
                 line = node.start_point[0] + 1
                 text = html.unescape(names.get(line, ""))
                 self._facts.headings.append(Heading(line, _level(node), text, self._raw(node), nested=True))
+        self._read_exact_texts()
+
+    def _read_exact_texts(self) -> None:
+        """Read the texts of headings in which more than single spaces stand, which the outline does not keep."""
+        headings = self._facts.headings
+        spaced = texts_of_headings({n: with_spaces(h.raw) for n, h in enumerate(headings) if "  " in h.raw})
+        for number, text in spaced.items():
+            # Where a mark has broken a link, the outline's name stands.
+            if text.split() == headings[number].text.split():
+                headings[number] = headings[number]._replace(spaced=text)
+        sources = {n: without_images(h.raw) for n, h in enumerate(headings) if holds_image(h.raw)}
+        for number, text in texts_of_headings(sources).items():
+            headings[number] = headings[number]._replace(bare=text)
 
     def _raw(self, node: Node) -> str:
         for child in node.children:
@@ -221,9 +238,11 @@ class _Reader:
         if not element.name.islower() or "-" in element.name or "." in element.name:
             self._facts.constructs.append(Construct(line, COMPONENT, element.name, element.written))
 
-    def _read_runs(self, nodes: Iterable[Node]) -> list[tuple[int, int]]:
+    def _read_runs(self, nodes: Iterable[Node], regions: list[Region]) -> list[tuple[int, int]]:
         """Read the runs of inline Markdown that hold more than the engine reports; returns comments."""
         comments: list[tuple[int, int]] = []
+        ranges = Ranges(((region.begin, region.end) for region in regions), joined=False)
+        kinds = {(region.begin, region.end): region.kind for region in regions}
         signs = _INLINE_SIGN.finditer(self._data)
         sign = next(signs, None)
         for node in nodes:
@@ -235,7 +254,9 @@ class _Reader:
             if sign.start() >= end:
                 continue
             found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes)
-            self._facts.links.extend(link for _, link in found.links)
+            for position, link in found.links:
+                around = ranges.around(position)
+                self._facts.links.append(link if around is None else link._replace(inside=kinds[around]))
             for element in found.elements:
                 self._add_element(element)
             # The grammar takes most headings of HTML for paragraphs.
@@ -294,10 +315,10 @@ class _Reader:
                 by_line.setdefault(line, []).append(unquote(text))
         return {line: _LineText("\n".join(texts)) for line, texts in by_line.items()}
 
-    def _mark_links_inside(self) -> None:
+    def _mark_links_inside(self, targets: Iterable[Target]) -> None:
         """Say of each link what it stands inside of; the engine reports its line alone."""
         inside: dict[tuple[int, bool, str, str | None], str | None] = {}
-        for target in targets(self._data, self._source.code):
+        for target in targets:
             line = self._line_of(target.position)
             link = link_of(WIKI if target.is_wiki else LINK, line, text_of(target.written))
             if link is not None:
@@ -306,7 +327,9 @@ class _Reader:
         if any(inside.values()):
             self._facts.links = [
                 link._replace(
-                    inside=inside.get((link.line, link.form in {WIKI, EMBED}, link.path, link.anchor))
+                    inside=inside.get(
+                        (link.line, link.form in {WIKI, EMBED}, link.path, link.anchor), link.inside
+                    )
                 )
                 for link in self._facts.links
             ]
@@ -349,14 +372,21 @@ class _Reader:
             hidden = lines_of(self._facts.spans, {"comment"})
             self._facts.links.extend(link for link in found if link.line not in hidden)
 
-    def _read_bodies(self, fenced: Iterable[Directive], html: Iterable[Node]) -> None:
+    def _read_bodies(
+        self, fenced: Iterable[Directive], html: Collection[Node], indented: Collection[Node]
+    ) -> None:
         if self._depth >= _DEEPEST_BODY:
             return
         for kind, name, begin, end in find_bodies(self._source, fenced, html):
-            text = dedented(text_of(self._data[begin:end]))
-            if text is not None:
-                facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
-                self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
+            self._read_body(kind, name, begin, self._data[begin:end])
+        for begin, data in find_jsx_bodies(self._source, [*html, *indented]):
+            self._read_body("jsx", "", begin, data)
+
+    def _read_body(self, kind: str, name: str, begin: int, data: bytes) -> None:
+        text = dedented(text_of(data))
+        if text is not None:
+            facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
+            self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
 
 
 class _LineText:

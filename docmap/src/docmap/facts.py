@@ -40,7 +40,7 @@ class Link(NamedTuple):
     `path` and `anchor` are percent-decoded and without escapes, character references and query; `path` is ""
     for a link within the document; `anchor` is None without "#". A template's `path` is its whole destination,
     a label's or footnote's `path` is the label. `written` is the target as the document has it. `inside`:
-    NOTE_COMMENT, MATHEMATICS or FRONT_MATTER for a link that stands nowhere on its line but in these.
+    NOTE_COMMENT, FRONT_MATTER or a kind of mathematics for a link that stands nowhere on its line but in this.
     """
 
     line: int
@@ -55,7 +55,8 @@ class Heading(NamedTuple):
     """A heading of the page: `text` as a reader sees it, `raw` as inline Markdown (or HTML, for `html`).
 
     `nested`: in a block quote or list item, so no section of the outline. `html`: an <h1> to <h6> element;
-    `own_id` is its id attribute, or None.
+    `own_id` is its id attribute, or None. `spaced`: the text with all spaces between its words, and `bare` the same
+    with nothing for images, tags and comments, so that spaces beside these stay; "" where that is `text`.
     """
 
     line: int
@@ -65,6 +66,8 @@ class Heading(NamedTuple):
     nested: bool = False
     html: bool = False
     own_id: str | None = None
+    spaced: str = ""
+    bare: str = ""
 
 
 class Named(NamedTuple):
@@ -104,8 +107,13 @@ LINE_COMMENT: Final = "%"  # at the begin of a line, to its end
 KRAMDOWN_COMMENT: Final = "{::"
 LIQUID_COMMENT: Final = "{%comment"
 LIQUID_CODE: Final = "{%highlight"
-# What note programs take for formulas: $x$ and $$x$$.
-MATHEMATICS: Final = "$"
+# What programs take for formulas.
+MATHEMATICS: Final = "$"  # $x$
+DISPLAYED: Final = "$$"  # $$x$$
+BRACKETED: Final = "\\("  # \(x\) and \[x\]
+DOUBLY_BRACKETED: Final = "\\\\("  # \\(x\\) and \\[x\\]
+ENVIRONMENT: Final = "\\begin"  # \begin{x} to \end{x}
+DOLLARS: Final = frozenset({MATHEMATICS, DISPLAYED})
 # Fields of front matter, which some note programs follow.
 FRONT_MATTER: Final = "---"
 
@@ -146,8 +154,8 @@ class Body(NamedTuple):
     """Text that is a document of its own to some sites and code to others.
 
     `kind` "fence": the body of ```{name}; "admonition": what is indented below `!!!`, `???` or `===`; "definition" and
-    "footnote": what is indented below `: text` and `[^label]:`; "element": what is in <div markdown="1">. Line n of
-    `facts` is line `first` + n - 1 of the document.
+    "footnote": what is indented below `: text` and `[^label]:`; "element": what is in <div markdown="1">; "jsx": a
+    block of HTML or of indented code, where MDX is read. Line n of `facts` is line `first` + n - 1 of the document.
     """
 
     first: int

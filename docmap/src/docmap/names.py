@@ -12,8 +12,11 @@ _BRACES = re.compile(rb"\{(?<!\{\{):?([^{}\n]{1,1000})\}")
 _ID_IN_BRACES = re.compile(rb"""(?:^|[ \t])(?:#([^\s#=]+)|id=(?:"([^"]*)"|'([^']*)'|([^\s"']+)))(?![^ \t])""")
 _BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
 _TARGET = re.compile(rb"\n[ >\t]*\(([^()\n]+)\)=[ \t]*$", re.MULTILINE)
-# The name that an option gives what a directive makes; and a target in reStructuredText, which directives can hold.
-_DIRECTIVE_NAME = re.compile(rb"\n[ \t>]*(?::name:[ \t]+([^\n]+)|\.\. _([^:\n]+):)")
+# The name that an option gives what a directive makes (of an equation, its label); and a target in reStructuredText,
+# which directives can hold.
+_DIRECTIVE_NAME = re.compile(rb"\n[ \t>]*(?::(?:name|label):[ \t]+([^\n]+)|\.\. _([^:\n]+):)")
+# The label of an equation: $$ x $$ (label)
+_EQUATION = re.compile(rb"\$\$[ \t]*\(([^()\s]+)\)[ \t]*$", re.MULTILINE)
 # What stands below a term of a definition list.
 _DEFINITION = re.compile(rb"\n[ ]{0,3}[:~][ \t]")
 
@@ -42,9 +45,12 @@ def read_names(source: Source, facts: Facts) -> None:
             for begin, match in source.find_lines(_TARGET)
             if begin + match.start(1) - match.start() - 1 not in source.code
         )
-    if b":name:" in data or b"\n.. _" in data:
+    if b":name:" in data or b":label:" in data or b"\n.. _" in data:
         for begin, match in source.find_lines(_DIRECTIVE_NAME):
             facts.targets.append(Named(source.line_of(begin), text_of(match[1] or match[2]).strip()))
+    for match in _EQUATION.finditer(data) if b"$$" in data else ():
+        if match.start() not in source.code:
+            facts.targets.append(Named(source.line_of(match.start()), text_of(match[1])))
     for match in _DEFINITION.finditer(data):
         # One empty line may stand between.
         end = match.start() if data[match.start() - 1 : match.start()] != b"\n" else match.start() - 1

@@ -1,4 +1,4 @@
-"""Finds the links that note programs do not show: those inside comments within a line and inside mathematics."""
+"""Finds what looks like a link and is none to some sites: inside comments within a line, and inside mathematics."""
 
 from __future__ import annotations
 
@@ -7,25 +7,50 @@ from bisect import bisect_right
 from collections.abc import Iterator
 from typing import NamedTuple
 
-from docmap.facts import MATHEMATICS, NOTE_COMMENT
+from docmap.facts import (
+    BRACKETED,
+    DISPLAYED,
+    DOUBLY_BRACKETED,
+    ENVIRONMENT,
+    MATHEMATICS,
+    NOTE_COMMENT,
+)
 from docmap.inline import CodeSpans
 from docmap.ranges import Ranges
 
-_WIKI_LINK = re.compile(rb"\[\[([^\[\]\n]+)\]\]")
-_LINK = re.compile(_WIKI_LINK.pattern + rb"|\]\([ \t]*<?([^\s()<>]+)")
+_LINK = re.compile(rb"\[\[([^\[\]\n]+)\]\]|\]\([ \t]*<?([^\s()<>]+)")
+# Signs without which a document has neither comments nor mathematics.
+_SIGNS = re.compile(rb"%%|\$[^$]*\$|\\[(\[]|\\begin\{")
+# Signs without which there is nothing that looks like a link.
+_BRACKETS = re.compile(rb"\]\(|\[\[|\]\[|\[\^")
 # Each alternative begins with one character, outside of groups: `re` then skips what begins with none of these.
 # Mathematics within a line ends at the next "$" or not at all, so that no "$" is looked for twice.
 _TOKEN = re.compile(
-    rb"""\\[!-/:-@\[-`{-~]
+    rb"""\\\\(?P<twice>[(\[])
+      | \\(?P<once>[(\[])
+      | \\begin\{(?P<begin>(?:equation|multline|gather|align(?:at)?|flalign|eqnarray|[pbBvV]?matrix)\*?)\}
+      | \\[!-/:-@\[-`{-~]
       | `(?P<ticks>`*)
       | %%(?P<comment>)
       | \$\$(?P<block>)
-      | \$(?P<line>(?![\s$])[^$\\\n]*(?:\\.[^$\\\n]*)*(?<!\s)\$)
+      | \$(?P<line>(?![\s$])[^$\\\n]*(?:\\.[^$\\\n]*)*(?<!\s)\$(?!\d))
       | \[\[(?P<wiki>[^\[\]\n]+)\]\]
       | \]\([ \t]*<?(?P<link>[^\s()<>]+)
     """,
     re.VERBOSE,
 )
+
+
+# What each kind is to sites, by the group that finds where it begins.
+_KINDS = {
+    "comment": NOTE_COMMENT,
+    "line": MATHEMATICS,
+    "block": DISPLAYED,
+    "once": BRACKETED,
+    "twice": DOUBLY_BRACKETED,
+    "begin": ENVIRONMENT,
+}
+_OTHER_SIDE = bytes.maketrans(b"([", b")]")
 
 
 class Target(NamedTuple):
@@ -37,14 +62,22 @@ class Target(NamedTuple):
     inside: str | None
 
 
-def targets(data: bytes, code: Ranges) -> Iterator[Target]:
-    """The targets of links outside of `code`, the bytes of code blocks.
+class Region(NamedTuple):
+    """Bytes that are a comment or mathematics to some sites."""
 
-    Nothing is found in a document that has neither comments nor mathematics, which hides wiki links alone.
+    begin: int
+    end: int
+    kind: str
+
+
+def read_regions(data: bytes, code: Ranges) -> Iterator[Target | Region]:
+    """Where comments and mathematics are outside of `code`, the bytes of code blocks, and the targets of all links.
+
+    Nothing is found in a document that has neither comments nor mathematics.
     """
-    if b"%%" not in data and (b"[[" not in data or data.count(b"$") < 2):
+    if _SIGNS.search(data) is None or _BRACKETS.search(data) is None:
         return
-    closers = {b"%%": _Closers(data, rb"%%", code), b"$$": _Closers(data, rb"\$\$", code)}
+    closers: dict[bytes, _Closers] = {}
     blanks = [match.start() for match in re.finditer(rb"\n[ \t>]*\n", data)]
 
     def same_paragraph(start: int, end: int) -> bool:
@@ -66,15 +99,16 @@ def targets(data: bytes, code: Ranges) -> Iterator[Target]:
         elif kind is not None:
             if kind != "line":
                 # A stray sign within a line must not hide the paragraphs after it.
-                closed = closers[token[0]].end(position)
+                closer = token[0].translate(_OTHER_SIDE).replace(rb"\begin", rb"\end")
+                if closer not in closers:
+                    closers[closer] = _Closers(data, closer, code)
+                closed = closers[closer].end(position)
                 if closed is None or not (same_paragraph(start, closed) or _begins_line(data, start)):
                     continue
                 position = closed
-            inside = NOTE_COMMENT if kind == "comment" else MATHEMATICS
-            # Mathematics hides wiki links alone: its brackets are often followed by parentheses.
-            pattern = _LINK if kind == "comment" else _WIKI_LINK
-            for link in pattern.finditer(data, start, position):
-                yield Target(link.start(), link[link.lastindex or 0], link.lastindex == 1, inside)
+            yield Region(start, position, _KINDS[kind])
+            for link in _LINK.finditer(data, start, position):
+                yield Target(link.start(), link[link.lastindex or 0], link.lastindex == 1, _KINDS[kind])
 
 
 def _begins_line(data: bytes, position: int) -> bool:
@@ -84,14 +118,15 @@ def _begins_line(data: bytes, position: int) -> bool:
 
 
 class _Closers:
-    """Where something that is closed by two equal signs ends. Positions asked for only grow."""
+    """Where something that some signs close ends. Positions asked for only grow."""
 
-    def __init__(self, data: bytes, pattern: bytes, code: Ranges) -> None:
-        self._found = (m.end() for m in re.finditer(pattern, data) if m.start() not in code)
+    def __init__(self, data: bytes, signs: bytes, code: Ranges) -> None:
+        self._found = (m.end() for m in re.finditer(re.escape(signs), data) if m.start() not in code)
+        self._length = len(signs)
         self._next: int | None = 0
 
     def end(self, position: int) -> int | None:
         """The end of the first closer that begins at a position or after it; None where there is none."""
-        while self._next is not None and self._next < position + 2:
+        while self._next is not None and self._next < position + self._length:
             self._next = next(self._found, None)
         return self._next

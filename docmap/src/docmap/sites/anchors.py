@@ -52,7 +52,9 @@ def _collect(
     events.sort(key=lambda event: event[0])
     for line, event in events:
         in_comment = isinstance(event, Construct) and event.form == INCLUDE
-        if not in_comment and line in hidden:
+        # A heading that holds a comment is in none.
+        holds_comment = isinstance(event, Heading) and "<!--" in event.raw
+        if not (in_comment or holds_comment) and line in hidden:
             continue
         if isinstance(event, Heading):
             anchor = _anchor_of(rules, event, given)
@@ -116,7 +118,7 @@ def _anchor_of(rules: Rules, heading: Heading, given: dict[str, int]) -> str | N
         return None
     if heading.level not in rules.heading_levels:
         return None
-    text = heading.text if rules.heading_text is None else rules.heading_text(heading)
+    text = (heading.spaced or heading.text) if rules.heading_text is None else rules.heading_text(heading)
     if rules.custom_id is not None:
         own = re.search(rules.custom_id, heading.raw)
         if own is not None and own[1]:

@@ -5,7 +5,7 @@ from __future__ import annotations
 import re
 from collections.abc import Iterator
 
-from docmap.facts import EMBED, WIKI, Link
+from docmap.facts import DOLLARS, EMBED, FRONT_MATTER, WIKI, Facts, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import slugs
 from docmap.sites.resolution import Resolution, found
@@ -40,12 +40,25 @@ def _as_compared(anchor: str) -> str:
     return anchor.removeprefix("user-content-")
 
 
+def _text(heading: Heading) -> str:
+    """GitHub knows neither alternative texts nor comments, and keeps the spaces beside them."""
+    return heading.bare or heading.spaced or heading.text
+
+
+def _on_other_hosts(site: Site, page: str, facts: Facts) -> Iterator[str]:
+    """Other hosts take the text as it is shown."""
+    return (slugs.github(heading.text) for heading in facts.headings if heading.bare and not heading.html)
+
+
 RULES = Rules(
     kind=KIND,
     ways={"link": (itself, file_beside, file_from_root, _beside_files), WIKI: (), EMBED: ()},
     slug=slugs.github,
+    heading_text=_text,
+    more_anchors=_on_other_hosts,
     html_headings=True,
     compare=_as_compared,
+    literal=frozenset({"comment", FRONT_MATTER, *DOLLARS}),
     case_doubt="GitHub's script finds it in any letter case; other hosts do not",
     # Lines of the source, and what the host itself marks.
     always=r"|top|:~:.*|L\d+(?:C\d+)?(?:-L?\d+(?:C\d+)?)?|readme|readme-ov-file|(?:user-content-)?fn(?:ref)?-.*",

@@ -11,7 +11,7 @@ from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
+from docmap.facts import DOLLARS, HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import component_effects
@@ -188,6 +188,7 @@ RULES = Rules(
     slug=slugs.github,
     custom_id=r"\s*\{(?:/\*\s*)?#((?:(?!\{#|\}|\s*\*/).)+)(?:\s*\*/)?\}$",
     always=r"|top|:~:.*|__docusaurus.*|user-content-fn.*|fn(?:ref)?-.*",
+    bodies_by_suffix={".mdx": ("jsx",), ".md": ("jsx",)},
     literal=frozenset({"comment", MDX_COMMENT}),
 )
 
@@ -250,6 +251,11 @@ def make(repository: Repository, root: str) -> Site | None:
         any_target=whys[0] if whys else None,
         effects=component_effects(_KNOWN, {"@site/": root}),
     )
+    if literals.get(config, "markdown", "format") is not None:
+        # By suffix, or all as CommonMark.
+        rules = rules.changed(bodies_by_suffix={".mdx": ("jsx",)})
+    if re.search(r"\bremark-math\b", repository.text(path) or ""):
+        rules = rules.changed(literal=rules.literal | DOLLARS)
     content = posixpath.commonpath(
         [f"/{folder}" for folder in (root, *(part.folder for part in every))]
     ).strip("/")

@@ -300,6 +300,8 @@ def make(repository: Repository, root: str) -> Site | None:
         other_pages=_sections(repository, contents, ("", *languages)),
         effects={SHORTCODE: shortcode, LIQUID: shortcode},
     )
+    if literals.get(config, "markup", "goldmark", "extensions", "passthrough", "enable") is True:
+        rules = rules.changed(literal=rules.literal | _passed_through(config))
     if literals.get(parser, "autoheadingid") is False:
         rules = rules.changed(heading_levels=range(0))
     hook = _layout(repository, root, "render-heading.html")
@@ -308,6 +310,14 @@ def make(repository: Repository, root: str) -> Site | None:
     if literals.get(parser, "attribute", "block") is True:
         rules = rules.changed(named=("attribute_ids",))
     return Site(as_hosted(rules, repository, root), repository, root, content, path)
+
+
+def _passed_through(config: Mapping[str, Any]) -> frozenset[str]:
+    """The kinds of mathematics whose delimiters the configuration names."""
+    delimiters = literals.get(config, "markup", "goldmark", "extensions", "passthrough", "delimiters")
+    pairs = [pair for kind in ("block", "inline") for pair in literals.entries(delimiters, kind)]
+    opening = {first for pair in pairs for first in literals.texts(pair)[:1]}
+    return frozenset("\\(" if sign == "\\[" else sign for sign in opening)
 
 
 def _sections(repository: Repository, contents: Sequence[str], languages: Sequence[str]) -> frozenset[str]:

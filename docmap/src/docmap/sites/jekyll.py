@@ -10,6 +10,7 @@ from functools import partial
 from typing import Any
 
 from docmap.facts import (
+    DISPLAYED,
     FRONT_MATTER,
     HREF,
     IMAGE,
@@ -206,7 +207,7 @@ RULES = Rules(
     named=("attribute_ids",),
     always=r"|top|:~:.*|fn(?:ref)?:.*|markdown-toc.*",
     bodies=("element",),
-    literal=frozenset({"comment", FRONT_MATTER, KRAMDOWN_COMMENT, LIQUID_COMMENT, LIQUID_CODE}),
+    literal=frozenset({"comment", FRONT_MATTER, DISPLAYED, KRAMDOWN_COMMENT, LIQUID_COMMENT, LIQUID_CODE}),
     parts=r"_(?:includes|layouts|data|sass|plugins)/",
     effects={
         f"{LIQUID}:include_relative": Effect(includes=_included, anchors="included in line {line}?"),

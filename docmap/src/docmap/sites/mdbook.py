@@ -7,7 +7,7 @@ import re
 from collections.abc import Iterable, Iterator, Sequence
 from functools import partial
 
-from docmap.facts import HASH, Construct, Facts, Link
+from docmap.facts import BRACKETED, DISPLAYED, DOLLARS, DOUBLY_BRACKETED, HASH, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.resolution import BESIDE, Resolution, doubtful, found, made_perhaps
@@ -131,7 +131,11 @@ def make(repository: Repository, root: str) -> Site | None:
     book = literals.toml(repository.text(path))
     html = literals.get(book, "output", "html")
     rules = RULES
+    if literals.get(html, "mathjax-support") is True:
+        rules = rules.changed(literal=rules.literal | {DISPLAYED, DOUBLY_BRACKETED})
     for name in literals.table(book, "preprocessor"):
+        if name in {"katex", "mathjax"}:
+            rules = rules.changed(literal=rules.literal | DOLLARS | {BRACKETED})
         if name not in _HARMLESS:
             why = f"made by the preprocessor `{name}` of {path}?"
             rules = rules.changed(any_target=why, any_anchor=why, any_label=why)

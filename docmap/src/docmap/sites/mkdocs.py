@@ -10,7 +10,23 @@ from typing import Any
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import EMBED, FENCE, HREF, LIQUID, NAV, SNIPPET, SRC, WIKI, Construct, Facts, Heading, Link
+from docmap.facts import (
+    BRACKETED,
+    DOLLARS,
+    EMBED,
+    ENVIRONMENT,
+    FENCE,
+    HREF,
+    LIQUID,
+    NAV,
+    SNIPPET,
+    SRC,
+    WIKI,
+    Construct,
+    Facts,
+    Heading,
+    Link,
+)
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.mkdocs_languages import Languages
@@ -289,6 +305,8 @@ def _with_extensions(
     rules = rules.changed(bodies=(*rules.bodies, *bodies))
     if "pymdownx.emoji" in extensions:
         rules = rules.changed(heading_text=_text_without_emoji)
+    if any(re.search(r"arithmatex|math$|katex", name) for name in extensions):
+        rules = rules.changed(literal=rules.literal | DOLLARS | {BRACKETED, ENVIRONMENT})
     tabbed = extensions.get("pymdownx.tabbed", {})
     if "slugify" in tabbed:
         titles = _slug_function(tabbed) or slugs.pymdown("lower")

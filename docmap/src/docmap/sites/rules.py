@@ -149,6 +149,8 @@ class Rules:
     any_anchor: str | None = None  # why every page may have anchors that no text shows (a plugin), if so
     # What the grammar calls code and the site Markdown: kinds of `Body`, "fence:name" for one directive.
     bodies: tuple[str, ...] = ()
+    # More of them, in files of some suffixes.
+    bodies_by_suffix: Mapping[str, tuple[str, ...]] = field(default_factory=dict)
     # The part of a wiki link's anchor that names the heading or block: the last of "A#B" unless said otherwise.
     wiki_anchor: Callable[[str], str] = last_of_path
     # Kinds of spans in which links are none and headings no headings.

@@ -74,7 +74,8 @@ def pymdown(case: str = "", separator: str = "-") -> Callable[[str], str]:
     """pymdownx.slugs.slugify with these settings, and its usual NFC."""
 
     def slug(text: str) -> str:
-        text = re.sub(r"</?[^>]*>", "", unicodedata.normalize("NFC", text)).strip()
+        # Python-Markdown hands over single spaces.
+        text = " ".join(re.sub(r"</?[^>]*>", "", unicodedata.normalize("NFC", text)).split())
         kept = "".join(char for char in text if char in " -" or unicodedata.category(char) in _WORD)
         kept = kept.lower() if case.startswith("lower") else kept.casefold() if case == "fold" else kept
         return kept.replace(" ", separator)

@@ -13,6 +13,8 @@ from pathspec import GitIgnoreSpec
 
 from docmap.facts import (
     DOC,
+    DOLLARS,
+    ENVIRONMENT,
     FENCE,
     FILE,
     FRONT_MATTER,
@@ -344,6 +346,12 @@ def make(repository: Repository, root: str) -> Site | None:
         redirects=_redirects(settings, repository, root),
     )
     enabled = settings.get("myst_enable_extensions")
+    names = literals.texts(literals.entries(enabled))
+    usual = enabled is None and bool({"myst_nb", "jupyter_book"} & {*extensions})
+    if usual or not isinstance(enabled, list | type(None)) or "dollarmath" in names:
+        rules = rules.changed(literal=rules.literal | DOLLARS)
+    if not isinstance(enabled, list | type(None)) or "amsmath" in names:
+        rules = rules.changed(literal=rules.literal | {ENVIRONMENT})
     if not isinstance(enabled, list) or {"attrs_block", "attrs_inline"} & set(literals.texts(enabled)):
         rules = rules.changed(custom_id=_CUSTOM_ID)
     slug = settings.get("myst_heading_slug_func")

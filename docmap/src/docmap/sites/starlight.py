@@ -8,7 +8,7 @@ from collections.abc import Iterator, Sequence
 from functools import partial
 from typing import Any
 
-from docmap.facts import HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
+from docmap.facts import DOLLARS, HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
@@ -108,6 +108,7 @@ RULES = Rules(
     partials_keep_paths=True,
     slug=slugs.github,
     always=r"|top|:~:.*|_top|starlight__.*|user-content-fn.*",
+    bodies_by_suffix={".mdx": ("jsx",)},
     literal=frozenset({"comment", MDX_COMMENT}),
 )
 
@@ -171,6 +172,8 @@ def make(repository: Repository, root: str) -> Site | None:
     for module in script.imports.values():
         if _IMPORTED_PACKAGE.match(module) and not _HARMLESS.search(module):
             why = f"made by the plugin `{module}` of {path}?"
+    if re.search(r"\bremark-math\b", script.text):
+        rules = rules.changed(literal=rules.literal | DOLLARS)
     parts = anchor_parts(re.findall(r"\b(?:remark|rehype)[\w-]*", script.text))
     anchors = [
         part

@@ -6,7 +6,7 @@ import posixpath
 import re
 from collections.abc import Iterable, Iterator
 
-from docmap.facts import EMBED, FRONT_MATTER, IMAGE, MATHEMATICS, NOTE_COMMENT, SRC, WIKI, Facts, Link
+from docmap.facts import DOLLARS, EMBED, FRONT_MATTER, IMAGE, NOTE_COMMENT, SRC, WIKI, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.resolution import Resolution, doubtful, found, made_perhaps
@@ -115,7 +115,7 @@ def _distance(page: str, source: str) -> tuple[int, str]:
 def _slugs(site: Site, page: str, facts: Facts) -> Iterable[str]:
     """Markdown links to headings are also written as code hosts do."""
     for heading in facts.headings:
-        yield slugs.github(heading.text)
+        yield slugs.github(heading.spaced or heading.text)
         # Note programs keep the source of a heading: "See [x](y)" is "See x y".
         yield heading.raw
 
@@ -133,13 +133,14 @@ RULES = Rules(
         EMBED: NAMES,
     },
     wiki_links=True,
-    filled_in={r"<%|\{\{": "filled in by a template"},
+    # Brackets of a destination are no part of it: `<% x %>` is one, too.
+    filled_in={r"<%|\{\{|\A%.*%\Z": "filled in by a template"},
     slug=lambda text: text,
     repeats=lambda anchor, given: anchor,
     compare=slugs.vault,
     named=("block_ids",),
     more_anchors=_slugs,
-    literal=frozenset({"comment", NOTE_COMMENT, MATHEMATICS, FRONT_MATTER}),
+    literal=frozenset({"comment", NOTE_COMMENT, *DOLLARS, FRONT_MATTER}),
 )
 
 

@@ -9,7 +9,7 @@ from functools import partial
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import HREF, IMAGE, INCLUDE, SRC, Construct, Facts, Link
+from docmap.facts import DOLLARS, HREF, IMAGE, INCLUDE, SRC, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
@@ -132,6 +132,8 @@ def make(repository: Repository, root: str) -> Site | None:
     )
     if rewrites is literals.UNREAD:
         rules = rules.changed(any_target=f"made by the rewrites of {path}?")
+    if literals.get(config, "markdown", "math") or re.search(r"mathjax|katex|texmath", script.text):
+        rules = rules.changed(literal=rules.literal | DOLLARS)
     slugify = literals.get(config, "markdown", "anchor", "slugify")
     parts = anchor_parts(_USED.findall(script.text))
     if slugify is not None:
