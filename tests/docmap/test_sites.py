@@ -475,6 +475,7 @@ NEST = "[" * N
         (".vitepress/config.ts", "export default { a: f(" + NEST),
         (".vitepress/config.ts", "".join(f"const a{n} = [a{n + 1}, a{n + 1}]\n" for n in range(60)) + "export default a0"),
         (".vitepress/config.ts", "\n" * N + "export default x"),
+        (".vitepress/config.ts", r"export default { rewrites: { ':a*': '\\g<9>/:b', ':c/:d*': ':a', ':e/:e': ':e' } }"),
         ("docusaurus.config.js", "module.exports = { presets: [ } ]"),
         ("docusaurus.config.js", "module.exports = { presets: [['classic', { docs: { path: '.' } }]] }"),
         ("astro.config.mjs", "// @astrojs/starlight\nexport default " + NEST),
