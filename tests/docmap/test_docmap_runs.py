@@ -54,6 +54,17 @@ def test_an_interrupt_ends_with_its_own_status(tmp_path, jobs):
         assert b"Traceback" not in process.stderr.read()
 
 
+def test_an_interrupt_does_not_end_a_process_that_has_just_begun(tmp_path):
+    program = """import os, signal
+os.register_at_fork(after_in_child=lambda: os.kill(os.getpid(), signal.SIGINT))
+from docmap.cli import main
+main()"""
+    write_tree(tmp_path, {f"{n}.md": "# A\n" for n in range(40)})
+    command = [sys.executable, "-c", program, "outline", "-j2", str(tmp_path)]
+    result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+    assert result.returncode == 0 and result.stderr.count("\n") == 1, result.stderr
+
+
 @pytest.mark.long
 def test_an_interrupt_leaves_the_terminal_as_it_was(tmp_path):
     for name in ("first", "second"):

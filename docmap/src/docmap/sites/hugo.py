@@ -262,7 +262,7 @@ def make(repository: Repository, root: str) -> Site | None:
     default = literals.text(config, "defaultcontentlanguage") or "en"
     mounted = mounts_of(config)
     roots = [
-        Root(posixpath.normpath(posixpath.join(root, folder)).removeprefix("."), target, language)
+        Root(re.sub(r"^\.$", "", posixpath.normpath(posixpath.join(root, folder))), target, language)
         for folder, target, language in contents_of(config, mounted, default)
     ]
     content = posixpath.commonpath([f"/{each.folder}" for each in roots]).strip("/")
