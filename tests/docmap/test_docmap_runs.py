@@ -54,6 +54,17 @@ def test_an_interrupt_ends_with_its_own_status(tmp_path, jobs):
         assert b"Traceback" not in process.stderr.read()
 
 
+def test_an_interrupt_does_not_end_a_process_that_has_just_begun(tmp_path):
+    program = """import os, signal
+os.register_at_fork(after_in_child=lambda: os.kill(os.getpid(), signal.SIGINT))
+from docmap.cli import main
+main()"""
+    write_tree(tmp_path, {f"{n}.md": "# A\n" for n in range(40)})
+    command = [sys.executable, "-c", program, "outline", "-j2", str(tmp_path)]
+    result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+    assert result.returncode == 0 and result.stderr.count("\n") == 1, result.stderr
+
+
 @pytest.mark.long
 def test_an_interrupt_leaves_the_terminal_as_it_was(tmp_path):
     for name in ("first", "second"):
@@ -148,3 +159,42 @@ def test_without_a_host_one_line_says_what_to_install(tmp_path, command):
     )
     assert (run.returncode, run.stdout, run.stderr.count("\n")) == (1, "", 1)
     assert "docmap[stand-in]" in run.stderr
+
+
+def shell(script, folder, **environment):
+    docmap = {"DOCMAP": f"{sys.executable} -m docmap"}
+    return subprocess.run(
+        ["bash", "-c", script], capture_output=True, text=True, cwd=folder, timeout=30, check=False,
+        env=os.environ | docmap | environment,
+    )  # fmt: skip
+
+
+@pytest.mark.parametrize(
+    ("script", "status", "said"),
+    [
+        pytest.param("$DOCMAP check --no-cache . >&-", 2, "standard output: not writable", id="closed"),
+        pytest.param("$DOCMAP check --no-cache . >/dev/full", 2, "standard output: No space left", id="full"),
+        pytest.param("$DOCMAP outline . >/dev/full", 2, "standard output: No space left", id="outline, full"),
+        pytest.param("$DOCMAP --help >/dev/full", 2, "standard output: No space left", id="help, full"),
+        pytest.param("$DOCMAP check --no-cache a.md >&-", 0, "0 broken", id="closed, and nothing to write"),
+        pytest.param(
+            "mkdir gone && cd gone && rmdir ../gone && $DOCMAP check", 1, "the current folder: No such file",
+            id="the current folder is gone",
+        ),
+        pytest.param("mkfifo p.md && $DOCMAP check --no-cache p.md", 1, "p.md: not a regular file", id="a pipe"),
+        pytest.param("mkfifo book.toml && $DOCMAP check --no-cache a.md", 0, "0 broken", id="settings in a pipe"),
+    ],
+)  # fmt: skip
+def test_surroundings_that_fail_are_named_in_one_line(tmp_path, script, status, said):
+    write_tree(tmp_path, {"a.md": "# A\n", "b.md": "[x](none.md)\n", ".git/HEAD": ""})
+    result = shell(script, tmp_path)
+    assert said in result.stderr.splitlines()[0] and "Traceback" not in result.stderr
+    assert result.returncode == status
+
+
+def test_a_relative_cache_folder_is_passed_over(tmp_path):
+    write_tree(tmp_path, {"a.md": "# A\n", ".git/HEAD": ""})
+    assert (
+        shell("$DOCMAP check", tmp_path, XDG_CACHE_HOME="kept", HOME=str(tmp_path / "home")).returncode == 0
+    )
+    assert not (tmp_path / "kept").exists() and (tmp_path / "home/.cache/docmap").exists()

@@ -129,6 +129,20 @@ HUGO = {
     "content/news/p.md": "---\ndate: 2024-05-06\nslug: first\ntags: [Big News]\n---\n",
     "static/y.png": "",
 }
+HUGO_MOUNTS = {
+    "hugo.toml": "baseURL = '/'\n[module]\nmounts = [{ source = 'docs', target = 'content/guide' }, "
+    "{ source = 'content', target = 'content' }]\n[outputs]\nhome = ['html', 'JSON', 'mine']\n"
+    "[outputFormats.mine]\nbaseName = 'index.search'\nmediaType = 'application/json'\n",
+    "content/_index.md": "# Home\n",
+    "docs/_index.md": "# Guide\n",
+    "docs/y.md": "# Y\n",
+}
+HUGO_LANGUAGES = {
+    "hugo.toml": "baseURL = '/'\n[languages.en]\nweight = 1\n[languages.de]\ncontentDir = 'content.de'\n",
+    "content/b.md": "# B\n",
+    "content.de/b.md": "# B de\n",
+    "content.de/only.md": "# Only\n",
+}
 ZOLA = {
     "config.toml": "base_url = 'https://x.org'\ntaxonomies = [{ name = 'tags' }]\n",
     "content/_index.md": "+++\n+++\n",
@@ -294,6 +308,17 @@ SITES = [
     }),
     site("hugo with a hook", {**HUGO, "layouts/_markup/render-link.html": '{{ if eq .Destination "g" }}'},
         "content/docs/page.md", {"[x](a.md)": OK, "[x](/docs/a)": OK, "[x](c.md)": BROKEN, "[x](g)": OK}),
+    site("hugo with mounts", HUGO_MOUNTS, "docs/page.md", {
+        '[x]({{< relref "/guide/y.md" >}})': OK, '[x]({{< ref "y" >}})': OK, '[x]({{< ref "/docs/y.md" >}})': BROKEN,
+        "[x](/guide/y/)": OK, "[x](../y/)": OK, "[x](/y/)": BROKEN, "[x](/docs/y/)": BROKEN, "[x](/guide/)": OK,
+        "[x](/index.json)": OK, "[x](/index.search.json)": OK, "[x](/guide/index.json)": BROKEN, "[x](/index.ics)": BROKEN,
+        "{{< highlight go >}}\na[x](y)\n{{< /highlight >}}": OK, "{{< other >}}\na[x](y)\n{{< /other >}}": BROKEN,
+    }),
+    site("hugo with languages", HUGO_LANGUAGES, "content/page.md", {
+        "[x](/b/)": OK, "[x](/de/b/)": OK, "[x](/de/only/)": OK, "[x](/de/none/)": BROKEN, "[x](/content/b/)": BROKEN,
+        '[x]({{< ref "b#b" >}})': OK, '[x]({{< ref "b#b-de" >}})': BROKEN, '[x]({{< ref path="only" lang="de" >}})': OK,
+    }),
+    site("hugo, between its folders of content", HUGO_LANGUAGES, "README.md", {"[x](content.de/b.md)": OK, "[x](/b/)": BROKEN}),
     site("zola", ZOLA, "content/page.md", {
         "[x](@/blog/2024-05-06-Some_post.md)": OK, "[x](@/blog/2024-05-06-Some_post.md#what-s-new)": OK,
         "[x](@/blog/2024-05-06-Some_post.md#own)": OK, "[x](@/blog/2024-05-06-Some_post.md#nope)": BROKEN,
@@ -602,6 +627,7 @@ NEST = "[" * N
         (".vitepress/config.ts", "export default { a: f(" + NEST),
         (".vitepress/config.ts", "".join(f"const a{n} = [a{n + 1}, a{n + 1}]\n" for n in range(60)) + "export default a0"),
         (".vitepress/config.ts", "\n" * N + "export default x"),
+        (".vitepress/config.ts", r"export default { rewrites: { ':a*': '\\g<9>/:b', ':c/:d*': ':a', ':e/:e': ':e' } }"),
         ("docusaurus.config.js", "module.exports = { presets: [ } ]"),
         ("docusaurus.config.js", "module.exports = { presets: [['classic', { docs: { path: '.' } }]] }"),
         ("astro.config.mjs", "// @astrojs/starlight\nexport default " + NEST),

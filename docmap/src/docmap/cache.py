@@ -36,7 +36,9 @@ def cache_folder() -> str:
         return os.path.join(os.environ.get("LOCALAPPDATA") or os.path.expanduser("~"), "docmap", "Cache")
     if sys.platform == "darwin":
         return os.path.expanduser("~/Library/Caches/docmap")
-    return os.path.join(os.environ.get("XDG_CACHE_HOME") or os.path.expanduser("~/.cache"), "docmap")
+    base = os.environ.get("XDG_CACHE_HOME", "")
+    # A relative path is to be passed over: it would lead into whatever folder is current.
+    return os.path.join(base if os.path.isabs(base) else os.path.expanduser("~/.cache"), "docmap")
 
 
 def readers() -> str:

@@ -11,7 +11,7 @@ from typing import TYPE_CHECKING, TypeAlias
 
 from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
-from docmap.documents import normalise
+from docmap.documents import must_be_regular, normalise
 from docmap.findings import Finding
 from docmap.repository import Repository
 
@@ -38,15 +38,16 @@ def read_held(path: str) -> tuple[Facts, list[Section]] | OSError:
         return error
 
 
-def _bytes_of(path: str) -> bytes:
-    with open(path, "rb") as file:
-        return file.read()
-
-
 def read_packed(path: str) -> bytes | OSError:
     """What a file holds, as it is kept and as it passes between processes; errors are returned."""
     held = read_held(path)
     return held if isinstance(held, OSError) else packed(*held)
+
+
+def _bytes_of(path: str) -> bytes:
+    must_be_regular(path)
+    with open(path, "rb") as file:
+        return file.read()
 
 
 @dataclass(frozen=True)

@@ -16,7 +16,16 @@ import click
 
 from docmap.documents import STANDARD_INPUT, find_files
 from docmap.jobs import default_jobs, map_in_order, track
-from docmap.messages import Errors, count_of, ending_cleanly, note, note_replaced, relative, summary
+from docmap.messages import (
+    Errors,
+    count_of,
+    ending_cleanly,
+    is_output_lost,
+    note,
+    note_replaced,
+    relative,
+    summary,
+)
 from docmap.roots import common_folder, root_of
 
 # What only one of the commands needs is imported there, so that none waits for it.
@@ -227,6 +236,7 @@ def page(
     from docmap.page import LibraryMissingError, how_to_install, render
 
     started = time.monotonic()
+    _must_exist([path])
     if not os.path.isdir(path):
         raise click.BadParameter(f"{path} is not a folder", param_hint="FOLDER")
     if link is not None and ("{path}" not in link or link.lower().startswith(("javascript:", "data:"))):
@@ -328,6 +338,11 @@ def _checked(
 
 
 def _must_exist(paths: Sequence[str]) -> None:
+    try:
+        os.getcwd()
+    except OSError as error:
+        note(f"the current folder: {error.strerror}")
+        raise click.exceptions.Exit(1) from None
     for path in paths:
         if path != STANDARD_INPUT and not os.path.lexists(path):
             raise click.BadParameter(f"{path} does not exist", param_hint="PATH")
@@ -347,6 +362,9 @@ def _note_sites(checked: Checked) -> None:
 
 def main() -> None:
     """Run the command and exit with its status."""
+    if sys.stdout is None:
+        # Closed by the caller. What takes its place refuses all text, and keeps its number from any other file.
+        sys.stdout = open(os.devnull)  # noqa: SIM115
     for stream in (sys.stdout, sys.stderr):
         # A file name or an old terminal's encoding must not end the run halfway.
         if hasattr(stream, "reconfigure"):
@@ -361,6 +379,11 @@ def main() -> None:
     except click.ClickException as error:
         error.show()
         status = error.exit_code
+    except OSError as error:
+        if not is_output_lost():
+            raise
+        note(f"standard output: {error.strerror or error}")
+        status = 2
     except ModuleNotFoundError as error:
         if error.name is None or error.name.partition(".")[0] != "quarnel":
             raise

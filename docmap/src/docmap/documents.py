@@ -2,8 +2,10 @@
 
 from __future__ import annotations
 
+import errno
 import os
 import re
+import stat
 import sys
 import warnings
 from collections.abc import Callable, Iterable, Iterator
@@ -250,6 +252,13 @@ class GitIgnore:
             ):
                 return True
         return False
+
+
+def must_be_regular(path: str) -> None:
+    """Raises OSError for what is missing, and for a pipe or a device, whose end may never come."""
+    mode = os.stat(path).st_mode
+    if not stat.S_ISREG(mode) and not stat.S_ISDIR(mode):
+        raise OSError(errno.EINVAL, "not a regular file", path)
 
 
 def read_text(path: Path) -> tuple[str, bool]:

@@ -6,8 +6,8 @@ import os
 import signal
 import sys
 import time
-from collections.abc import Callable, Generator, Sequence
-from contextlib import closing
+from collections.abc import Callable, Generator, Iterator, Sequence
+from contextlib import closing, contextmanager
 from typing import TYPE_CHECKING, TypeVar
 
 if TYPE_CHECKING:
@@ -50,12 +50,27 @@ def map_in_order(
 
     pool = ProcessPoolExecutor(min(jobs, len(items)), initializer=_leave_signals_to_parent)
     try:
-        yield from pool.map(work, items, chunksize=_CHUNK)
+        with _interrupts_held():  # all processes are started here
+            results = pool.map(work, items, chunksize=_CHUNK)
+        yield from results
     except BrokenProcessPool:
         raise WorkerLostError from None
     finally:
         # Reached early when the caller stops: an interrupt, a closed pipe. What has not begun is dropped.
         pool.shutdown(cancel_futures=True)
+
+
+@contextmanager
+def _interrupts_held() -> Iterator[None]:
+    """Holds an interrupt back until the end, so that none meets a process before it leaves these to its parent."""
+    if not hasattr(signal, "pthread_sigmask"):
+        yield
+        return
+    before = signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT})
+    try:
+        yield
+    finally:
+        signal.pthread_sigmask(signal.SIG_SETMASK, before)
 
 
 def _leave_signals_to_parent() -> None:

@@ -77,6 +77,21 @@ def ending_cleanly() -> Iterator[None]:
         note("a process was killed before it was done; memory may be short, and --jobs 1 needs the least")
         raise click.exceptions.Exit(1) from None
     except BrokenPipeError:
-        # What is still buffered would fail again at exit, with a message that nobody can act on.
-        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        _drop_output()
         raise click.exceptions.Exit(_PIPE_CLOSED) from None
+
+
+def is_output_lost() -> bool:
+    """Whether standard output takes no text, as on a full disk; what it holds is then dropped."""
+    try:
+        sys.stdout.write("")
+        sys.stdout.flush()
+    except OSError:
+        _drop_output()
+        return True
+    return False
+
+
+def _drop_output() -> None:
+    # What is still buffered would fail again at exit, with a message that nobody can act on.
+    os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())

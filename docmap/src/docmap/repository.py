@@ -11,7 +11,7 @@ import os
 from collections.abc import Callable, Iterable
 from typing import TYPE_CHECKING
 
-from docmap.documents import PAGE_SUFFIXES, GitIgnore
+from docmap.documents import PAGE_SUFFIXES, GitIgnore, must_be_regular
 
 if TYPE_CHECKING:
     from docmap.facts import Facts
@@ -100,9 +100,13 @@ class Repository:
         return not any(wanted == path or wanted.startswith(path + "/") for wanted in self._wanted)
 
     def _add_link(self, entry: os.DirEntry[str], path: str) -> None:
-        target = os.path.relpath(os.path.realpath(entry.path), os.path.realpath(self.root)).replace(
-            os.sep, "/"
-        )
+        try:
+            real = os.path.realpath(entry.path)
+        except OSError:  # links of the system that say nobody where they lead
+            self._unreadable.add(path)
+            self.folders[path] = None
+            return
+        target = os.path.relpath(real, os.path.realpath(self.root)).replace(os.sep, "/")
         try:
             is_folder = entry.is_dir()
         except OSError:  # a link to itself
@@ -161,7 +165,9 @@ class Repository:
     def text(self, path: str) -> str | None:
         """The text of a file, as of a configuration; None when it is missing or cannot be read."""
         try:
-            with open(os.path.join(self.root, path), encoding="utf-8", errors="replace") as file:
+            place = os.path.join(self.root, path)
+            must_be_regular(place)
+            with open(place, encoding="utf-8", errors="replace") as file:
                 text = file.read()
         except (OSError, ValueError):  # a name with a null byte
             text = None

@@ -8,12 +8,20 @@ from collections.abc import Iterator, Mapping, Sequence
 from functools import partial
 from typing import Any, NamedTuple
 
-from docmap.facts import HREF, IMAGE, LIQUID, SHORTCODE, SRC, TEMPLATE, Construct, Heading, Link
+from docmap.facts import FRONT_MATTER, HREF, IMAGE, LIQUID, SHORTCODE, SRC, TEMPLATE, Construct, Heading, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
-from docmap.sites.hugo_addresses import SUFFIXES, Pages, forms, urlized
-from docmap.sites.hugo_settings import CONFIGURATIONS, is_configured, permalinks_of, read_settings
+from docmap.sites.hugo_addresses import SUFFIXES, Pages, Root, content_path, forms, urlized
+from docmap.sites.hugo_settings import (
+    CONFIGURATIONS,
+    contents_of,
+    is_configured,
+    made_by_outputs,
+    mounts_of,
+    permalinks_of,
+    read_settings,
+)
 from docmap.sites.resolution import Resolution, doubtful, found
 from docmap.sites.rules import Effect, Rules
 from docmap.sites.site import Site
@@ -44,25 +52,27 @@ _SLUGS: Mapping[str, Any] = {
 
 
 class _Lookup:
-    """Finds pages as .GetPage does: by path from the source's folder, from the content roots, or by name."""
+    """Finds pages as .GetPage does: by path from the source's folder, from the content's root, or by name."""
 
-    def __init__(self, roots: Sequence[str]) -> None:
+    def __init__(self, roots: Sequence[Root]) -> None:
         self.roots = roots
         self._index: dict[str, list[str]] = {}
 
     def find(self, site: Site, path: str, source: str) -> Resolution | None:
         if not path:
             return found(source)
-        places = [posixpath.join(root, path.lstrip("/")) for root in self.roots]
+        language, folder = self._path_of(site, source)
+        folder = posixpath.dirname(folder)
+        places = [path.lstrip("/")]
         if not path.startswith("/"):
-            folder = posixpath.dirname(source)
             starts = [folder, posixpath.dirname(folder)] if _is_leaf(source) else [folder]
             places = [posixpath.join(start, path) for start in starts] + places
         index = self._pages(site)
         for place in places:
             pages = index.get(_logical(posixpath.normpath(place)))
             if pages:
-                return found(*pages)
+                own = [page for page in pages if self._path_of(site, page)[0] == language]
+                return found(*(own or pages))
         # A bare name finds the only page that has it, wherever that lies.
         name = _logical(path)
         named = [
@@ -74,10 +84,14 @@ class _Lookup:
         if not self._index:
             for page, addresses in site.addresses.items():
                 # A translation answers to the path of its original.
-                paths = (page, _OF_LANGUAGE.sub("", page))
+                _, path = self._path_of(site, page)
+                paths = (path, _OF_LANGUAGE.sub("", path))
                 for path in dict.fromkeys(map(_logical, paths)) if addresses else ():
                     self._index.setdefault(path, []).append(page)
         return self._index
+
+    def _path_of(self, site: Site, page: str) -> tuple[str, str]:
+        return content_path(self.roots, page) or ("", site.within(page, site.content) or page)
 
 
 def _is_leaf(page: str) -> bool:
@@ -85,8 +99,8 @@ def _is_leaf(page: str) -> bool:
 
 
 def _logical(path: str) -> str:
-    path = _INDEX.sub("", _SUFFIX.sub("", path.rstrip("/")))
-    return _SPACES.sub("-", path.lower())
+    path = _SUFFIX.sub("", path.rstrip("/"))
+    return _SPACES.sub("-", _INDEX.sub("", "" if path == "." else path).lower())
 
 
 def _ref(lookup: _Lookup, site: Site, link: Link, source: str) -> Resolution | None:
@@ -142,10 +156,11 @@ def _unknown_hook(why: str, site: Site, link: Link, source: str) -> Resolution |
     return doubtful(why) if any(place in site.repository.files for place in places) else None
 
 
-def _other_page(site: Site, link: Link, source: str) -> Resolution | None:
+def _other_page(roots: Sequence[Root], site: Site, link: Link, source: str) -> Resolution | None:
     """Content that is no Markdown makes pages, too."""
     path = site.address_of(link.path, source).strip("/")
-    stems = (posixpath.join(site.content, path), posixpath.join(site.content, path, "_index"))
+    starts = [root.folder for root in roots if not root.target]
+    stems = (posixpath.join(start, path, name).rstrip("/") for start in starts for name in ("", "_index"))
     names = (f"{stem}{suffix}" for stem in stems for suffix in (".html", ".adoc", ".rst", ".org", ".pandoc"))
     return found() if any(name in site.repository.files for name in names) else None
 
@@ -231,6 +246,7 @@ RULES = Rules(
     made={r"/404\.html|/(?:.*/)?(?:index\.xml|sitemap\.xml|rss\.xml)|/robots\.txt|/(?:.*/)?page/\d+/?": None},
     heading_text=_raw_line,
     custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    literal=frozenset({"comment", FRONT_MATTER, "highlight"}),
     always=r"|top|:~:.*|fn(?:ref)?\d*:.*",
 )
 
@@ -250,38 +266,38 @@ def make(repository: Repository, root: str) -> Site | None:
     config = read_settings(repository, root)
     paths = (posixpath.join(root, name) for name in CONFIGURATIONS)
     path = next((path for path in paths if path in repository.files), "")
-    mounted: dict[str, list[str]] = {}
-    for mount in literals.entries(config, "module", "mounts"):
-        target = literals.text(mount, "target").split("/")[0]
-        mounted.setdefault(target, []).append(literals.text(mount, "source"))
-    sources = mounted.get("content") or [literals.text(config, "contentdir", otherwise="content")]
     languages = literals.table(config, "languages")
-    folders = {name: literals.get(options, "contentdir") for name, options in languages.items()}
-    contents = [folder for folder in folders.values() if isinstance(folder, str)] or sources
-    contents = [posixpath.normpath(posixpath.join(root, folder)) for folder in contents]
-    content = posixpath.commonpath([f"/{folder}" for folder in contents]).strip("/")
     default = literals.text(config, "defaultcontentlanguage") or "en"
+    mounted = mounts_of(config)
+    roots = [
+        Root(re.sub(r"^\.$", "", posixpath.normpath(posixpath.join(root, folder))), target, language)
+        for folder, target, language in contents_of(config, mounted, default)
+    ]
+    content = posixpath.commonpath([f"/{each.folder}" for each in roots]).strip("/")
     in_subfolder = config.get("defaultcontentlanguageinsubdir") is True
-    below = {
-        name: Site.within(posixpath.normpath(posixpath.join(root, folder)), content) or ""
-        if isinstance(folder, str)
-        else ""
-        for name, folder in folders.items()
-    }
     pages = Pages(
-        below, "" if in_subfolder else default, permalinks_of(config), config.get("uglyurls") is True
+        roots,
+        languages,
+        "" if in_subfolder else default,
+        permalinks_of(config),
+        config.get("uglyurls") is True,
     )
     taxonomies = config.get("taxonomies")
     plurals = (
         literals.texts(list(taxonomies.values())) if isinstance(taxonomies, dict) else ["tags", "categories"]
     )
-    roots = [*(posixpath.normpath(posixpath.join(root, folder)) for folder in sources), *contents]
     lookup = _Lookup(roots)
-    shortcodes = _Shortcodes(repository, root, [*roots, root, posixpath.join(root, "assets")])
+    starts = [*(each.folder for each in roots), root, posixpath.join(root, "assets")]
+    shortcodes = _Shortcodes(repository, root, starts)
     shortcode = Effect(includes=shortcodes.included, unknown=shortcodes.unknown)
     links, images = _ways(lookup, repository, root, config, plurals)
+
+    def takes(site: Site, page: str) -> bool:
+        # Other files lie between folders of content that share no folder; a setting may name another folder.
+        return site.content != content or content_path(roots, page) is not None
+
     static = literals.texts(config.get("staticdir")) or ["static"]
-    static += mounted.get("static", [])
+    static += [mount.source for mount in mounted if mount.component == "static"]
     parser = literals.get(config, "markup", "goldmark", "parser")
     slug = _SLUGS.get(literals.text(parser, "autoidtype") or literals.text(parser, "autoheadingidtype"))
     rules = RULES.changed(
@@ -292,12 +308,14 @@ def make(repository: Repository, root: str) -> Site | None:
             SRC: images[-4:],
             TEMPLATE: (partial(_ref, lookup),),
         },
+        takes=takes,
         addresses=pages.addresses,
+        made={**RULES.made, **made_by_outputs(config)},
         base=base_of(literals.text(config, "baseurl")),
         static=tuple(posixpath.normpath(posixpath.join(root, folder)) for folder in static),
         slug=slug or slugs.hugo,
         terms=literals.get(parser, "autodefinitiontermid") is True,
-        other_pages=_sections(repository, contents, ("", *languages)),
+        other_pages=_sections(repository, roots, ("", *languages)),
         effects={SHORTCODE: shortcode, LIQUID: shortcode},
     )
     if literals.get(config, "markup", "goldmark", "extensions", "passthrough", "enable") is True:
@@ -320,11 +338,11 @@ def _passed_through(config: Mapping[str, Any]) -> frozenset[str]:
     return frozenset("\\(" if sign == "\\[" else sign for sign in opening)
 
 
-def _sections(repository: Repository, contents: Sequence[str], languages: Sequence[str]) -> frozenset[str]:
+def _sections(repository: Repository, roots: Sequence[Root], languages: Sequence[str]) -> frozenset[str]:
     """The home pages, and the lists that Hugo makes of the folders at the top, with _index.md or without."""
     tops = {""}
     for folder in repository.folders:
-        place = next((place for root in contents if (place := Site.within(folder, root)) is not None), "")
+        _, place = content_path(roots, folder) or ("", "")
         tops.add(urlized(place) if "/" not in place else "")
     addresses = (posixpath.join("/", language, top) for language in languages for top in tops)
     return frozenset(form for address in addresses for form in forms(address))
@@ -345,7 +363,12 @@ def _ways(
     lookup: _Lookup, repository: Repository, root: str, config: Mapping[str, Any], taxonomies: Sequence[str]
 ) -> tuple[Any, Any]:
     """How links and images are followed: by a render hook where there is one, then as addresses."""
-    addresses = (page_at_address, _other_page, partial(_term, frozenset(taxonomies)), outside_base)
+    addresses = (
+        page_at_address,
+        partial(_other_page, lookup.roots),
+        partial(_term, frozenset(taxonomies)),
+        outside_base,
+    )
     hooks = literals.get(config, "markup", "goldmark", "renderhooks")
     languages = config.get("languages")
     theme = literals.get(config, "theme") or literals.get(config, "module", "imports")

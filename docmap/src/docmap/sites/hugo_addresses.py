@@ -4,8 +4,8 @@ from __future__ import annotations
 
 import posixpath
 import re
-from collections.abc import Mapping, Sequence
-from typing import Any
+from collections.abc import Collection, Mapping, Sequence
+from typing import Any, NamedTuple
 
 from docmap.facts import Facts
 from docmap.sites import literals
@@ -18,19 +18,46 @@ _SPACES = re.compile(r"\s+")
 _PERMALINK = re.compile(r":(\w+)(?:\[[^\]]*\])?")
 
 
+class Root(NamedTuple):
+    """A folder (or a file) of content: where it lies, as what path of the content, of which language ("": any)."""
+
+    folder: str
+    target: str = ""
+    language: str = ""
+
+    def path_of(self, place: str) -> str | None:
+        """The path in the content of a file or folder of the repository; None for what lies elsewhere."""
+        below = "" if place == self.folder else Site.within(place, self.folder)
+        return None if below is None else posixpath.join(self.target, below).rstrip("/")
+
+
+def content_path(roots: Sequence[Root], place: str) -> tuple[str, str] | None:
+    """The language and the path in the content of a file or folder, by the innermost root around it."""
+    found = [
+        (len(root.folder), root.language, path) for root in roots if (path := root.path_of(place)) is not None
+    ]
+    return max(found)[1:] if found else None
+
+
 class Pages:
     """How one site makes addresses of its content."""
 
     def __init__(
-        self, languages: Mapping[str, str], default: str, permalinks: Mapping[str, str], ugly: bool
+        self,
+        roots: Sequence[Root],
+        languages: Collection[str],
+        default: str,
+        permalinks: Mapping[str, str],
+        ugly: bool,
     ) -> None:
-        self.languages, self.default, self.permalinks, self.ugly = languages, default, permalinks, ugly
+        self.roots, self.languages, self.default = roots, languages, default
+        self.permalinks, self.ugly = permalinks, ugly
 
     def addresses(self, site: Site, page: str, facts: Facts) -> Sequence[str]:
         """Those of a page: its own or that of its path, and its aliases; () for what is part of a bundle."""
         if not page.lower().endswith(SUFFIXES):
             return ()
-        language, folder, name = _route(self.languages, site, page)
+        language, folder, name = self._route(site, page)
         around = posixpath.dirname(page)
         if name not in {"index", "_index"} and self._in_leaf_bundle(site, around):
             return ()
@@ -46,10 +73,17 @@ class Pages:
             addresses.append(prefix + alias)
         return [form for address in addresses for form in forms(address)]
 
-    @staticmethod
-    def _in_leaf_bundle(site: Site, folder: str) -> bool:
+    def _route(self, site: Site, page: str) -> tuple[str, str, str]:
+        """The language of a content file, its folder and its name, both below that language's content."""
+        language, place = content_path(self.roots, page) or ("", site.within(page, site.content) or page)
+        folder, name = posixpath.split(posixpath.splitext(place)[0])
+        base, _, suffix = name.rpartition(".")
+        return (suffix, folder, base) if base and suffix in self.languages else (language, folder, name)
+
+    def _in_leaf_bundle(self, site: Site, folder: str) -> bool:
         bundles = site.once(_leaf_bundles)
-        while folder and folder != site.content:
+        tops = {site.content, *(root.folder for root in self.roots)}
+        while folder and folder not in tops:
             if folder in bundles:
                 return True
             folder = folder.rpartition("/")[0]
@@ -76,18 +110,6 @@ class Pages:
 def _leaf_bundles(site: Site) -> frozenset[str]:
     """The folders that are one page with its files."""
     return frozenset(path.rpartition("/")[0] for path in site.repository.files if path.endswith(_INDEXES))
-
-
-def _route(languages: Mapping[str, str], site: Site, page: str) -> tuple[str, str, str]:
-    """The language of a content file, its folder and its name, both below that language's content."""
-    place = site.within(page, site.content) or page
-    stem = posixpath.splitext(place)[0]
-    for language, folder in languages.items():
-        if folder and stem.startswith(folder + "/"):
-            return language, *posixpath.split(stem[len(folder) + 1 :])
-    folder, name = posixpath.split(stem)
-    base, _, language = name.rpartition(".")
-    return (language, folder, base) if base and language in languages else ("", folder, name)
 
 
 def forms(address: str) -> list[str]:

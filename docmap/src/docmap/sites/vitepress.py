@@ -5,6 +5,7 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterator, Sequence
+from contextlib import suppress
 from functools import partial
 
 from pathspec import GitIgnoreSpec
@@ -40,6 +41,7 @@ _KNOWN = literals.words(
     PluginTabs PluginTabsTab Icon
     """
 )
+_PARAMETER = re.compile(r":(\w+)(\*?)")
 _USED = re.compile(r"\.use\(\s*([\w$.]+)")
 
 
@@ -55,7 +57,7 @@ def _addresses(
     place = site.within(page, site.content) or page
     if left_out.match_file(place):
         return ()
-    place = next((match.expand(new) for old, new in rewrites if (match := old.fullmatch(place))), place)
+    place = next((_filled(new, match) for old, new in rewrites if (match := old.fullmatch(place))), place)
     stem = posixpath.splitext(place)[0]
     folder, name = posixpath.split(stem)
     if name == "index":
@@ -144,14 +146,24 @@ def make(repository: Repository, root: str) -> Site | None:
 
 
 def _rewrites(rewrites: object) -> list[tuple[re.Pattern[str], str]]:
-    """Paths of sources -> paths of pages: "packages/:name/:rest*" -> ":name/:rest*", as pattern and template."""
+    """Paths of sources -> paths of pages: "packages/:name/:rest*" -> ":name/:rest*", as pattern and text to fill in.
+
+    One that asks for a name which its source does not give changes no path.
+    """
     found = []
     for old, new in literals.table(rewrites).items():
         if isinstance(new, str):
-            pattern = re.sub(r":(\w+)\*", r"(?P<\1>.*)", re.escape(old).replace(r"\*", "*"))
-            pattern = re.sub(r":(\w+)", r"(?P<\1>[^/]+)", pattern)
-            found.append((re.compile(pattern), re.sub(r":(\w+)\*?", r"\\g<\1>", new)))
+            text = re.sub(r":(\w+)\*", r"(?P<\1>.*)", re.escape(old).replace(r"\*", "*"))
+            text = re.sub(r":(\w+)", r"(?P<\1>[^/]+)", text)
+            with suppress(re.error):  # a name that stands there twice: no build takes it
+                pattern = re.compile(text)
+                if {name for name, _ in _PARAMETER.findall(new)} <= pattern.groupindex.keys():
+                    found.append((pattern, new))
     return found
+
+
+def _filled(new: str, match: re.Match[str]) -> str:
+    return _PARAMETER.sub(lambda parameter: match[parameter[1]], new)
 
 
 def _dynamic_routes(repository: Repository, content: str) -> dict[str, str | None]:
