@@ -228,6 +228,9 @@ SITES = [
                 "[x](a.md#def)": OK, "[x](a.md#note)": OK, "[x](a.md#text)": OK, "[x](a.md#none)": BROKEN, "A\n\n:   d\n\n    [x](none.md)": BROKEN,
                 "[^1]: d\n\n    - [x](none.md) [^1]": BROKEN, "[^2]:\n    [x](none.md) [^2]": BROKEN,
             }),
+            ("blocks", "pymdownx.blocks.html: {}", "/// html | div#own.class\n## In\n///\n\n/// html | p\n    attrs: {class: x, id: other}\n\ny\n///\n", {
+                "[x](a.md#own)": OK, "[x](a.md#other)": OK, "[x](a.md#in)": OK, "[x](a.md#class)": BROKEN,
+            }),
             ("no elements", "attr_list: {}", "<div markdown>\n## In one\n</div>\n\nA\n:   d\n\n    ## In def\n", {
                 "[x](a.md#in-one)": BROKEN, "[x](a.md#in-def)": BROKEN,
             }),

@@ -92,6 +92,12 @@ _BODIES = {"md_in_html": "element", "def_list": "definition", "footnotes": "foot
 _ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
 _TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)
 _EMOJI = re.compile(r":[\w+-]+:")
+# Ids that blocks of pymdownx give: of an element, `/// html | div#id.class`, and of any block, `attrs: {id: name}`.
+_BLOCK_ID = re.compile(
+    r"""^[ \t]*/{3,}[ \t]*html[ \t]*\|[^\n#]{0,1000}\#(?P<element>[\w-]+)
+      | ^[ \t]{4,}attrs:[ \t]*\{(?:[^{}\n]{0,1000}[\s,])?id:[ \t]*["']?(?P<attribute>[^\s"',{}]+)""",
+    re.MULTILINE | re.VERBOSE,
+)
 
 
 def _addresses(
@@ -158,6 +164,17 @@ def _tab_anchors(
     headings = [slug(heading.text) for heading in facts.headings] if combined and titles else []
     yield from titles
     yield from (f"{heading}-{title}" for heading in headings for title in titles)
+
+
+def _all_of(
+    sources: tuple[Callable[[Site, str, Facts], Iterable[str]], ...], site: Site, page: str, facts: Facts
+) -> Iterable[str]:
+    return (anchor for source in sources for anchor in source(site, page, facts))
+
+
+def _block_ids(site: Site, page: str, facts: Facts) -> Iterable[str]:
+    for match in _BLOCK_ID.finditer(site.repository.text(page) or ""):
+        yield match[match.lastgroup or 0]
 
 
 def _all_anchors(site: Site) -> frozenset[str]:
@@ -307,11 +324,16 @@ def _with_extensions(
         rules = rules.changed(heading_text=_text_without_emoji)
     if any(re.search(r"arithmatex|math$|katex", name) for name in extensions):
         rules = rules.changed(literal=rules.literal | DOLLARS | {BRACKETED, ENVIRONMENT})
+    more: list[Callable[[Site, str, Facts], Iterable[str]]] = []
     tabbed = extensions.get("pymdownx.tabbed", {})
     if "slugify" in tabbed:
         titles = _slug_function(tabbed) or slugs.pymdown("lower")
         combined = bool(tabbed.get("combine_header_slug"))
-        rules = rules.changed(more_anchors=partial(_tab_anchors, titles, combined))
+        more.append(partial(_tab_anchors, titles, combined))
+    if any(name.startswith("pymdownx.blocks.") for name in extensions):
+        more.append(_block_ids)
+    if more:
+        rules = rules.changed(more_anchors=partial(_all_of, tuple(more)))
     if "markdown_exec" in str(extensions.get("pymdownx.superfences")):
         rules = rules.changed(unread_anchors=_executes)
     snippets = extensions.get("pymdownx.snippets")
