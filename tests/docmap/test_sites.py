@@ -480,7 +480,7 @@ SITES = [
     ],
     site("headings with images", {"a.md": "## ![img](i.png) Pic\n\n## <img src='i.png'> Pic\n\n## Table <!-- omit in toc -->\n\n"
         "## [![a][b]](c)  D\n\n## In `<a>` <b>x</b>\n\n[b]: i.png\n[](c)\n", "i.png": "", "c": ""}, "page.md", {
-        "[x](a.md#-pic)": OK, "[x](a.md#-pic-1)": OK, "[x](a.md#-pic-2)": BROKEN, "[x](a.md#table-)": OK, "[x](a.md#table)": OK,
+        "[x](a.md#-pic)": OK, "[x](a.md#pic)": OK, "[x](a.md#img-pic)": OK, "[x](a.md#-pic-1)": OK, "[x](a.md#-pic-2)": BROKEN, "[x](a.md#table-)": OK, "[x](a.md#table)": OK,
         "[x](a.md#--d)": OK, "[x](a.md#---d)": BROKEN, "[x](a.md#in-a-x)": OK, "[x](a.md#in--x)": BROKEN,
     }),
     site("labels of equations", {"conf.py": "extensions = ['myst_parser']\nmyst_enable_extensions = ['dollarmath']\n"}, "page.md", {

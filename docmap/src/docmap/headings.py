@@ -15,7 +15,7 @@ _MORE_SPACES = re.compile(r"(?<=[ \t])[ \t]")
 _SPACE_AT_MARK = re.compile(rf"[ \t](?={_NOTHING})|(?<={_NOTHING})[ \t]")
 # Code spans and escapes come first, since what looks like a tag in these is text.
 _SHOWS_NO_TEXT = re.compile(
-    r"(?P<code>(`+)(?!`).*?(?<!`)\2(?!`)|\\.)"
+    r"(?P<code>(?<!`)(`+)(?!`).*?(?<!`)\2(?!`)|\\.)"
     r"|!\[[^\[\]]*\](?:\([^()]*\)|\[[^\[\]]*\])|<!--.*?-->|" + TAG.pattern.decode()
 )
 # Longer ones are read as the outline has them, since a run of backticks may be looked for from each of them.

@@ -46,8 +46,11 @@ def _text(heading: Heading) -> str:
 
 
 def _on_other_hosts(site: Site, page: str, facts: Facts) -> Iterator[str]:
-    """Other hosts take the text as it is shown."""
-    return (slugs.github(heading.text) for heading in facts.headings if heading.bare and not heading.html)
+    """Other hosts know alternative texts, or drop the spaces at the ends."""
+    for heading in facts.headings:
+        if heading.bare:
+            yield slugs.github(heading.text)
+            yield slugs.github(heading.bare.strip())
 
 
 RULES = Rules(
