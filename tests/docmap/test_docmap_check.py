@@ -194,16 +194,18 @@ def test_unreadable_folders_and_odd_names(tmp_path, monkeypatch):
             raise PermissionError(13, "Permission denied", path)
         return realpath(path, *arguments, **options)
 
-    text = "[a](locked/b.md) [b](c.md) [d](secret/d.md)\n"
+    text = "[a](locked/b.md) [b](c.md) [d](secret/d.md) [e](round/a.md)\n"
     write_tree(tmp_path, {".git/HEAD": "", "a.md": text, "locked/b.md": "", "x\ny.md": "[a](z.md)"})
     monkeypatch.setattr("os.path.realpath", realpath)
     for link in ("self", "loop.md", "secret"):
         (tmp_path / link).symlink_to(link)
+    (tmp_path / "round").symlink_to(".")
     monkeypatch.setattr("os.scandir", scandir)
     monkeypatch.chdir(tmp_path)
     result = run("check", "--strict", "--no-cache")
-    doubtful, broken, secret, odd = result.stdout.splitlines()
+    doubtful, broken, secret, around, odd = result.stdout.splitlines()
     assert "the folder locked cannot be read" in doubtful and "the folder secret cannot" in secret
+    assert "round leads to a folder around itself" in around
     assert broken == 'a.md:1: no file "c.md"'
     assert odd == 'x\ufffdy.md:1: no file "z.md"' and result.exit_code == 1
     assert "locked: Permission denied" in result.stderr and "loop.md: Too many levels" in result.stderr

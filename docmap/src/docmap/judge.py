@@ -8,7 +8,7 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterable, Iterator, Mapping, Sequence
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from heapq import nsmallest
 from itertools import chain
 from typing import NamedTuple
@@ -64,6 +64,14 @@ class Judgement:
     finding: Finding | None = None
 
 
+def _moved(judgement: Judgement, line: int) -> Judgement:
+    """The same of a link that stands in another line."""
+    link, page, finding = judgement.link, judgement.page, judgement.finding
+    if link.line == line:
+        return judgement
+    return Judgement(link._replace(line=line), page, finding and replace(finding, line=line))
+
+
 class _AnchorNames(NamedTuple):
     """The anchors of some pages as they are written, and by how they are written without letter case."""
 
@@ -110,6 +118,8 @@ class Judge:
         if facts is None:
             return
         hidden = lines_of(facts.spans, site.rules.literal - {"comment"})
+        # A link that is written as one before it leads where that led.
+        known: dict[Link, Judgement] = {}
         for link in facts.links:
             if link.line in hidden:
                 continue
@@ -120,7 +130,10 @@ class Judge:
                 or (link.form in _OF_SOME_SITES and link.form not in site.rules.ways)
             ):
                 continue
-            yield self._judge(shown, link, path, facts)
+            alike = link._replace(line=0)
+            if alike not in known:
+                known[alike] = self._judge(shown, link, path, facts)
+            yield _moved(known[alike], link.line)
 
     def _shown_in(self, path: str) -> list[tuple[Site, str]]:
         """Where a reader meets the text of a document: its own site and the pages there, and the code host."""

@@ -205,8 +205,12 @@ class Repository:
         for part in path.split("/"):
             if place in self._unreadable:
                 return f"the folder {place or '.'} cannot be read"
-            if self._links.get(place, "").startswith("../"):
+            target = self._links.get(place, "")
+            if target.startswith("../"):
                 return f"{place} leads out of the repository"
+            if target == "." or (target and place.startswith(target + "/")):
+                # What is below such a link has names without end, so they are not listed.
+                return f"{place} leads to a folder around itself"
             if place not in self.folders:
                 break
             place = f"{place}/{part}" if place else part
