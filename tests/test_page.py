@@ -367,6 +367,29 @@ def many(count, folder="part{}"):
 
 
 @in_browser
+@pytest.mark.parametrize(
+    ("count", "broken", "said"),
+    [
+        pytest.param(20, 1, ["21 documents with links; 1 without links is listed, not drawn."], id="all is drawn"),
+        pytest.param(600, 1, [" of 601 documents", ": the one with broken links, then", "Not all lines are drawn"], id="one"),
+        pytest.param(600, 9, [": all 9 with broken links, then the most linked"], id="some"),
+        pytest.param(3, 300, ["{drawn} of 303 documents with links: {wrong} of the 300 with broken links, then"], id="too many"),
+    ],
+)  # fmt: skip
+def test_broken_links_are_drawn_first_and_what_is_left_out_is_said(opened, count, broken, said):
+    browser = opened(
+        many(count) | {f"part1/z{n}.md": f"# Wrong {n}\n\n[gone](gone.md)\n" for n in range(broken)}
+    )
+    drawn, wrong = (len(texts(browser, f"#graph .node.{kind}")) for kind in ("document", "broken"))
+    # Each folder keeps two marks.
+    assert min(broken, drawn - 2) <= wrong <= broken
+    [words] = texts(browser, "#shown")
+    assert all(part.format(drawn=drawn, wrong=wrong) in words for part in said), words
+    hidden = "return [...document.querySelectorAll('#graph line')].some((l) => getComputedStyle(l).display === 'none')"
+    assert browser.execute_script(hidden) == ("Not all lines" in words)
+
+
+@in_browser
 def test_labels_overlap_neither_each_other_nor_marks(opened):
     browser = opened(many(90))
     boxes = browser.execute_script("""

@@ -26,11 +26,15 @@ function mapOf(folder, chosen, { width, height, narrow }) {
   const linked = inside.filter((each) => !isIsolated(each));
   const most = Math.min(120, Math.max(25, Math.floor((width * height) / 4800)));
   const regions = regionsOf(linked, folder, narrow ? MOST_REGIONS / 2 : MOST_REGIONS);
+  // What is broken is what the picture is asked for, so it goes first; what is linked most takes the other places.
+  const broken = linked.filter((each) => each.broken.length);
+  const first = new Set([...broken].sort((one, other) => other.broken.length - one.broken.length || byImportance(one, other)).slice(0, most));
   // A region's share grows with the root of its documents, so that small ones are seen beside large ones.
-  const share = most / sum(regions, ({ members }) => Math.sqrt(members.length));
+  const share = (most - first.size) / sum(regions, ({ members }) => Math.sqrt(members.length));
   for (const region of regions) {
-    const quota = linked.length <= most ? Infinity : Math.max(2, Math.round(share * Math.sqrt(region.members.length)));
-    const best = [...region.members].sort(byImportance).slice(0, quota);
+    const [sure, others] = [region.members.filter((each) => first.has(each)), region.members.filter((each) => !first.has(each))];
+    const quota = linked.length <= most ? Infinity : Math.max(2 - sure.length, Math.round(share * Math.sqrt(region.members.length)));
+    const best = [...sure, ...others.sort(byImportance).slice(0, Math.max(0, quota))];
     if (chosen && region.members.includes(chosen) && !best.includes(chosen)) best.push(chosen);
     region.nodes = best.map((each) => Object.assign(documentNode(each, narrow), { region, chosen: each === chosen }));
   }
@@ -39,7 +43,14 @@ function mapOf(folder, chosen, { width, height, narrow }) {
   const edges = edgesAmong(marks);
   const between = linksBetween(regions, edges);
   const roads = marks.length > CROWD ? between.filter(({ strong }) => strong) : [];
-  return { isMap: true, regions, marks, nodes, edges, between, roads, captions: [], linked: linked.length, isolated: inside.length - linked.length };
+  // Links that are drawn only when their mark is pointed at, and whether others have an end that is not drawn.
+  const hidden = edges.some(({ extra }) => extra);
+  const drawn = new Set(marks.map(({ each }) => each));
+  const cutOff = marks.some(({ each }) => [...each.out.keys(), ...each.into.keys()].some((other) => !drawn.has(other)));
+  return {
+    isMap: true, regions, marks, nodes, edges, between, roads, hidden, cutOff, captions: [],
+    linked: linked.length, isolated: inside.length - linked.length, broken: broken.length,
+  };
 }
 
 // The folders that the map shows.

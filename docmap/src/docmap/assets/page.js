@@ -74,12 +74,23 @@ function tellPicture(drawing, each) {
   find("legend").replaceChildren(...Object.entries(LEGEND).filter(([key]) => shapesShown.has(key)).map(([, [icon, text]]) => element("li", {}, sign(icon), text)));
 }
 
-function mapInWords({ linked, isolated, marks, roads }) {
+function mapInWords({ linked, isolated, broken, marks, roads, hidden, cutOff }) {
   const drawn = marks.length;
-  const some = drawn < linked ? `The ${drawn.toLocaleString()} most linked of ${plural(linked, "document")} with links` : `${plural(linked, "document")} with links`;
   const rest = isolated ? `; ${isolated.toLocaleString()} without links ${isolated === 1 ? "is" : "are"} listed, not drawn` : "";
-  const lines = roads.length ? " Thick lines sum up links between folders; point at a mark for all of its own." : "";
-  return `${some}${rest}.${lines}`;
+  return [`${drawnInWords(drawn, linked, broken, marks.filter(({ each }) => each.broken.length).length)}${rest}.`,
+    roads.length ? "Thick lines sum up links between folders." : "",
+    hidden ? `Not all lines are drawn: point at a mark for all of its own${cutOff ? " among these documents" : ""}.`
+      : cutOff ? "Links with documents that are not drawn are left out." : ""].filter(Boolean).join(" ");
+}
+
+// How many of the linked documents, and of those with broken links, are drawn.
+function drawnInWords(drawn, linked, broken, brokenDrawn) {
+  const all = `${plural(linked, "document")} with links`;
+  if (drawn === linked) return all;
+  if (!broken) return `The ${drawn.toLocaleString()} most linked of ${all}`;
+  const wrong = brokenDrawn < broken ? `${brokenDrawn.toLocaleString()} of the ${broken.toLocaleString()} with broken links`
+    : broken === 1 ? "the one with broken links" : `all ${broken.toLocaleString()} with broken links`;
+  return `${drawn.toLocaleString()} of ${all}: ${wrong}${drawn > brokenDrawn ? ", then the most linked" : ""}`;
 }
 
 function nearInWords({ left }) {
