@@ -411,6 +411,46 @@ def test_labels_overlap_neither_each_other_nor_marks(opened):
 
 
 @in_browser
+def test_titles_of_a_series_keep_their_ends(opened):
+    series = {f"s/{n}.md": f"# Fundamentals of the whole project, part {n}\n\n[z](0.md)\n" for n in range(9)}
+    long = {"long.md": "# " + "e\u0301\U0001f600" * 900 + " end\n\n[s](s/0.md)\n"}
+    browser = opened(series | long)
+    for selector in ("#graph text.document", "#tree .document .name span:last-child"):
+        found = texts(browser, selector)
+        assert {f"part {n}" for n in range(9)} <= {name[-6:] for name in found}, found
+    assert any(piece.endswith(" end") for piece in texts(browser, "#tree .name span:last-child"))
+    cut = "return [...document.querySelectorAll('#tree .name span:last-child')].filter((s) => s.scrollWidth > s.clientWidth).length"
+    assert browser.execute_script(cut) == 0
+    pieces = texts(browser, "#tree .name span, #graph text.document")
+    assert not any(
+        piece.startswith("\u0301") or "\u2026\u0301" in piece or "\ufffd" in piece for piece in pieces
+    )
+
+
+@in_browser
+def test_documents_of_the_same_title_are_told_apart(opened):
+    paths = ["x/one/src/1.md", "x/two/src/1.md", "x/two/src/2.md", "x/1.md", "y/a/1.md"]
+    same = {path: "# Same\n\n[i](/index.md)\n" for path in paths}
+    browser = opened(same | {"index.md": "# I\n", "y/a/k.md": "# K\n"})
+    names = ["one", "1.md", "2.md", "x", "a"]
+    assert sorted(texts(browser, "#graph text.document")) == sorted(
+        ["I", *(f"Same \u00b7 {name}" for name in names)]
+    )
+    while closed := browser.find_elements(By.CSS_SELECTOR, '#tree li.folder[aria-expanded="false"] .twist'):
+        closed[0].click()
+    rows = [
+        row.get_attribute("aria-label") for row in browser.find_elements(By.CSS_SELECTOR, "#tree li.document")
+    ]
+    assert sorted(rows) == sorted(
+        ["I, document", "K, document", *(f"Same, {name}, document" for name in names)]
+    )
+    # In one branch, where they stand below each other, they differ to the eye, too.
+    assert sorted(texts(browser, "#tree .beside")) == sorted(names[:-1])
+    for name in names:
+        assert f"Same {name}" in reading(browser)
+
+
+@in_browser
 def test_the_picture_is_one_tab_stop_with_arrows_inside(opened):
     browser = opened(FOLDER)
     assert len(browser.find_elements(By.CSS_SELECTOR, '#graph [tabindex="0"]')) == 1

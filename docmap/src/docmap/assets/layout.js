@@ -13,10 +13,11 @@ const DOCUMENT_TICKS = 140;
 function documentNode(each, narrow) {
   const broken = each.broken.length;
   const links = `${plural(each.into.size, "document")} ${each.into.size === 1 ? "links" : "link"} here, links to ${each.out.size}`;
+  const whole = each.apart ? `${each.title} · ${each.apart}` : each.title;
   return {
-    kind: "document", each, label: cut(each.title, LONGEST_LABEL), shape: broken ? "broken" : "document",
+    kind: "document", each, whole, label: cutMiddle(whole, LONGEST_LABEL), shape: broken ? "broken" : "document",
     radius: (4 + Math.min(11, 1.7 * Math.sqrt(each.into.size))) * (narrow ? 0.75 : 1), weight: each.into.size,
-    about: `${cut(each.title, 200)}, ${links}${broken ? `, ${plural(broken, "broken link")}` : ""}`,
+    about: `${cutMiddle(each.title, 200)}${each.apart ? `, ${each.apart}` : ""}, ${links}${broken ? `, ${plural(broken, "broken link")}` : ""}`,
   };
 }
 
@@ -194,7 +195,7 @@ function nearOf(chosen, { width, height, narrow }) {
   const left = ins.slice(0, leftRoom).map(make("left"));
   const right = outs.slice(0, Math.max(1, rightRoom)).map(make("right"));
   const gone = missing.map(([target, same]) => ({
-    kind: "missing", shape: "missing", radius: 6, label: cut(target, LONGEST_LABEL), side: "right", weight: 0,
+    kind: "missing", shape: "missing", radius: 6, whole: target, label: cutMiddle(target, LONGEST_LABEL), side: "right", weight: 0,
     about: `Broken link to ${target}, line ${same.map(({ line }) => line).join(", ")}`, finding: same[0],
   }));
   const column = (nodes, x, middle, gap) => nodes.forEach((node, index) => Object.assign(node, { x, y: middle + (index - (nodes.length - 1) / 2) * gap }));

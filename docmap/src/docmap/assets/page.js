@@ -114,7 +114,9 @@ function entriesBelow(inside, folder) {
   const { folders, own } = partsOf(inside, folder);
   const index = own.find((each) => each.folder === folder && each === indexOf(folder));
   const rest = own.filter((each) => each !== index).sort((one, other) => one.number - other.number);
-  return [...(index ? [documentEntry(index)] : []), ...folders.map((part) => folderEntry(part, folder)), ...rest.map(documentEntry)];
+  const named = d3.rollup(own, (same) => same.length, ({ title }) => title);
+  const entry = (each) => documentEntry(each, named.get(each.title));
+  return [...(index ? [entry(index)] : []), ...folders.map((part) => folderEntry(part, folder)), ...rest.map(entry)];
 }
 
 // Folders are opened by how central their documents are: one of tests may hold more.
@@ -129,10 +131,12 @@ function folderEntry({ folder, members }, above) {
   };
 }
 
-function documentEntry(each) {
+// `named`: how many documents in the same branch have its title.
+function documentEntry(each, named) {
   const begin = outlineStart(each);
   return {
-    kind: "document", id: each.path, label: each.title, spoken: `${cut(each.title, 200)}, document`, document: each, bad: each.broken.length,
+    kind: "document", id: each.path, label: each.title, spoken: `${cutMiddle(each.title, 200)}${each.apart ? `, ${each.apart}` : ""}, document`,
+    beside: named > 1 ? each.apart : null, document: each, bad: each.broken.length,
     children: each.sections.length > begin ? () => sectionEntries(each, begin, each.sections.length, begin) : null,
   };
 }
@@ -147,7 +151,7 @@ function sectionEntries(each, begin, end, depth) {
     const [first, stop] = [index + 1, after];
     entries.push({
       kind: "section", id: line, label: name, document: each, line, note: line === last ? `${line}` : `${line}–${last}`,
-      spoken: `${cut(name, 200)}, section, ${line === last ? `line ${line}` : `lines ${line} to ${last}`}`,
+      spoken: `${cutMiddle(name, 200)}, section, ${line === last ? `line ${line}` : `lines ${line} to ${last}`}`,
       children: first < stop ? () => sectionEntries(each, first, stop, depth + 1) : null,
     });
     index = after;
