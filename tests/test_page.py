@@ -127,12 +127,21 @@ def test_first_paragraphs(tmp_path, text, first):
     assert data_of(write_page(tmp_path, {"a.md": text}))[1]["a.md"]["text"] == first
 
 
+SITE = {
+    "w/astro.config.mjs": "// title: 'No'\nexport default defineConfig({ integrations: [starlight({\n\ttitle: 'S',\n})] });\n",
+    "w/src/content/docs/index.mdx": "---\ntitle: Long title\n---\n\nWhat it is about.\n",
+    "w/src/content/docs/de/index.mdx": "---\ntitle: Lang\n---\n",
+    "z/b/src/content/docs/index.md": "# Example\n",
+}
+
+
 @pytest.mark.parametrize(
     ("files", "options", "title"),
     [
         pytest.param({"index.md": "# A book\n", "README.md": "# Not this\n"}, (), "A book", id="index"),
         pytest.param({"src/readme.md": "# Read\n", "src/a/b.md": ""}, (), "Read", id="README further down"),
         pytest.param({"index.md": "# Introduction\n", "mkdocs.yml": "site_name: 'S'\n"}, (), "S", id="site"),
+        pytest.param(SITE, (), "S", id="site below, with its index"),
         pytest.param({"a.md": "# A\n"}, (), "{} docs", id="folder of a name that says nothing"),
         pytest.param({"index.md": "# A book\n"}, ("--title", "Own"), "Own", id="option"),
     ],
@@ -323,6 +332,31 @@ def test_the_picture_shows_the_folder_then_the_neighbours(opened):
     assert (
         len(texts(browser, "#graph .node.document")) == 4 and len(texts(browser, "#graph .node.chosen")) == 1
     )
+
+
+@in_browser
+def test_the_first_view_explains_itself(opened):
+    browser = opened(SITE | {"w/src/content/docs/a/1.md": "", "w/src/content/docs/a/2.md": ""})
+    assert texts(browser, "h2") == ["S"] and "What it is about." in reading(browser)
+    near = browser.find_element(By.ID, "near")
+    assert not near.is_enabled() and "Choose a document first" in near.get_attribute("title")
+    assert browser.find_element(By.ID, "choose").is_displayed()
+    browser = opened(many(40))
+    assert "Those that other documents link to most come first." in reading(browser)
+    browser.find_element(By.CSS_SELECTOR, "#reading li a").click()
+    assert browser.find_element(By.ID, "near").get_attribute("title") == ""
+    assert not browser.find_element(By.ID, "choose").is_displayed()
+
+
+@in_browser
+@pytest.mark.parametrize(("pointer", "said"), [("fine", "Search ( / )"), ("coarse", "Search")])
+def test_a_key_is_named_where_a_keyboard_is_likely(opened, browser, pointer, said):
+    browser.execute_cdp_cmd("Emulation.setTouchEmulationEnabled", {"enabled": pointer == "coarse"})
+    try:
+        opened(FOLDER, width=1400 if pointer == "fine" else 390)
+        assert browser.find_element(By.ID, "search").get_attribute("placeholder") == said
+    finally:
+        browser.execute_cdp_cmd("Emulation.setTouchEmulationEnabled", {"enabled": False})
 
 
 @in_browser

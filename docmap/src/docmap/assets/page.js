@@ -55,6 +55,8 @@ const LEGEND = {
 function drawPicture({ each, folder, map: isMap }) {
   for (const [id, pressed] of [["whole", isMap], ["near", !isMap]]) find(id).setAttribute("aria-pressed", String(pressed));
   find("near").disabled = !each;
+  find("near").title = each ? "" : "Choose a document first";
+  find("choose").hidden = Boolean(each);
   const hadFocus = find("graph").contains(document.activeElement);
   picture.show((size) => (isMap ? mapOf(each ? "" : folder, each, size) : nearOf(each, size)), (drawing) => tellPicture(drawing, each));
   if (hadFocus) picture.focusStop();
@@ -255,6 +257,8 @@ medium.addEventListener("change", closeContents);
 find("contents").onclick = () => showContents(find("tree").hidden);
 system.addEventListener("change", () => showTheme(stored.read()));
 closeContents();
+// A phone has no such key; who has no pointer at all has a keyboard.
+if (!matchMedia("(pointer: coarse)").matches) find("search").placeholder = "Search ( / )";
 showTheme(stored.read());
 tree.openSome(40, weightOf(documents) / 5);
 arrive();

@@ -58,6 +58,12 @@ function foldersFirstToRead(folders, index) {
   });
 }
 
+function folderOrder(folders, index) {
+  if (folders.length < 2) return null;
+  const introduced = folders.some(({ members }) => members.some((each) => index?.out.has(each)));
+  return introduced ? "As the introduction links to them, then those that other documents link to most." : "Those that other documents link to most come first.";
+}
+
 class Reading {
   // `href` makes the address of a place within this page.
   constructor(pane, href) {
@@ -185,7 +191,7 @@ class Reading {
       index && firstParagraph(index) ? element("p", { className: "lead", textContent: firstParagraph(index) }) : [],
       element("p", { className: "verdict" }, broken ? this.jump(`▲ ${plural(broken, "broken link")} in ${plural(wrong.length, "document")}`, "broken") : "✓ No broken links"),
       list("Most linked documents", central, (each) => this.described(each), { note: "Start with these: many documents link to them." }),
-      list("Folders", folders, (part) => this.folderRow(part, folder), { most: 24 }),
+      list("Folders", folders, (part) => this.folderRow(part, folder), { most: 24, note: folderOrder(folders, index) }),
       list("Documents with broken links", wrong, (each) => [...this.named(each),
         element("ul", {}, each.broken.slice(0, 3).map(({ line, message, suggestion }) => element("li", { className: "finding" },
           fileLink(each, line, `line ${line}`), `: ${message}`, suggestion ? `; did you mean ${suggestion}?` : "")),
