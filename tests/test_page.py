@@ -448,7 +448,7 @@ def test_labels_overlap_neither_each_other_nor_marks(opened):
 def test_titles_of_a_series_keep_their_ends(opened):
     series = {f"s/{n}.md": f"# Fundamentals of the whole project, part {n}\n\n[z](0.md)\n" for n in range(9)}
     long = {"long.md": "# " + "e\u0301\U0001f600" * 900 + " end\n\n[s](s/0.md)\n"}
-    browser = opened(series | long)
+    browser = opened(series | long | {"short.md": "# window.struck=1\n"})
     for selector in ("#graph text.document", "#tree .document .name span:last-child"):
         found = texts(browser, selector)
         assert {f"part {n}" for n in range(9)} <= {name[-6:] for name in found}, found

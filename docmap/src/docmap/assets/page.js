@@ -56,7 +56,7 @@ function drawPicture({ each, folder, map: isMap }) {
   for (const [id, pressed] of [["whole", isMap], ["near", !isMap]]) find(id).setAttribute("aria-pressed", String(pressed));
   find("near").disabled = !each;
   find("near").title = each ? "" : "Choose a document first";
-  find("choose").hidden = Boolean(each);
+  find("choose").hidden = Boolean(each) || !documents.length;
   const hadFocus = find("graph").contains(document.activeElement);
   picture.show((size) => (isMap ? mapOf(each ? "" : folder, each, size) : nearOf(each, size)), (drawing) => tellPicture(drawing, each));
   if (hadFocus) picture.focusStop();

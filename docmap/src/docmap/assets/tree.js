@@ -3,11 +3,11 @@
 // A branch with thousands of documents is shown in portions of this size.
 const PORTION = 400;
 // Texts of fewer characters find room in one piece, or are not worth two.
-const SHORT = 22;
+const SHORT = 14;
 
 // A text in two parts, the second of which is so short that it is always seen.
 function splitForRow(text) {
-  const end = halves(text, 26)[1];
+  const end = halves(text, Math.min(26, text.length))[1];
   return [text.slice(0, text.length - end.length), end];
 }
 
