@@ -55,7 +55,8 @@ function cutWords(text, length) {
   return text.length > length ? `${text.slice(0, length).replace(/\s+\S{0,20}$/, "").replace(/[\s.,;:]+$/, "")}…` : text;
 }
 
-const segmenter = new Intl.Segmenter();
+// A browser that cannot tell letters with their accents cuts between code points.
+const segmenter = Intl.Segmenter ? new Intl.Segmenter() : { segment: (text) => Array.from(text, (segment) => ({ segment })) };
 
 const map = JSON.parse(find("data").textContent);
 const documents = map.documents;
