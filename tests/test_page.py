@@ -349,11 +349,13 @@ def test_the_first_view_explains_itself(opened):
 
 
 @in_browser
-@pytest.mark.parametrize(("pointer", "said"), [("fine", "Search ( / )"), ("coarse", "Search")])
+@pytest.mark.parametrize(
+    ("pointer", "said"), [("fine", "Search ( / )"), ("coarse", "Search"), ("small", "Search")]
+)
 def test_a_key_is_named_where_a_keyboard_is_likely(opened, browser, pointer, said):
     browser.execute_cdp_cmd("Emulation.setTouchEmulationEnabled", {"enabled": pointer == "coarse"})
     try:
-        opened(FOLDER, width=1400 if pointer == "fine" else 390)
+        opened(FOLDER, width=390 if pointer == "small" else 1400)
         assert browser.find_element(By.ID, "search").get_attribute("placeholder") == said
     finally:
         browser.execute_cdp_cmd("Emulation.setTouchEmulationEnabled", {"enabled": False})

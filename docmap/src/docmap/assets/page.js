@@ -258,7 +258,7 @@ find("contents").onclick = () => showContents(find("tree").hidden);
 system.addEventListener("change", () => showTheme(stored.read()));
 closeContents();
 // A phone has no such key; who has no pointer at all has a keyboard.
-if (!matchMedia("(pointer: coarse)").matches) find("search").placeholder = "Search ( / )";
+if (!matchMedia("(pointer: coarse)").matches && !narrow.matches) find("search").placeholder = "Search ( / )";
 showTheme(stored.read());
 tree.openSome(40, weightOf(documents) / 5);
 arrive();
