@@ -127,12 +127,21 @@ def test_first_paragraphs(tmp_path, text, first):
     assert data_of(write_page(tmp_path, {"a.md": text}))[1]["a.md"]["text"] == first
 
 
+SITE = {
+    "w/astro.config.mjs": "// title: 'No'\nexport default defineConfig({ integrations: [starlight({\n\ttitle: 'S',\n})] });\n",
+    "w/src/content/docs/index.mdx": "---\ntitle: Long title\n---\n\nWhat it is about.\n",
+    "w/src/content/docs/de/index.mdx": "---\ntitle: Lang\n---\n",
+    "z/b/src/content/docs/index.md": "# Example\n",
+}
+
+
 @pytest.mark.parametrize(
     ("files", "options", "title"),
     [
         pytest.param({"index.md": "# A book\n", "README.md": "# Not this\n"}, (), "A book", id="index"),
         pytest.param({"src/readme.md": "# Read\n", "src/a/b.md": ""}, (), "Read", id="README further down"),
         pytest.param({"index.md": "# Introduction\n", "mkdocs.yml": "site_name: 'S'\n"}, (), "S", id="site"),
+        pytest.param(SITE, (), "S", id="site below, with its index"),
         pytest.param({"a.md": "# A\n"}, (), "{} docs", id="folder of a name that says nothing"),
         pytest.param({"index.md": "# A book\n"}, ("--title", "Own"), "Own", id="option"),
     ],
@@ -326,6 +335,33 @@ def test_the_picture_shows_the_folder_then_the_neighbours(opened):
 
 
 @in_browser
+def test_the_first_view_explains_itself(opened):
+    browser = opened(SITE | {"w/src/content/docs/a/1.md": "", "w/src/content/docs/a/2.md": ""})
+    assert texts(browser, "h2") == ["S"] and "What it is about." in reading(browser)
+    near = browser.find_element(By.ID, "near")
+    assert not near.is_enabled() and "Choose a document first" in near.get_attribute("title")
+    assert browser.find_element(By.ID, "choose").is_displayed()
+    browser = opened(many(40))
+    assert "Those that other documents link to most come first." in reading(browser)
+    browser.find_element(By.CSS_SELECTOR, "#reading li a").click()
+    assert browser.find_element(By.ID, "near").get_attribute("title") == ""
+    assert not browser.find_element(By.ID, "choose").is_displayed()
+
+
+@in_browser
+@pytest.mark.parametrize(
+    ("pointer", "said"), [("fine", "Search ( / )"), ("coarse", "Search"), ("small", "Search")]
+)
+def test_a_key_is_named_where_a_keyboard_is_likely(opened, browser, pointer, said):
+    browser.execute_cdp_cmd("Emulation.setTouchEmulationEnabled", {"enabled": pointer == "coarse"})
+    try:
+        opened(FOLDER, width=390 if pointer == "small" else 1400)
+        assert browser.find_element(By.ID, "search").get_attribute("placeholder") == said
+    finally:
+        browser.execute_cdp_cmd("Emulation.setTouchEmulationEnabled", {"enabled": False})
+
+
+@in_browser
 def test_a_document_without_links_is_listed_once_and_has_a_sentence_for_a_picture(opened):
     browser = opened(FOLDER)
     assert len(browser.find_elements(By.CSS_SELECTOR, '#reading a[href="#document=lone.md"]')) == 1
@@ -367,6 +403,29 @@ def many(count, folder="part{}"):
 
 
 @in_browser
+@pytest.mark.parametrize(
+    ("count", "broken", "said"),
+    [
+        pytest.param(20, 1, ["21 documents with links; 1 without links is listed, not drawn."], id="all is drawn"),
+        pytest.param(600, 1, [" of 601 documents", ": the one with broken links, then", "Not all lines are drawn"], id="one"),
+        pytest.param(600, 9, [": all 9 with broken links, then the most linked"], id="some"),
+        pytest.param(3, 300, ["{drawn} of 303 documents with links: {wrong} of the 300 with broken links, then"], id="too many"),
+    ],
+)  # fmt: skip
+def test_broken_links_are_drawn_first_and_what_is_left_out_is_said(opened, count, broken, said):
+    browser = opened(
+        many(count) | {f"part1/z{n}.md": f"# Wrong {n}\n\n[gone](gone.md)\n" for n in range(broken)}
+    )
+    drawn, wrong = (len(texts(browser, f"#graph .node.{kind}")) for kind in ("document", "broken"))
+    # Each folder keeps two marks.
+    assert min(broken, drawn - 2) <= wrong <= broken
+    [words] = texts(browser, "#shown")
+    assert all(part.format(drawn=drawn, wrong=wrong) in words for part in said), words
+    hidden = "return [...document.querySelectorAll('#graph line')].some((l) => getComputedStyle(l).display === 'none')"
+    assert browser.execute_script(hidden) == ("Not all lines" in words)
+
+
+@in_browser
 def test_labels_overlap_neither_each_other_nor_marks(opened):
     browser = opened(many(90))
     boxes = browser.execute_script("""
@@ -385,6 +444,46 @@ def test_labels_overlap_neither_each_other_nor_marks(opened):
             assert (
                 one[0] >= other[2] - apart or one[2] <= other[0] + apart or one[1] >= other[3] - apart or one[3] <= other[1] + apart
             )  # fmt: skip
+
+
+@in_browser
+def test_titles_of_a_series_keep_their_ends(opened):
+    series = {f"s/{n}.md": f"# Fundamentals of the whole project, part {n}\n\n[z](0.md)\n" for n in range(9)}
+    long = {"long.md": "# " + "e\u0301\U0001f600" * 900 + " end\n\n[s](s/0.md)\n"}
+    browser = opened(series | long | {"short.md": "# window.struck=1\n"})
+    for selector in ("#graph text.document", "#tree .document .name span:last-child"):
+        found = texts(browser, selector)
+        assert {f"part {n}" for n in range(9)} <= {name[-6:] for name in found}, found
+    assert any(piece.endswith(" end") for piece in texts(browser, "#tree .name span:last-child"))
+    cut = "return [...document.querySelectorAll('#tree .name span:last-child')].filter((s) => s.scrollWidth > s.clientWidth).length"
+    assert browser.execute_script(cut) == 0
+    pieces = texts(browser, "#tree .name span, #graph text.document")
+    assert not any(
+        piece.startswith("\u0301") or "\u2026\u0301" in piece or "\ufffd" in piece for piece in pieces
+    )
+
+
+@in_browser
+def test_documents_of_the_same_title_are_told_apart(opened):
+    paths = ["x/one/src/1.md", "x/two/src/1.md", "x/two/src/2.md", "x/1.md", "y/a/1.md"]
+    same = {path: "# Same\n\n[i](/index.md)\n" for path in paths}
+    browser = opened(same | {"index.md": "# I\n", "y/a/k.md": "# K\n"})
+    names = ["one", "1.md", "2.md", "x", "a"]
+    assert sorted(texts(browser, "#graph text.document")) == sorted(
+        ["I", *(f"Same \u00b7 {name}" for name in names)]
+    )
+    while closed := browser.find_elements(By.CSS_SELECTOR, '#tree li.folder[aria-expanded="false"] .twist'):
+        closed[0].click()
+    rows = [
+        row.get_attribute("aria-label") for row in browser.find_elements(By.CSS_SELECTOR, "#tree li.document")
+    ]
+    assert sorted(rows) == sorted(
+        ["I, document", "K, document", *(f"Same, {name}, document" for name in names)]
+    )
+    # In one branch, where they stand below each other, they differ to the eye, too.
+    assert sorted(texts(browser, "#tree .beside")) == sorted(names[:-1])
+    for name in names:
+        assert f"Same {name}" in reading(browser)
 
 
 @in_browser

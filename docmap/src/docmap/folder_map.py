@@ -130,7 +130,9 @@ def folder_map(
     own = None if home is None else documents[home].title
     whole = link is not None and not re.match(r"https?:|[^:]*$", link.partition("{")[0])
     return FolderMap(
-        title=shown(title) if title else folder_title(root, own),
+        title=shown(title)
+        if title
+        else folder_title(root, own, None if home is None else documents[home].path),
         home=home,
         link=link,
         whole=whole,

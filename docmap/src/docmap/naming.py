@@ -10,6 +10,9 @@ from collections import Counter
 from collections.abc import Callable, Sequence
 from pathlib import Path
 
+from docmap.sites import literals
+from docmap.sites.scripts import Script
+
 # Documents that introduce their folder; the first of these that is there does.
 INDEXES = "index", "_index", "readme"
 # An attribute list at the end of a heading: `{#id}`, `{: .class}`.
@@ -48,6 +51,9 @@ _SITE_NAMES = {
     ".vitepress/config.ts": r"^\s*title:\s*(['\"].+?['\"]),?\s*$",
     "docusaurus.config.js": r"^\s*title:\s*(['\"].+?['\"]),?\s*$",
 }
+# The index of a site whose documents lie apart from its configuration, and what that is called.
+_CONTENT_INDEX = re.compile(r"(?:(.*)/)?src/content/docs/index\.\w+")
+_CONTENT_CONFIGS = "astro.config.mjs", "astro.config.ts", "astro.config.js", "astro.config.mts"
 
 # Text and numbers by turns, text first, so that like is compared with like.
 Natural = list[str | int]
@@ -85,8 +91,13 @@ def document_title(path: str, title: str | None) -> str:
     )
 
 
-def folder_title(root: str, own: str | None) -> str:
-    """What a folder is called: as its index is (`own`), as its site is, as it lies on disk."""
+def folder_title(root: str, own: str | None, home: str | None) -> str:
+    """What a folder is called: as the site is that its index `home` lies deep in, as that index is (`own`), as its
+    site is, as it lies on disk."""
+    if home is not None and (inside := _CONTENT_INDEX.fullmatch(home)):
+        name = _content_title(Path(root, inside[1] or ""))
+        if name:
+            return shown(name)
     if own is not None and heading_shown(own).casefold() not in _NO_TITLES:
         return heading_shown(own)
     path = Path(os.path.abspath(root))
@@ -104,8 +115,25 @@ def folder_title(root: str, own: str | None) -> str:
     return shown(f"{names[-2]} {last}" if last.casefold() in _NO_NAMES and len(names) > 1 else last)
 
 
+def _content_title(folder: Path) -> str:
+    def read(path: str) -> str | None:
+        try:
+            return Path(path).read_text("utf-8", "replace")
+        except (OSError, ValueError):
+            return None
+
+    for file in _CONTENT_CONFIGS:
+        title = literals.get(Script(str(folder / file), read).arguments("starlight"), "title")
+        # One for each language, the main one first as a rule.
+        names = list(title.values()) if isinstance(title, dict) else [title]
+        if names and isinstance(names[0], str):
+            return names[0].strip()
+    return ""
+
+
 def home_among(paths: Sequence[str]) -> int | None:
-    """The index or README of the outermost folder that has one above all documents."""
+    """The index or README of the outermost folder that has one above all documents; else that of the outermost
+    site, where it is the only one there."""
     above = posixpath.commonpath(list(map(posixpath.dirname, paths))) if paths else ""
     folders = [above]
     while folders[-1]:
@@ -115,7 +143,14 @@ def home_among(paths: Sequence[str]) -> int | None:
         folder, stem = posixpath.dirname(path), _stem(path).casefold()
         if stem in INDEXES and folder in folders:
             found.setdefault((-folders.index(folder), INDEXES.index(stem)), number)
-    return found[min(found)] if found else None
+    if found:
+        return found[min(found)]
+    sites: dict[int, list[int]] = {}
+    for number, path in enumerate(paths):
+        if _CONTENT_INDEX.fullmatch(path):
+            sites.setdefault(path.count("/"), []).append(number)
+    outermost = sites[min(sites)] if sites else []
+    return outermost[0] if len(outermost) == 1 else None
 
 
 def reading_order(paths: Sequence[str]) -> Callable[[str, str], list[tuple[int, int, Natural]]]:

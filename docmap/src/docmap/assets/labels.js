@@ -17,13 +17,20 @@ const measure = (() => {
   };
 })();
 
-// The beginning of a text that is no wider than so many pixels.
-function fitted(text, width, weight) {
-  if (measure(text, weight) <= width) return text;
-  let length = text.length;
-  while (length > 1 && measure(`${text.slice(0, length)}…`, weight) > width) length -= 1;
-  return `${text.slice(0, length).trimEnd()}…`;
-}
+// The label of a mark, so much of its middle left out that it is no wider than so many pixels.
+const fitted = (() => {
+  const known = new Map();
+  return ({ label, whole = label }, width, weight) => {
+    if (measure(label, weight) <= width) return label;
+    const key = `${weight} ${Math.floor(width)} ${whole}`;
+    if (!known.has(key)) {
+      let [text, length] = [label, label.length];
+      while (length > 2 && measure(text, weight) > width) text = cutMiddle(whole, length -= 1);
+      known.set(key, text);
+    }
+    return known.get(key);
+  };
+})();
 
 const overlaps = (one, other) => one[0] < other[2] && one[2] > other[0] && one[1] < other[3] && one[3] > other[1];
 
@@ -48,9 +55,9 @@ function placeLabels(nodes, { isMap, lit, transform, width, height, narrow }) {
       !taken.some((other) => other.node !== node && overlaps(box, other.box));
     const [gap, near, ring] = [node.radius + 4, node.radius * 0.8 + 1.5, node.kind === "folder" ? (node.size + 4) * transform.k : 0];
     let [text, box] = ["", null];
-    // Where the whole label finds no room its beginning may; a name of one word is worth it for the most linked alone.
+    // Where the whole label finds no room its two ends may; a name of one word is worth it for the most linked alone.
     for (const most of isMap && node.kind === "document" ? [space, 105, ...(rank < sure ? [70] : [])] : [space]) {
-      text = fitted(node.label, most, bold);
+      text = fitted(node, most, bold);
       const wide = measure(text, bold) + 2;
       const places = node.kind === "folder"
         ? [[x - wide / 2, y - ring - tall], [x - wide / 2, y + ring + 1], [x + 2 - wide, y - ring - tall], [x - 2, y - ring - tall], [x - wide / 2, y - ring + 2]]

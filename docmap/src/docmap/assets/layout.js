@@ -13,10 +13,11 @@ const DOCUMENT_TICKS = 140;
 function documentNode(each, narrow) {
   const broken = each.broken.length;
   const links = `${plural(each.into.size, "document")} ${each.into.size === 1 ? "links" : "link"} here, links to ${each.out.size}`;
+  const whole = each.apart ? `${each.title} · ${each.apart}` : each.title;
   return {
-    kind: "document", each, label: cut(each.title, LONGEST_LABEL), shape: broken ? "broken" : "document",
+    kind: "document", each, whole, label: cutMiddle(whole, LONGEST_LABEL), shape: broken ? "broken" : "document",
     radius: (4 + Math.min(11, 1.7 * Math.sqrt(each.into.size))) * (narrow ? 0.75 : 1), weight: each.into.size,
-    about: `${cut(each.title, 200)}, ${links}${broken ? `, ${plural(broken, "broken link")}` : ""}`,
+    about: `${cutMiddle(each.title, 200)}${each.apart ? `, ${each.apart}` : ""}, ${links}${broken ? `, ${plural(broken, "broken link")}` : ""}`,
   };
 }
 
@@ -26,11 +27,15 @@ function mapOf(folder, chosen, { width, height, narrow }) {
   const linked = inside.filter((each) => !isIsolated(each));
   const most = Math.min(120, Math.max(25, Math.floor((width * height) / 4800)));
   const regions = regionsOf(linked, folder, narrow ? MOST_REGIONS / 2 : MOST_REGIONS);
+  // What is broken is what the picture is asked for, so it goes first; what is linked most takes the other places.
+  const broken = linked.filter((each) => each.broken.length);
+  const first = new Set([...broken].sort((one, other) => other.broken.length - one.broken.length || byImportance(one, other)).slice(0, most));
   // A region's share grows with the root of its documents, so that small ones are seen beside large ones.
-  const share = most / sum(regions, ({ members }) => Math.sqrt(members.length));
+  const share = (most - first.size) / sum(regions, ({ members }) => Math.sqrt(members.length));
   for (const region of regions) {
-    const quota = linked.length <= most ? Infinity : Math.max(2, Math.round(share * Math.sqrt(region.members.length)));
-    const best = [...region.members].sort(byImportance).slice(0, quota);
+    const [sure, others] = [region.members.filter((each) => first.has(each)), region.members.filter((each) => !first.has(each))];
+    const quota = linked.length <= most ? Infinity : Math.max(2 - sure.length, Math.round(share * Math.sqrt(region.members.length)));
+    const best = [...sure, ...others.sort(byImportance).slice(0, Math.max(0, quota))];
     if (chosen && region.members.includes(chosen) && !best.includes(chosen)) best.push(chosen);
     region.nodes = best.map((each) => Object.assign(documentNode(each, narrow), { region, chosen: each === chosen }));
   }
@@ -39,7 +44,14 @@ function mapOf(folder, chosen, { width, height, narrow }) {
   const edges = edgesAmong(marks);
   const between = linksBetween(regions, edges);
   const roads = marks.length > CROWD ? between.filter(({ strong }) => strong) : [];
-  return { isMap: true, regions, marks, nodes, edges, between, roads, captions: [], linked: linked.length, isolated: inside.length - linked.length };
+  // Links that are drawn only when their mark is pointed at, and whether others have an end that is not drawn.
+  const hidden = edges.some(({ extra }) => extra);
+  const drawn = new Set(marks.map(({ each }) => each));
+  const cutOff = marks.some(({ each }) => [...each.out.keys(), ...each.into.keys()].some((other) => !drawn.has(other)));
+  return {
+    isMap: true, regions, marks, nodes, edges, between, roads, hidden, cutOff, captions: [],
+    linked: linked.length, isolated: inside.length - linked.length, broken: broken.length,
+  };
 }
 
 // The folders that the map shows.
@@ -183,7 +195,7 @@ function nearOf(chosen, { width, height, narrow }) {
   const left = ins.slice(0, leftRoom).map(make("left"));
   const right = outs.slice(0, Math.max(1, rightRoom)).map(make("right"));
   const gone = missing.map(([target, same]) => ({
-    kind: "missing", shape: "missing", radius: 6, label: cut(target, LONGEST_LABEL), side: "right", weight: 0,
+    kind: "missing", shape: "missing", radius: 6, whole: target, label: cutMiddle(target, LONGEST_LABEL), side: "right", weight: 0,
     about: `Broken link to ${target}, line ${same.map(({ line }) => line).join(", ")}`, finding: same[0],
   }));
   const column = (nodes, x, middle, gap) => nodes.forEach((node, index) => Object.assign(node, { x, y: middle + (index - (nodes.length - 1) / 2) * gap }));

@@ -10,7 +10,7 @@ function element(tag, properties = {}, ...children) {
     if (name.includes("-") || name === "role") made.setAttribute(name, value);
     else made[name] = value;
   }
-  made.append(...children.flat().filter((child) => child !== null && child !== undefined));
+  made.append(...children.flat(Infinity).filter((child) => child !== null && child !== undefined));
   return made;
 }
 
@@ -22,10 +22,41 @@ function cut(text, length) {
   return text.length > length ? `${text.slice(0, length - 1).trimEnd()}…` : text;
 }
 
+// The beginning and the end of a text, which together are so long at most: titles of a series differ at the end.
+function halves(text, length) {
+  const segments = (part) => [...segmenter.segment(part)];
+  const most = Math.ceil(length * 0.45);
+  // Of a long text only what may be shown is looked at; a letter and its accents, or an emoji, stay whole.
+  const last = segments(text.slice(-most - 30)).slice(1).reverse();
+  let end = "";
+  for (const { segment } of last) {
+    if (segment.length + end.length > most) break;
+    end = segment + end;
+  }
+  const word = end.search(/\s\S/);
+  if (word >= 0 && word < end.length / 2) end = end.slice(word + 1);
+  let begin = "";
+  for (const { segment } of segments(text.slice(0, length + 30))) {
+    if (segment.length + begin.length + end.length > length) break;
+    begin += segment;
+  }
+  return [begin, end];
+}
+
+// For labels and rows.
+function cutMiddle(text, length) {
+  if (text.length <= length) return text;
+  const [begin, end] = halves(text, length - 1);
+  return `${begin.trimEnd()}…${end.trimStart()}`;
+}
+
 // Cut where a word ends, if one ends near.
 function cutWords(text, length) {
   return text.length > length ? `${text.slice(0, length).replace(/\s+\S{0,20}$/, "").replace(/[\s.,;:]+$/, "")}…` : text;
 }
+
+// A browser that cannot tell letters with their accents cuts between code points.
+const segmenter = Intl.Segmenter ? new Intl.Segmenter() : { segment: (text) => Array.from(text, (segment) => ({ segment })) };
 
 const map = JSON.parse(find("data").textContent);
 const documents = map.documents;
@@ -46,6 +77,21 @@ for (const each of documents) {
   }
 }
 
+const lastName = (path) => path.slice(path.lastIndexOf("/") + 1);
+
+// `apart` tells documents of the same title apart: the innermost folder around one that is around none of the others,
+// else all of its path to the folder, else its file.
+for (const same of d3.group(documents, ({ title }) => title).values()) {
+  if (same.length === 1) continue;
+  const names = ({ folder }) => new Set(folder.split("/"));
+  const around = d3.rollup(same.flatMap((each) => [...names(each)]), (all) => all.length, (name) => name);
+  const inFolder = d3.rollup(same, (all) => all.length, ({ folder }) => folder);
+  for (const each of same) {
+    const own = [...names(each)].reverse().find((name) => name && around.get(name) === 1);
+    each.apart = inFolder.get(each.folder) > 1 ? lastName(each.path) : own ?? (each.folder || each.path);
+  }
+}
+
 const isBelow = (folder, above) => above === "" || folder === above || folder.startsWith(`${above}/`);
 // What is in no link is listed, not drawn; a broken link is one.
 const isIsolated = (each) => each.into.size === 0 && each.out.size === 0 && each.broken.length === 0;
@@ -63,8 +109,6 @@ const indexOf = (() => {
   }
   return (folder) => (folder === "" && map.home !== null ? documents[map.home] : found.get(folder)?.each);
 })();
-
-const lastName = (path) => path.slice(path.lastIndexOf("/") + 1);
 
 // The innermost section that a line stands in.
 function sectionAt(each, line) {

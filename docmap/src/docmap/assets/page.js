@@ -55,6 +55,8 @@ const LEGEND = {
 function drawPicture({ each, folder, map: isMap }) {
   for (const [id, pressed] of [["whole", isMap], ["near", !isMap]]) find(id).setAttribute("aria-pressed", String(pressed));
   find("near").disabled = !each;
+  find("near").title = each ? "" : "Choose a document first";
+  find("choose").hidden = Boolean(each) || !documents.length;
   const hadFocus = find("graph").contains(document.activeElement);
   picture.show((size) => (isMap ? mapOf(each ? "" : folder, each, size) : nearOf(each, size)), (drawing) => tellPicture(drawing, each));
   if (hadFocus) picture.focusStop();
@@ -74,12 +76,23 @@ function tellPicture(drawing, each) {
   find("legend").replaceChildren(...Object.entries(LEGEND).filter(([key]) => shapesShown.has(key)).map(([, [icon, text]]) => element("li", {}, sign(icon), text)));
 }
 
-function mapInWords({ linked, isolated, marks, roads }) {
+function mapInWords({ linked, isolated, broken, marks, roads, hidden, cutOff }) {
   const drawn = marks.length;
-  const some = drawn < linked ? `The ${drawn.toLocaleString()} most linked of ${plural(linked, "document")} with links` : `${plural(linked, "document")} with links`;
   const rest = isolated ? `; ${isolated.toLocaleString()} without links ${isolated === 1 ? "is" : "are"} listed, not drawn` : "";
-  const lines = roads.length ? " Thick lines sum up links between folders; point at a mark for all of its own." : "";
-  return `${some}${rest}.${lines}`;
+  return [`${drawnInWords(drawn, linked, broken, marks.filter(({ each }) => each.broken.length).length)}${rest}.`,
+    roads.length ? "Thick lines sum up links between folders." : "",
+    hidden ? `Not all lines are drawn: point at a mark for all of its own${cutOff ? " among these documents" : ""}.`
+      : cutOff ? "Links with documents that are not drawn are left out." : ""].filter(Boolean).join(" ");
+}
+
+// How many of the linked documents, and of those with broken links, are drawn.
+function drawnInWords(drawn, linked, broken, brokenDrawn) {
+  const all = `${plural(linked, "document")} with links`;
+  if (drawn === linked) return all;
+  if (!broken) return `The ${drawn.toLocaleString()} most linked of ${all}`;
+  const wrong = brokenDrawn < broken ? `${brokenDrawn.toLocaleString()} of the ${broken.toLocaleString()} with broken links`
+    : broken === 1 ? "the one with broken links" : `all ${broken.toLocaleString()} with broken links`;
+  return `${drawn.toLocaleString()} of ${all}: ${wrong}${drawn > brokenDrawn ? ", then the most linked" : ""}`;
 }
 
 function nearInWords({ left }) {
@@ -103,7 +116,9 @@ function entriesBelow(inside, folder) {
   const { folders, own } = partsOf(inside, folder);
   const index = own.find((each) => each.folder === folder && each === indexOf(folder));
   const rest = own.filter((each) => each !== index).sort((one, other) => one.number - other.number);
-  return [...(index ? [documentEntry(index)] : []), ...folders.map((part) => folderEntry(part, folder)), ...rest.map(documentEntry)];
+  const named = d3.rollup(own, (same) => same.length, ({ title }) => title);
+  const entry = (each) => documentEntry(each, named.get(each.title));
+  return [...(index ? [entry(index)] : []), ...folders.map((part) => folderEntry(part, folder)), ...rest.map(entry)];
 }
 
 // Folders are opened by how central their documents are: one of tests may hold more.
@@ -118,10 +133,12 @@ function folderEntry({ folder, members }, above) {
   };
 }
 
-function documentEntry(each) {
+// `named`: how many documents in the same branch have its title.
+function documentEntry(each, named) {
   const begin = outlineStart(each);
   return {
-    kind: "document", id: each.path, label: each.title, spoken: `${cut(each.title, 200)}, document`, document: each, bad: each.broken.length,
+    kind: "document", id: each.path, label: each.title, spoken: `${cutMiddle(each.title, 200)}${each.apart ? `, ${each.apart}` : ""}, document`,
+    beside: named > 1 ? each.apart : null, document: each, bad: each.broken.length,
     children: each.sections.length > begin ? () => sectionEntries(each, begin, each.sections.length, begin) : null,
   };
 }
@@ -136,7 +153,7 @@ function sectionEntries(each, begin, end, depth) {
     const [first, stop] = [index + 1, after];
     entries.push({
       kind: "section", id: line, label: name, document: each, line, note: line === last ? `${line}` : `${line}–${last}`,
-      spoken: `${cut(name, 200)}, section, ${line === last ? `line ${line}` : `lines ${line} to ${last}`}`,
+      spoken: `${cutMiddle(name, 200)}, section, ${line === last ? `line ${line}` : `lines ${line} to ${last}`}`,
       children: first < stop ? () => sectionEntries(each, first, stop, depth + 1) : null,
     });
     index = after;
@@ -240,6 +257,8 @@ medium.addEventListener("change", closeContents);
 find("contents").onclick = () => showContents(find("tree").hidden);
 system.addEventListener("change", () => showTheme(stored.read()));
 closeContents();
+// A phone has no such key; who has no pointer at all has a keyboard.
+if (!matchMedia("(pointer: coarse)").matches && !narrow.matches) find("search").placeholder = "Search ( / )";
 showTheme(stored.read());
 tree.openSome(40, weightOf(documents) / 5);
 arrive();

@@ -58,6 +58,12 @@ function foldersFirstToRead(folders, index) {
   });
 }
 
+function folderOrder(folders, index) {
+  if (folders.length < 2) return null;
+  const introduced = folders.some(({ members }) => members.some((each) => index?.out.has(each)));
+  return introduced ? "As the introduction links to them, then those that other documents link to most." : "Those that other documents link to most come first.";
+}
+
 class Reading {
   // `href` makes the address of a place within this page.
   constructor(pane, href) {
@@ -82,7 +88,12 @@ class Reading {
   }
 
   toDocument(each, properties) {
-    return this.to({ document: each.path }, cut(each.title, 90), { title: each.path, ...properties });
+    return this.to({ document: each.path }, cutMiddle(each.title, 90), { title: each.path, ...properties });
+  }
+
+  // With what tells it from others of the same title.
+  named(each) {
+    return [this.toDocument(each), each.apart ? element("span", { className: "faint", textContent: ` ${cutMiddle(each.apart, 60)}` }) : null];
   }
 
   trail(folder, { self }) {
@@ -136,7 +147,7 @@ class Reading {
         return element("span", { className: "place" }, fileLink(from, line, `line ${line}`), section && section[1] !== from.title ? ` in “${cut(section[1], 60)}”` : "");
       });
       const rest = lines.length > places.length ? ` and ${lines.length - places.length} more` : "";
-      return [this.toDocument(other), element("div", { className: "faint" }, ...places.flatMap((place, index) => (index ? [", ", place] : [place])), rest)];
+      return [...this.named(other), element("div", { className: "faint" }, ...places.flatMap((place, index) => (index ? [", ", place] : [place])), rest)];
     });
   }
 
@@ -180,8 +191,8 @@ class Reading {
       index && firstParagraph(index) ? element("p", { className: "lead", textContent: firstParagraph(index) }) : [],
       element("p", { className: "verdict" }, broken ? this.jump(`▲ ${plural(broken, "broken link")} in ${plural(wrong.length, "document")}`, "broken") : "✓ No broken links"),
       list("Most linked documents", central, (each) => this.described(each), { note: "Start with these: many documents link to them." }),
-      list("Folders", folders, (part) => this.folderRow(part, folder), { most: 24 }),
-      list("Documents with broken links", wrong, (each) => [this.toDocument(each),
+      list("Folders", folders, (part) => this.folderRow(part, folder), { most: 24, note: folderOrder(folders, index) }),
+      list("Documents with broken links", wrong, (each) => [...this.named(each),
         element("ul", {}, each.broken.slice(0, 3).map(({ line, message, suggestion }) => element("li", { className: "finding" },
           fileLink(each, line, `line ${line}`), `: ${message}`, suggestion ? `; did you mean ${suggestion}?` : "")),
         each.broken.length > 3 ? element("li", { className: "faint", textContent: `and ${each.broken.length - 3} more` }) : null)], { className: "broken", most: 10 }),
@@ -206,7 +217,7 @@ class Reading {
   described(each) {
     const text = firstParagraph(each);
     return [
-      this.toDocument(each),
+      ...this.named(each),
       each.into.size ? element("span", { className: "line", textContent: ` linked from ${each.into.size.toLocaleString()}` }) : null,
       text ? element("p", { className: "faint", textContent: cutWords(text, 110) }) : null,
     ];
@@ -217,7 +228,7 @@ class Reading {
     const broken = sum(members, (each) => each.broken.length);
     const title = index?.title;
     const shown = folder.slice(above ? above.length + 1 : 0);
-    const says = (index && firstParagraph(index)) || [...members].sort(byImportance).slice(0, 4).map((each) => cut(each.title, 40)).join(", ");
+    const says = (index && firstParagraph(index)) || [...new Set([...members].sort(byImportance).map((each) => cutMiddle(each.title, 40)))].slice(0, 4).join(", ");
     return [this.to({ folder }, `${shown || lastName(folder)}/`),
       title && fold(title) !== fold(lastName(folder)) ? ` ${cut(title, 60)}` : "",
       element("span", { className: "line", textContent: ` ${plural(members.length, "document")}` }),

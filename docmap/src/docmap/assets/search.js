@@ -122,7 +122,7 @@ class SearchBox {
     this.rows = rows;
     this.list.replaceChildren(...this.rows.map(({ each, section }, index) =>
       element("li", { role: "option", id: `result-${index}`, "aria-selected": "false" },
-        element("span", { className: "name", textContent: each.title }),
+        element("span", { className: "name", textContent: cutMiddle(each.title, 200), title: cut(each.title, 600) }),
         section ? element("span", { className: "within", textContent: `§ ${section[1]}` }) : null,
         element("small", { textContent: section ? `${each.path}, line ${section[2]}` : each.path }))));
     const rest = count > rows.length ? `, the best ${rows.length} shown` : "";

@@ -2,6 +2,14 @@
 
 // A branch with thousands of documents is shown in portions of this size.
 const PORTION = 400;
+// Texts of fewer characters find room in one piece, or are not worth two.
+const SHORT = 14;
+
+// A text in two parts, the second of which is so short that it is always seen.
+function splitForRow(text) {
+  const end = halves(text, Math.min(26, text.length))[1];
+  return [text.slice(0, text.length - end.length), end];
+}
 
 class Tree {
   // `roots` and what `children()` returns: { kind, label, spoken, note, bad, id, children() or null }.
@@ -26,8 +34,8 @@ class Tree {
   }
 
   item(entry, level) {
-    const name = element("span", { className: "name", textContent: cut(entry.label, 120), title: cut(entry.label, 600) });
-    const row = element("div", { className: "row" }, element("span", { className: "twist", "aria-hidden": "true" }), name);
+    const row = element("div", { className: "row" }, element("span", { className: "twist", "aria-hidden": "true" }), this.name(entry));
+    if (entry.beside) row.append(element("span", { className: "beside", textContent: cutMiddle(entry.beside, 30) }));
     if (entry.note) row.append(element("span", { className: "note", textContent: entry.note }));
     if (entry.bad) {
       row.append(element("span", { className: "note bad", textContent: `${entry.bad} broken` }));
@@ -41,6 +49,18 @@ class Tree {
     this.entries.set(item, entry);
     if (entry.id !== undefined) item.dataset.id = entry.id;
     return item;
+  }
+
+  // The text of a row in two parts: where room is short, the first gives way and the end stays.
+  name({ label }) {
+    const name = element("span", { className: "name", title: cut(label, 600), dir: "auto" });
+    const text = cutMiddle(label, 120);
+    if (text.length < SHORT) name.textContent = text;
+    else {
+      name.classList.add("parted");
+      name.append(...splitForRow(text).map((part) => element("span", { textContent: part })));
+    }
+    return name;
   }
 
   mark(item, open) {
