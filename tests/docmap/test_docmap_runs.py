@@ -155,7 +155,12 @@ def test_without_a_host_one_line_says_what_to_install(tmp_path, command):
     program = "import sys; sys.modules['quarnel'] = None; from docmap.cli import main; main()"
     write_tree(tmp_path, {"a.md": "# A\n"})
     run = subprocess.run(
-        [sys.executable, "-c", program, command, str(tmp_path)], capture_output=True, text=True, cwd=tmp_path
+        [sys.executable, "-c", program, command, str(tmp_path)],
+        capture_output=True,
+        text=True,
+        cwd=tmp_path,
+        # What an earlier run has kept would do without a host.
+        env=os.environ | {"XDG_CACHE_HOME": str(tmp_path / "cache")},
     )
     assert (run.returncode, run.stdout, run.stderr.count("\n")) == (1, "", 1)
     assert "docmap[stand-in]" in run.stderr
