@@ -2,6 +2,7 @@
 
 import importlib.util
 import json
+import os
 import re
 import shutil
 import sys
@@ -154,7 +155,8 @@ def test_what_the_folder_is_called(tmp_path, files, options, title):
 @pytest.mark.parametrize(
     ("arguments", "status", "said"),
     [
-        pytest.param(["{}/none", "-o", "-"], 2, "is not a folder", id="no folder"),
+        pytest.param(["{}/none", "-o", "-"], 2, "does not exist", id="no folder"),
+        pytest.param([os.devnull, "-o", "-"], 2, "is not a folder", id="not a folder"),
         pytest.param(["{}", "-o", "{}/no/page.html"], 1, "page.html: No such file", id="cannot be written"),
         pytest.param(["{}", "-o", "-"], 0, "0 files, 0 sections, 0 broken", id="empty, to the output"),
         pytest.param(["{}", "--link", "javascript:{{path}}"], 2, "{path}", id="no address"),
