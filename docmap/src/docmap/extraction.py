@@ -41,24 +41,11 @@ from docmap.headings import holds_image, texts_of_headings, with_spaces, without
 from docmap.ignored import ignored_spans
 from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.names import read_names
+from docmap.nodes import level_of, nodes_by_kind, ranges_of
 from docmap.notes import Region, Target, read_regions
 from docmap.ranges import Ranges
 from docmap.reading import parse_bytes, sections_of
 from docmap.source import Source, text_of
-
-# What is read of a tree, by type of node.
-_KINDS = {
-    "atx_heading": "heading",
-    "setext_heading": "heading",
-    "fenced_code_block": "fence",
-    "indented_code_block": "code",
-    "inline": "inline",
-    "pipe_table_cell": "inline",
-    "html_block": "html",
-    "link_reference_definition": "definition",
-    "minus_metadata": "front_matter",
-    "plus_metadata": "front_matter",
-}
 
 # Where a run of inline Markdown holds what the engine does not report.
 _INLINE_SIGN = re.compile(
@@ -105,8 +92,8 @@ class _Reader:
         root = parse_bytes(self._data)
         sections = sections_of(root, self._text, "")
         references = extract_links(root, sections)
-        blocks = _blocks(root)
-        fences, indented = (_spans(blocks.get(kind, ())) for kind in ("fence", "code"))
+        blocks = nodes_by_kind(root)
+        fences, indented = (ranges_of(blocks.get(kind, ())) for kind in ("fence", "code"))
         self._source.fences = Ranges(fences, joined=False)
         self._source.code = Ranges([*fences, *indented], joined=False)
         self._read_front_matter(blocks.get("front_matter", ()))
@@ -154,13 +141,13 @@ class _Reader:
                 nested.append(node)
             else:
                 text = html.unescape(section.name)
-                self._facts.headings.append(Heading(line, _level(node), text, self._raw(node)))
+                self._facts.headings.append(Heading(line, level_of(node), text, self._raw(node)))
         if nested:
             names = {section.start_line: section.name for section in _as_outline(nested, self._text)}
             for node in nested:
                 line = node.start_point[0] + 1
                 text = html.unescape(names.get(line, ""))
-                self._facts.headings.append(Heading(line, _level(node), text, self._raw(node), nested=True))
+                self._facts.headings.append(Heading(line, level_of(node), text, self._raw(node), nested=True))
         self._read_exact_texts()
 
     def _read_exact_texts(self) -> None:
@@ -403,30 +390,6 @@ class _LineText:
         return target in self._words or (len(self._text) <= _LONGEST_LINE and target in self._text)
 
 
-def _blocks(root: Node) -> dict[str, list[Node]]:
-    """The nodes of each kind in `_KINDS`, in document order.
-
-    A walk over children that the engine has asked for already costs a fifth of a query, which visits every token.
-    """
-    found: dict[str, list[Node]] = {}
-    waiting = [root]
-    while waiting:
-        node = waiting.pop()
-        kind = _KINDS.get(node.type)
-        if kind is not None:
-            found.setdefault(kind, []).append(node)
-            if kind != "heading":
-                continue
-        children = node.children
-        if children:
-            waiting.extend(reversed(children))
-    return found
-
-
-def _spans(nodes: Iterable[Node]) -> list[tuple[int, int]]:
-    return [(node.start_byte, node.end_byte) for node in nodes]
-
-
 def _link(line: int, path: str, anchor: str | None, wiki: bool) -> Link | None:
     """A link as the engine reports it: percent-decoded, split, but with escapes and references as written."""
     target = path if anchor is None else f"{path}#{anchor}"
@@ -438,16 +401,6 @@ def _link(line: int, path: str, anchor: str | None, wiki: bool) -> Link | None:
         again = link_of(LINK, line, target.replace("%", "%25"))
         return again and again._replace(written=target)
     return Link(line, LINK, path, anchor, target)
-
-
-def _level(node: Node) -> int:
-    for child in node.children:
-        kind = child.type
-        if kind.startswith("atx_h"):
-            return int(kind[5])
-        if kind.startswith("setext_h"):
-            return int(kind[8])
-    return 1
 
 
 def _outside(begin: int, end: int, holes: Iterable[tuple[int, int]]) -> Iterator[tuple[int, int]]:
