@@ -436,3 +436,8 @@ def test_hostile_documents_are_checked_in_time(tmp_path, text, broken):
     command = [sys.executable, "-m", "docmap", "check", "--no-cache", str(tmp_path)]
     result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
     assert result.stdout.count("\n") == broken + 1
+
+
+def test_links_that_only_the_site_reads_are_counted(tmp_path):
+    write_tree(tmp_path, {"mkdocs.yml": "", "docs/a.md": "!!! note\n\n    [b](b.md) [a](a.md)\n"})
+    assert "1 broken of 2 links in 1 file" in run("check", "--no-cache", tmp_path).stderr

@@ -295,7 +295,6 @@ class Checked:
         return (self._sections or {}).get(path, [])
 
     def count_links(self) -> int:
-        """The links of the documents that are judged."""
-        return sum(
-            len(facts.links) for path in self.documents if (facts := self.repository.facts(path)) is not None
-        )
+        """The links of the documents that are judged, as their sites read these."""
+        read = (self.judge.site_of(path).facts(path) for path in self.documents)
+        return sum(len(facts.links) for facts in read if facts is not None)
