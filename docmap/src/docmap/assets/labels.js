@@ -36,6 +36,9 @@ const fitted = (() => {
   };
 })();
 
+// All ways around a mark, for labels that should find a place.
+const AROUND = d3.range(32).map((step) => [Math.cos((step * Math.PI) / 16), Math.sin((step * Math.PI) / 16)].map((part) => Math.max(-1, Math.min(1, part * 1.3))));
+
 // How far a mark reaches; a triangle does not lie in the middle of its height.
 function reachOf({ shape, radius }) {
   return shape === "broken" ? { aside: 1.6 * radius, above: 1.85 * radius, below: 0.95 * radius } : { aside: radius, above: radius, below: radius };
@@ -81,7 +84,7 @@ function placeLabels(nodes, { isMap, lit, transform, width, height, narrow }) {
       !taken.some((other) => other.node !== node && overlaps(box, other.box));
     const { aside, above, below } = reachOf(node);
     const gap = aside + (node.shape === "broken" ? 2 : 4);
-    const [near, ring] = [node.radius * 0.8 + 1.5, node.kind === "folder" ? (node.size + 4) * transform.k : 0];
+    const [near, ring] = [aside * 0.8 + 1.5, node.kind === "folder" ? (node.size + 4) * transform.k : 0];
     let [text, box] = ["", null];
     // Where the whole label finds no room its two ends may; a name of one word is worth it for the most linked alone.
     const inMap = isMap && node.kind === "document";
@@ -97,7 +100,8 @@ function placeLabels(nodes, { isMap, lit, transform, width, height, narrow }) {
         : node.side || (node.centre && narrow) ? [[x + gap, y - tall / 2]]
         : [[x - wide / 2, y + below + 2], [x + gap, y - tall / 2], [x - wide / 2, y - above - tall - 2], [x - gap - wide, y - tall / 2],
           [x + near, y + near - 2], [x + near, y - near - tall + 2], [x - near - wide, y + near - 2], [x - near - wide, y - near - tall + 2],
-          ...[x + gap, x - gap - wide].flatMap((left) => [[left, y - tall / 2 - 5], [left, y - tall / 2 + 5]])];
+          ...[x + gap, x - gap - wide].flatMap((left) => [[left, y - tall / 2 - 5], [left, y - tall / 2 + 5]]),
+          ...(rank < sure ? AROUND.map(([across, down]) => [x + across * (aside + 2 + wide / 2) - wide / 2, y + down * (above + 2 + tall / 2) - tall / 2]) : [])];
       box = places.map(([left, top]) => [left, top, left + wide, top + tall]).find((place) => free(place) && !(clear && misleads(node, place)));
       if (box) break;
     }
