@@ -366,7 +366,7 @@ def test_a_key_is_named_where_a_keyboard_is_likely(opened, browser, pointer, sai
 @in_browser
 def test_a_document_without_links_is_listed_once_and_has_a_sentence_for_a_picture(opened):
     browser = opened(FOLDER)
-    assert len(browser.find_elements(By.CSS_SELECTOR, '#reading a[href="#document=lone.md"]')) == 1
+    assert len(browser.find_elements(By.CSS_SELECTOR, '#reading li > a[href="#document=lone.md"]')) == 1
     browser.find_element(By.LINK_TEXT, "lone").click()
     assert "no picture" in browser.find_element(By.ID, "nothing").text
     assert not browser.find_element(By.ID, "key").is_displayed()
@@ -438,7 +438,7 @@ def test_labels_overlap_neither_each_other_nor_marks(opened):
     assert len(labels) > 20 and texts(browser, "#graph text.folder")[0].startswith("part")
     named = texts(browser, "#graph text.document")
     # The first of each folder has the most links.
-    unnamed = [n for n in range(0, 90, 10) if not any(name.startswith(f"Title number {n}") for name in named)]
+    unnamed = [n for n in range(0, 90, 10) if not any(re.search(rf"\b{n}\b", name) for name in named)]
     assert len(unnamed) < 2, unnamed
     apart = 2  # a box is higher than the letters in it
     for number, one in enumerate(labels):
@@ -463,6 +463,50 @@ def test_titles_of_a_series_keep_their_ends(opened):
     assert not any(
         piece.startswith("\u0301") or "\u2026\u0301" in piece or "\ufffd" in piece for piece in pieces
     )
+
+
+@in_browser
+def test_what_tells_the_titles_of_a_series_apart_is_left_out_last(opened):
+    names = ["Part 1: Store of it all", "Part 2: Fetching and caching", "Part 10: Reducers of state"]
+    series = {f"s/{n}.md": f"# Fundamentals of it, {name}\n\n[z](0.md)\n" for n, name in enumerate(names)}
+    browser = opened(series | {"other.md": "# Something else\n\n[s](s/0.md)\n"})
+    assert texts(browser, "#tree .told span:last-child") == names
+    labels = texts(browser, "#graph text.document")
+    assert all(any(name[:7] in label for label in labels) for name in names), labels
+
+
+@in_browser
+def test_a_broken_link_leads_to_what_it_names_and_back_to_itself(opened):
+    wrong = "# Wrong\n\n[u](b/guide.md#usag)\n\n[s](b/guid.md)\n"
+    browser = opened({"index.md": wrong, "b/guide.md": "# Guide\n\n## Usage\n"}, "#document=index.md")
+    links = browser.find_elements(By.CSS_SELECTOR, "#reading .finding a")
+    assert [link.text for link in links] == ["line 3", "b/guide.md", "line 5", "b/guide.md"]
+    links[3].send_keys(Keys.ENTER)
+    assert focused(browser) == "Guide"
+    style = "return getComputedStyle(document.activeElement).outlineStyle"
+    assert browser.execute_script(style) == "solid"
+    browser.back()
+    last = "return [...document.querySelectorAll('#reading .finding a')].indexOf(document.activeElement)"
+    WebDriverWait(browser, 5).until(lambda _: browser.execute_script(last) == 3)
+    browser.execute_script("arguments[0].focus()", browser.find_elements(By.LINK_TEXT, "line 5")[0])
+    press(browser, Keys.ENTER)
+    WebDriverWait(browser, 5).until(
+        lambda _: "guide.html" not in browser.current_url and "#L5" in browser.current_url
+    )
+    browser.back()
+    WebDriverWait(browser, 5).until(lambda _: browser.execute_script(last) == 2)
+
+
+@in_browser
+def test_where_to_begin_is_said(opened):
+    beginnings = {
+        f"{path}.md": "# Getting started\n\n[0](/part0/document-0.md)\n" for path in ("g/x", "de/deep/x")
+    }
+    linked = {"part0/l.md": "# L\n\n[g](../g/x.md) [d](../de/deep/x.md) [i](../introduction.md)\n"}
+    browser = opened(many(20) | linked | beginnings)
+    assert texts(browser, ".beginnings") == ["Where to begin: Getting started g"]
+    browser = opened(many(20) | linked | beginnings | {"introduction.md": "# To all\n"})
+    assert texts(browser, ".beginnings") == ["Where to begin: To all"]
 
 
 @in_browser
@@ -504,10 +548,12 @@ def test_the_picture_is_one_tab_stop_with_arrows_inside(opened):
 
 @in_browser
 def test_the_tree_moves_by_keys_and_letters(opened):
-    browser = opened(FOLDER)
+    browser = opened(FOLDER | {"plan.md": "# Plan\n"})
     browser.find_element(By.ID, "search").send_keys(Keys.TAB)
     press(browser, "p")
     assert focused(browser) == "Props, document"
+    press(browser, Keys.HOME, "p", "p")
+    assert focused(browser) == "Plan, document"
     press(browser, Keys.HOME, "s", Keys.ARROW_RIGHT, Keys.ARROW_RIGHT)
     assert focused(browser) == "Install, section, lines 5 to 11"
     press(browser, Keys.ENTER)

@@ -28,6 +28,7 @@ _DAY = 86400
 _KEPT_DAYS = 30
 # Other runs hold the file for milliseconds; one that hangs must not hold this one up.
 _SECONDS_TO_WAIT = 2.0
+_COMPACT = json.JSONEncoder(separators=(",", ":"))
 
 
 def cache_folder() -> str:
@@ -182,9 +183,7 @@ def packed(facts: Facts, sections: list[Section]) -> bytes:
 
     Two lines, so that sections, which not every command asks for, need not be read.
     """
-    return b"\n".join(
-        json.dumps(value, separators=(",", ":")).encode("ascii") for value in (_plain(facts), sections)
-    )
+    return b"\n".join(_COMPACT.encode(value).encode("ascii") for value in (_plain(facts), sections))
 
 
 def _plain(facts: Facts) -> dict[str, Any]:

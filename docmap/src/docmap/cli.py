@@ -15,7 +15,7 @@ from urllib.parse import quote
 import click
 
 from docmap.documents import STANDARD_INPUT, find_files
-from docmap.jobs import default_jobs, map_in_order, track
+from docmap.jobs import collecting_rarely, default_jobs, map_in_order, track
 from docmap.messages import (
     Errors,
     count_of,
@@ -176,7 +176,7 @@ def check(
         )
     _must_exist(paths)
     errors = Errors()
-    with ending_cleanly():
+    with ending_cleanly(), collecting_rarely():
         options = {"exclude": exclude, "ignore": ignore, "site": site, "root": root}
         checked = _checked(paths, options, errors, cached=not no_cache, jobs=jobs)
         if verbose:
@@ -242,7 +242,7 @@ def page(
     if link is not None and ("{path}" not in link or link.lower().startswith(("javascript:", "data:"))):
         raise click.BadParameter("an address with {path} in it, and perhaps {line}", param_hint="--link")
     errors = Errors()
-    with ending_cleanly():
+    with ending_cleanly(), collecting_rarely():
         checked = _checked([path], {}, errors, jobs=jobs, with_sections=True)
         root = os.path.abspath(path)
         # Seen from standard output the documents have no address.

@@ -234,7 +234,7 @@ class Facts:
     @property
     def title(self) -> str | None:
         """The title that front matter gives, else the only heading of level 1, else None."""
-        title = self.fields.get("title")
+        title = self.fields_with("title").get("title")
         if isinstance(title, str) and title.strip():
             return title.strip()
         first = [heading for heading in self.headings if heading.level == 1 and not heading.nested]

@@ -9,7 +9,7 @@ from typing import NamedTuple, TypedDict
 from urllib.parse import quote_from_bytes
 
 from docmap.checking import Checked
-from docmap.facts import Section
+from docmap.facts import Facts, Section
 from docmap.findings import BROKEN
 from docmap.naming import document_title, folder_title, heading_shown, home_among, reading_order, shown
 from docmap.prose import first_sentence_in, is_sentence, plain_title, prose
@@ -99,13 +99,20 @@ def described(checked: Checked, folder: str) -> list[Described]:
         ]
         text = (sections[0].docstring if sections else None) or ""
         # What is no sentence may be badges, and the first paragraph comes after; a description is what it is.
-        if not is_sentence(text) and "description" not in facts.fields:
+        if not is_sentence(text) and "description" not in facts.fields_with("description"):
             body = _below(facts.front_matter, checked.repository.text(path) or "")
             text = first_sentence_in(body, labels) or text
-        # The text of a heading is plain; front matter may hold markup.
-        title = plain_title(facts.title) if facts.title and "title" in facts.fields else facts.title
-        result.append(Described(path[len(above) :], title, text, sections, links, problems))
+        result.append(Described(path[len(above) :], _title(facts, sections), text, sections, links, problems))
     return result
+
+
+def _title(facts: Facts, sections: Sequence[Section]) -> str | None:
+    # What front matter calls a document without a heading of level 1 is a section at its line in the outline, plain
+    # already; the fields need not be read for it.
+    if facts.front_matter is not None and sections and sections[0].start_line == 1:
+        return sections[0].name
+    # The text of a heading is plain; front matter may hold markup.
+    return plain_title(facts.title) if facts.title and "title" in facts.fields_with("title") else facts.title
 
 
 def _below(front_matter: str | None, text: str) -> str:
@@ -181,4 +188,5 @@ def _cut(text: str, longest: int) -> str:
 
 
 def _cut_for(texts: Sequence[str]) -> int:
-    return next(cut for cut in _CUTS if sum(min(cut, len(text)) for text in texts) <= MOST_TEXT)
+    lengths = [len(text) for text in texts]
+    return next(cut for cut in _CUTS if sum(min(cut, length) for length in lengths) <= MOST_TEXT)

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import gc
 import os
 import signal
 import sys
@@ -19,6 +20,8 @@ Result = TypeVar("Result")
 # Below this many files starting processes takes longer than the files do.
 FEW_FILES = 400
 _CHUNK = 16
+# So many new objects, some megabytes, are made between two searches for garbage; Python's own number is 700.
+_NEW_OBJECTS = 50_000
 # A bar that comes and goes within a second only flickers.
 _SECONDS_BEFORE_BAR = 1.0
 
@@ -58,6 +61,20 @@ def map_in_order(
     finally:
         # Reached early when the caller stops: an interrupt, a closed pipe. What has not begun is dropped.
         pool.shutdown(cancel_futures=True)
+
+
+@contextmanager
+def collecting_rarely() -> Iterator[None]:
+    """Has Python look for garbage in cycles less often.
+
+    What files hold is in no cycle, and to look through all of it again and again takes as long as judging its links.
+    """
+    before = gc.get_threshold()
+    gc.set_threshold(_NEW_OBJECTS, *before[1:])
+    try:
+        yield
+    finally:
+        gc.set_threshold(*before)
 
 
 @contextmanager

@@ -8,6 +8,7 @@ import re
 import unicodedata
 from collections import Counter
 from collections.abc import Callable, Sequence
+from functools import cache
 from pathlib import Path
 
 from docmap.sites import literals
@@ -158,20 +159,28 @@ def reading_order(paths: Sequence[str]) -> Callable[[str, str], list[tuple[int, 
     are numbered, by their numbers, then the others by title; then the folders in it, by name. Case and accents do
     not count, and chapter 2 comes before chapter 10."""
     below = Counter(folder for path in paths for folder in _folders_of(path))
-    series = Counter((posixpath.dirname(path), _letters(path)) for path in paths)
+    # Folder, stem and letters of each; and what a folder that holds more than one document adds to the key.
+    parts = {
+        path: (posixpath.dirname(path), stem := _stem(path).casefold(), _letters(stem)) for path in paths
+    }
+    series = Counter((folder, letters) for folder, _, letters in parts.values())
+
+    @cache
+    def steps_to(folder: str) -> tuple[tuple[int, int, Natural], ...]:
+        # A folder that holds one document is shown as that document.
+        folders = [each for each in _folders_of(f"{folder}/") if below[each] > 1]
+        return tuple((1, 0, _natural(posixpath.basename(each))) for each in folders)
 
     def key(path: str, title: str) -> list[tuple[int, int, Natural]]:
-        # A folder that holds one document is shown as that document.
-        folders = [folder for folder in _folders_of(path) if below[folder] > 1]
-        steps: list[tuple[int, int, Natural]] = [(1, 0, _natural(posixpath.basename(f))) for f in folders]
-        stem, letters = _stem(path).casefold(), _letters(path)
-        if stem in INDEXES and (folders[-1] if folders else "") == posixpath.dirname(path):
-            steps.append((0, INDEXES.index(stem), []))
-        elif letters == "" or (letters and series[posixpath.dirname(path), letters] >= _SERIES):
-            steps.append((0, len(INDEXES), _natural(stem)))
+        folder, stem, letters = parts[path]
+        own: tuple[int, int, Natural]
+        if stem in INDEXES and (not folder or below[folder] > 1):
+            own = 0, INDEXES.index(stem), []
+        elif letters == "" or (letters and series[folder, letters] >= _SERIES):
+            own = 0, len(INDEXES), _natural(stem)
         else:
-            steps.append((0, len(INDEXES) + 1, _natural(title)))
-        return [*steps, (0, 0, [path])]
+            own = 0, len(INDEXES) + 1, _natural(title)
+        return [*steps_to(folder), own, (0, 0, [path])]
 
     return key
 
@@ -185,9 +194,9 @@ def _folders_of(path: str) -> list[str]:
     return [path[:end] for end, character in enumerate(path) if character == "/"]
 
 
-def _letters(path: str) -> str | None:
+def _letters(stem: str) -> str | None:
     """What stands before the number in a file's name; None where the name is not numbered."""
-    match = _NUMBERED.match(_stem(path).casefold())
+    match = _NUMBERED.match(stem)
     return match and match[1]
 
 

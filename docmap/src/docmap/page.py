@@ -9,9 +9,11 @@ import json
 import posixpath
 import shlex
 import sys
+from collections import Counter
 from collections.abc import Iterator
 from importlib import metadata, resources
 from importlib.util import find_spec
+from itertools import accumulate
 from pathlib import Path
 from string import Template
 from urllib.parse import quote
@@ -27,8 +29,9 @@ _LOADER = """const require = { defined: () => false };
 const define = (name, needs, make) => make(window.d3 = {});
 """
 _SCRIPTS = "model.js", "search.js", "tree.js", "labels.js", "layout.js", "picture.js", "reading.js", "page.js"
-# Without scripts no more sections than this are listed, the outermost; first paragraphs only where there are
-# no more documents than this.
+# Without scripts the outermost sections are listed, of so many levels and no more than so many of them; first
+# paragraphs only where there are no more documents than this.
+_MOST_LEVELS = 6
 _MOST_OUTLINED = 6_000
 _MOST_WITH_TEXT = 1_500
 
@@ -101,9 +104,7 @@ def _outline(folder: FolderMap) -> Iterator[str]:
         yield "<p>No Markdown documents are in this folder.</p>"
         return
     yield "<p>Scripts are switched off, so here is the outline alone.</p>"
-    deepest = 6
-    while deepest and _sections_up_to(folder, deepest) > _MOST_OUTLINED:
-        deepest -= 1
+    deepest = _depth_outlined(folder)
     by_folder: dict[str, list[DocumentEntry]] = {}
     for entry in folder["documents"]:
         by_folder.setdefault(posixpath.dirname(entry["path"]), []).append(entry)
@@ -121,8 +122,11 @@ def _outline(folder: FolderMap) -> Iterator[str]:
         yield "</details>"
 
 
-def _sections_up_to(folder: FolderMap, depth: int) -> int:
-    return sum(int(row[0]) < depth for entry in folder["documents"] for row in entry["sections"])
+def _depth_outlined(folder: FolderMap) -> int:
+    """How many levels of sections are listed."""
+    at = Counter(row[0] for entry in folder["documents"] for row in entry["sections"])
+    sections = list(accumulate(at[depth] for depth in range(_MOST_LEVELS)))
+    return sum(count <= _MOST_OUTLINED for count in sections)
 
 
 def _section_list(folder: FolderMap, entry: DocumentEntry, deepest: int) -> Iterator[str]:

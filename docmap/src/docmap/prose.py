@@ -18,8 +18,8 @@ _DIRECTIVE = re.compile(r":::|!!!|\{[%{<]|\{\w+\}|(?:import|export)\s.*['\"{]")
 # Outside ASCII other signs end a sentence.
 _SENTENCE_END = re.compile(r"[.!?:\u0080-\U0010ffff]['\")\]]*$")
 _MARKUP = re.compile(r"[\\`*_\[\]<&~{]")
-# The first paragraph of a document is looked for in so many characters: most documents have it in the fewer.
-_FAR_ENOUGH = 1000, 4000
+# The first paragraph of a document is looked for in so many characters: most documents have it in the fewest.
+_FAR_ENOUGH = 300, 1000, 4000
 _TRIES = 6
 
 

@@ -15,7 +15,7 @@ function documentNode(each, narrow) {
   const links = `${plural(each.into.size, "document")} ${each.into.size === 1 ? "links" : "link"} here, links to ${each.out.size}`;
   const whole = each.apart ? `${each.title} · ${each.apart}` : each.title;
   return {
-    kind: "document", each, whole, label: cutMiddle(whole, LONGEST_LABEL), shape: broken ? "broken" : "document",
+    kind: "document", each, whole, told: each.told, label: cutMiddle(whole, LONGEST_LABEL, each.told), shape: broken ? "broken" : "document",
     radius: (4 + Math.min(11, 1.7 * Math.sqrt(each.into.size))) * (narrow ? 0.75 : 1), weight: each.into.size,
     about: `${cutMiddle(each.title, 200)}${each.apart ? `, ${each.apart}` : ""}, ${links}${broken ? `, ${plural(broken, "broken link")}` : ""}`,
   };
@@ -112,10 +112,12 @@ function arrange({ regions, marks, edges, between }, { width, height }) {
 }
 
 function arrangeRegions(regions, between, tall) {
+  // The square of the shape makes regions fill it in both directions.
+  const pull = (shape) => 0.09 * Math.min(4, Math.max(0.25, shape ** 2));
   d3.forceSimulation(regions)
     .force("links", d3.forceLink(between).distance(({ source, target }) => source.size + target.size + 20).strength(({ count }) => Math.min(0.4, count * 0.03)))
-    .force("x", d3.forceX().strength(0.09 * Math.min(2.5, Math.max(0.4, tall))))
-    .force("y", d3.forceY().strength(0.09 * Math.min(2.5, Math.max(0.4, 1 / tall))))
+    .force("x", d3.forceX().strength(pull(tall)))
+    .force("y", d3.forceY().strength(pull(1 / tall)))
     .force("apart", d3.forceCollide((region) => region.size + 15).iterations(6))
     .stop().tick(300);
 }
@@ -143,7 +145,7 @@ function arrangeDocuments(regions, nodes, edges, near) {
     .force("apart", d3.forceManyBody().strength(-near * 1.6).distanceMax(near * 4))
     .force("x", d3.forceX(({ region }) => region.x).strength(0.06))
     .force("y", d3.forceY(({ region }) => region.y).strength(0.06))
-    .force("collide", d3.forceCollide(({ radius }) => radius + Math.min(9, near / 5)).iterations(2))
+    .force("collide", d3.forceCollide((node) => reachOf(node).aside + Math.min(9, near / 5)).iterations(2))
     .force("labels", roomForLabels(nodes))
     .force("inside", keepInside)
     .alphaDecay(1 - 0.001 ** (1 / DOCUMENT_TICKS)).stop().tick(DOCUMENT_TICKS);
@@ -151,7 +153,7 @@ function arrangeDocuments(regions, nodes, edges, near) {
 
 // A force that moves marks off the places of the most important labels, below their marks.
 function roomForLabels(nodes) {
-  const sure = [...nodes].sort((one, other) => other.weight - one.weight).slice(0, SURE_LABELS);
+  const sure = labelOrder(nodes).slice(0, SURE_LABELS);
   const halves = new Map(sure.map((node) => [node, measure(node.label) / 2 / USUAL_SCALE + 2]));
   return () => {
     for (const [node, half] of halves) {
@@ -190,7 +192,7 @@ function nearOf(chosen, { width, height, narrow }) {
   centre.radius = Math.max(11, centre.radius);
   const make = (side) => ([each, lines]) => {
     const node = documentNode(each, narrow);
-    return Object.assign(node, { side, count: lines.length, radius: Math.min(9, node.radius) });
+    return Object.assign(node, { side, count: lines.length, label: node.whole, radius: Math.min(9, node.radius) });
   };
   const left = ins.slice(0, leftRoom).map(make("left"));
   const right = outs.slice(0, Math.max(1, rightRoom)).map(make("right"));
@@ -204,7 +206,7 @@ function nearOf(chosen, { width, height, narrow }) {
     const gap = Math.min(34, (height - 70) / all);
     const top = (height - all * gap) / 2 + gap;
     column(left, 78, top + ((left.length - 1) * gap) / 2, gap);
-    Object.assign(centre, { x: 26, y: top + (left.length + 0.5) * gap });
+    Object.assign(centre, { x: 26, y: top + (left.length + 0.5) * gap, label: centre.whole, room: width - 26 - centre.radius - 16 });
     column([...right, ...gone], 78, top + (left.length + 2.5) * gap + ((right.length + gone.length - 1) * gap) / 2, gap);
   } else {
     const gap = (count) => Math.min(34, (height - 90) / Math.max(1, count));

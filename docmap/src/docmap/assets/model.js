@@ -43,10 +43,19 @@ function halves(text, length) {
   return [begin, end];
 }
 
-// For labels and rows.
-function cutMiddle(text, length) {
+// For labels and rows. `told`: where what tells a title from its neighbours begins; it is the last to be left out.
+function cutMiddle(text, length, told = 0) {
   if (text.length <= length) return text;
-  const [begin, end] = halves(text, length - 1);
+  const rest = text.slice(told);
+  if (told && rest.length > length - 4) {
+    // Some letters tell a series from another.
+    const begin = length < 20 ? "" : cut(text, length / 4 + 1).slice(0, -1);
+    const end = cut(rest, length - 1 - begin.length);
+    // Where there is no room for "number 12", the number alone says as much.
+    const shown = /^[^\s\d]+ \d/.test(rest) && !/\d\b/.test(end) ? cut(rest.slice(rest.indexOf(" ") + 1), length - 1) : end;
+    return `${begin.trimEnd()}…${shown.replace(/[\s,;:]+…$/, "…")}`;
+  }
+  const [begin, end] = told ? [cut(text, length - rest.length).slice(0, -1), rest] : halves(text, length - 1);
   return `${begin.trimEnd()}…${end.trimStart()}`;
 }
 
@@ -92,6 +101,23 @@ for (const same of d3.group(documents, ({ title }) => title).values()) {
   }
 }
 
+// `told` of a title that begins as another in its folder does: where the words begin that tell the two apart, with the
+// word before a number. 0 where too little is shared to be left out.
+const LONG_SHARED = 8;
+for (const beside of d3.group(documents, ({ folder }) => folder).values()) {
+  beside.sort((one, other) => d3.ascending(one.title, other.title));
+  const shared = d3.pairs(beside, ({ title: one }, { title: other }) => {
+    let length = 0;
+    while (length < one.length && one[length] === other[length]) length += 1;
+    return one.lastIndexOf(" ", length - 1) + 1;
+  });
+  beside.forEach((each, index) => {
+    const most = Math.max(shared[index - 1] ?? 0, shared[index] ?? 0);
+    const begin = /^\d/.test(each.title.slice(most)) ? each.title.lastIndexOf(" ", most - 2) + 1 : most;
+    each.told = most < LONG_SHARED || each.title === beside[index - 1]?.title || each.title === beside[index + 1]?.title ? 0 : begin;
+  });
+}
+
 const isBelow = (folder, above) => above === "" || folder === above || folder.startsWith(`${above}/`);
 // What is in no link is listed, not drawn; a broken link is one.
 const isIsolated = (each) => each.into.size === 0 && each.out.size === 0 && each.broken.length === 0;
@@ -109,6 +135,17 @@ const indexOf = (() => {
   }
   return (folder) => (folder === "" && map.home !== null ? documents[map.home] : found.get(folder)?.each);
 })();
+
+// The document that a path leads to, seen from a folder; undefined for another file and an anchor alone.
+function documentAt(folder, target) {
+  const path = target.replace(/[?#].*$/, "");
+  const steps = path.startsWith("/") ? [] : folder.split("/").filter(Boolean);
+  for (const step of path.split("/")) {
+    if (step === "..") steps.pop();
+    else if (step !== "" && step !== ".") steps.push(step);
+  }
+  return path ? byPath.get(steps.join("/")) : undefined;
+}
 
 // The innermost section that a line stands in.
 function sectionAt(each, line) {

@@ -15,8 +15,21 @@ let shownHash = null;
 
 // Goes to a place, given as such or as its address; then `focus` ("reading" or "picture") gets the focus.
 function go(place, focus = null) {
+  leave();
   location.hash = typeof place === "string" ? place : hrefOf(place);
   arrive(focus);
+}
+
+// Notes in the history which link was followed, so that Back gives the focus to it again.
+function leave() {
+  const at = reading.stops().indexOf(document.activeElement);
+  history.replaceState(at < 0 ? null : { at, text: document.activeElement.textContent }, "");
+}
+
+// The link that was followed from here, where it is still there.
+function linkFollowed() {
+  const stop = reading.stops()[history.state?.at];
+  return stop?.textContent === history.state?.text ? stop : undefined;
 }
 
 function placeInAddress() {
@@ -38,6 +51,7 @@ function arrive(focus = null) {
   drawPicture(place);
   const lost = hadFocus && hadFocus !== document.body && !hadFocus.isConnected;
   if (focus === "picture") picture.focusStop();
+  else if (focus === null && linkFollowed() && (lost || hadFocus === document.body)) linkFollowed().focus();
   else if (focus === "reading" || lost) reading.focus();
   else if (line) reading.pane.querySelector(".here")?.scrollIntoView({ block: "center" });
 }
@@ -138,7 +152,7 @@ function documentEntry(each, named) {
   const begin = outlineStart(each);
   return {
     kind: "document", id: each.path, label: each.title, spoken: `${cutMiddle(each.title, 200)}${each.apart ? `, ${each.apart}` : ""}, document`,
-    beside: named > 1 ? each.apart : null, document: each, bad: each.broken.length,
+    told: each.told, beside: named > 1 ? each.apart : null, document: each, bad: each.broken.length,
     children: each.sections.length > begin ? () => sectionEntries(each, begin, each.sections.length, begin) : null,
   };
 }
@@ -229,6 +243,7 @@ find("skip").addEventListener("click", (event) => { event.preventDefault(); read
 for (const part of [find("reading"), find("home")]) {
   part.addEventListener("click", (event) => {
     const href = event.target.closest("a")?.getAttribute("href");
+    if (href && !href.startsWith("#")) leave();
     if (!href?.startsWith("#") || event.ctrlKey || event.metaKey || event.shiftKey) return;
     event.preventDefault();
     go(href, "reading");

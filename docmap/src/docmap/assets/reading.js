@@ -3,6 +3,9 @@
 const MOST_ROWS = 60;
 const LONG_TITLE = 140;
 const FEW_DOCUMENTS = 12;
+// What documents are called, or their files, that say themselves that a reader begins there; the surest first.
+const BEGINNINGS = [/^(getting|get)[ -]?started\b|^quick[ -]?start\b|^first[ -]steps\b/, /^intro(duction)?\b/, /^tutorial\b/];
+const MOST_BEGINNINGS = 3;
 
 // A heading that may be too long to be shown whole.
 function title(text) {
@@ -58,6 +61,14 @@ function foldersFirstToRead(folders, index) {
   });
 }
 
+// The documents by which to begin: the outermost of those that are called so, and of these the surest.
+function beginningsAmong(inside) {
+  const sure = (each) => BEGINNINGS.findIndex((names) => names.test(fold(each.title)) || names.test(lastName(each.path).toLowerCase()));
+  const best = (some, value) => some.filter((each) => value(each) === d3.min(some, value));
+  const named = inside.filter((each) => each.into.size && sure(each) >= 0);
+  return best(best(named, ({ path }) => path.split("/").length), sure).sort(byImportance).slice(0, MOST_BEGINNINGS);
+}
+
 function folderOrder(folders, index) {
   if (folders.length < 2) return null;
   const introduced = folders.some(({ members }) => members.some((each) => index?.out.has(each)));
@@ -81,6 +92,11 @@ class Reading {
     // On a page that scrolls as a whole the reading may be out of sight.
     if (aim.matches(".here")) aim.scrollIntoView({ block: "center" });
     else this.pane.scrollIntoView({ block: "start" });
+  }
+
+  // The links and buttons that Tab stops at, to find one again by its place and text.
+  stops() {
+    return [...this.pane.querySelectorAll("a, button")];
   }
 
   to(place, text, properties = {}) {
@@ -153,9 +169,19 @@ class Reading {
 
   findings(name, findings, each) {
     return list(name, findings, ({ line, message, suggestion, doubt }) => element("div", { className: doubt ? "finding doubt" : "finding" },
-      fileLink(each, line, `line ${line}`), `: ${message}`,
-      suggestion ? element("span", { className: "meant" }, "; did you mean ", element("b", { textContent: suggestion }), "?") : null,
+      this.finding(each, { line, message, suggestion }),
       doubt ? element("span", { className: "faint", textContent: ` (${doubt})` }) : null));
+  }
+
+  // A fault in words; what it names is a link where it is a document of the folder.
+  finding(each, { line, message, suggestion }) {
+    const [, before, path] = /^(.* in )(.+)$/.exec(message) ?? [];
+    const place = byPath.get(path);
+    const said = place ? [before, this.to({ document: place.path }, path)] : message;
+    const meant = suggestion === null ? undefined : documentAt(each.folder, suggestion);
+    const name = meant ? this.to({ document: meant.path }, suggestion) : suggestion;
+    return [fileLink(each, line, `line ${line}`), ": ", said,
+      suggestion ? element("span", { className: "meant" }, "; did you mean ", element("b", {}, name), "?") : null];
   }
 
   // --- a folder ----------------------------------------------------------------------------------------------------
@@ -179,6 +205,7 @@ class Reading {
     const own = few ? inside.filter((each) => !apart.includes(each)).sort(byImportance) : areas.find(({ label }) => label === null)?.members ?? [];
     const sections = sum(inside, (each) => each.sections.length);
     const central = inside.filter((each) => !few && each.into.size > 1 && each !== index).sort(byImportance).slice(0, 5);
+    const beginnings = few ? [] : beginningsAmong(inside.filter((each) => each !== index));
     const wrong = inside.filter((each) => each.broken.length).sort((one, other) => other.broken.length - one.broken.length);
     const links = sum(inside, (each) => sum([...each.out.values()], (lines) => lines.length));
     const facts = [plural(inside.length, "document"), plural(sections, "section"), plural(links, "link") + " between documents"];
@@ -190,11 +217,11 @@ class Reading {
         element("span", { className: "faint", textContent: facts.join(" · ") })),
       index && firstParagraph(index) ? element("p", { className: "lead", textContent: firstParagraph(index) }) : [],
       element("p", { className: "verdict" }, broken ? this.jump(`▲ ${plural(broken, "broken link")} in ${plural(wrong.length, "document")}`, "broken") : "✓ No broken links"),
-      list("Most linked documents", central, (each) => this.described(each), { note: "Start with these: many documents link to them." }),
+      beginnings.length ? element("p", { className: "beginnings" }, "Where to begin: ", ...beginnings.flatMap((each, place) => [place ? ", " : "", ...this.named(each)])) : [],
+      list("Most linked documents", central, (each) => this.described(each)),
       list("Folders", folders, (part) => this.folderRow(part, folder), { most: 24, note: folderOrder(folders, index) }),
       list("Documents with broken links", wrong, (each) => [...this.named(each),
-        element("ul", {}, each.broken.slice(0, 3).map(({ line, message, suggestion }) => element("li", { className: "finding" },
-          fileLink(each, line, `line ${line}`), `: ${message}`, suggestion ? `; did you mean ${suggestion}?` : "")),
+        element("ul", {}, each.broken.slice(0, 3).map(({ line, message, suggestion }) => element("li", { className: "finding" }, this.finding(each, { line, message, suggestion }))),
         each.broken.length > 3 ? element("li", { className: "faint", textContent: `and ${each.broken.length - 3} more` }) : null)], { className: "broken", most: 10 }),
       list(folders.length ? "Documents beside the folders" : "Documents", own.filter((each) => each !== index), (each) => this.described(each), { most: 30 }),
       list("Not linked", apart.filter((each) => !few || each !== index), (each) => few ? this.described(each) : [this.toDocument(each), element("span", { className: "faint", textContent: ` ${each.path}` })],
@@ -228,7 +255,7 @@ class Reading {
     const broken = sum(members, (each) => each.broken.length);
     const title = index?.title;
     const shown = folder.slice(above ? above.length + 1 : 0);
-    const says = (index && firstParagraph(index)) || [...new Set([...members].sort(byImportance).map((each) => cutMiddle(each.title, 40)))].slice(0, 4).join(", ");
+    const says = (index && firstParagraph(index)) || [...new Set([...members].sort(byImportance).map((each) => cutMiddle(each.title, 40, each.told)))].slice(0, 4).join(", ");
     return [this.to({ folder }, `${shown || lastName(folder)}/`),
       title && fold(title) !== fold(lastName(folder)) ? ` ${cut(title, 60)}` : "",
       element("span", { className: "line", textContent: ` ${plural(members.length, "document")}` }),

@@ -52,10 +52,14 @@ class Tree {
   }
 
   // The text of a row in two parts: where room is short, the first gives way and the end stays.
-  name({ label }) {
+  name({ label, told = 0 }) {
     const name = element("span", { className: "name", title: cut(label, 600), dir: "auto" });
     const text = cutMiddle(label, 120);
     if (text.length < SHORT) name.textContent = text;
+    else if (told && text === label) {
+      name.classList.add("parted", "told");
+      name.append(...[text.slice(0, told), text.slice(told)].map((part) => element("span", { textContent: part })));
+    }
     else {
       name.classList.add("parted");
       name.append(...splitForRow(text).map((part) => element("span", { textContent: part })));
@@ -151,9 +155,12 @@ class Tree {
     this.letters = now - (this.typedAt ?? 0) < 700 ? this.letters + fold(letter) : fold(letter);
     this.typedAt = now;
     const seen = this.seen();
-    const at = seen.indexOf(item) + (this.letters.length > 1 ? 0 : 1);
+    // One letter again and again goes on from row to row.
+    const same = [...this.letters].every((other) => other === this.letters[0]);
+    const at = seen.indexOf(item) + (same ? 1 : 0);
     const order = [...seen.slice(at), ...seen.slice(0, at)];
-    this.focus(order.find((other) => fold(this.entries.get(other).label).startsWith(this.letters)));
+    const begins = (letters) => order.find((other) => fold(this.entries.get(other).label).startsWith(letters));
+    this.focus(begins(this.letters) ?? (same ? begins(this.letters[0]) : null));
   }
 
   pressed(event) {
