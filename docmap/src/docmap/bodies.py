@@ -66,6 +66,8 @@ _NO_MARKDOWN = re.compile(
 _NO_CONTENT = re.compile(rb"[ \t]*<(?:[!?]|(?:script|style|pre|textarea)\b)", re.IGNORECASE)
 # Without one of these there is neither a heading nor a link.
 _HAS_MARKDOWN = re.compile(rb"^[ \t]*#{1,6}[ \t]|\]\(|\]\[", re.MULTILINE)
+# Without one of these a text is only prose, code and lists, of which nothing is kept.
+_SIGN_OF_FACT = re.compile(rb"[\[<#{^%$=]|\n[ \t>]*(?:[:~.!?]|-+[ \t]*(?:\n|\Z))|import|include")
 
 
 class Directive(NamedTuple):
@@ -121,7 +123,9 @@ def find_jsx_bodies(source: Source, nodes: Iterable[Node]) -> Iterator[tuple[int
     for node in nodes:
         begin = source.begin_of(node.start_point[0]) if node.type != "html_block" else node.start_byte
         data = source.data[begin : node.end_byte]
-        if _HAS_MARKDOWN.search(data) and not _NO_CONTENT.match(data):
+        # What begins the signs is looked for much faster than these.
+        is_likely = b"#" in data or b"](" in data or b"][" in data
+        if is_likely and _HAS_MARKDOWN.search(data) and not _NO_CONTENT.match(data):
             text = _NO_MARKDOWN.sub(lambda match: b"\n" * match[0].count(b"\n"), data)
             if _HAS_MARKDOWN.search(text):
                 yield begin, text
@@ -138,6 +142,11 @@ def _end_of_indented(data: bytes, begin: int, indent: int) -> int:
             end = after
         position = after
     return end
+
+
+def may_hold_facts(data: bytes) -> bool:
+    """Whether reading the text of a body can find anything in it."""
+    return _SIGN_OF_FACT.search(b"\n" + data) is not None
 
 
 def dedented(text: str) -> str | None:

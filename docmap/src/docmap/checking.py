@@ -5,7 +5,7 @@ from __future__ import annotations
 import json
 import os
 from collections.abc import Callable, Generator, Iterable, Iterator, Sequence
-from dataclasses import dataclass, replace
+from dataclasses import dataclass
 from functools import cached_property
 from typing import TYPE_CHECKING, TypeAlias
 
@@ -46,8 +46,8 @@ def read_packed(path: str) -> bytes | OSError:
 
 def _bytes_of(path: str) -> bytes:
     must_be_regular(path)
-    with open(path, "rb") as file:
-        return file.read()
+    with open(path, "rb", buffering=0) as file:
+        return file.readall()
 
 
 @dataclass(frozen=True)
@@ -281,7 +281,7 @@ class Checked:
         for judgement in self.judge.judged(path):
             finding = judgement.finding
             if finding is not None and (finding.line in ignored or self.config.ignores((finding.target,))):
-                judgement = replace(judgement, finding=None)
+                judgement = judgement._replace(finding=None)
             yield judgement
 
     def findings(self, path: str) -> Iterator[Finding]:

@@ -15,7 +15,7 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
 from tree_sitter import Node
 
-from docmap.bodies import Directive, dedented, directives_of, find_bodies, find_jsx_bodies
+from docmap.bodies import Directive, dedented, directives_of, find_bodies, find_jsx_bodies, may_hold_facts
 from docmap.constructs import comment_spans, find_constructs, kramdown_spans, literal_spans
 from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (
@@ -218,10 +218,11 @@ class _Reader:
 
     def _add_element(self, element: Element) -> None:
         line = self._line_of(element.position)
-        for attribute in ("id", "name"):
-            if element.attributes.get(attribute):
-                self._facts.ids.append(Named(line, element.attributes[attribute]))
-        self._facts.links.extend(links_of_element(element, line))
+        if element.attributes:
+            for attribute in ("id", "name"):
+                if element.attributes.get(attribute):
+                    self._facts.ids.append(Named(line, element.attributes[attribute]))
+            self._facts.links.extend(links_of_element(element, line))
         if not element.name.islower() or "-" in element.name or "." in element.name:
             self._facts.constructs.append(Construct(line, COMPONENT, element.name, element.written))
 
@@ -370,7 +371,7 @@ class _Reader:
             self._read_body("jsx", "", begin, data)
 
     def _read_body(self, kind: str, name: str, begin: int, data: bytes) -> None:
-        text = dedented(text_of(data))
+        text = dedented(text_of(data)) if may_hold_facts(data) else None
         if text is not None:
             facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
             self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))

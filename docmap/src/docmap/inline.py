@@ -137,8 +137,8 @@ def _element(tag: re.Match[bytes]) -> Element:
     attributes: dict[str, str] = {}
     if tag[3]:
         for match in _ATTRIBUTE.finditer(tag[3]):
-            value = next((group for group in match.groups()[1:] if group is not None), b"")
-            attributes.setdefault(match[1].decode().lower(), html.unescape(value.decode("utf-8", "replace")))
+            value = html.unescape(match[match.lastindex or 0].decode("utf-8", "replace"))
+            attributes.setdefault(match[1].decode().lower(), value)
     return Element(
         tag.start(), tag[2].decode("utf-8", "replace"), attributes, tag[0].decode("utf-8", "replace")
     )

@@ -8,7 +8,7 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterable, Iterator, Mapping, Sequence
-from dataclasses import dataclass, replace
+from dataclasses import replace
 from heapq import nsmallest
 from itertools import chain
 from typing import NamedTuple
@@ -55,8 +55,7 @@ _PICTURES = (".png", ".jpg", ".jpeg", ".gif", ".svg", ".webp", ".ico")
 _OF_SOME_SITES = frozenset({SCHEME, DOC, TOC, REF, FILE})
 
 
-@dataclass(frozen=True)
-class Judgement:
+class Judgement(NamedTuple):
     """Where a link leads: to a page (`page`, `anchor` as the page has it), or to what is wrong with it."""
 
     link: Link
@@ -119,7 +118,7 @@ class Judge:
             return
         hidden = lines_of(facts.spans, site.rules.literal - {"comment"})
         # A link that is written as one before it leads where that led.
-        known: dict[Link, Judgement] = {}
+        known: dict[object, Judgement] = {}
         for link in facts.links:
             if link.line in hidden:
                 continue
@@ -130,7 +129,7 @@ class Judge:
                 or (link.form in _OF_SOME_SITES and link.form not in site.rules.ways)
             ):
                 continue
-            alike = link._replace(line=0)
+            alike = link[1:]
             if alike not in known:
                 known[alike] = self._judge(shown, link, path, facts)
             yield _moved(known[alike], link.line)

@@ -39,7 +39,7 @@ def read_names(source: Source, facts: Facts) -> None:
             for match in _BLOCK_ID.finditer(data)
             if match.start(1) not in source.code
         )
-    if b")=" in data:
+    if b"=" in data and b")=" in data:
         facts.targets.extend(
             Named(source.line_of(begin), text_of(match[1]).strip())
             for begin, match in source.find_lines(_TARGET)
@@ -48,7 +48,7 @@ def read_names(source: Source, facts: Facts) -> None:
     if b":name:" in data or b":label:" in data or b"\n.. _" in data:
         for begin, match in source.find_lines(_DIRECTIVE_NAME):
             facts.targets.append(Named(source.line_of(begin), text_of(match[1] or match[2]).strip()))
-    for match in _EQUATION.finditer(data) if b"$$" in data else ():
+    for match in _EQUATION.finditer(data) if b"$" in data and b"$$" in data else ():
         if match.start() not in source.code:
             facts.targets.append(Named(source.line_of(match.start()), text_of(match[1])))
     for match in _DEFINITION.finditer(data):

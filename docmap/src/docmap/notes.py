@@ -19,8 +19,8 @@ from docmap.inline import CodeSpans
 from docmap.ranges import Ranges
 
 _LINK = re.compile(rb"\[\[([^\[\]\n]+)\]\]|\]\([ \t]*<?([^\s()<>]+)")
-# Signs without which a document has neither comments nor mathematics.
-_SIGNS = re.compile(rb"%%|\$[^$]*\$|\\[(\[]|\\begin\{")
+# What begins mathematics with a backslash.
+_BACKSLASHED = re.compile(rb"\\(?:[(\[]|begin\{)")
 # Signs without which there is nothing that looks like a link.
 _BRACKETS = re.compile(rb"\]\(|\[\[|\]\[|\[\^")
 # Each alternative begins with one character, outside of groups: `re` then skips what begins with none of these.
@@ -75,7 +75,7 @@ def read_regions(data: bytes, code: Ranges) -> Iterator[Target | Region]:
 
     Nothing is found in a document that has neither comments nor mathematics.
     """
-    if _SIGNS.search(data) is None or _BRACKETS.search(data) is None:
+    if not _may_have_regions(data):
         return
     closers: dict[bytes, _Closers] = {}
     blanks = [match.start() for match in re.finditer(rb"\n[ \t>]*\n", data)]
@@ -109,6 +109,26 @@ def read_regions(data: bytes, code: Ranges) -> Iterator[Target | Region]:
             yield Region(start, position, _KINDS[kind])
             for link in _LINK.finditer(data, start, position):
                 yield Target(link.start(), link[link.lastindex or 0], link.lastindex == 1, _KINDS[kind])
+
+
+def _may_have_regions(data: bytes) -> bool:
+    """Whether something that looks like a link may stand in a comment or in mathematics; few documents have either."""
+    # One byte is looked for much faster than two, and than any of several.
+    if _BRACKETS.search(data) is None:
+        return False
+    if (b"%" in data and b"%%" in data) or (b"\\" in data and _BACKSLASHED.search(data)):
+        return True
+    start = data.find(b"$")
+    if start >= 0 and b"$$" in data:
+        return True
+    # A "$" closes within its line, and most lines that hold one are of programs.
+    while start >= 0:
+        end = data.find(b"\n", start)
+        last = data.rfind(b"$", start, end if end >= 0 else len(data))
+        if last > start and _BRACKETS.search(data, start, last):
+            return True
+        start = data.find(b"$", end) if end >= 0 else -1
+    return False
 
 
 def _begins_line(data: bytes, position: int) -> bool:
