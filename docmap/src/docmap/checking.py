@@ -9,7 +9,7 @@ from dataclasses import dataclass
 from functools import cached_property
 from typing import TYPE_CHECKING, TypeAlias
 
-from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
+from docmap.cache import Cache, as_kept, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
 from docmap.documents import must_be_regular, normalise
 from docmap.findings import Finding
@@ -17,17 +17,19 @@ from docmap.repository import Repository
 
 # A run over unchanged files judges nothing, and does not wait for what judges.
 if TYPE_CHECKING:
+    from quarnel.models import Symbol
+
     from docmap.facts import Facts, Section
     from docmap.judge import Judge, Judgement
     from docmap.sites.site import Site
 
 # What a file holds: bytes where it is kept or comes from another process.
-Held: TypeAlias = "bytes | tuple[Facts, list[Section]] | OSError"
+Held: TypeAlias = "bytes | tuple[Facts, list[Symbol]] | OSError"
 # Reads documents, perhaps in several processes: takes the absolute paths, returns what each file holds, in order.
 ReadAll = Callable[[Sequence[str]], "Generator[Held, None, None]"]
 
 
-def read_held(path: str) -> tuple[Facts, list[Section]] | OSError:
+def read_held(path: str) -> tuple[Facts, list[Symbol]] | OSError:
     """What a file holds; errors are returned."""
     from docmap.extraction import read_facts
 
@@ -179,7 +181,7 @@ class Checked:
         if fresh:
             self._cache.put(fresh)
 
-    def _take(self, path: str, entry: bytes | tuple[Facts, list[Section]] | None) -> bool:
+    def _take(self, path: str, entry: bytes | tuple[Facts, list[Symbol]] | None) -> bool:
         """Take over what a file holds; returns whether the entry says it."""
         if entry is None:
             return False
@@ -188,7 +190,7 @@ class Checked:
             return False
         self.repository.known_facts[path] = facts
         if self._sections is not None:
-            self._sections[path] = unpacked_sections(entry) if isinstance(entry, bytes) else entry[1]
+            self._sections[path] = unpacked_sections(entry) if isinstance(entry, bytes) else as_kept(entry[1])
         return True
 
     def _read_missing(self, paths: Iterable[str]) -> None:

@@ -33,11 +33,9 @@ from docmap.facts import (
     Heading,
     Link,
     Named,
-    Section,
     Span,
     lines_of,
 )
-from docmap.headings import holds_image, texts_of_headings, with_spaces, without_images
 from docmap.ignored import ignored_spans
 from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.names import read_names
@@ -68,14 +66,11 @@ _DEEPEST_BODY = 6
 _COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
 
 
-def read_facts(text: str, replaced: bool) -> tuple[Facts, list[Section]]:
-    """What a document says, and the sections of its outline; it takes what `normalise` makes of the bytes."""
-    facts, sections = _Reader(text, 0, (), ()).read()
+def read_facts(text: str, replaced: bool) -> tuple[Facts, list[Symbol]]:
+    """What a document says, and its outline as the engine has it; it takes what `normalise` makes of the bytes."""
+    facts, symbols = _Reader(text, 0, (), ()).read()
     facts.replaced = replaced
-    return facts, [
-        Section(s.name, s.fqn.removeprefix("."), s.start_line, s.end_line, s.signature, s.docstring)
-        for s in sections
-    ]
+    return facts, symbols
 
 
 class _Reader:
@@ -148,19 +143,6 @@ class _Reader:
                 line = node.start_point[0] + 1
                 text = html.unescape(names.get(line, ""))
                 self._facts.headings.append(Heading(line, level_of(node), text, self._raw(node), nested=True))
-        self._read_exact_texts()
-
-    def _read_exact_texts(self) -> None:
-        """Read the texts of headings in which more than single spaces stand, which the outline does not keep."""
-        headings = self._facts.headings
-        spaced = texts_of_headings({n: with_spaces(h.raw) for n, h in enumerate(headings) if "  " in h.raw})
-        for number, text in spaced.items():
-            # Where a mark has broken a link, the outline's name stands.
-            if text.split() == headings[number].text.split():
-                headings[number] = headings[number]._replace(spaced=text)
-        sources = {n: without_images(h.raw) for n, h in enumerate(headings) if holds_image(h.raw)}
-        for number, text in texts_of_headings(sources).items():
-            headings[number] = headings[number]._replace(bare=text)
 
     def _raw(self, node: Node) -> str:
         for child in node.children:
@@ -396,7 +378,7 @@ def _link(line: int, path: str, anchor: str | None, wiki: bool) -> Link | None:
     target = path if anchor is None else f"{path}#{anchor}"
     if wiki:
         return Link(line, WIKI, path.rstrip("\\").strip(), anchor, target)
-    if any(sign in path for sign in ("{{", "{%", "${", "<%")):
+    if "{{" in path or "{%" in path or "${" in path or "<%" in path:
         return Link(line, TEMPLATE, target, None, target)
     if "\\" in target or "&" in target or path[:4].lower() == "www.":
         again = link_of(LINK, line, target.replace("%", "%25"))

@@ -9,10 +9,13 @@ from __future__ import annotations
 from collections.abc import Collection, Mapping
 from dataclasses import dataclass, field, replace
 from functools import cached_property
-from typing import Any, Final, NamedTuple
+from typing import TYPE_CHECKING, Any, Final, NamedTuple
 
 from docmap.front_matter import read_fields
 from docmap.ranges import Ranges
+
+if TYPE_CHECKING:
+    from quarnel.models import Symbol
 
 # --- Forms of links ----------------------------------------------------------------------------------------
 
@@ -55,8 +58,7 @@ class Heading(NamedTuple):
     """A heading of the page: `text` as a reader sees it, `raw` as inline Markdown (or HTML, for `html`).
 
     `nested`: in a block quote or list item, so no section of the outline. `html`: an <h1> to <h6> element;
-    `own_id` is its id attribute, or None. `spaced`: the text with all spaces between its words, and `bare` the same
-    with nothing for images, tags and comments, so that spaces beside these stay; "" where that is `text`.
+    `own_id` is its id attribute, or None.
     """
 
     line: int
@@ -66,8 +68,6 @@ class Heading(NamedTuple):
     nested: bool = False
     html: bool = False
     own_id: str | None = None
-    spaced: str = ""
-    bare: str = ""
 
 
 class Named(NamedTuple):
@@ -148,6 +148,12 @@ class Section(NamedTuple):
     end_line: int
     signature: str
     docstring: str | None
+
+    @classmethod
+    def of(cls, symbol: Symbol) -> Section:
+        """The section that the engine reports of a document without a prefix."""
+        fqn = symbol.fqn.removeprefix(".")
+        return cls(symbol.name, fqn, symbol.start_line, symbol.end_line, symbol.signature, symbol.docstring)
 
 
 class Body(NamedTuple):

@@ -170,10 +170,8 @@ class CodeSpans:
     def __init__(self, data: bytes, begin: int, end: int) -> None:
         # By length, the ends of the runs still to come, the next one last.
         self._ends: dict[int, list[int]] = {}
-        for run in _BACKTICKS.finditer(data, begin, end):
-            self._ends.setdefault(run.end() - run.start(), []).append(run.end())
-        for ends in self._ends.values():
-            ends.reverse()
+        for first, last in [run.span() for run in _BACKTICKS.finditer(data, begin, end)][::-1]:
+            self._ends.setdefault(last - first, []).append(last)
 
     def end(self, start: int, after: int) -> int:
         """The end of the code span that this run of backticks opens; its own end where nothing closes it."""

@@ -62,8 +62,10 @@ class Site:
     def facts(self, path: str) -> Facts | None:
         """What a document holds, with what is Markdown to this site though the grammar calls it code."""
         facts = self.repository.facts(path)
+        if facts is None or not facts.bodies:
+            return facts
         more = self.rules.bodies_by_suffix.get(posixpath.splitext(path)[1], ())
-        if facts is None or not facts.bodies or not (self.rules.bodies or more):
+        if not (self.rules.bodies or more):
             return facts
         if path not in self._facts:
             self._facts[path] = facts.with_bodies((*self.rules.bodies, *more))

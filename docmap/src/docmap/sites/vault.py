@@ -7,6 +7,7 @@ import re
 from collections.abc import Iterable, Iterator
 
 from docmap.facts import DOLLARS, EMBED, FRONT_MATTER, IMAGE, NOTE_COMMENT, SRC, WIKI, Facts, Link
+from docmap.headings import spaced_text
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.resolution import Resolution, doubtful, found, made_perhaps
@@ -115,7 +116,7 @@ def _distance(page: str, source: str) -> tuple[int, str]:
 def _slugs(site: Site, page: str, facts: Facts) -> Iterable[str]:
     """Markdown links to headings are also written as code hosts do."""
     for heading in facts.headings:
-        yield slugs.github(heading.spaced or heading.text)
+        yield slugs.github(spaced_text(heading))
         # Note programs keep the source of a heading: "See [x](y)" is "See x y".
         yield heading.raw
 
