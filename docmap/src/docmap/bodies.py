@@ -69,6 +69,9 @@ _HAS_MARKDOWN = re.compile(rb"^[ \t]*#{1,6}[ \t]|\]\(|\]\[", re.MULTILINE)
 # Without one of these a text is only prose, code and lists, of which nothing is kept.
 _SIGN_OF_FACT = re.compile(rb"[\[<#{^%$=]|\n[ \t>]*(?:[:~.!?]|-+[ \t]*(?:\n|\Z))|import|include")
 
+# A fenced code block that is no directive, and nothing else.
+_ONE_FENCE = re.compile(r"\n*(?P<fence>`{3,}|~{3,})[^\n`{]*\n(?:(?! {0,3}(?P=fence)).*\n)* {0,3}(?P=fence)[`~]*\s*")
+
 
 class Directive(NamedTuple):
     """A fenced code block that is a directive, with its name and arguments."""
@@ -147,6 +150,11 @@ def _end_of_indented(data: bytes, begin: int, indent: int) -> int:
 def may_hold_facts(data: bytes) -> bool:
     """Whether reading the text of a body can find anything in it."""
     return _SIGN_OF_FACT.search(b"\n" + data) is not None
+
+
+def is_one_fence(text: str) -> bool:
+    """Whether the text of a body is only program text, as below most tabs."""
+    return _ONE_FENCE.fullmatch(text) is not None
 
 
 def dedented(text: str) -> str | None:

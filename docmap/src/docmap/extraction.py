@@ -4,7 +4,8 @@ from __future__ import annotations
 
 import html
 import re
-from collections.abc import Collection, Iterable, Iterator
+from bisect import bisect_right
+from collections.abc import Collection, Iterable, Iterator, Sequence
 from itertools import chain
 from types import SimpleNamespace
 from typing import Any, cast
@@ -15,7 +16,7 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
 from tree_sitter import Node
 
-from docmap.bodies import Directive, dedented, directives_of, find_bodies, find_jsx_bodies, may_hold_facts
+from docmap.bodies import Directive, dedented, directives_of, find_bodies, find_jsx_bodies, is_one_fence, may_hold_facts
 from docmap.constructs import comment_spans, find_constructs, kramdown_spans, literal_spans
 from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (
@@ -208,24 +209,25 @@ class _Reader:
         if not element.name.islower() or "-" in element.name or "." in element.name:
             self._facts.constructs.append(Construct(line, COMPONENT, element.name, element.written))
 
-    def _read_runs(self, nodes: Iterable[Node], regions: list[Region]) -> list[tuple[int, int]]:
+    def _read_runs(self, nodes: Sequence[Node], regions: list[Region]) -> list[tuple[int, int]]:
         """Read the runs of inline Markdown that hold more than the engine reports; returns comments."""
         comments: list[tuple[int, int]] = []
         ranges = Ranges(((region.begin, region.end) for region in regions), joined=False)
         kinds = {(region.begin, region.end): region.kind for region in regions}
-        signs = _INLINE_SIGN.finditer(self._data)
-        sign = next(signs, None)
-        for node in nodes:
-            begin, end = node.start_byte, node.end_byte
-            while sign is not None and sign.start() < begin:
-                sign = next(signs, None)
-            if sign is None:
-                break
-            if sign.start() >= end:
+        begins = [node.start_byte for node in nodes]
+        done = 0
+        for sign in _INLINE_SIGN.finditer(self._data):
+            position = sign.start()
+            number = bisect_right(begins, position) - 1
+            if position < done or number < 0:
                 continue
+            begin, end = begins[number], nodes[number].end_byte
+            if position >= end:
+                continue
+            done = end
             found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes)
-            for position, link in found.links:
-                around = ranges.around(position)
+            for place, link in found.links:
+                around = ranges.around(place)
                 self._facts.links.append(link if around is None else link._replace(inside=kinds[around]))
             for element in found.elements:
                 self._add_element(element)
@@ -354,7 +356,7 @@ class _Reader:
 
     def _read_body(self, kind: str, name: str, begin: int, data: bytes) -> None:
         text = dedented(text_of(data)) if may_hold_facts(data) else None
-        if text is not None:
+        if text is not None and not is_one_fence(text):
             facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
             self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
 

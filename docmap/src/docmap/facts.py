@@ -6,9 +6,10 @@ somewhere, and which anchor a heading makes, is for the site to say (`docmap.sit
 
 from __future__ import annotations
 
+import re
 from collections.abc import Collection, Mapping
 from dataclasses import dataclass, field, replace
-from functools import cached_property
+from functools import cached_property, lru_cache
 from typing import TYPE_CHECKING, Any, Final, NamedTuple
 
 from docmap.front_matter import read_fields
@@ -170,6 +171,12 @@ class Body(NamedTuple):
     facts: Facts
 
 
+@lru_cache
+def _key_among(names: tuple[str, ...]) -> re.Pattern[str]:
+    """Finds what may be one of these names as a key of YAML or TOML."""
+    return re.compile(rf"""(?<!\w)(?:{"|".join(names)})["']?\s*[:=\]]""", re.IGNORECASE)
+
+
 @dataclass
 class Facts:
     """All that is known of one file, each list in document order."""
@@ -208,10 +215,10 @@ class Facts:
         return read_fields(self.front_matter, toml=self.toml) if self.front_matter else {}
 
     def fields_with(self, *names: str) -> dict[str, Any]:
-        """The fields, where one of these names (in lower case) may be among them; else nothing is read."""
-        text = (self.front_matter or "").lower()
+        """The fields, where one of these names (in any letter case) may be among them; else nothing is read."""
+        text = self.front_matter or ""
         # A name can also be written by codes, which begin with a backslash.
-        return self.fields if "\\" in text or any(name in text for name in names) else {}
+        return self.fields if "\\" in text or _key_among(names).search(text) else {}
 
     def with_bodies(self, kinds: Collection[str]) -> Facts:
         """These facts and those of the bodies of these kinds, as one document: "admonition", "fence" for all

@@ -19,6 +19,8 @@ from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, LINK, SCHEME, SRC,
 _EXTERNAL = re.compile(r"(?:[A-Za-z][A-Za-z0-9+.-]*:|//)")
 # What a generator resolves itself.
 _OWN_SCHEME = re.compile(r"(?:project|path):")
+# Of the links that the engine reports as well, those of which there is more to say.
+_MAY_BE_OURS = re.compile(rb"\A[Pp&\\]|[{}%]")
 _WEB_NAME = re.compile(r"www\.[\w-]+\.[\w.-]*", re.IGNORECASE)
 _ESCAPED = re.compile(r"\\([!-/:-@\[-`{-~])")
 _FILLED_IN = re.compile(r"\{\{|\{%|\$\{|<%|\}\}")
@@ -248,7 +250,7 @@ class _Scanner:
                     self._add(opened, IMAGE, target)
                 elif destination.lastgroup == "filled":
                     self._add(opened, TEMPLATE, target)
-                else:
+                elif _MAY_BE_OURS.search(target):
                     self._add(opened, SCHEME, target)
                 return destination.end()
         elif following == b"[" and not self._is_text(opened):

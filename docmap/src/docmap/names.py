@@ -8,7 +8,7 @@ from docmap.facts import Facts, Named
 from docmap.source import Source, text_of
 
 # Patterns of whole lines are for `Source.find_lines`.
-_BRACES = re.compile(rb"\{(?<!\{\{):?([^{}\n]{1,1000})\}")
+_BRACES = re.compile(rb"\{(?<!\{\{):?([^{}\n#=]{0,1000}(?:#|=)[^{}\n]{0,1000})\}")
 _ID_IN_BRACES = re.compile(rb"""(?:^|[ \t])(?:#([^\s#=]+)|id=(?:"([^"]*)"|'([^']*)'|([^\s"']+)))(?![^ \t])""")
 _BLOCK_ID = re.compile(rb"\^(?<![^ \t\n]\^)([A-Za-z0-9-]+)[ \t]*$", re.MULTILINE)
 _TARGET = re.compile(rb"\n[ >\t]*\(([^()\n]+)\)=[ \t]*$", re.MULTILINE)
@@ -27,8 +27,7 @@ def read_names(source: Source, facts: Facts) -> None:
     if b"{" in data:
         heading_lines = {heading.line for heading in facts.headings}
         for match in _BRACES.finditer(data):
-            may_name = b"#" in match[1] or b"id=" in match[1]
-            own = _ID_IN_BRACES.search(match[1]) if may_name else None
+            own = _ID_IN_BRACES.search(match[1])
             if own is not None and not source.is_inside_code(match.start()):
                 line = source.line_of(match.start())
                 if line not in heading_lines:

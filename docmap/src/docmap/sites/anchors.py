@@ -121,9 +121,10 @@ def _anchor_of(rules: Rules, heading: Heading, given: dict[str, int]) -> str | N
         return None
     text = spaced_text(heading) if rules.heading_text is None else rules.heading_text(heading)
     if rules.custom_id is not None:
-        own = re.search(rules.custom_id, heading.raw)
+        # All of these stand in braces.
+        own = re.search(rules.custom_id, heading.raw) if "{" in heading.raw else None
         if own is not None and own[1]:
             given.setdefault(own[1], 0)
             return own[1]
-        text = re.sub(rules.custom_id, "", text)
+        text = re.sub(rules.custom_id, "", text) if "{" in text else text
     return rules.repeats(rules.slug(text), given)

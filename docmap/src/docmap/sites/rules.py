@@ -128,7 +128,7 @@ class Rules:
         None  # what `slug` gets, when it is not the heading's text
     )
     repeats: Callable[[str, dict[str, int]], str] = field(default_factory=numbered)
-    # Found at the end of a heading's text: group 1 is its id, and all of the match no text of the heading.
+    # Found at the end of a heading's text, in braces: group 1 is its id, and all of the match no text of the heading.
     custom_id: str | None = None
     compare: Callable[[str], str] = as_it_is  # anchors are equal when these are
     case_doubt: str | None = None  # why an anchor that is equal, but for letter case, is doubtful, if so

@@ -5,6 +5,7 @@ from __future__ import annotations
 import re
 import unicodedata
 from collections.abc import Callable, Collection
+from functools import lru_cache
 
 # Letters, vowel signs, digits and connectors such as "_": what the code hosts count as part of a word.
 _WORD = frozenset({"Lu", "Ll", "Lt", "Lm", "Lo", "Mn", "Mc", "Me", "Nd", "Nl", "Pc"})
@@ -77,8 +78,16 @@ def python_markdown_unicode(text: str, separator: str = "-") -> str:
 
 
 def _python_markdown(text: str, separator: str) -> str:
-    kept = re.sub(r"[^\w\s-]", "", text).strip().lower()
-    return re.sub(rf"[{re.escape(separator)}\s]+", lambda _: separator, kept)
+    kept = _NO_WORD.sub("", text).strip().lower()
+    return _separators(separator).sub(lambda _: separator, kept)
+
+
+_NO_WORD = re.compile(r"[^\w\s-]")
+
+
+@lru_cache
+def _separators(separator: str) -> re.Pattern[str]:
+    return re.compile(rf"[{re.escape(separator)}\s]+")
 
 
 def pymdown(case: str = "", separator: str = "-") -> Callable[[str], str]:
@@ -138,4 +147,4 @@ def vault(text: str) -> str:
 
 
 def _ascii(text: str) -> str:
-    return unicodedata.normalize("NFKD", text).encode("ascii", "ignore").decode("ascii")
+    return text if text.isascii() else unicodedata.normalize("NFKD", text).encode("ascii", "ignore").decode()

@@ -60,7 +60,7 @@ def _aliases(site: Site) -> dict[str, list[str]]:
     site.repository.read_ahead(pages)
     for page in pages:
         facts = site.facts(page)
-        fields = facts.fields_with("alias") if facts is not None else {}
+        fields = facts.fields_with("alias", "aliases") if facts is not None else {}
         for name in (*literals.texts(fields.get("aliases")), *literals.texts(fields.get("alias"))):
             aliases.setdefault(name.casefold(), []).append(page)
     return aliases
