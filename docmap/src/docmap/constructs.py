@@ -81,9 +81,8 @@ def find_constructs(data: bytes, code: Ranges, line_of: LineOf) -> Iterator[Cons
     """The constructs of a document outside of `code`."""
     for shared, signs, pattern in _PATTERNS:
         if shared in data and any(map(data.__contains__, signs)):
-            for match in pattern.finditer(data):
-                if match.start() not in code:
-                    yield from _constructs_of(match, line_of)
+            for match in code.matches_outside(pattern, data):
+                yield from _constructs_of(match, line_of)
 
 
 def _constructs_of(match: re.Match[bytes], line_of: LineOf) -> list[Construct]:

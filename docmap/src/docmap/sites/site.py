@@ -201,7 +201,8 @@ class Site:
         these find a page by name; else None, and [[text]] is text."""
         if self.rules.wiki_links:
             return self
-        vault: Site = import_module("docmap.sites.vault").make(self.repository, self.content)
+        module = import_module("docmap.sites.vault")
+        vault: Site = module.make(self.repository, self.content)
         vault.pages = self.pages
         pages = [page for page in self.pages if self.repository.may_hold(page, b"[[")]
         self.repository.read_ahead(pages)
@@ -212,7 +213,7 @@ class Site:
             for link in facts.links
             if link.form == WIKI and link.path and link.inside is None
         ]
-        finds = sum(vault.resolve(link, page).outcome == FOUND for link, page in links)
+        finds = sum(module.finds(vault, link, page) for link, page in links)
         return vault if finds >= _FEWEST_WIKI_LINKS and 2 * finds > len(links) else None
 
     # --- Links ---

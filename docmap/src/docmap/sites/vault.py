@@ -10,7 +10,7 @@ from docmap.facts import DOLLARS, EMBED, FRONT_MATTER, IMAGE, NOTE_COMMENT, SRC,
 from docmap.headings import spaced_text
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.resolution import Resolution, doubtful, found, made_perhaps
+from docmap.sites.resolution import FOUND, Resolution, doubtful, found, made_perhaps
 from docmap.sites.rules import Rules
 from docmap.sites.site import Site
 from docmap.sites.ways import file_beside, itself, site_file
@@ -121,8 +121,17 @@ def _slugs(site: Site, page: str, facts: Facts) -> Iterable[str]:
         yield heading.raw
 
 
-# How wiki links find notes; also where another kind of site makes pages of the notes.
-NAMES = (itself, _by_name, _from_folder, _folder_note, _alias)
+# How wiki links find notes; also where another kind of site makes pages of the notes. What an alias finds is doubtful.
+_SURE = (itself, _by_name, _from_folder, _folder_note)
+NAMES = (*_SURE, _alias)
+
+
+def finds(site: Site, link: Link, source: str) -> bool:
+    """Whether a wiki link surely finds something, for which no aliases are read."""
+    resolutions = (way(site, link, source) for way in _SURE)
+    first = next((resolution for resolution in resolutions if resolution is not None), None)
+    return first is not None and first.outcome == FOUND
+
 
 RULES = Rules(
     kind=KIND,
