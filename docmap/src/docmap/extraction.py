@@ -43,7 +43,7 @@ from docmap.names import read_names
 from docmap.nodes import level_of, nodes_by_kind, ranges_of
 from docmap.notes import Region, Target, read_regions
 from docmap.ranges import Ranges
-from docmap.reading import parse_bytes, sections_of
+from docmap.reading import parse_bytes, unnumbered_sections_of
 from docmap.source import Source, text_of
 
 # Where a run of inline Markdown holds what the engine does not report.
@@ -86,7 +86,7 @@ class _Reader:
 
     def read(self) -> tuple[Facts, list[Symbol]]:
         root = parse_bytes(self._data)
-        sections = sections_of(root, self._text, "")
+        sections = unnumbered_sections_of(root, self._text)
         references = extract_links(root, sections)
         blocks = nodes_by_kind(root)
         fences, indented = (ranges_of(blocks.get(kind, ())) for kind in ("fence", "code"))
@@ -400,4 +400,4 @@ def _outside(begin: int, end: int, holes: Iterable[tuple[int, int]]) -> Iterator
 def _as_outline(headings: list[Node], text: str) -> list[Symbol]:
     """The sections that headings would make at the top level; the engine reads nodes by four attributes."""
     document: Any = SimpleNamespace(type="document", children=headings, start_point=(0, 0), text=b"")
-    return sections_of(cast(Node, document), text, "")
+    return unnumbered_sections_of(cast(Node, document), text)

@@ -141,10 +141,9 @@ def lines_of(spans: Collection[Span], kinds: Collection[str]) -> Ranges:
 
 
 class Section(NamedTuple):
-    """A section of the outline; `fqn` without the file's prefix."""
+    """A section of the outline."""
 
     name: str
-    fqn: str
     start_line: int
     end_line: int
     signature: str
@@ -152,9 +151,8 @@ class Section(NamedTuple):
 
     @classmethod
     def of(cls, symbol: Symbol) -> Section:
-        """The section that the engine reports of a document without a prefix."""
-        fqn = symbol.fqn.removeprefix(".")
-        return cls(symbol.name, fqn, symbol.start_line, symbol.end_line, symbol.signature, symbol.docstring)
+        """The section that the engine reports."""
+        return cls(symbol.name, symbol.start_line, symbol.end_line, symbol.signature, symbol.docstring)
 
 
 class Body(NamedTuple):

@@ -8,7 +8,7 @@ from functools import lru_cache
 
 from docmap.facts import Heading
 from docmap.inline import TAG
-from docmap.reading import parse, sections_of
+from docmap.reading import parse, unnumbered_sections_of
 
 # The outline has single spaces. What must stay is marked by characters that no font and no program gives a meaning.
 _SPACE, _NOTHING = "\ue000", "\ue001"
@@ -55,5 +55,5 @@ def _without_images(raw: str) -> str:
 def _text_of(source: str) -> str | None:
     """The text of a heading, of its source with what is marked in that; None for what is no heading."""
     document = f"# {' '.join(source.split())}\n"
-    sections = sections_of(parse(document), document, "")
+    sections = unnumbered_sections_of(parse(document), document)
     return html.unescape(sections[0].name).replace(_SPACE, " ").replace(_NOTHING, "") if sections else None

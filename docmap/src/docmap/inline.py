@@ -9,6 +9,7 @@ from __future__ import annotations
 import html
 import re
 from collections.abc import Callable, Iterator
+from functools import lru_cache
 from typing import NamedTuple
 from urllib.parse import unquote
 
@@ -27,6 +28,8 @@ _FILLED_IN = re.compile(r"\{\{|\{%|\$\{|<%|\}\}")
 
 _ATTRIBUTES = rb"""(?:[^<>"'{}`]|"[^"]{0,4000}"|'[^']{0,4000}'|\{(?:[^{}]|\{[^{}]{0,400}\}){0,400}\})*"""
 TAG = re.compile(rb"<(/?)([A-Za-z][\w.:-]*)(?=[\s/>])(" + _ATTRIBUTES + rb")>")
+# Elements of which nothing is kept: those of HTML without attributes, headings apart.
+_BARE = re.compile(rb"<(?!h[1-6])[a-z][a-z0-9]*[\s/]*>")
 _ATTRIBUTE = re.compile(
     rb"""(?:^|[\s"'}])(id|name|href|src|to)\s*=\s*(?:\{\s*)?(?:"([^"]*)"|'([^']*)'|`([^`$]*)`|(?<!\{)(?<![{\s])([^\s"'<>{}`]+))""",
     re.IGNORECASE,
@@ -63,6 +66,9 @@ _DESTINATION = re.compile(
     re.VERBOSE | re.DOTALL,
 )
 _BACKTICKS = re.compile(rb"`+")
+# Linear: each run of backticks that nothing closes is looked for to the end.
+_MOST_SEARCHES = 16
+_LONGEST_RUN = 16
 _DIGITS = re.compile(rb"[0-9]+")
 _LONGEST_LABEL = 999
 _LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
@@ -84,7 +90,7 @@ Labels = tuple[frozenset[str], ...]
 
 
 class Found(NamedTuple):
-    """What a run of inline Markdown holds; positions are bytes of the document."""
+    """What a run of inline Markdown holds, as far as it is kept; positions are bytes of the document."""
 
     links: list[tuple[int, Link]]
     elements: list[Element]
@@ -129,9 +135,9 @@ def same_label(label: str) -> str:
 
 
 def elements_of(data: bytes, begin: int, end: int) -> Iterator[Element]:
-    """The elements that open in these bytes of HTML."""
+    """The elements that open in these bytes of HTML, without those of which nothing is kept."""
     for tag in TAG.finditer(data, begin, end):
-        if not tag[1]:
+        if not tag[1] and not _BARE.fullmatch(tag[0]):
             yield _element(tag)
 
 
@@ -166,18 +172,32 @@ def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labe
     return _Scanner(data, begin, end, line_of, labels, notes).found
 
 
+@lru_cache(_LONGEST_RUN)
+def _run_of(length: int) -> re.Pattern[bytes]:
+    return re.compile(rb"(?<!`)`{%d}(?!`)" % length)
+
+
 class CodeSpans:
     """Where code spans end: at the next run of as many backticks. Positions asked for only grow."""
 
-    def __init__(self, data: bytes, begin: int, end: int) -> None:
-        # By length, the ends of the runs still to come, the next one last.
-        self._ends: dict[int, list[int]] = {}
-        for first, last in [run.span() for run in _BACKTICKS.finditer(data, begin, end)][::-1]:
-            self._ends.setdefault(last - first, []).append(last)
+    def __init__(self, data: bytes, end: int) -> None:
+        self._data, self._end = data, end
+        self._asked = 0
+        # By length, the ends of the runs still to come, the next one last; made only for many questions.
+        self._ends: dict[int, list[int]] | None = None
 
     def end(self, start: int, after: int) -> int:
         """The end of the code span that this run of backticks opens; its own end where nothing closes it."""
-        ends = self._ends.get(after - start, [])
+        length = after - start
+        if self._ends is None and self._asked < _MOST_SEARCHES and length <= _LONGEST_RUN:
+            self._asked += 1
+            closer = _run_of(length).search(self._data, after, self._end)
+            return after if closer is None else closer.end()
+        if self._ends is None:
+            self._ends = {}
+            for first, last in [run.span() for run in _BACKTICKS.finditer(self._data, after, self._end)][::-1]:
+                self._ends.setdefault(last - first, []).append(last)
+        ends = self._ends.get(length, [])
         while ends and ends[-1] <= after:
             ends.pop()
         return ends[-1] if ends else after
@@ -205,7 +225,7 @@ class _Scanner:
         kind = token.lastgroup
         if kind == "ticks":
             if self._code is None:
-                self._code = CodeSpans(self._data, start, self._end)
+                self._code = CodeSpans(self._data, self._end)
             end = self._code.end(start, after)
             self._add_role(start, after, end)
             return end
@@ -215,7 +235,7 @@ class _Scanner:
             tag = TAG.match(self._data, start, self._end)
             if tag is None:
                 return after
-            if not tag[1]:
+            if not tag[1] and not _BARE.fullmatch(tag[0]):
                 self.found.elements.append(_element(tag))
             return tag.end()
         elif kind == "autolink":

@@ -5,6 +5,7 @@ from __future__ import annotations
 import re
 from bisect import bisect_right
 from collections.abc import Iterator
+from functools import lru_cache
 from typing import NamedTuple
 
 from docmap.facts import (
@@ -83,7 +84,7 @@ def read_regions(data: bytes, code: Ranges) -> Iterator[Target | Region]:
     def same_paragraph(start: int, end: int) -> bool:
         return bisect_right(blanks, start) == bisect_right(blanks, end)
 
-    ticks = CodeSpans(data, 0, len(data))
+    ticks = CodeSpans(data, len(data))
     position = 0
     while (token := _TOKEN.search(data, position)) is not None:
         start, position = token.span()
@@ -137,11 +138,16 @@ def _begins_line(data: bytes, position: int) -> bool:
     return data[position - 1 : position] in {b"", b"\n"}
 
 
+@lru_cache(64)
+def _literal(signs: bytes) -> re.Pattern[bytes]:
+    return re.compile(re.escape(signs))
+
+
 class _Closers:
     """Where something that some signs close ends. Positions asked for only grow."""
 
     def __init__(self, data: bytes, signs: bytes, code: Ranges) -> None:
-        self._found = (m.end() for m in re.finditer(re.escape(signs), data) if m.start() not in code)
+        self._found = (match.end() for match in code.matches_outside(_literal(signs), data))
         self._length = len(signs)
         self._next: int | None = 0
 
