@@ -101,6 +101,7 @@ class Judge:
         self._spelling = Spelling()
         self._named: dict[str | None, _Files] = {}
         self._anchors: dict[tuple[Site, tuple[str, ...]], _AnchorNames] = {}
+        self._closest: dict[object, str | None] = {}
         self._distances_left = _MOST_DISTANCES
 
     def site_of(self, path: str) -> Site:
@@ -312,6 +313,15 @@ class Judge:
 
     def _closest_page(self, site: Site, link: Link, source: str) -> str | None:
         """A target in the form of this one that leads to a page that may have been meant."""
+        # All pages of a folder and language have the same to choose from.
+        folder, name = posixpath.split(source)
+        start = next(iter(site.addresses.get(source, ())), source)
+        key = site, link.form, link.path, folder, posixpath.dirname(start), name.partition(".")[2]
+        if key not in self._closest:
+            self._closest[key] = self._find_closest_page(site, link, source)
+        return self._closest[key]
+
+    def _find_closest_page(self, site: Site, link: Link, source: str) -> str | None:
         wants_picture = link.form in {IMAGE, SRC, EMBED} or link.path.lower().endswith(_PICTURES)
         for path in self._candidates(site, link, source):
             if not wants_picture and path.lower().endswith(_PICTURES):
