@@ -16,7 +16,7 @@ from docmap.source import Source, text_of
 
 # What site generators indent: an admonition or tab; a definition or footnote after its first line.
 _INDENTING = re.compile(
-    rb"""\n([ ]*)(?:
+    rb"""\n([ ]*)(?=[!?=:\[])(?:
         (?P<admonition>(?:!!!|\?\?\?\+?|===[!+]?)[ ]+)
       | (?P<definition>:[ ]{1,3})
       | (?P<footnote>\[\^[^\[\]\n]{1,999}\]:)

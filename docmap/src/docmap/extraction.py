@@ -48,7 +48,7 @@ from docmap.source import Source, text_of
 
 # Where a run of inline Markdown holds what the engine does not report.
 _INLINE_SIGN = re.compile(
-    rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)|\{(?:doc|ref|numref|download)\}`"
+    rb"!\[|<(?!https?:)[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)|\{(?:doc|ref|numref|download)\}`"
 )
 # Patterns of whole lines, here and elsewhere, are for `Source.find_lines`. They begin with a newline, since `re` finds a
 # literal quickly, while "^" makes it try every byte.

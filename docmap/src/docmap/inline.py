@@ -26,10 +26,16 @@ _WEB_NAME = re.compile(r"www\.[\w-]+\.[\w.-]*", re.IGNORECASE)
 _ESCAPED = re.compile(r"\\([!-/:-@\[-`{-~])")
 _FILLED_IN = re.compile(r"\{\{|\{%|\$\{|<%|\}\}")
 
-_ATTRIBUTES = rb"""(?:[^<>"'{}`]|"[^"]{0,4000}"|'[^']{0,4000}'|\{(?:[^{}]|\{[^{}]{0,400}\}){0,400}\})*"""
+_BETWEEN_VALUES = rb"""[^<>"'{}`]*"""
+_ATTRIBUTES = (
+    _BETWEEN_VALUES
+    + rb"""(?:(?:"[^"]{0,4000}"|'[^']{0,4000}'|\{(?:[^{}]|\{[^{}]{0,400}\}){0,400}\})"""
+    + _BETWEEN_VALUES
+    + rb")*"
+)
 TAG = re.compile(rb"<(/?)([A-Za-z][\w.:-]*)(?=[\s/>])(" + _ATTRIBUTES + rb")>")
-# Elements of which nothing is kept: those of HTML without attributes, headings apart.
-_BARE = re.compile(rb"<(?!h[1-6])[a-z][a-z0-9]*[\s/]*>")
+# Names of elements that say nothing by themselves: those of HTML, headings apart.
+_PLAIN_NAME = re.compile(rb"(?!h[1-6]\Z)[a-z][a-z0-9_]*")
 _ATTRIBUTE = re.compile(
     rb"""(?:^|[\s"'}])(id|name|href|src|to)\s*=\s*(?:\{\s*)?(?:"([^"]*)"|'([^']*)'|`([^`$]*)`|(?<!\{)(?<![{\s])([^\s"'<>{}`]+))""",
     re.IGNORECASE,
@@ -137,16 +143,22 @@ def same_label(label: str) -> str:
 def elements_of(data: bytes, begin: int, end: int) -> Iterator[Element]:
     """The elements that open in these bytes of HTML, without those of which nothing is kept."""
     for tag in TAG.finditer(data, begin, end):
-        if not tag[1] and not _BARE.fullmatch(tag[0]):
-            yield _element(tag)
+        element = _element(tag)
+        if element is not None:
+            yield element
 
 
-def _element(tag: re.Match[bytes]) -> Element:
+def _element(tag: re.Match[bytes]) -> Element | None:
+    """The element that a tag opens; None for a closing tag, and where nothing of it is kept."""
+    if tag[1]:
+        return None
     attributes: dict[str, str] = {}
     if tag[3]:
         for match in _ATTRIBUTE.finditer(tag[3]):
             value = html.unescape(match[match.lastindex or 0].decode("utf-8", "replace"))
             attributes.setdefault(match[1].decode().lower(), value)
+    if not attributes and _PLAIN_NAME.fullmatch(tag[2]):
+        return None
     return Element(
         tag.start(), tag[2].decode("utf-8", "replace"), attributes, tag[0].decode("utf-8", "replace")
     )
@@ -235,11 +247,13 @@ class _Scanner:
             tag = TAG.match(self._data, start, self._end)
             if tag is None:
                 return after
-            if not tag[1] and not _BARE.fullmatch(tag[0]):
-                self.found.elements.append(_element(tag))
+            element = _element(tag)
+            if element is not None:
+                self.found.elements.append(element)
             return tag.end()
         elif kind == "autolink":
-            self._add(start, SCHEME, token["autolink"])
+            if _MAY_BE_OURS.search(token["autolink"]):
+                self._add(start, SCHEME, token["autolink"])
         elif kind == "embed":
             self._add(start, EMBED, token["embed"])
         elif kind == "defines":
