@@ -70,7 +70,9 @@ _HAS_MARKDOWN = re.compile(rb"^[ \t]*#{1,6}[ \t]|\]\(|\]\[", re.MULTILINE)
 _SIGN_OF_FACT = re.compile(rb"[\[<#{^%$=]|\n[ \t>]*(?:[:~.!?]|-+[ \t]*(?:\n|\Z))|import|include")
 
 # A fenced code block that is no directive, and nothing else.
-_ONE_FENCE = re.compile(r"\n*(?P<fence>`{3,}|~{3,})[^\n`{]*\n(?:(?! {0,3}(?P=fence)).*\n)* {0,3}(?P=fence)[`~]*\s*")
+_ONE_FENCE = re.compile(
+    r"\n*(?P<fence>`{3,}|~{3,})[^\n`{]*\n(?:(?! {0,3}(?P=fence)).*\n)* {0,3}(?P=fence)[`~]*\s*"
+)
 
 
 class Directive(NamedTuple):

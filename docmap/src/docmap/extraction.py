@@ -16,7 +16,15 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
 from tree_sitter import Node
 
-from docmap.bodies import Directive, dedented, directives_of, find_bodies, find_jsx_bodies, is_one_fence, may_hold_facts
+from docmap.bodies import (
+    Directive,
+    dedented,
+    directives_of,
+    find_bodies,
+    find_jsx_bodies,
+    is_one_fence,
+    may_hold_facts,
+)
 from docmap.constructs import comment_spans, find_constructs, kramdown_spans, literal_spans
 from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (

@@ -5,6 +5,7 @@ from __future__ import annotations
 from bisect import bisect_left, bisect_right
 from collections.abc import Collection
 from difflib import get_close_matches
+from functools import cached_property
 from math import ceil, floor
 
 # Longer names are whole sentences or no names at all, and comparing two takes the square of their length.
@@ -17,12 +18,19 @@ class Names:
     """Names that many others are compared with."""
 
     def __init__(self, names: Collection[str]) -> None:
-        self._plain = _ByLength([name for name in names if _is_plain(name)])
-        self._others = _ByLength([name for name in names if not _is_plain(name)])
-        self._count = len(names)
+        self._names = names
 
     def __len__(self) -> int:
-        return self._count
+        return len(self._names)
+
+    # Sorted when they are first compared, which few folders are.
+    @cached_property
+    def _plain(self) -> _ByLength:
+        return _ByLength([name for name in self._names if _is_plain(name)])
+
+    @cached_property
+    def _others(self) -> _ByLength:
+        return _ByLength([name for name in self._names if not _is_plain(name)])
 
     def of_lengths(self, shortest: float, longest: float) -> tuple[list[str], list[str]]:
         """The names that are no shorter and no longer than this: the plain ones, and the others."""
