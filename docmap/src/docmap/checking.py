@@ -145,9 +145,8 @@ class Checked:
     def _key_of(self, path: str) -> bytes | None:
         """The key of what a file holds now."""
         if path not in self._keys:
-            place = self._absolute(path)
-            if not self._cache.is_open and os.access(place, os.R_OK):
-                # Nothing is looked up by it.
+            if not self._cache.is_open:
+                # Nothing is looked up by it; whether the file can be read is seen when it is.
                 self._keys[path] = b""
                 return b""
             self._read_bytes(path)
@@ -175,6 +174,7 @@ class Checked:
         results = self._read_all([self._absolute(path) for path in unread])
         for path, result in zip(unread, results, strict=True):
             if isinstance(result, OSError):
+                self._keys[path] = None
                 self._fail(path, result)
             elif self._take(path, result) and self._cache.is_open:
                 fresh.append((keys[path], result if isinstance(result, bytes) else packed(*result)))

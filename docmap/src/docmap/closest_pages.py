@@ -64,7 +64,7 @@ class ClosestPages:
         """Files that may have been meant: of the same path but for case, of the same name, of a name alike."""
         wanted = link.path.rstrip("/")
         if link.path.startswith("/") or link.form in {WIKI, EMBED}:
-            place = posixpath.normpath(posixpath.join(site.content, wanted.lstrip("/")))
+            place = site.normalised_path(posixpath.join(site.content, wanted.lstrip("/")))
         else:
             place = site.place(wanted, source)
         other = self._repository.in_other_case(place)

@@ -266,7 +266,7 @@ class Site:
                 posixpath.join(folder, path.lstrip("/")) for folder in (self.content, *self.rules.static)
             ]
         for place in places:
-            why = self.repository.doubt(posixpath.normpath(place))
+            why = self.repository.doubt(self.normalised_path(place))
             if why is not None:
                 return doubtful(why)
         return missing()
@@ -296,6 +296,12 @@ class Site:
         """The path that a path relative to the file `source` stands for; begins with "../" outside the root."""
         place = posixpath.normpath(posixpath.join(posixpath.dirname(source), path))
         return "" if place == "." else place
+
+    @staticmethod
+    @lru_cache(_REMEMBERED)
+    def normalised_path(path: str) -> str:
+        """A path without "." and "..", as far as there are folders for these."""
+        return posixpath.normpath(path)
 
     # --- Anchors ---
 

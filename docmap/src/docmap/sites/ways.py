@@ -57,14 +57,14 @@ def file_beside(site: Site, link: Link, source: str) -> Resolution | None:
 
 def file_from_root(site: Site, link: Link, source: str) -> Resolution | None:
     """A path that begins with a slash, from the repository's root."""
-    return site_file(site, posixpath.normpath(link.path).lstrip("/")) if link.path.startswith("/") else None
+    return site_file(site, site.normalised_path(link.path).lstrip("/")) if link.path.startswith("/") else None
 
 
 def file_from_content(site: Site, link: Link, source: str) -> Resolution | None:
     """A path that begins with a slash, from the site's content root."""
     if not link.path.startswith("/"):
         return None
-    return site_file(site, posixpath.normpath(posixpath.join(site.content, link.path.lstrip("/"))))
+    return site_file(site, site.normalised_path(posixpath.join(site.content, link.path.lstrip("/"))))
 
 
 def site_file(site: Site, place: str) -> Resolution | None:
