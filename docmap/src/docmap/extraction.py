@@ -103,7 +103,7 @@ class _Reader:
         self._read_front_matter(blocks.get("front_matter", ()))
         self._read_headings(blocks.get("heading", ()), sections)
         self._read_labels(blocks.get("definition", ()))
-        regions = list(read_regions(self._data, self._source.code))
+        regions = list(read_regions(self._source))
         comments = self._read_html(blocks.get("html", ()))
         comments += self._read_runs(
             blocks.get("inline", ()), [one for one in regions if isinstance(one, Region)]
@@ -161,7 +161,7 @@ class _Reader:
 
     def _read_labels(self, definitions: Iterable[Node]) -> None:
         labels: dict[str, None] = {}
-        for begin, match in self._source.find_lines(_DEFINES) if b"]:" in self._data else ():
+        for begin, match in self._source.find_lines(_DEFINES) if self._source.may_hold(b"]:") else ():
             label = text_of(match[1])
             if label.startswith("^"):
                 # The line of the label, which is the line that begins here: nothing before the label ends a line.
@@ -248,15 +248,12 @@ class _Reader:
     def _read_spans(self, comments: list[tuple[int, int]], root: Node) -> None:
         for begin, end in comments:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
-        code = self._source.code
-        unread = (
-            literal_spans(self._data),
-            comment_spans(self._data, code),
-            kramdown_spans(self._data, code),
-        )
-        for begin, end, kind in chain.from_iterable(unread):
+        unread = literal_spans, comment_spans, kramdown_spans
+        for begin, end, kind in chain.from_iterable(spans(self._source) for spans in unread):
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), kind))
-        for begin, match in self._source.find_lines(_COMMENTED_LINES) if b"%" in self._data else ():
+        for begin, match in (
+            self._source.find_lines(_COMMENTED_LINES) if self._source.may_hold(b"\n%") else ()
+        ):
             if begin not in self._source.code:
                 first = self._line_of(begin)
                 last = first + match[0].count(b"\n") - 1
@@ -332,7 +329,7 @@ class _Reader:
 
     def _read_constructs(self, fenced: Iterable[Directive]) -> None:
         found = self._facts.constructs
-        found.extend(find_constructs(self._data, self._source.code, self._line_of))
+        found.extend(find_constructs(self._source))
         for node, name, arguments in fenced:
             found.append(Construct(node.start_point[0] + 1, FENCE, name, arguments))
         self._read_directives()

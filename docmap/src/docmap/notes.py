@@ -18,6 +18,7 @@ from docmap.facts import (
 )
 from docmap.inline import CodeSpans
 from docmap.ranges import Ranges
+from docmap.source import Source
 
 _LINK = re.compile(rb"\[\[([^\[\]\n]+)\]\]|\]\([ \t]*<?([^\s()<>]+)")
 # What begins mathematics with a backslash.
@@ -71,13 +72,14 @@ class Region(NamedTuple):
     kind: str
 
 
-def read_regions(data: bytes, code: Ranges) -> Iterator[Target | Region]:
-    """Where comments and mathematics are outside of `code`, the bytes of code blocks, and the targets of all links.
+def read_regions(source: Source) -> Iterator[Target | Region]:
+    """Where comments and mathematics are outside of code blocks, and the targets of all links.
 
     Nothing is found in a document that has neither comments nor mathematics.
     """
-    if not _may_have_regions(data):
+    if not _may_have_regions(source):
         return
+    data, code = source.data, source.code
     closers: dict[bytes, _Closers] = {}
     blanks = [match.start() for match in re.finditer(rb"\n[ \t>]*\n", data)]
 
@@ -112,16 +114,16 @@ def read_regions(data: bytes, code: Ranges) -> Iterator[Target | Region]:
                 yield Target(link.start(), link[link.lastindex or 0], link.lastindex == 1, _KINDS[kind])
 
 
-def _may_have_regions(data: bytes) -> bool:
+def _may_have_regions(source: Source) -> bool:
     """Whether something that looks like a link may stand in a comment or in mathematics; few documents have either."""
-    # One byte is looked for much faster than two, and than any of several.
-    if _BRACKETS.search(data) is None:
+    if not source.may_hold(b"](", b"[[", b"][", b"[^"):
         return False
-    if (b"%" in data and b"%%" in data) or (b"\\" in data and _BACKSLASHED.search(data)):
+    data = source.data
+    if source.may_hold(b"%%", b"$$") and (b"%%" in data or b"$$" in data):
+        return True
+    if source.may_hold(b"\\") and _BACKSLASHED.search(data):
         return True
     start = data.find(b"$")
-    if start >= 0 and b"$$" in data:
-        return True
     # A "$" closes within its line, and most lines that hold one are of programs.
     while start >= 0:
         end = data.find(b"\n", start)
