@@ -253,7 +253,7 @@ class Checked:
             "files": {path: key and key.hex() for path, key in self._keys.items()},
             "used": sorted(self.config.used),
             "links": report.links,
-            "findings": [list(vars(finding).values()) for finding in report.findings],
+            "findings": report.findings,
         }
         self._cache.put([(key, json.dumps(entry, separators=(",", ":")).encode("ascii"))])
 

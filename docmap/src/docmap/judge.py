@@ -8,7 +8,6 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterable, Iterator, Mapping
-from dataclasses import replace
 from itertools import chain
 from typing import NamedTuple
 
@@ -65,7 +64,7 @@ def _moved(judgement: Judgement, line: int) -> Judgement:
     link, page, finding = judgement.link, judgement.page, judgement.finding
     if link.line == line:
         return judgement
-    return Judgement(link._replace(line=line), page, finding and replace(finding, line=line))
+    return Judgement(link._replace(line=line), page, finding and finding._replace(line=line))
 
 
 class _AnchorNames(NamedTuple):
