@@ -110,9 +110,8 @@ def find_bodies(
                 yield "element", "", element.end(), node.end_byte
     # What is indented is code to the grammar, or, without an empty line above it, text of the paragraph.
     end = 0
-    may_indent = source.may_hold(b"\n:", b"!!!", b"???", b"===") or (
-        source.may_hold(b"[^") and source.may_hold(b"]:")
-    )
+    signs = source.signs
+    may_indent = b"\n:" in signs or b"!!!" in signs or b"???" in signs or b"===" in signs or b"[^" in signs
     for begin, match in source.find_lines(_INDENTING) if may_indent else ():
         if begin >= end and begin not in source.fences:
             kind = match.lastgroup or ""

@@ -81,7 +81,7 @@ _REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
 def find_constructs(source: Source) -> Iterator[Construct]:
     """The constructs of a document outside of its code."""
     for signs, texts, pattern in _PATTERNS:
-        if source.may_hold(*signs) and any(map(source.data.__contains__, texts)):
+        if any(map(source.signs.__contains__, signs)) and any(map(source.data.__contains__, texts)):
             for match in source.code.matches_outside(pattern, source.data):
                 yield from _constructs_of(match, source.line_of)
 
@@ -108,7 +108,7 @@ def _text(data: bytes) -> str:
 
 def literal_spans(source: Source) -> Iterator[tuple[int, int, str]]:
     """Where what looks like Markdown is shown as written: begin, end (in bytes), and the kind of `Span`."""
-    if not source.may_hold(b"{%", b"{{"):
+    if b"{%" not in source.signs and b"{{" not in source.signs:
         return
     tags = [
         (match.start(), (b"{%" if match["liquid"] else b"") + match["tag"], match["close"] is not None)
@@ -128,7 +128,7 @@ def comment_spans(source: Source) -> Iterator[tuple[int, int, str]]:
     """Where comments of MDX and of note programs fill their lines: begin, end (in bytes), and the kind."""
     data, code = source.data, source.code
     for kind, sign, closer in ((MDX_COMMENT, b"{", b"*/}"), (NOTE_COMMENT, b"%%", b"%%")):
-        begin = _outside_code(data, kind.encode(), 0, code) if source.may_hold(sign) else -1
+        begin = _outside_code(data, kind.encode(), 0, code) if sign in source.signs else -1
         while begin >= 0:
             closes = _outside_code(data, closer, begin + 2, code)
             if closes < 0:
@@ -146,7 +146,7 @@ def comment_spans(source: Source) -> Iterator[tuple[int, int, str]]:
 def kramdown_spans(source: Source) -> Iterator[tuple[int, int, str]]:
     """What kramdown takes for a comment or for HTML: begin, end (in bytes), and the kind."""
     data, code = source.data, source.code
-    begin = _outside_code(data, b"{::", 0, code) if source.may_hold(b"{::") else -1
+    begin = _outside_code(data, b"{::", 0, code) if b"{::" in source.signs else -1
     while begin >= 0:
         opened = _KRAMDOWN_OPEN.match(data, begin)
         closed = None if opened is None else _KRAMDOWN_CLOSE.search(data, opened.end())

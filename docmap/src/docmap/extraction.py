@@ -161,7 +161,7 @@ class _Reader:
 
     def _read_labels(self, definitions: Iterable[Node]) -> None:
         labels: dict[str, None] = {}
-        for begin, match in self._source.find_lines(_DEFINES) if self._source.may_hold(b"]:") else ():
+        for begin, match in self._source.find_lines(_DEFINES) if b"]:" in self._source.signs else ():
             label = text_of(match[1])
             if label.startswith("^"):
                 # The line of the label, which is the line that begins here: nothing before the label ends a line.
@@ -251,9 +251,7 @@ class _Reader:
         unread = literal_spans, comment_spans, kramdown_spans
         for begin, end, kind in chain.from_iterable(spans(self._source) for spans in unread):
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), kind))
-        for begin, match in (
-            self._source.find_lines(_COMMENTED_LINES) if self._source.may_hold(b"\n%") else ()
-        ):
+        for begin, match in self._source.find_lines(_COMMENTED_LINES) if b"\n%" in self._source.signs else ():
             if begin not in self._source.code:
                 first = self._line_of(begin)
                 last = first + match[0].count(b"\n") - 1

@@ -16,24 +16,19 @@ _NO_SIGN = bytes(byte for byte in range(256) if byte not in b"\n!$%():<=?@[\\]^{
 
 
 class Source:
-    """The bytes of a document; lines count from 1, rows from 0."""
+    """The bytes of a document; lines count from 1, rows from 0.
+
+    `signs` is what is left of them, a tenth, without all but the punctuation "!$%():<=?@[\\]^{}~" and line feeds, with
+    one in front. Most signs of such characters are in few documents, and what has none in `signs` has none in `data`;
+    signs stand side by side there that do not in the text.
+    """
 
     def __init__(self, data: bytes) -> None:
         self.data = data
+        self.signs = b"\n" + data.translate(None, _NO_SIGN)
         # Fenced code blocks, and these together with the indented ones; known once the tree has been walked.
         self.fences = self.code = Ranges(())
         self._starts: Sequence[int] | None = None
-        self._signs: bytes | None = None
-
-    def may_hold(self, *signs: bytes) -> bool:
-        """Whether the text may hold one of these signs, each one or more of "!$%():<=?@[\\]^{}~" and line feeds.
-
-        Most signs are in few documents. So they are looked for in what is left of the text without all else: a tenth
-        of it, where signs stand side by side that do not in the text; the first line begins with a line feed, too.
-        """
-        if self._signs is None:
-            self._signs = b"\n" + self.data.translate(None, _NO_SIGN)
-        return any(map(self._signs.__contains__, signs))
 
     def line_of(self, position: int) -> int:
         """The line that a byte is in."""
