@@ -52,6 +52,7 @@ class Site:
         self._anchors: dict[str, Anchors] = {}
         self._facts: dict[str, Facts] = {}
         self._once: dict[object, object] = {}
+        self._effects: dict[tuple[str, str], Effect] = {}
 
     def once(self, work: Callable[[Site], _T]) -> _T:
         """What `work` finds of this site; it is asked once."""
@@ -313,5 +314,9 @@ class Site:
 
     def effect_of(self, construct: Construct) -> Effect:
         """What a construct does to a page of this site."""
-        effects = self.rules.effects
-        return effects.get(f"{construct.form}:{construct.name}") or effects.get(construct.form, NO_EFFECT)
+        key = construct.form, construct.name
+        if key not in self._effects:
+            effects = self.rules.effects
+            named = effects.get(f"{construct.form}:{construct.name}")
+            self._effects[key] = named or effects.get(construct.form, NO_EFFECT)
+        return self._effects[key]

@@ -195,7 +195,7 @@ def _defined_somehow(site: Site) -> frozenset[str]:
     # A page may include what lies elsewhere, such as a README.
     texts = [f"\n{site.repository.text(path) or ''}" for path in dict.fromkeys([*sources, *site.includers])]
     matches = (match for text in texts for pattern in _DEFINITIONS for match in pattern.finditer(text))
-    return frozenset(as_compared(match[match.lastindex or 0]) for match in matches)
+    return frozenset(map(as_compared, {match[match.lastindex or 0] for match in matches}))
 
 
 def _described(site: Site) -> frozenset[str]:
