@@ -16,7 +16,7 @@ from docmap.source import Source, text_of
 
 # What site generators indent: an admonition or tab; a definition or footnote after its first line.
 _INDENTING = re.compile(
-    rb"""\n([ ]*)(?:
+    rb"""\n([ ]*)(?=[!?=:\[])(?:
         (?P<admonition>(?:!!!|\?\?\?\+?|===[!+]?)[ ]+)
       | (?P<definition>:[ ]{1,3})
       | (?P<footnote>\[\^[^\[\]\n]{1,999}\]:)
@@ -66,6 +66,13 @@ _NO_MARKDOWN = re.compile(
 _NO_CONTENT = re.compile(rb"[ \t]*<(?:[!?]|(?:script|style|pre|textarea)\b)", re.IGNORECASE)
 # Without one of these there is neither a heading nor a link.
 _HAS_MARKDOWN = re.compile(rb"^[ \t]*#{1,6}[ \t]|\]\(|\]\[", re.MULTILINE)
+# Without one of these a text is only prose, code and lists, of which nothing is kept.
+_SIGN_OF_FACT = re.compile(rb"[\[<#{^%$=]|\n[ \t>]*(?:[:~.!?]|-+[ \t]*(?:\n|\Z))|import|include")
+
+# A fenced code block that is no directive, and nothing else.
+_ONE_FENCE = re.compile(
+    r"\n*(?P<fence>`{3,}|~{3,})[^\n`{]*\n(?:(?! {0,3}(?P=fence)).*\n)* {0,3}(?P=fence)[`~]*\s*"
+)
 
 
 class Directive(NamedTuple):
@@ -103,7 +110,9 @@ def find_bodies(
                 yield "element", "", element.end(), node.end_byte
     # What is indented is code to the grammar, or, without an empty line above it, text of the paragraph.
     end = 0
-    for begin, match in source.find_lines(_INDENTING):
+    signs = source.signs
+    may_indent = b"\n:" in signs or b"!!!" in signs or b"???" in signs or b"===" in signs or b"[^" in signs
+    for begin, match in source.find_lines(_INDENTING) if may_indent else ():
         if begin >= end and begin not in source.fences:
             kind = match.lastgroup or ""
             # Past the newline at its end.
@@ -121,7 +130,9 @@ def find_jsx_bodies(source: Source, nodes: Iterable[Node]) -> Iterator[tuple[int
     for node in nodes:
         begin = source.begin_of(node.start_point[0]) if node.type != "html_block" else node.start_byte
         data = source.data[begin : node.end_byte]
-        if _HAS_MARKDOWN.search(data) and not _NO_CONTENT.match(data):
+        # What begins the signs is looked for much faster than these.
+        is_likely = b"#" in data or b"](" in data or b"][" in data
+        if is_likely and _HAS_MARKDOWN.search(data) and not _NO_CONTENT.match(data):
             text = _NO_MARKDOWN.sub(lambda match: b"\n" * match[0].count(b"\n"), data)
             if _HAS_MARKDOWN.search(text):
                 yield begin, text
@@ -138,6 +149,16 @@ def _end_of_indented(data: bytes, begin: int, indent: int) -> int:
             end = after
         position = after
     return end
+
+
+def may_hold_facts(data: bytes) -> bool:
+    """Whether reading the text of a body can find anything in it."""
+    return _SIGN_OF_FACT.search(b"\n" + data) is not None
+
+
+def is_one_fence(text: str) -> bool:
+    """Whether the text of a body is only program text, as below most tabs."""
+    return _ONE_FENCE.fullmatch(text) is not None
 
 
 def dedented(text: str) -> str | None:

@@ -18,10 +18,12 @@ from typing import TYPE_CHECKING, Any
 
 # A run over unchanged files unpacks no facts.
 if TYPE_CHECKING:
+    from quarnel.models import Symbol
+
     from docmap.facts import Facts, Section
 
 # Raised with every change to what is read of a file, or to the form in which it is kept.
-_FORMAT = 4
+_FORMAT = 5
 _READERS = ("docmap", "quarnel-markdown", "tree-sitter", "tree-sitter-markdown", "PyYAML")
 _DAY = 86400
 # Entries that no run has asked for in this time are dropped.
@@ -178,12 +180,19 @@ class Cache:
 # --- The form in which facts are kept ----------------------------------------------------------------------
 
 
-def packed(facts: Facts, sections: list[Section]) -> bytes:
+def packed(facts: Facts, symbols: list[Symbol]) -> bytes:
     """Facts and sections as bytes; JSON, since what is read from a file must not be able to run anything.
 
     Two lines, so that sections, which not every command asks for, need not be read.
     """
-    return b"\n".join(_COMPACT.encode(value).encode("ascii") for value in (_plain(facts), sections))
+    return b"\n".join(_COMPACT.encode(value).encode("ascii") for value in (_plain(facts), as_kept(symbols)))
+
+
+def as_kept(symbols: list[Symbol]) -> list[Section]:
+    """The sections of a document by what the engine reports of it."""
+    from docmap.facts import Section
+
+    return [Section.of(symbol) for symbol in symbols]
 
 
 def _plain(facts: Facts) -> dict[str, Any]:

@@ -5,11 +5,11 @@ from __future__ import annotations
 import json
 import os
 from collections.abc import Callable, Generator, Iterable, Iterator, Sequence
-from dataclasses import dataclass, replace
+from dataclasses import dataclass
 from functools import cached_property
 from typing import TYPE_CHECKING, TypeAlias
 
-from docmap.cache import Cache, key_of, packed, readers, unpacked, unpacked_sections
+from docmap.cache import Cache, as_kept, key_of, packed, readers, unpacked, unpacked_sections
 from docmap.config import Config, ConfigError
 from docmap.documents import must_be_regular, normalise
 from docmap.findings import Finding
@@ -17,17 +17,19 @@ from docmap.repository import Repository
 
 # A run over unchanged files judges nothing, and does not wait for what judges.
 if TYPE_CHECKING:
+    from quarnel.models import Symbol
+
     from docmap.facts import Facts, Section
     from docmap.judge import Judge, Judgement
     from docmap.sites.site import Site
 
 # What a file holds: bytes where it is kept or comes from another process.
-Held: TypeAlias = "bytes | tuple[Facts, list[Section]] | OSError"
+Held: TypeAlias = "bytes | tuple[Facts, list[Symbol]] | OSError"
 # Reads documents, perhaps in several processes: takes the absolute paths, returns what each file holds, in order.
 ReadAll = Callable[[Sequence[str]], "Generator[Held, None, None]"]
 
 
-def read_held(path: str) -> tuple[Facts, list[Section]] | OSError:
+def read_held(path: str) -> tuple[Facts, list[Symbol]] | OSError:
     """What a file holds; errors are returned."""
     from docmap.extraction import read_facts
 
@@ -46,8 +48,8 @@ def read_packed(path: str) -> bytes | OSError:
 
 def _bytes_of(path: str) -> bytes:
     must_be_regular(path)
-    with open(path, "rb") as file:
-        return file.read()
+    with open(path, "rb", buffering=0) as file:
+        return file.readall()
 
 
 @dataclass(frozen=True)
@@ -143,9 +145,8 @@ class Checked:
     def _key_of(self, path: str) -> bytes | None:
         """The key of what a file holds now."""
         if path not in self._keys:
-            place = self._absolute(path)
-            if not self._cache.is_open and os.access(place, os.R_OK):
-                # Nothing is looked up by it.
+            if not self._cache.is_open:
+                # Nothing is looked up by it; whether the file can be read is seen when it is.
                 self._keys[path] = b""
                 return b""
             self._read_bytes(path)
@@ -173,13 +174,14 @@ class Checked:
         results = self._read_all([self._absolute(path) for path in unread])
         for path, result in zip(unread, results, strict=True):
             if isinstance(result, OSError):
+                self._keys[path] = None
                 self._fail(path, result)
             elif self._take(path, result) and self._cache.is_open:
                 fresh.append((keys[path], result if isinstance(result, bytes) else packed(*result)))
         if fresh:
             self._cache.put(fresh)
 
-    def _take(self, path: str, entry: bytes | tuple[Facts, list[Section]] | None) -> bool:
+    def _take(self, path: str, entry: bytes | tuple[Facts, list[Symbol]] | None) -> bool:
         """Take over what a file holds; returns whether the entry says it."""
         if entry is None:
             return False
@@ -188,7 +190,7 @@ class Checked:
             return False
         self.repository.known_facts[path] = facts
         if self._sections is not None:
-            self._sections[path] = unpacked_sections(entry) if isinstance(entry, bytes) else entry[1]
+            self._sections[path] = unpacked_sections(entry) if isinstance(entry, bytes) else as_kept(entry[1])
         return True
 
     def _read_missing(self, paths: Iterable[str]) -> None:
@@ -251,7 +253,7 @@ class Checked:
             "files": {path: key and key.hex() for path, key in self._keys.items()},
             "used": sorted(self.config.used),
             "links": report.links,
-            "findings": [list(vars(finding).values()) for finding in report.findings],
+            "findings": report.findings,
         }
         self._cache.put([(key, json.dumps(entry, separators=(",", ":")).encode("ascii"))])
 
@@ -281,7 +283,7 @@ class Checked:
         for judgement in self.judge.judged(path):
             finding = judgement.finding
             if finding is not None and (finding.line in ignored or self.config.ignores((finding.target,))):
-                judgement = replace(judgement, finding=None)
+                judgement = judgement._replace(finding=None)
             yield judgement
 
     def findings(self, path: str) -> Iterator[Finding]:

@@ -24,8 +24,10 @@ from docmap.facts import (
 )
 from docmap.inline import LineOf
 from docmap.ranges import Ranges
+from docmap.source import Source
 
-# Each pattern is tried only where one of its signs is in the document; looking for these is much faster.
+# Each pattern is tried only where one of its signs may be in the document, and then one of its texts is; looking for
+# these is much faster.
 _BRACES = re.compile(
     rb"""\{(?:
         \{[<%]-?\s*(?P<shortcode>(?:/\s*)?[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
@@ -47,11 +49,11 @@ _INCLUDE = re.compile(
 _IMPORT_LINE = re.compile(rb"import(?<![^\n]import)[ \t]+(?P<import_rest>[^\n]+)")
 _FENCE_LINE = re.compile(rb":::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)")
 _PATTERNS = (
-    (b"{{", b"{%", _BRACES),
-    (b"8<-", None, _SNIPPET),
-    (b"include", b"INCLUDE", _INCLUDE),
-    (b"import ", b"import\t", _IMPORT_LINE),
-    (b":::", None, _FENCE_LINE),
+    ((b"{{", b"{%"), (b"",), _BRACES),
+    ((b"<",), (b"-8<-",), _SNIPPET),
+    ((b"<!", b"@", b"[!"), (b"include", b"[!INCLUDE"), _INCLUDE),
+    ((b"",), (b"import ", b"import\t"), _IMPORT_LINE),
+    ((b":::",), (b"",), _FENCE_LINE),
 )
 _FORMS = {
     "shortcode_rest": SHORTCODE,
@@ -76,13 +78,12 @@ _KRAMDOWN_CLOSE = re.compile(rb"\{:/(?:comment|nomarkdown)?\}")
 _REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
 
 
-def find_constructs(data: bytes, code: Ranges, line_of: LineOf) -> Iterator[Construct]:
-    """The constructs of a document outside of `code`."""
-    for sign, other, pattern in _PATTERNS:
-        if sign in data or (other is not None and other in data):
-            for match in pattern.finditer(data):
-                if match.start() not in code:
-                    yield from _constructs_of(match, line_of)
+def find_constructs(source: Source) -> Iterator[Construct]:
+    """The constructs of a document outside of its code."""
+    for signs, texts, pattern in _PATTERNS:
+        if any(map(source.signs.__contains__, signs)) and any(map(source.data.__contains__, texts)):
+            for match in source.code.matches_outside(pattern, source.data):
+                yield from _constructs_of(match, source.line_of)
 
 
 def _constructs_of(match: re.Match[bytes], line_of: LineOf) -> list[Construct]:
@@ -105,13 +106,13 @@ def _text(data: bytes) -> str:
     return data.decode("utf-8", "replace")
 
 
-def literal_spans(data: bytes) -> Iterator[tuple[int, int, str]]:
+def literal_spans(source: Source) -> Iterator[tuple[int, int, str]]:
     """Where what looks like Markdown is shown as written: begin, end (in bytes), and the kind of `Span`."""
-    if b"{%" not in data and b"{{" not in data:
+    if b"{%" not in source.signs and b"{{" not in source.signs:
         return
     tags = [
         (match.start(), (b"{%" if match["liquid"] else b"") + match["tag"], match["close"] is not None)
-        for match in _LITERAL.finditer(data)
+        for match in _LITERAL.finditer(source.data)
     ]
     last_close = {tag: position for position, tag, closes in tags if closes}
     opened: tuple[int, bytes] | None = None
@@ -123,10 +124,11 @@ def literal_spans(data: bytes) -> Iterator[tuple[int, int, str]]:
             opened = None
 
 
-def comment_spans(data: bytes, code: Ranges) -> Iterator[tuple[int, int, str]]:
+def comment_spans(source: Source) -> Iterator[tuple[int, int, str]]:
     """Where comments of MDX and of note programs fill their lines: begin, end (in bytes), and the kind."""
-    for kind, closer in ((MDX_COMMENT, b"*/}"), (NOTE_COMMENT, b"%%")):
-        begin = _outside_code(data, kind.encode(), 0, code)
+    data, code = source.data, source.code
+    for kind, sign, closer in ((MDX_COMMENT, b"{", b"*/}"), (NOTE_COMMENT, b"%%", b"%%")):
+        begin = _outside_code(data, kind.encode(), 0, code) if sign in source.signs else -1
         while begin >= 0:
             closes = _outside_code(data, closer, begin + 2, code)
             if closes < 0:
@@ -141,9 +143,10 @@ def comment_spans(data: bytes, code: Ranges) -> Iterator[tuple[int, int, str]]:
             begin = _outside_code(data, kind.encode(), end, code)
 
 
-def kramdown_spans(data: bytes, code: Ranges) -> Iterator[tuple[int, int, str]]:
+def kramdown_spans(source: Source) -> Iterator[tuple[int, int, str]]:
     """What kramdown takes for a comment or for HTML: begin, end (in bytes), and the kind."""
-    begin = _outside_code(data, b"{::", 0, code)
+    data, code = source.data, source.code
+    begin = _outside_code(data, b"{::", 0, code) if b"{::" in source.signs else -1
     while begin >= 0:
         opened = _KRAMDOWN_OPEN.match(data, begin)
         closed = None if opened is None else _KRAMDOWN_CLOSE.search(data, opened.end())

@@ -4,7 +4,8 @@ from __future__ import annotations
 
 import html
 import re
-from collections.abc import Collection, Iterable, Iterator
+from bisect import bisect_right
+from collections.abc import Collection, Iterable, Iterator, Sequence
 from itertools import chain
 from types import SimpleNamespace
 from typing import Any, cast
@@ -15,7 +16,15 @@ from quarnel.engines.references import REF_WIKI_LINK, ReferenceInfo
 from quarnel.models import Symbol
 from tree_sitter import Node
 
-from docmap.bodies import Directive, dedented, directives_of, find_bodies, find_jsx_bodies
+from docmap.bodies import (
+    Directive,
+    dedented,
+    directives_of,
+    find_bodies,
+    find_jsx_bodies,
+    is_one_fence,
+    may_hold_facts,
+)
 from docmap.constructs import comment_spans, find_constructs, kramdown_spans, literal_spans
 from docmap.directives import TOCTREE, links_of_directive
 from docmap.facts import (
@@ -33,23 +42,21 @@ from docmap.facts import (
     Heading,
     Link,
     Named,
-    Section,
     Span,
     lines_of,
 )
-from docmap.headings import holds_image, texts_of_headings, with_spaces, without_images
 from docmap.ignored import ignored_spans
 from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
 from docmap.names import read_names
 from docmap.nodes import level_of, nodes_by_kind, ranges_of
 from docmap.notes import Region, Target, read_regions
 from docmap.ranges import Ranges
-from docmap.reading import parse_bytes, sections_of
+from docmap.reading import parse_bytes, unnumbered_sections_of
 from docmap.source import Source, text_of
 
 # Where a run of inline Markdown holds what the engine does not report.
 _INLINE_SIGN = re.compile(
-    rb"!\[|<[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)|\{(?:doc|ref|numref|download)\}`"
+    rb"!\[|<(?!https?:)[A-Za-z!]|\]\[|\[\^|\]\(\s*<?(?:[^\s()]*\{[{%]|(?:project|path):)|\{(?:doc|ref|numref|download)\}`"
 )
 # Patterns of whole lines, here and elsewhere, are for `Source.find_lines`. They begin with a newline, since `re` finds a
 # literal quickly, while "^" makes it try every byte.
@@ -68,14 +75,11 @@ _DEEPEST_BODY = 6
 _COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
 
 
-def read_facts(text: str, replaced: bool) -> tuple[Facts, list[Section]]:
-    """What a document says, and the sections of its outline; it takes what `normalise` makes of the bytes."""
-    facts, sections = _Reader(text, 0, (), ()).read()
+def read_facts(text: str, replaced: bool) -> tuple[Facts, list[Symbol]]:
+    """What a document says, and its outline as the engine has it; it takes what `normalise` makes of the bytes."""
+    facts, symbols = _Reader(text, 0, (), ()).read()
     facts.replaced = replaced
-    return facts, [
-        Section(s.name, s.fqn.removeprefix("."), s.start_line, s.end_line, s.signature, s.docstring)
-        for s in sections
-    ]
+    return facts, symbols
 
 
 class _Reader:
@@ -90,7 +94,7 @@ class _Reader:
 
     def read(self) -> tuple[Facts, list[Symbol]]:
         root = parse_bytes(self._data)
-        sections = sections_of(root, self._text, "")
+        sections = unnumbered_sections_of(root, self._text)
         references = extract_links(root, sections)
         blocks = nodes_by_kind(root)
         fences, indented = (ranges_of(blocks.get(kind, ())) for kind in ("fence", "code"))
@@ -99,7 +103,7 @@ class _Reader:
         self._read_front_matter(blocks.get("front_matter", ()))
         self._read_headings(blocks.get("heading", ()), sections)
         self._read_labels(blocks.get("definition", ()))
-        regions = list(read_regions(self._data, self._source.code))
+        regions = list(read_regions(self._source))
         comments = self._read_html(blocks.get("html", ()))
         comments += self._read_runs(
             blocks.get("inline", ()), [one for one in regions if isinstance(one, Region)]
@@ -148,19 +152,6 @@ class _Reader:
                 line = node.start_point[0] + 1
                 text = html.unescape(names.get(line, ""))
                 self._facts.headings.append(Heading(line, level_of(node), text, self._raw(node), nested=True))
-        self._read_exact_texts()
-
-    def _read_exact_texts(self) -> None:
-        """Read the texts of headings in which more than single spaces stand, which the outline does not keep."""
-        headings = self._facts.headings
-        spaced = texts_of_headings({n: with_spaces(h.raw) for n, h in enumerate(headings) if "  " in h.raw})
-        for number, text in spaced.items():
-            # Where a mark has broken a link, the outline's name stands.
-            if text.split() == headings[number].text.split():
-                headings[number] = headings[number]._replace(spaced=text)
-        sources = {n: without_images(h.raw) for n, h in enumerate(headings) if holds_image(h.raw)}
-        for number, text in texts_of_headings(sources).items():
-            headings[number] = headings[number]._replace(bare=text)
 
     def _raw(self, node: Node) -> str:
         for child in node.children:
@@ -170,7 +161,7 @@ class _Reader:
 
     def _read_labels(self, definitions: Iterable[Node]) -> None:
         labels: dict[str, None] = {}
-        for begin, match in self._source.find_lines(_DEFINES) if b"]:" in self._data else ():
+        for begin, match in self._source.find_lines(_DEFINES) if b"]:" in self._source.signs else ():
             label = text_of(match[1])
             if label.startswith("^"):
                 # The line of the label, which is the line that begins here: nothing before the label ends a line.
@@ -218,31 +209,33 @@ class _Reader:
 
     def _add_element(self, element: Element) -> None:
         line = self._line_of(element.position)
-        for attribute in ("id", "name"):
-            if element.attributes.get(attribute):
-                self._facts.ids.append(Named(line, element.attributes[attribute]))
-        self._facts.links.extend(links_of_element(element, line))
+        if element.attributes:
+            for attribute in ("id", "name"):
+                if element.attributes.get(attribute):
+                    self._facts.ids.append(Named(line, element.attributes[attribute]))
+            self._facts.links.extend(links_of_element(element, line))
         if not element.name.islower() or "-" in element.name or "." in element.name:
             self._facts.constructs.append(Construct(line, COMPONENT, element.name, element.written))
 
-    def _read_runs(self, nodes: Iterable[Node], regions: list[Region]) -> list[tuple[int, int]]:
+    def _read_runs(self, nodes: Sequence[Node], regions: list[Region]) -> list[tuple[int, int]]:
         """Read the runs of inline Markdown that hold more than the engine reports; returns comments."""
         comments: list[tuple[int, int]] = []
         ranges = Ranges(((region.begin, region.end) for region in regions), joined=False)
         kinds = {(region.begin, region.end): region.kind for region in regions}
-        signs = _INLINE_SIGN.finditer(self._data)
-        sign = next(signs, None)
-        for node in nodes:
-            begin, end = node.start_byte, node.end_byte
-            while sign is not None and sign.start() < begin:
-                sign = next(signs, None)
-            if sign is None:
-                break
-            if sign.start() >= end:
+        begins = [node.start_byte for node in nodes]
+        done = 0
+        for sign in _INLINE_SIGN.finditer(self._data):
+            position = sign.start()
+            number = bisect_right(begins, position) - 1
+            if position < done or number < 0:
                 continue
+            begin, end = begins[number], nodes[number].end_byte
+            if position >= end:
+                continue
+            done = end
             found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes)
-            for position, link in found.links:
-                around = ranges.around(position)
+            for place, link in found.links:
+                around = ranges.around(place)
                 self._facts.links.append(link if around is None else link._replace(inside=kinds[around]))
             for element in found.elements:
                 self._add_element(element)
@@ -255,15 +248,10 @@ class _Reader:
     def _read_spans(self, comments: list[tuple[int, int]], root: Node) -> None:
         for begin, end in comments:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
-        code = self._source.code
-        unread = (
-            literal_spans(self._data),
-            comment_spans(self._data, code),
-            kramdown_spans(self._data, code),
-        )
-        for begin, end, kind in chain.from_iterable(unread):
+        unread = literal_spans, comment_spans, kramdown_spans
+        for begin, end, kind in chain.from_iterable(spans(self._source) for spans in unread):
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), kind))
-        for begin, match in self._source.find_lines(_COMMENTED_LINES) if b"%" in self._data else ():
+        for begin, match in self._source.find_lines(_COMMENTED_LINES) if b"\n%" in self._source.signs else ():
             if begin not in self._source.code:
                 first = self._line_of(begin)
                 last = first + match[0].count(b"\n") - 1
@@ -339,7 +327,7 @@ class _Reader:
 
     def _read_constructs(self, fenced: Iterable[Directive]) -> None:
         found = self._facts.constructs
-        found.extend(find_constructs(self._data, self._source.code, self._line_of))
+        found.extend(find_constructs(self._source))
         for node, name, arguments in fenced:
             found.append(Construct(node.start_point[0] + 1, FENCE, name, arguments))
         self._read_directives()
@@ -370,8 +358,8 @@ class _Reader:
             self._read_body("jsx", "", begin, data)
 
     def _read_body(self, kind: str, name: str, begin: int, data: bytes) -> None:
-        text = dedented(text_of(data))
-        if text is not None:
+        text = dedented(text_of(data)) if may_hold_facts(data) else None
+        if text is not None and not is_one_fence(text):
             facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
             self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
 
@@ -395,7 +383,7 @@ def _link(line: int, path: str, anchor: str | None, wiki: bool) -> Link | None:
     target = path if anchor is None else f"{path}#{anchor}"
     if wiki:
         return Link(line, WIKI, path.rstrip("\\").strip(), anchor, target)
-    if any(sign in path for sign in ("{{", "{%", "${", "<%")):
+    if "{{" in path or "{%" in path or "${" in path or "<%" in path:
         return Link(line, TEMPLATE, target, None, target)
     if "\\" in target or "&" in target or path[:4].lower() == "www.":
         again = link_of(LINK, line, target.replace("%", "%25"))
@@ -415,4 +403,4 @@ def _outside(begin: int, end: int, holes: Iterable[tuple[int, int]]) -> Iterator
 def _as_outline(headings: list[Node], text: str) -> list[Symbol]:
     """The sections that headings would make at the top level; the engine reads nodes by four attributes."""
     document: Any = SimpleNamespace(type="document", children=headings, start_point=(0, 0), text=b"")
-    return sections_of(cast(Node, document), text, "")
+    return unnumbered_sections_of(cast(Node, document), text)

@@ -6,13 +6,17 @@ somewhere, and which anchor a heading makes, is for the site to say (`docmap.sit
 
 from __future__ import annotations
 
+import re
 from collections.abc import Collection, Mapping
 from dataclasses import dataclass, field, replace
-from functools import cached_property
-from typing import Any, Final, NamedTuple
+from functools import cached_property, lru_cache
+from typing import TYPE_CHECKING, Any, Final, NamedTuple
 
 from docmap.front_matter import read_fields
 from docmap.ranges import Ranges
+
+if TYPE_CHECKING:
+    from quarnel.models import Symbol
 
 # --- Forms of links ----------------------------------------------------------------------------------------
 
@@ -55,8 +59,7 @@ class Heading(NamedTuple):
     """A heading of the page: `text` as a reader sees it, `raw` as inline Markdown (or HTML, for `html`).
 
     `nested`: in a block quote or list item, so no section of the outline. `html`: an <h1> to <h6> element;
-    `own_id` is its id attribute, or None. `spaced`: the text with all spaces between its words, and `bare` the same
-    with nothing for images, tags and comments, so that spaces beside these stay; "" where that is `text`.
+    `own_id` is its id attribute, or None.
     """
 
     line: int
@@ -66,8 +69,6 @@ class Heading(NamedTuple):
     nested: bool = False
     html: bool = False
     own_id: str | None = None
-    spaced: str = ""
-    bare: str = ""
 
 
 class Named(NamedTuple):
@@ -140,14 +141,18 @@ def lines_of(spans: Collection[Span], kinds: Collection[str]) -> Ranges:
 
 
 class Section(NamedTuple):
-    """A section of the outline; `fqn` without the file's prefix."""
+    """A section of the outline."""
 
     name: str
-    fqn: str
     start_line: int
     end_line: int
     signature: str
     docstring: str | None
+
+    @classmethod
+    def of(cls, symbol: Symbol) -> Section:
+        """The section that the engine reports."""
+        return cls(symbol.name, symbol.start_line, symbol.end_line, symbol.signature, symbol.docstring)
 
 
 class Body(NamedTuple):
@@ -162,6 +167,12 @@ class Body(NamedTuple):
     kind: str
     name: str
     facts: Facts
+
+
+@lru_cache
+def _key_among(names: tuple[str, ...]) -> re.Pattern[str]:
+    """Finds what may be one of these names as a key of YAML or TOML."""
+    return re.compile(rf"""(?<!\w)(?:{"|".join(names)})["']?\s*[:=\]]""", re.IGNORECASE)
 
 
 @dataclass
@@ -202,10 +213,10 @@ class Facts:
         return read_fields(self.front_matter, toml=self.toml) if self.front_matter else {}
 
     def fields_with(self, *names: str) -> dict[str, Any]:
-        """The fields, where one of these names (in lower case) may be among them; else nothing is read."""
-        text = (self.front_matter or "").lower()
+        """The fields, where one of these names (in any letter case) may be among them; else nothing is read."""
+        text = self.front_matter or ""
         # A name can also be written by codes, which begin with a backslash.
-        return self.fields if "\\" in text or any(name in text for name in names) else {}
+        return self.fields if "\\" in text or _key_among(names).search(text) else {}
 
     def with_bodies(self, kinds: Collection[str]) -> Facts:
         """These facts and those of the bodies of these kinds, as one document: "admonition", "fence" for all

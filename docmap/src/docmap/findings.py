@@ -2,15 +2,13 @@
 
 from __future__ import annotations
 
-from dataclasses import dataclass
-from typing import Final
+from typing import Final, NamedTuple
 
 BROKEN: Final = "broken"
 IN_DOUBT: Final = "doubtful"
 
 
-@dataclass(frozen=True)
-class Finding:
+class Finding(NamedTuple):
     """A link that leads nowhere, or perhaps so.
 
     `file`: relative to the repository; `target`: as the document has it; `suggestion`: a target in its writer's form;

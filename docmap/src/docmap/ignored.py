@@ -20,7 +20,7 @@ _NOT_BLOCKS = frozenset({"section", "document"})
 
 def ignored_spans(source: Source, root: Node) -> list[Span]:
     """The lines of the blocks that comments mean, each once."""
-    if b"docmap-ignore" not in source.data:
+    if (b"<!" not in source.signs and b"{" not in source.signs) or b"docmap-ignore" not in source.data:
         return []
     # By the rows where they begin, since several comments can mean one block.
     ignored: dict[int, Span] = {}

@@ -9,6 +9,7 @@ from __future__ import annotations
 import html
 import re
 from collections.abc import Callable, Iterator
+from functools import lru_cache
 from typing import NamedTuple
 from urllib.parse import unquote
 
@@ -19,12 +20,22 @@ from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, LINK, SCHEME, SRC,
 _EXTERNAL = re.compile(r"(?:[A-Za-z][A-Za-z0-9+.-]*:|//)")
 # What a generator resolves itself.
 _OWN_SCHEME = re.compile(r"(?:project|path):")
+# Of the links that the engine reports as well, those of which there is more to say.
+_MAY_BE_OURS = re.compile(rb"\A[Pp&\\]|[{}%]")
 _WEB_NAME = re.compile(r"www\.[\w-]+\.[\w.-]*", re.IGNORECASE)
 _ESCAPED = re.compile(r"\\([!-/:-@\[-`{-~])")
 _FILLED_IN = re.compile(r"\{\{|\{%|\$\{|<%|\}\}")
 
-_ATTRIBUTES = rb"""(?:[^<>"'{}`]|"[^"]{0,4000}"|'[^']{0,4000}'|\{(?:[^{}]|\{[^{}]{0,400}\}){0,400}\})*"""
+_BETWEEN_VALUES = rb"""[^<>"'{}`]*"""
+_ATTRIBUTES = (
+    _BETWEEN_VALUES
+    + rb"""(?:(?:"[^"]{0,4000}"|'[^']{0,4000}'|\{(?:[^{}]|\{[^{}]{0,400}\}){0,400}\})"""
+    + _BETWEEN_VALUES
+    + rb")*"
+)
 TAG = re.compile(rb"<(/?)([A-Za-z][\w.:-]*)(?=[\s/>])(" + _ATTRIBUTES + rb")>")
+# Names of elements that say nothing by themselves: those of HTML, headings apart.
+_PLAIN_NAME = re.compile(rb"(?!h[1-6]\Z)[a-z][a-z0-9_]*")
 _ATTRIBUTE = re.compile(
     rb"""(?:^|[\s"'}])(id|name|href|src|to)\s*=\s*(?:\{\s*)?(?:"([^"]*)"|'([^']*)'|`([^`$]*)`|(?<!\{)(?<![{\s])([^\s"'<>{}`]+))""",
     re.IGNORECASE,
@@ -61,6 +72,9 @@ _DESTINATION = re.compile(
     re.VERBOSE | re.DOTALL,
 )
 _BACKTICKS = re.compile(rb"`+")
+# Linear: each run of backticks that nothing closes is looked for to the end.
+_MOST_SEARCHES = 16
+_LONGEST_RUN = 16
 _DIGITS = re.compile(rb"[0-9]+")
 _LONGEST_LABEL = 999
 _LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
@@ -82,7 +96,7 @@ Labels = tuple[frozenset[str], ...]
 
 
 class Found(NamedTuple):
-    """What a run of inline Markdown holds; positions are bytes of the document."""
+    """What a run of inline Markdown holds, as far as it is kept; positions are bytes of the document."""
 
     links: list[tuple[int, Link]]
     elements: list[Element]
@@ -127,18 +141,24 @@ def same_label(label: str) -> str:
 
 
 def elements_of(data: bytes, begin: int, end: int) -> Iterator[Element]:
-    """The elements that open in these bytes of HTML."""
+    """The elements that open in these bytes of HTML, without those of which nothing is kept."""
     for tag in TAG.finditer(data, begin, end):
-        if not tag[1]:
-            yield _element(tag)
+        element = _element(tag)
+        if element is not None:
+            yield element
 
 
-def _element(tag: re.Match[bytes]) -> Element:
+def _element(tag: re.Match[bytes]) -> Element | None:
+    """The element that a tag opens; None for a closing tag, and where nothing of it is kept."""
+    if tag[1]:
+        return None
     attributes: dict[str, str] = {}
     if tag[3]:
         for match in _ATTRIBUTE.finditer(tag[3]):
-            value = next((group for group in match.groups()[1:] if group is not None), b"")
-            attributes.setdefault(match[1].decode().lower(), html.unescape(value.decode("utf-8", "replace")))
+            value = html.unescape(match[match.lastindex or 0].decode("utf-8", "replace"))
+            attributes.setdefault(match[1].decode().lower(), value)
+    if not attributes and _PLAIN_NAME.fullmatch(tag[2]):
+        return None
     return Element(
         tag.start(), tag[2].decode("utf-8", "replace"), attributes, tag[0].decode("utf-8", "replace")
     )
@@ -164,20 +184,34 @@ def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labe
     return _Scanner(data, begin, end, line_of, labels, notes).found
 
 
+@lru_cache(_LONGEST_RUN)
+def _run_of(length: int) -> re.Pattern[bytes]:
+    return re.compile(rb"(?<!`)`{%d}(?!`)" % length)
+
+
 class CodeSpans:
     """Where code spans end: at the next run of as many backticks. Positions asked for only grow."""
 
-    def __init__(self, data: bytes, begin: int, end: int) -> None:
-        # By length, the ends of the runs still to come, the next one last.
-        self._ends: dict[int, list[int]] = {}
-        for run in _BACKTICKS.finditer(data, begin, end):
-            self._ends.setdefault(run.end() - run.start(), []).append(run.end())
-        for ends in self._ends.values():
-            ends.reverse()
+    def __init__(self, data: bytes, end: int) -> None:
+        self._data, self._end = data, end
+        self._asked = 0
+        # By length, the ends of the runs still to come, the next one last; made only for many questions.
+        self._ends: dict[int, list[int]] | None = None
 
     def end(self, start: int, after: int) -> int:
         """The end of the code span that this run of backticks opens; its own end where nothing closes it."""
-        ends = self._ends.get(after - start, [])
+        length = after - start
+        if self._ends is None and self._asked < _MOST_SEARCHES and length <= _LONGEST_RUN:
+            self._asked += 1
+            closer = _run_of(length).search(self._data, after, self._end)
+            return after if closer is None else closer.end()
+        if self._ends is None:
+            self._ends = {}
+            for first, last in [run.span() for run in _BACKTICKS.finditer(self._data, after, self._end)][
+                ::-1
+            ]:
+                self._ends.setdefault(last - first, []).append(last)
+        ends = self._ends.get(length, [])
         while ends and ends[-1] <= after:
             ends.pop()
         return ends[-1] if ends else after
@@ -205,7 +239,7 @@ class _Scanner:
         kind = token.lastgroup
         if kind == "ticks":
             if self._code is None:
-                self._code = CodeSpans(self._data, start, self._end)
+                self._code = CodeSpans(self._data, self._end)
             end = self._code.end(start, after)
             self._add_role(start, after, end)
             return end
@@ -215,11 +249,13 @@ class _Scanner:
             tag = TAG.match(self._data, start, self._end)
             if tag is None:
                 return after
-            if not tag[1]:
-                self.found.elements.append(_element(tag))
+            element = _element(tag)
+            if element is not None:
+                self.found.elements.append(element)
             return tag.end()
         elif kind == "autolink":
-            self._add(start, SCHEME, token["autolink"])
+            if _MAY_BE_OURS.search(token["autolink"]):
+                self._add(start, SCHEME, token["autolink"])
         elif kind == "embed":
             self._add(start, EMBED, token["embed"])
         elif kind == "defines":
@@ -250,7 +286,7 @@ class _Scanner:
                     self._add(opened, IMAGE, target)
                 elif destination.lastgroup == "filled":
                     self._add(opened, TEMPLATE, target)
-                else:
+                elif _MAY_BE_OURS.search(target):
                     self._add(opened, SCHEME, target)
                 return destination.end()
         elif following == b"[" and not self._is_text(opened):

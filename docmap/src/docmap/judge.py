@@ -7,12 +7,11 @@ from __future__ import annotations
 
 import posixpath
 import re
-from collections.abc import Iterable, Iterator, Mapping, Sequence
-from dataclasses import dataclass, replace
-from heapq import nsmallest
+from collections.abc import Iterable, Iterator, Mapping
 from itertools import chain
 from typing import NamedTuple
 
+from docmap.closest_pages import ClosestPages
 from docmap.documents import PAGE_SUFFIXES
 from docmap.facts import (
     DOC,
@@ -48,15 +47,11 @@ _WORD_LABEL = re.compile(r"[\w-]+")
 # What programs put between the words of an anchor, or leave out.
 _BETWEEN_WORDS = re.compile(r"[-_\s]+")
 _LOWEST_LIKENESS = 0.7
-# About a second. In a large repository thousands of files share a name such as "index".
-_MOST_DISTANCES = 500_000
-_PICTURES = (".png", ".jpg", ".jpeg", ".gif", ".svg", ".webp", ".ico")
 # Forms that are text wherever no rules are for them.
 _OF_SOME_SITES = frozenset({SCHEME, DOC, TOC, REF, FILE})
 
 
-@dataclass(frozen=True)
-class Judgement:
+class Judgement(NamedTuple):
     """Where a link leads: to a page (`page`, `anchor` as the page has it), or to what is wrong with it."""
 
     link: Link
@@ -69,7 +64,7 @@ def _moved(judgement: Judgement, line: int) -> Judgement:
     link, page, finding = judgement.link, judgement.page, judgement.finding
     if link.line == line:
         return judgement
-    return Judgement(link._replace(line=line), page, finding and replace(finding, line=line))
+    return Judgement(link._replace(line=line), page, finding and finding._replace(line=line))
 
 
 class _AnchorNames(NamedTuple):
@@ -78,16 +73,6 @@ class _AnchorNames(NamedTuple):
     names: Mapping[str, None]
     in_other_case: Mapping[str, str]
     to_compare: Names
-
-
-class _Files(NamedTuple):
-    """Files by name, without suffix and letter case."""
-
-    by_name: dict[str, list[str]]
-    to_compare: Names
-
-
-_NO_FILES = _Files({}, Names(()))
 
 
 class Judge:
@@ -100,9 +85,8 @@ class Judge:
         self._host = self.sites[-1]
         self._owners = {page: site for site in self.sites for page in site.pages}
         self._spelling = Spelling()
-        self._named: dict[str | None, _Files] = {}
         self._anchors: dict[tuple[Site, tuple[str, ...]], _AnchorNames] = {}
-        self._distances_left = _MOST_DISTANCES
+        self._closest_pages = ClosestPages(repository, self._spelling)
 
     def site_of(self, path: str) -> Site:
         """The site that a document belongs to."""
@@ -119,7 +103,7 @@ class Judge:
             return
         hidden = lines_of(facts.spans, site.rules.literal - {"comment"})
         # A link that is written as one before it leads where that led.
-        known: dict[Link, Judgement] = {}
+        known: dict[object, Judgement] = {}
         for link in facts.links:
             if link.line in hidden:
                 continue
@@ -130,7 +114,7 @@ class Judge:
                 or (link.form in _OF_SOME_SITES and link.form not in site.rules.ways)
             ):
                 continue
-            alike = link._replace(line=0)
+            alike = link[1:]
             if alike not in known:
                 known[alike] = self._judge(shown, link, path, facts)
             yield _moved(known[alike], link.line)
@@ -221,9 +205,9 @@ class Judge:
                 close if close is None or "`" not in close else None,
             )
         elif link.form in {WIKI, EMBED}:
-            message, suggestion = f'no page "{link.path}"', self._closest_page(site, link, source)
+            message, suggestion = f'no page "{link.path}"', self._closest_pages.of(site, link, source)
         else:
-            message, suggestion = f'no file "{link.path}"', self._closest_page(site, link, source)
+            message, suggestion = f'no file "{link.path}"', self._closest_pages.of(site, link, source)
         if resolution.outcome == DOUBTFUL:
             is_slip = (
                 resolution.is_made and suggestion is not None and _is_slip_in_path(link.path, suggestion)
@@ -311,98 +295,6 @@ class Judge:
             return f"{link.written.partition('#')[0]}#{anchor}"
         return f"#{anchor}"
 
-    def _closest_page(self, site: Site, link: Link, source: str) -> str | None:
-        """A target in the form of this one that leads to a page that may have been meant."""
-        wants_picture = link.form in {IMAGE, SRC, EMBED} or link.path.lower().endswith(_PICTURES)
-        for path in self._candidates(site, link, source):
-            if not wants_picture and path.lower().endswith(_PICTURES):
-                continue
-            written = self._spelled(site, link, source, path)
-            if written is None or written == link.path:
-                continue
-            pages = site.pages_at(link._replace(path=written, anchor=None), source)
-            if pages is not None and (not pages or path in pages):
-                return written if link.form in {WIKI, EMBED} else written.replace(" ", "%20")
-        return None
-
-    def _candidates(self, site: Site, link: Link, source: str) -> Iterator[str]:
-        """Files that may have been meant: of the same path but for case, of the same name, of a name alike."""
-        wanted = link.path.rstrip("/")
-        if link.path.startswith("/") or link.form in {WIKI, EMBED}:
-            place = posixpath.normpath(posixpath.join(site.content, wanted.lstrip("/")))
-        else:
-            place = site.place(wanted, source)
-        other = self._repository.in_other_case(place)
-        if other is not None and other in self._repository.files:
-            yield other
-        name = posixpath.basename(place)
-        stem = _stem(name)
-        anywhere = self._files()
-        alike = self._nearest(anywhere.by_name.get(stem.casefold(), ()), source)
-        shows = link.form in {IMAGE, SRC}
-        fitting = [path for path in alike if shows != path.lower().endswith(PAGE_SUFFIXES)]
-        yield from fitting or alike[:1]
-        folder = posixpath.dirname(place)
-        beside = self._files(folder)
-        close = self._spelling.closest(stem.casefold(), beside.to_compare, 0.75, of=("beside", folder))
-        similar = [] if close is None else beside.by_name[close][:1]
-        close = self._spelling.closest(stem.casefold(), anywhere.to_compare, 0.85, of="anywhere")
-        if close is not None:
-            similar += self._nearest(anywhere.by_name[close], source)[:1]
-        yield from (path for path in similar if not (shows and path.lower().endswith(PAGE_SUFFIXES)))
-
-    def _nearest(self, paths: Sequence[str], source: str) -> list[str]:
-        """The five files that are nearest to another, the nearest first; none when it costs too much."""
-        self._distances_left -= len(paths)
-        if self._distances_left < 0:
-            return []
-        return nsmallest(5, paths, key=lambda path: _distance(path, source)) if len(paths) > 1 else [*paths]
-
-    def _files(self, folder: str | None = None) -> _Files:
-        """The files of a folder, or all."""
-        if not self._named:
-            names: dict[str | None, dict[str, list[str]]] = {None: {}}
-            for path in self._repository.files:
-                above, name = posixpath.split(path)
-                key = _stem(name).casefold()
-                names[None].setdefault(key, []).append(path)
-                names.setdefault(above, {}).setdefault(key, []).append(path)
-            self._named = {above: _Files(by_name, Names(by_name)) for above, by_name in names.items()}
-        return self._named.get(folder, _NO_FILES)
-
-    @staticmethod
-    def _spelled(site: Site, link: Link, source: str, path: str) -> str | None:
-        """The path of a file as this link would write it."""
-        suffix = posixpath.splitext(path)[1]
-        has_suffix = bool(posixpath.splitext(link.path)[1])
-        if link.form in {WIKI, EMBED}:
-            name = path if "/" in link.path else posixpath.basename(path)
-            return (
-                name if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes) else _stem(name)
-            )
-        if link.path.startswith("/"):
-            within = site.within(path, site.content)
-            for folder in site.rules.static:
-                within = site.within(path, folder) if within is None else within
-            if within is None:
-                return None
-            written = f"/{within}"
-        else:
-            written = posixpath.relpath(path, posixpath.dirname(source) or ".")
-            if link.path.startswith("./"):
-                written = f"./{written}" if not written.startswith("../") else written
-        if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
-            is_address = posixpath.splitext(link.path)[1].lower() == ".html" and path in site.addresses
-            return f"{_stem(written)}.html" if is_address else written
-        if site.addresses.get(path) and link.form != DOC:
-            address = site.addresses[path][0]
-            if link.path.startswith("/"):
-                return address if link.path.endswith("/") else address.rstrip("/") or "/"
-            start = site.addresses.get(source) or ["/" + source]
-            relative = posixpath.relpath(address.rstrip("/") or "/", posixpath.dirname(start[0] + "x"))
-            return relative + "/" if link.path.endswith("/") else relative
-        return _stem(written)
-
 
 def _is_slip_in_path(written: str, meant: str) -> bool:
     """Whether one part of a path is misspelt, and the others are as they should be."""
@@ -422,19 +314,6 @@ def _same_words(name: str, other: str) -> bool:
 
 def _differ_in_case(name: str, other: str) -> bool:
     return name != other and name.casefold() == other.casefold()
-
-
-def _stem(path: str) -> str:
-    return posixpath.splitext(path)[0]
-
-
-def _distance(path: str, source: str) -> tuple[int, str]:
-    """How far a file is from another, in folders to go up and down; the path itself settles a tie."""
-    ours, theirs = path.split("/"), source.split("/")[:-1]
-    shared = 0
-    while shared < len(theirs) and ours[shared] == theirs[shared]:
-        shared += 1
-    return len(ours) + len(theirs) - 2 * shared - 1, path
 
 
 def _finding(

@@ -5,6 +5,7 @@ from __future__ import annotations
 import re
 from bisect import bisect_right
 from collections.abc import Iterator
+from functools import lru_cache
 from typing import NamedTuple
 
 from docmap.facts import (
@@ -17,10 +18,11 @@ from docmap.facts import (
 )
 from docmap.inline import CodeSpans
 from docmap.ranges import Ranges
+from docmap.source import Source
 
 _LINK = re.compile(rb"\[\[([^\[\]\n]+)\]\]|\]\([ \t]*<?([^\s()<>]+)")
-# Signs without which a document has neither comments nor mathematics.
-_SIGNS = re.compile(rb"%%|\$[^$]*\$|\\[(\[]|\\begin\{")
+# What begins mathematics with a backslash.
+_BACKSLASHED = re.compile(rb"\\(?:[(\[]|begin\{)")
 # Signs without which there is nothing that looks like a link.
 _BRACKETS = re.compile(rb"\]\(|\[\[|\]\[|\[\^")
 # Each alternative begins with one character, outside of groups: `re` then skips what begins with none of these.
@@ -70,20 +72,21 @@ class Region(NamedTuple):
     kind: str
 
 
-def read_regions(data: bytes, code: Ranges) -> Iterator[Target | Region]:
-    """Where comments and mathematics are outside of `code`, the bytes of code blocks, and the targets of all links.
+def read_regions(source: Source) -> Iterator[Target | Region]:
+    """Where comments and mathematics are outside of code blocks, and the targets of all links.
 
     Nothing is found in a document that has neither comments nor mathematics.
     """
-    if _SIGNS.search(data) is None or _BRACKETS.search(data) is None:
+    if not _may_have_regions(source):
         return
+    data, code = source.data, source.code
     closers: dict[bytes, _Closers] = {}
     blanks = [match.start() for match in re.finditer(rb"\n[ \t>]*\n", data)]
 
     def same_paragraph(start: int, end: int) -> bool:
         return bisect_right(blanks, start) == bisect_right(blanks, end)
 
-    ticks = CodeSpans(data, 0, len(data))
+    ticks = CodeSpans(data, len(data))
     position = 0
     while (token := _TOKEN.search(data, position)) is not None:
         start, position = token.span()
@@ -111,17 +114,42 @@ def read_regions(data: bytes, code: Ranges) -> Iterator[Target | Region]:
                 yield Target(link.start(), link[link.lastindex or 0], link.lastindex == 1, _KINDS[kind])
 
 
+def _may_have_regions(source: Source) -> bool:
+    """Whether something that looks like a link may stand in a comment or in mathematics; few documents have either."""
+    data, signs = source.data, source.signs
+    if not (b"](" in signs or b"[[" in signs or b"][" in signs or b"[^" in signs):
+        return False
+    if (b"%%" in signs and b"%%" in data) or (b"$$" in signs and b"$$" in data):
+        return True
+    if b"\\" in signs and _BACKSLASHED.search(data):
+        return True
+    start = data.find(b"$")
+    # A "$" closes within its line, and most lines that hold one are of programs.
+    while start >= 0:
+        end = data.find(b"\n", start)
+        last = data.rfind(b"$", start, end if end >= 0 else len(data))
+        if last > start and _BRACKETS.search(data, start, last):
+            return True
+        start = data.find(b"$", end) if end >= 0 else -1
+    return False
+
+
 def _begins_line(data: bytes, position: int) -> bool:
     while data[position - 1 : position] in {b" ", b"\t"}:
         position -= 1
     return data[position - 1 : position] in {b"", b"\n"}
 
 
+@lru_cache(64)
+def _literal(signs: bytes) -> re.Pattern[bytes]:
+    return re.compile(re.escape(signs))
+
+
 class _Closers:
     """Where something that some signs close ends. Positions asked for only grow."""
 
     def __init__(self, data: bytes, signs: bytes, code: Ranges) -> None:
-        self._found = (m.end() for m in re.finditer(re.escape(signs), data) if m.start() not in code)
+        self._found = (match.end() for match in code.matches_outside(_literal(signs), data))
         self._length = len(signs)
         self._next: int | None = 0
 

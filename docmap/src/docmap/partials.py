@@ -11,8 +11,8 @@ import re
 from docmap.constructs import find_constructs
 from docmap.documents import normalise
 from docmap.facts import FENCE, Construct
-from docmap.ranges import Ranges
 from docmap.sites.site import Site
+from docmap.source import Source
 
 _FENCE_INFO = re.compile(rb"[`~]{3}[ \t]*\{([\w:.+-]+)\}[ \t]*([^\n]*)")
 # What begins a line in the body of a directive is indented or quoted in the document.
@@ -48,7 +48,7 @@ def _constructs(site: Site, path: str) -> list[Construct]:
     if data is None:
         return []
     data = _INDENT.sub(b"\n", normalise(data)[0].encode("utf-8"))
-    found = list(find_constructs(data, Ranges(()), lambda position: 0))
+    found = list(find_constructs(Source(data)))
     for info in _FENCE_INFO.finditer(data):
         name, rest = (group.decode("utf-8", "replace").strip() for group in info.groups())
         found.append(Construct(0, FENCE, name, rest))

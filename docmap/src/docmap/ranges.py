@@ -2,8 +2,9 @@
 
 from __future__ import annotations
 
+import re
 from bisect import bisect_right
-from collections.abc import Iterable
+from collections.abc import Iterable, Iterator
 
 
 class Ranges:
@@ -24,6 +25,15 @@ class Ranges:
         """The range that a number is in, if it is in one."""
         at = bisect_right(self._begins, number) - 1
         return (self._begins[at], self._ends[at]) if at >= 0 and number < self._ends[at] else None
+
+    def matches_outside(self, pattern: re.Pattern[bytes], data: bytes) -> Iterator[re.Match[bytes]]:
+        """The matches of a pattern in `data` that begin in no range; what is in a range is not looked at."""
+        match = pattern.search(data)
+        while match is not None:
+            around = self.around(match.start()) if self._begins else None
+            if around is None:
+                yield match
+            match = pattern.search(data, match.end() if around is None else around[1])
 
     def __contains__(self, number: int) -> bool:
         at = bisect_right(self._begins, number) - 1

@@ -59,6 +59,11 @@ def sections_of(root: Node, text: str, prefix: str) -> list[Symbol]:
     return extract_sections(root, text, prefix, 0, unique_fqn=FqnNumbering(), cap_docstring=cap_docstring)
 
 
+def unnumbered_sections_of(root: Node, text: str) -> list[Symbol]:
+    """The same for who asks for no FQNs, in less time: these are as they come."""
+    return extract_sections(root, text, "", 0, unique_fqn=str, cap_docstring=cap_docstring)
+
+
 def document_of(file: SourceFile, root: Node, text: str, *, replaced: bool) -> Document:
     """Return what a file holds, given its text and that text's block tree."""
     sections = sections_of(root, text, file.prefix)

@@ -56,6 +56,8 @@ class Repository:
         self._on_error = on_error
         # What was asked for as text, by path: a digest of it, "" for a file that could not be read.
         self.texts_read: dict[str, str] = {}
+        # Several rules look at one page, one after the other.
+        self._last_text: tuple[str, str | None] = "", None
         self._unreadable: set[str] = set()
         self._links: dict[str, str] = {}
         self._by_case: dict[str, str] | None = None
@@ -164,6 +166,8 @@ class Repository:
 
     def text(self, path: str) -> str | None:
         """The text of a file, as of a configuration; None when it is missing or cannot be read."""
+        if path == self._last_text[0]:
+            return self._last_text[1]
         try:
             place = os.path.join(self.root, path)
             must_be_regular(place)
@@ -172,6 +176,7 @@ class Repository:
         except (OSError, ValueError):  # a name with a null byte
             text = None
         self.texts_read[path] = _digest(text)
+        self._last_text = path, text
         return text
 
     def digest(self, path: str) -> str:

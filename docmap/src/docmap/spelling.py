@@ -5,6 +5,7 @@ from __future__ import annotations
 from bisect import bisect_left, bisect_right
 from collections.abc import Collection
 from difflib import get_close_matches
+from functools import cached_property
 from math import ceil, floor
 
 # Longer names are whole sentences or no names at all, and comparing two takes the square of their length.
@@ -17,14 +18,36 @@ class Names:
     """Names that many others are compared with."""
 
     def __init__(self, names: Collection[str]) -> None:
+        self._names = names
+
+    def __len__(self) -> int:
+        return len(self._names)
+
+    # Sorted when they are first compared, which few folders are.
+    @cached_property
+    def _plain(self) -> _ByLength:
+        return _ByLength([name for name in self._names if _is_plain(name)])
+
+    @cached_property
+    def _others(self) -> _ByLength:
+        return _ByLength([name for name in self._names if not _is_plain(name)])
+
+    def of_lengths(self, shortest: float, longest: float) -> tuple[list[str], list[str]]:
+        """The names that are no shorter and no longer than this: the plain ones, and the others."""
+        return self._plain.between(shortest, longest), self._others.between(shortest, longest)
+
+
+def _is_plain(name: str) -> bool:
+    """Whether a name is one line of ASCII; such names are compared much faster."""
+    return name.isascii() and "\n" not in name
+
+
+class _ByLength:
+    def __init__(self, names: list[str]) -> None:
         self._by_length = sorted(names, key=len)
         self._lengths = [len(name) for name in self._by_length]
 
-    def __len__(self) -> int:
-        return len(self._by_length)
-
-    def of_lengths(self, shortest: float, longest: float) -> list[str]:
-        """The names that are no shorter and no longer than this."""
+    def between(self, shortest: float, longest: float) -> list[str]:
         begin, end = bisect_left(self._lengths, ceil(shortest)), bisect_right(self._lengths, floor(longest))
         return self._by_length[begin:end]
 
@@ -48,25 +71,23 @@ class Spelling:
             return None
         # Names whose lengths differ by more than this cannot be as close as the cutoff asks.
         shortest, longest = len(name) * cutoff / (2 - cutoff), len(name) * (2 - cutoff) / cutoff
-        alike = names.of_lengths(shortest, longest)
-        self._left -= len(alike) + len(names) // 20
-        close = get_close_matches(name, _with_letters_of(name, alike, cutoff), 1, cutoff)
+        plain, others = names.of_lengths(shortest, longest)
+        self._left -= len(plain) + len(others) + len(names) // 20
+        near = _with_letters_of(name, plain, cutoff) if _is_plain(name) else plain
+        close = get_close_matches(name, [*others, *near], 1, cutoff)
         found = close[0] if close else None
         if of is not None:
             self._known[key] = found
         return found
 
 
-def _with_letters_of(name: str, others: list[str], cutoff: float) -> list[str]:
-    """The names that have enough letters in common with `name` to be as close as the cutoff asks.
+def _with_letters_of(name: str, plain: list[str], cutoff: float) -> list[str]:
+    """The names that have enough letters in common with `name` to be as close as the cutoff asks; all are plain.
 
     An upper bound of the likeness, found much faster than it: the letters that only one of two names has match nothing.
     """
-    if not name.isascii() or "\n" in name:
-        return others
     letters = name.encode("ascii")
-    plain = [other for other in others if other.isascii() and "\n" not in other]
-    found = [other for other in others if not other.isascii() or "\n" in other]
+    found = []
     # The letters of all names are compared at once, which is much faster than one name after the other.
     alone = "\n".join(plain).encode("ascii").translate(None, letters).split(b"\n")
     near = [

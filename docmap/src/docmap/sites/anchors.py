@@ -8,6 +8,7 @@ from dataclasses import dataclass
 from typing import TYPE_CHECKING
 
 from docmap.facts import INCLUDE, Construct, Heading, Named, lines_of
+from docmap.headings import spaced_text
 from docmap.sites.rules import Rules
 
 if TYPE_CHECKING:
@@ -118,11 +119,12 @@ def _anchor_of(rules: Rules, heading: Heading, given: dict[str, int]) -> str | N
         return None
     if heading.level not in rules.heading_levels:
         return None
-    text = (heading.spaced or heading.text) if rules.heading_text is None else rules.heading_text(heading)
+    text = spaced_text(heading) if rules.heading_text is None else rules.heading_text(heading)
     if rules.custom_id is not None:
-        own = re.search(rules.custom_id, heading.raw)
+        # All of these stand in braces.
+        own = re.search(rules.custom_id, heading.raw) if "{" in heading.raw else None
         if own is not None and own[1]:
             given.setdefault(own[1], 0)
             return own[1]
-        text = re.sub(rules.custom_id, "", text)
+        text = re.sub(rules.custom_id, "", text) if "{" in text else text
     return rules.repeats(rules.slug(text), given)

@@ -6,6 +6,7 @@ import re
 from collections.abc import Iterator
 
 from docmap.facts import DOLLARS, EMBED, FRONT_MATTER, WIKI, Facts, Heading, Link
+from docmap.headings import bare_text, spaced_text
 from docmap.repository import Repository
 from docmap.sites import slugs
 from docmap.sites.resolution import Resolution, found
@@ -42,15 +43,16 @@ def _as_compared(anchor: str) -> str:
 
 def _text(heading: Heading) -> str:
     """GitHub knows neither alternative texts nor comments, and keeps the spaces beside them."""
-    return heading.bare or heading.spaced or heading.text
+    return bare_text(heading) or spaced_text(heading)
 
 
 def _on_other_hosts(site: Site, page: str, facts: Facts) -> Iterator[str]:
     """Other hosts know alternative texts, or drop the spaces at the ends."""
     for heading in facts.headings:
-        if heading.bare:
+        bare = bare_text(heading)
+        if bare:
             yield slugs.github(heading.text)
-            yield slugs.github(heading.bare.strip())
+            yield slugs.github(bare.strip())
 
 
 RULES = Rules(

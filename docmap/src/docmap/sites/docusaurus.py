@@ -34,7 +34,7 @@ from docmap.sites.ways import (
 
 KIND = "docusaurus"
 
-_CONFIG = re.compile(r"(?:(.*)/)?docusaurus\.config\.[cm]?[jt]s")
+_CONFIG = "docusaurus.config", r"\.[cm]?[jt]s"
 _KNOWN = literals.words(
     """
     Tabs TabItem Admonition CodeBlock Details TOCInline Link Head BrowserOnly Translate Redirect
@@ -195,12 +195,12 @@ RULES = Rules(
 
 def find(repository: Repository) -> Iterator[str]:
     """The folders of all configurations."""
-    yield from configured(repository, _CONFIG)
+    yield from configured(repository, *_CONFIG)
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder. Its content may lie beside that folder, so its own root is around both."""
-    path = configured(repository, _CONFIG).get(root, "")
+    path = configured(repository, *_CONFIG).get(root, "")
     config = Script(path, repository.text).exported
     parts: list[_Part] = []
     redirects: dict[str, str] = {}

@@ -57,6 +57,7 @@ class _Lookup:
     def __init__(self, roots: Sequence[Root]) -> None:
         self.roots = roots
         self._index: dict[str, list[str]] = {}
+        self._paths: dict[str, tuple[str, str]] = {}
 
     def find(self, site: Site, path: str, source: str) -> Resolution | None:
         if not path:
@@ -91,7 +92,10 @@ class _Lookup:
         return self._index
 
     def _path_of(self, site: Site, page: str) -> tuple[str, str]:
-        return content_path(self.roots, page) or ("", site.within(page, site.content) or page)
+        if page not in self._paths:
+            outside = "", site.within(page, site.content) or page
+            self._paths[page] = content_path(self.roots, page) or outside
+        return self._paths[page]
 
 
 def _is_leaf(page: str) -> bool:

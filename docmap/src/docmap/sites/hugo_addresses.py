@@ -5,6 +5,7 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Collection, Mapping, Sequence
+from functools import lru_cache
 from typing import Any, NamedTuple
 
 from docmap.facts import Facts
@@ -52,6 +53,7 @@ class Pages:
     ) -> None:
         self.roots, self.languages, self.default = roots, languages, default
         self.permalinks, self.ugly = permalinks, ugly
+        self._tops = frozenset(root.folder for root in roots)
 
     def addresses(self, site: Site, page: str, facts: Facts) -> Sequence[str]:
         """Those of a page: its own or that of its path, and its aliases; () for what is part of a bundle."""
@@ -82,8 +84,7 @@ class Pages:
 
     def _in_leaf_bundle(self, site: Site, folder: str) -> bool:
         bundles = site.once(_leaf_bundles)
-        tops = {site.content, *(root.folder for root in self.roots)}
-        while folder and folder not in tops:
+        while bundles and folder and folder != site.content and folder not in self._tops:
             if folder in bundles:
                 return True
             folder = folder.rpartition("/")[0]
@@ -119,6 +120,7 @@ def forms(address: str) -> list[str]:
     return [address.rstrip("/") + "/", address.rstrip("/"), address.rstrip("/") + "/index.html"]
 
 
+@lru_cache(1024)
 def urlized(path: str) -> str:
     return _SPACES.sub("-", _NO_LETTERS.sub("", path)).lower()
 

@@ -5,7 +5,6 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Callable, Iterator, Mapping
-from dataclasses import replace
 from functools import partial
 from typing import Any
 
@@ -140,7 +139,7 @@ def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) ->
         resolution = site_file(site, place) if place in site.repository.files else None
         if resolution is None:
             return site.nothing_at(f"/{name}", source)
-        return replace(resolution, anchor=anchor)
+        return resolution._replace(anchor=anchor)
     target = _URL.sub(lambda match: "/" + match[1].lstrip("/"), link.path)
     target = _VARIABLE.sub(lambda match: _value(config, site, source, match), target)
     path, _, anchor = target.partition("#")
@@ -152,7 +151,7 @@ def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) ->
     resolution = at_address(site, site.normalised_address(path)) or _served_file(site, plain, source)
     if resolution is None:
         resolution = nothing_because(site, plain, source, f"no page or file at {path}")
-    return replace(resolution, anchor=anchor or None)
+    return resolution._replace(anchor=anchor or None)
 
 
 def _value(config: Mapping[str, Any], site: Site, source: str, match: re.Match[str]) -> str:

@@ -22,7 +22,7 @@ _STYLES = {
     "none": "/:categories/:title:output_ext",
 }
 # All fields that an address can follow from.
-_FIELDS = ("categor", "date", "permalink", "published", "redirect_from", "slug")
+_FIELDS = ("categories", "category", "date", "permalink", "published", "redirect_from", "slug")
 _POST = re.compile(r"(?:.*/)?_posts/(?:.*/)?(\d{4})-(\d{1,2})-(\d{1,2})-([^/]+)")
 
 

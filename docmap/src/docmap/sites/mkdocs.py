@@ -160,8 +160,8 @@ def _tab_anchors(
     slug: Callable[[str], str], combined: bool, site: Site, page: str, facts: Facts
 ) -> Iterable[str]:
     """Content tabs have anchors of their titles, or of heading and title."""
-    titles = [slug(title) for title in _TAB.findall(site.repository.text(page) or "")]
-    headings = [slug(heading.text) for heading in facts.headings] if combined and titles else []
+    titles = dict.fromkeys(map(slug, dict.fromkeys(_TAB.findall(site.repository.text(page) or ""))))
+    headings = dict.fromkeys(slug(heading.text) for heading in facts.headings) if combined and titles else ()
     yield from titles
     yield from (f"{heading}-{title}" for heading in headings for title in titles)
 

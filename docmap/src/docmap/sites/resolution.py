@@ -3,16 +3,14 @@
 from __future__ import annotations
 
 from collections.abc import Collection
-from dataclasses import dataclass
-from typing import Final
+from typing import Final, NamedTuple
 
 FOUND: Final = "found"
 MISSING: Final = "missing"
 DOUBTFUL: Final = "doubtful"
 
 
-@dataclass(frozen=True)
-class Resolution:
+class Resolution(NamedTuple):
     """Where a link leads.
 
     Found: `pages` are the documents that it may lead to (the likeliest first); without any, it leads to something

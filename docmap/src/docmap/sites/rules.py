@@ -7,7 +7,8 @@ module. A link is resolved by the first of its ways that has an answer; `ways` h
 from __future__ import annotations
 
 from collections.abc import Callable, Iterable, Mapping, Sequence
-from dataclasses import dataclass, field, replace
+from copy import copy
+from dataclasses import dataclass, field
 from typing import TYPE_CHECKING, Final
 
 from docmap.facts import FRONT_MATTER, Construct, Facts, Heading, Link
@@ -69,7 +70,7 @@ def last_of_path(anchor: str) -> str:
 
 @dataclass(frozen=True)
 class Rules:
-    """What holds for all sites of one kind, or, by `replace`, for one site whose configuration says otherwise."""
+    """What holds for all sites of one kind, or, by `changed`, for one site whose configuration says otherwise."""
 
     kind: str  # as messages and settings name it: "mdbook"
     ways: Mapping[str, Sequence[Way]]  # by form of link; a form that is missing has the ways of "link"
@@ -127,7 +128,7 @@ class Rules:
         None  # what `slug` gets, when it is not the heading's text
     )
     repeats: Callable[[str, dict[str, int]], str] = field(default_factory=numbered)
-    # Found at the end of a heading's text: group 1 is its id, and all of the match no text of the heading.
+    # Found at the end of a heading's text, in braces: group 1 is its id, and all of the match no text of the heading.
     custom_id: str | None = None
     compare: Callable[[str], str] = as_it_is  # anchors are equal when these are
     case_doubt: str | None = None  # why an anchor that is equal, but for letter case, is doubtful, if so
@@ -158,4 +159,7 @@ class Rules:
 
     def changed(self, **fields: object) -> Rules:
         """These rules with some of them changed."""
-        return replace(self, **fields)  # type: ignore[arg-type]
+        # A repository can hold hundreds of sites, and `replace` asks for every field.
+        changed = copy(self)
+        changed.__dict__.update(fields)
+        return changed

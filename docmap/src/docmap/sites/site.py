@@ -52,6 +52,7 @@ class Site:
         self._anchors: dict[str, Anchors] = {}
         self._facts: dict[str, Facts] = {}
         self._once: dict[object, object] = {}
+        self._effects: dict[tuple[str, str], Effect] = {}
 
     def once(self, work: Callable[[Site], _T]) -> _T:
         """What `work` finds of this site; it is asked once."""
@@ -62,8 +63,10 @@ class Site:
     def facts(self, path: str) -> Facts | None:
         """What a document holds, with what is Markdown to this site though the grammar calls it code."""
         facts = self.repository.facts(path)
+        if facts is None or not facts.bodies:
+            return facts
         more = self.rules.bodies_by_suffix.get(posixpath.splitext(path)[1], ())
-        if facts is None or not facts.bodies or not (self.rules.bodies or more):
+        if not (self.rules.bodies or more):
             return facts
         if path not in self._facts:
             self._facts[path] = facts.with_bodies((*self.rules.bodies, *more))
@@ -199,7 +202,8 @@ class Site:
         these find a page by name; else None, and [[text]] is text."""
         if self.rules.wiki_links:
             return self
-        vault: Site = import_module("docmap.sites.vault").make(self.repository, self.content)
+        module = import_module("docmap.sites.vault")
+        vault: Site = module.make(self.repository, self.content)
         vault.pages = self.pages
         pages = [page for page in self.pages if self.repository.may_hold(page, b"[[")]
         self.repository.read_ahead(pages)
@@ -210,7 +214,7 @@ class Site:
             for link in facts.links
             if link.form == WIKI and link.path and link.inside is None
         ]
-        finds = sum(vault.resolve(link, page).outcome == FOUND for link, page in links)
+        finds = sum(module.finds(vault, link, page) for link, page in links)
         return vault if finds >= _FEWEST_WIKI_LINKS and 2 * finds > len(links) else None
 
     # --- Links ---
@@ -263,7 +267,7 @@ class Site:
                 posixpath.join(folder, path.lstrip("/")) for folder in (self.content, *self.rules.static)
             ]
         for place in places:
-            why = self.repository.doubt(posixpath.normpath(place))
+            why = self.repository.doubt(self.normalised_path(place))
             if why is not None:
                 return doubtful(why)
         return missing()
@@ -294,6 +298,12 @@ class Site:
         place = posixpath.normpath(posixpath.join(posixpath.dirname(source), path))
         return "" if place == "." else place
 
+    @staticmethod
+    @lru_cache(_REMEMBERED)
+    def normalised_path(path: str) -> str:
+        """A path without "." and "..", as far as there are folders for these."""
+        return posixpath.normpath(path)
+
     # --- Anchors ---
 
     def anchors(self, page: str) -> Anchors:
@@ -304,5 +314,9 @@ class Site:
 
     def effect_of(self, construct: Construct) -> Effect:
         """What a construct does to a page of this site."""
-        effects = self.rules.effects
-        return effects.get(f"{construct.form}:{construct.name}") or effects.get(construct.form, NO_EFFECT)
+        key = construct.form, construct.name
+        if key not in self._effects:
+            effects = self.rules.effects
+            named = effects.get(f"{construct.form}:{construct.name}")
+            self._effects[key] = named or effects.get(construct.form, NO_EFFECT)
+        return self._effects[key]

@@ -4,24 +4,39 @@ from __future__ import annotations
 
 import re
 import unicodedata
-from collections.abc import Callable
+from collections.abc import Callable, Collection
+from functools import lru_cache
 
 # Letters, vowel signs, digits and connectors such as "_": what the code hosts count as part of a word.
 _WORD = frozenset({"Lu", "Ll", "Lt", "Lm", "Lo", "Mn", "Mc", "Me", "Nd", "Nl", "Pc"})
 _LETTER = frozenset({"Lu", "Ll", "Lt", "Lm", "Lo"})
 _LETTER_OR_DIGIT = _LETTER | {"Nd"}
+_MARK = frozenset({"Mn", "Mc", "Me"})
 
 
-def _kept(text: str, keeps: Callable[[str], bool], spaces: str = " ") -> str:
-    """`text` with "-" for spaces, and without the characters that are neither kept nor "-"."""
-    return "".join(
-        "-" if char in spaces else char for char in text if char in spaces or char == "-" or keeps(char)
-    )
+class _Kept(dict[int, str]):
+    """For `str.translate`: "-" for spaces, and nothing for characters that are neither kept nor "-"."""
+
+    def __init__(self, categories: Collection[str], also: str = "", spaces: str = " ") -> None:
+        """`categories`: those of Unicode whose characters are kept, as are those in `also`."""
+        super().__init__({ord(char): "-" for char in spaces} | {ord(char): char for char in "-" + also})
+        self._categories = categories
+
+    def __missing__(self, code: int) -> str:
+        char = chr(code)
+        self[code] = char if unicodedata.category(char) in self._categories else ""
+        return self[code]
+
+
+_GITHUB = _Kept(_WORD)
+_HUGO = _Kept(_LETTER_OR_DIGIT, "_", " \t")
+# What counts as a letter there takes most marks, but not viramas; `without_marks` makes the two equal.
+_MDBOOK = _Kept(_LETTER | _MARK | {"Nd", "Nl", "No"}, "_", " \t\n\r\u00a0")
 
 
 def github(text: str) -> str:
     """The code hosts', and all that follow them (Docusaurus, Starlight, MyST, kramdown's GFM)."""
-    return _kept(text.lower(), lambda char: unicodedata.category(char) in _WORD)
+    return text.lower().translate(_GITHUB)
 
 
 def gitlab(text: str) -> str:
@@ -32,10 +47,7 @@ def gitlab(text: str) -> str:
 
 def hugo(text: str) -> str:
     """Hugo's `github`: letters, digits and "_"; so vowel signs, which are marks, are lost."""
-    kept = _kept(
-        text.strip(), lambda char: char == "_" or unicodedata.category(char) in _LETTER_OR_DIGIT, " \t"
-    )
-    return kept.lower() or "heading"
+    return text.strip().translate(_HUGO).lower() or "heading"
 
 
 def hugo_ascii(text: str) -> str:
@@ -66,8 +78,16 @@ def python_markdown_unicode(text: str, separator: str = "-") -> str:
 
 
 def _python_markdown(text: str, separator: str) -> str:
-    kept = re.sub(r"[^\w\s-]", "", text).strip().lower()
-    return re.sub(rf"[{re.escape(separator)}\s]+", lambda _: separator, kept)
+    kept = _NO_WORD.sub("", text).strip().lower()
+    return _separators(separator).sub(lambda _: separator, kept)
+
+
+_NO_WORD = re.compile(r"[^\w\s-]")
+
+
+@lru_cache
+def _separators(separator: str) -> re.Pattern[str]:
+    return re.compile(rf"[{re.escape(separator)}\s]+")
 
 
 def pymdown(case: str = "", separator: str = "-") -> Callable[[str], str]:
@@ -95,18 +115,12 @@ def mdit(text: str) -> str:
 
 def mdbook(text: str) -> str:
     """mdBook's: letters and digits of all scripts, "_"; every white space becomes one "-"."""
-    # What counts as a letter there takes most marks, but not viramas; `without_marks` makes the two equal.
-    slug = _kept(
-        text.strip().lower(),
-        lambda char: unicodedata.category(char)[0] in "LNM" or char == "_",
-        " \t\n\r\u00a0",
-    )
-    return slug or "section"
+    return text.strip().lower().translate(_MDBOOK) or "section"
 
 
 def without_marks(text: str) -> str:
     """`text` without combining marks: equal for all ways of treating vowel signs."""
-    return "".join(char for char in text if unicodedata.category(char)[0] != "M")
+    return text if text.isascii() else "".join(c for c in text if unicodedata.category(c) not in _MARK)
 
 
 def zola(text: str) -> str:
@@ -133,4 +147,4 @@ def vault(text: str) -> str:
 
 
 def _ascii(text: str) -> str:
-    return unicodedata.normalize("NFKD", text).encode("ascii", "ignore").decode("ascii")
+    return text if text.isascii() else unicodedata.normalize("NFKD", text).encode("ascii", "ignore").decode()

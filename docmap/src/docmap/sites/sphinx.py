@@ -200,7 +200,7 @@ def _names(facts: Facts) -> Iterable[str]:
     for construct in facts.constructs:
         yield from _named(construct)
     for heading in facts.headings:
-        own = re.search(_CUSTOM_ID, heading.raw)
+        own = re.search(_CUSTOM_ID, heading.raw) if "{" in heading.raw else None
         if own is not None:
             yield own[1]
 
@@ -213,7 +213,7 @@ def _named(construct: Construct) -> Iterable[str]:
 def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
     """The ids that docutils gives sections, and to targets and terms."""
     for heading in facts.headings:
-        yield slugs.docutils(re.sub(_CUSTOM_ID, "", heading.text))
+        yield slugs.docutils(re.sub(_CUSTOM_ID, "", heading.text) if "{" in heading.text else heading.text)
     for named in (*facts.targets, *facts.terms):
         yield slugs.docutils(named.name)
     yield from (f"term-{named.name.replace(' ', '-')}" for named in facts.terms)

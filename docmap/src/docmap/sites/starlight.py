@@ -30,7 +30,7 @@ from docmap.sites.ways import (
 
 KIND = "starlight"
 
-_CONFIG = re.compile(r"(?:(.*)/)?astro\.config\.[cm]?[jt]s")
+_CONFIG = "astro.config", r"\.[cm]?[jt]s"
 _KNOWN = literals.words(
     """
     Aside Badge Card CardGrid Code FileTree Icon LinkButton LinkCard Steps Tabs TabItem Fragment Image
@@ -115,14 +115,14 @@ RULES = Rules(
 
 def find(repository: Repository) -> Iterator[str]:
     """The folders of all configurations of Astro that name Starlight."""
-    for root, path in configured(repository, _CONFIG).items():
+    for root, path in configured(repository, *_CONFIG).items():
         if "@astrojs/starlight" in (repository.text(path) or ""):
             yield root
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
-    path = configured(repository, _CONFIG).get(root, "")
+    path = configured(repository, *_CONFIG).get(root, "")
     script = Script(path, repository.text)
     config, starlight = script.exported, script.arguments("starlight")
     source = posixpath.normpath(posixpath.join(root, literals.text(config, "srcDir", otherwise="src")))

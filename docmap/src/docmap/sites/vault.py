@@ -7,9 +7,10 @@ import re
 from collections.abc import Iterable, Iterator
 
 from docmap.facts import DOLLARS, EMBED, FRONT_MATTER, IMAGE, NOTE_COMMENT, SRC, WIKI, Facts, Link
+from docmap.headings import spaced_text
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
-from docmap.sites.resolution import Resolution, doubtful, found, made_perhaps
+from docmap.sites.resolution import FOUND, Resolution, doubtful, found, made_perhaps
 from docmap.sites.rules import Rules
 from docmap.sites.site import Site
 from docmap.sites.ways import file_beside, itself, site_file
@@ -59,7 +60,7 @@ def _aliases(site: Site) -> dict[str, list[str]]:
     site.repository.read_ahead(pages)
     for page in pages:
         facts = site.facts(page)
-        fields = facts.fields_with("alias") if facts is not None else {}
+        fields = facts.fields_with("alias", "aliases") if facts is not None else {}
         for name in (*literals.texts(fields.get("aliases")), *literals.texts(fields.get("alias"))):
             aliases.setdefault(name.casefold(), []).append(page)
     return aliases
@@ -115,13 +116,22 @@ def _distance(page: str, source: str) -> tuple[int, str]:
 def _slugs(site: Site, page: str, facts: Facts) -> Iterable[str]:
     """Markdown links to headings are also written as code hosts do."""
     for heading in facts.headings:
-        yield slugs.github(heading.spaced or heading.text)
+        yield slugs.github(spaced_text(heading))
         # Note programs keep the source of a heading: "See [x](y)" is "See x y".
         yield heading.raw
 
 
-# How wiki links find notes; also where another kind of site makes pages of the notes.
-NAMES = (itself, _by_name, _from_folder, _folder_note, _alias)
+# How wiki links find notes; also where another kind of site makes pages of the notes. What an alias finds is doubtful.
+_SURE = (itself, _by_name, _from_folder, _folder_note)
+NAMES = (*_SURE, _alias)
+
+
+def finds(site: Site, link: Link, source: str) -> bool:
+    """Whether a wiki link surely finds something, for which no aliases are read."""
+    resolutions = (way(site, link, source) for way in _SURE)
+    first = next((resolution for resolution in resolutions if resolution is not None), None)
+    return first is not None and first.outcome == FOUND
+
 
 RULES = Rules(
     kind=KIND,

@@ -33,7 +33,7 @@ from docmap.sites.ways import (
 
 KIND = "vitepress"
 
-_CONFIG = re.compile(r"(?:(.*)/)?\.vitepress/config(?:/index)?\.(?:[cm]?[jt]s|json)")
+_CONFIG = ".vitepress/config", r"(?:/index)?\.(?:[cm]?[jt]s|json)"
 _KNOWN = literals.words(
     """
     Badge Content ClientOnly Transition TransitionGroup KeepAlive Suspense Teleport VPButton
@@ -105,12 +105,12 @@ RULES = Rules(
 
 def find(repository: Repository) -> Iterator[str]:
     """The folders that .vitepress lies in."""
-    yield from configured(repository, _CONFIG)
+    yield from configured(repository, *_CONFIG)
 
 
 def make(repository: Repository, root: str) -> Site | None:
     """The site in a folder."""
-    path = configured(repository, _CONFIG).get(root, "")
+    path = configured(repository, *_CONFIG).get(root, "")
     script = Script(path, repository.text)
     config = script.exported
     content = posixpath.normpath(posixpath.join(root, literals.text(config, "srcDir")))

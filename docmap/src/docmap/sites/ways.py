@@ -34,11 +34,12 @@ def folders_of(repository: Repository, *names: str) -> Iterator[str]:
             yield folder
 
 
-def configured(repository: Repository, pattern: re.Pattern[str]) -> dict[str, str]:
-    """The folders (group 1 of the pattern of a path) with the first file in each that configures a site."""
+def configured(repository: Repository, name: str, suffixes: str) -> dict[str, str]:
+    """The folders with the first file in each that configures a site: how its path ends, suffixes as a pattern."""
     found: dict[str, str] = {}
-    for path in repository.files:
-        match = pattern.fullmatch(path)
+    # Looking for a text first takes a fifth of the time.
+    for path in (path for path in repository.files if name in path):
+        match = re.fullmatch(rf"(?:(.*)/)?{re.escape(name)}{suffixes}", path)
         if match is not None:
             found.setdefault(match[1] or "", path)
     return found
@@ -56,14 +57,14 @@ def file_beside(site: Site, link: Link, source: str) -> Resolution | None:
 
 def file_from_root(site: Site, link: Link, source: str) -> Resolution | None:
     """A path that begins with a slash, from the repository's root."""
-    return site_file(site, posixpath.normpath(link.path).lstrip("/")) if link.path.startswith("/") else None
+    return site_file(site, site.normalised_path(link.path).lstrip("/")) if link.path.startswith("/") else None
 
 
 def file_from_content(site: Site, link: Link, source: str) -> Resolution | None:
     """A path that begins with a slash, from the site's content root."""
     if not link.path.startswith("/"):
         return None
-    return site_file(site, posixpath.normpath(posixpath.join(site.content, link.path.lstrip("/"))))
+    return site_file(site, site.normalised_path(posixpath.join(site.content, link.path.lstrip("/"))))
 
 
 def site_file(site: Site, place: str) -> Resolution | None:

@@ -136,9 +136,11 @@ def find(repository: Repository) -> Iterator[str]:
     """The folders with a configuration of Zola's and a folder of content."""
     for path in repository.files:
         folder, _, name = path.rpartition("/")
+        if name not in {"config.toml", "zola.toml"}:
+            continue
         has_content = posixpath.join(folder, "content") in repository.folders
-        if name in {"config.toml", "zola.toml"} and has_content:
-            yield from [folder] if "base_url" in literals.toml(repository.text(path)) else ()
+        if has_content and "base_url" in literals.toml(repository.text(path)):
+            yield folder
 
 
 def make(repository: Repository, root: str) -> Site | None:
