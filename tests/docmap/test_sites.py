@@ -277,7 +277,7 @@ SITES = [
     site("vitepress", VITEPRESS, "docs/guide/page.md", {
         "[x](./)": OK, "[x](/guide/)": OK, "[x](/guide)": OK, "[x](./page.html)": OK, "[x](page.md)": OK,
         "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,
-        "[x](/was)": OK, "[x](/older/x)": OK, "[x](draft.md)": BROKEN, "[x](/posts/one)": DOUBTFUL,
+        "[x](/was)": OK, "[x](/older/x)": OK, "[x](draft.md)": BROKEN, "[x](/posts/one)": DOUBTFUL, "<a\n  class='x'\n  href='/none'>x</a>": BROKEN,
         "![x](y.png)": OK, "![x](/x.png)": OK, "![x](./x.png)": BROKEN, "[x](./#uber-1-2-ok)": OK, "[x](./#_1st)": OK,
         "[x](./#own)": OK, "[x](./#Own)": OK, "[x](./#included)": OK, "[x](./#nope)": BROKEN, "[x](/a#nope)": DOUBTFUL,
         "[x](/pkg/b#nope)": BROKEN,
@@ -295,6 +295,16 @@ SITES = [
     site("docusaurus with hooks", {**DOCUSAURUS, "site/docusaurus.config.js": "module.exports = { markdown: { hooks: { a() {} } },\n"
         " presets: [['classic', { docs: { path: '../docs' } }]] };\n"},
         "docs/page.md", {"[x](../site/blog/2024-05-06-post.md)": DOUBTFUL, "[x](../site/versioned_docs/version-1.0/a.md)": OK}),
+    site("vitepress: a home page", VITEPRESS, "docs/zh/index.md", {
+        "    - link: /guide/": OK, "    - {text: x, link: guide/}": BROKEN, "    - link: guide/page": BROKEN, "    - link: pkg/b": OK, "    - link: /guied/": BROKEN,
+        "    - link: https://x.org": OK, "  image: {src: /x.png}": OK, "next: {text: b, link: /pkg/bb}": BROKEN, "other: {link: /none}": OK, "---": OK,
+    }, "---\nlayout: home\nhero:\n  actions:\n"),
+    site("vitepress: a theme of one's own", {**VITEPRESS, "docs/.vitepress/theme/index.ts": "export default {}"}, "docs/index.md",
+        {"    - link: /guied/": OK, "---": OK}, "---\nlayout: home\nhero:\n  actions:\n"),
+    site("starlight: a home page", STARLIGHT, "src/content/docs/index.mdx", {
+        "  image: {file: ../../assets/x.png}": OK, "  image: {file: ../../assets/z.png}": BROKEN, "  actions: [{link: /a/}, {link: /aa/}]": BROKEN,
+        "prev:\n  link: /b/": OK, "next: a": OK, "---": OK,
+    }, "---\nhero:\n"),
     site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
         "[x](/a/)": OK, "[x](/a)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a.mdx)": BROKEN, "[x](/b/)": OK,
         "[x](/some-guide/b/)": BROKEN, "[x](/some-guide/c/)": OK, "[x](/de/a/)": OK, "[x](/fr/a/)": BROKEN, "[x](/about/)": OK, "[x](/old/)": OK,
@@ -392,7 +402,15 @@ SITES = [
         "docs/page.md", {"{ref}`none`": BROKEN, "{doc}`made`": DOUBTFUL}),
     site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
         "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
-        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": DOUBTFUL, "{ref}`the-targat`": DOUBTFUL}),
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": BROKEN, "{ref}`the-targat`": DOUBTFUL}),
+    site("sphinx: documents of other projects", {**SPHINX, "docs/conf.py": "import myst_parser\n"
+        "extensions = ['sphinx.ext.intersphinx']\nintersphinx_disabled_reftypes = []\n"}, "docs/page.md", {"{doc}`none`": DOUBTFUL}),
+    *[
+        site(f"sphinx: documents that autodoc2 and {'' if degree else 'no '}summaries make", {"conf.py": "extensions = "
+            "['myst_parser', 'autodoc2', 'sphinx.ext.autosummary']\nautodoc2_output_dir = 'made'\n", "api.rst": text}, "page.md",
+            {"{doc}`made/a/b`": DOUBTFUL, "{doc}`other`": degree or BROKEN, "```{toctree}\nmade/x\n```": DOUBTFUL})
+        for text, degree in [(".. autosummary::\n   :nosignatures:\n   :toctree: x\n", DOUBTFUL), (".. autosummary::\n\n   x\n", None)]
+    ],
     site("sphinx with names of other projects", SPHINX, "docs/sub/page.md", {
         "[x](a.mutable)": DOUBTFUL, "[x](rest-api)": DOUBTFUL, "[x](genindex)": OK, "[x](from-rst)": OK, "[x](none.md)": BROKEN,
         "[x](sub/name)": BROKEN, "[x](./name)": BROKEN, "[x](name.html)": BROKEN,

@@ -152,11 +152,20 @@ def links_of_element(element: Element, line: int) -> Iterator[Link]:
     for attribute, form in _LEADS.items():
         target = element.attributes.get(attribute)
         if target and not (attribute == "to" and element.name != "Link"):
-            link = link_of(form, line, target)
+            link = link_of(form, line + _lines_before(attribute, element.written), target)
             if link is not None:
                 # What these lead to is loaded into the page.
                 loaded = form == HREF and element.name.lower() in {"use", "image", "link"}
                 yield link._replace(form=SRC) if loaded else link
+
+
+def _lines_before(attribute: str, written: str) -> int:
+    """How many lines of an element stand before that of an attribute."""
+    if "\n" not in written:
+        return 0
+    tag = written.encode()
+    begins = (match.start(1) for match in _ATTRIBUTE.finditer(tag) if match[1].decode().lower() == attribute)
+    return tag.count(b"\n", 0, next(begins, 0))
 
 
 def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels) -> Found:

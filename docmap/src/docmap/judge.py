@@ -120,7 +120,7 @@ class Judge:
         hidden = lines_of(facts.spans, site.rules.literal - {"comment"})
         # A link that is written as one before it leads where that led.
         known: dict[Link, Judgement] = {}
-        for link in facts.links:
+        for link in site.links_of(facts):
             if link.line in hidden:
                 continue
             reader = site.notes if link.form in {WIKI, EMBED} else site

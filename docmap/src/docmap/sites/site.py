@@ -17,6 +17,7 @@ from docmap.facts import WIKI, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import anchors
 from docmap.sites.anchors import Anchors
+from docmap.sites.fields import links_of_fields
 from docmap.sites.resolution import BESIDE, FOUND, Resolution, doubtful, found, made_perhaps, missing
 from docmap.sites.rules import NO_EFFECT, Effect, Rules
 
@@ -214,6 +215,12 @@ class Site:
         return vault if finds >= _FEWEST_WIKI_LINKS and 2 * finds > len(links) else None
 
     # --- Links ---
+
+    def links_of(self, facts: Facts) -> list[Link]:
+        """The links of a document: those of front matter that the theme shows, then those of its text."""
+        if self.rules.fields is None or not facts.front_matter:
+            return facts.links
+        return links_of_fields(facts, self.rules.fields(facts)) + facts.links
 
     def resolve(self, link: Link, source: str) -> Resolution:
         """Where a link of the file `source` leads; links with an empty path lead to `source` itself."""
