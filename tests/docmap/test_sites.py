@@ -332,6 +332,11 @@ SITES = [
         '[x]({{< ref "b#b" >}})': OK, '[x]({{< ref "b#b-de" >}})': BROKEN, '[x]({{< ref path="only" lang="de" >}})': OK,
     }),
     site("hugo, between its folders of content", HUGO_LANGUAGES, "README.md", {"[x](content.de/b.md)": OK, "[x](/b/)": BROKEN}),
+    *[
+        site(f"documents of Docusaurus 1: {page}", {"website/siteConfig.js": "customDocsPath: 'x/pages',", "pages/a.md": ""}, page,
+            {"[x](/docs/a.html)": degree, "[x](/b.html)": degree})
+        for page, degree in [("pages/b.md", DOUBTFUL), ("website/blog/b.md", DOUBTFUL), ("other/b.md", BROKEN)]
+    ],
     site("zola", ZOLA, "content/page.md", {
         "[x](@/blog/2024-05-06-Some_post.md)": OK, "[x](@/blog/2024-05-06-Some_post.md#what-s-new)": OK,
         "[x](@/blog/2024-05-06-Some_post.md#own)": OK, "[x](@/blog/2024-05-06-Some_post.md#nope)": BROKEN,
@@ -400,6 +405,10 @@ SITES = [
         "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`the-targat`": BROKEN, "{doc}`none`": DOUBTFUL, "```{image} none.png\n```": DOUBTFUL, "{doc}`indxe`": BROKEN}),
     site("sphinx: documents that conf.py writes", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser']\nopen('made.md', 'w')\n"},
         "docs/page.md", {"{ref}`none`": BROKEN, "{doc}`made`": DOUBTFUL}),
+    site("sphinx: directives that conf.py adds", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser']\n"
+        "def setup(app):\n    app.add_directive('x', X)\n"}, "docs/page.md", {"{ref}`none`": DOUBTFUL, "{doc}`none`": BROKEN}),
+    site("sphinx: events that conf.py handles", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser']\n"
+        "def setup(app):\n    app.connect('builder-inited', x)\n"}, "docs/page.md", {"{doc}`none`": DOUBTFUL}),
     site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
         "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
         "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": BROKEN, "{ref}`the-targat`": DOUBTFUL}),
@@ -538,6 +547,8 @@ SITES = [
         "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
         "*[[ip:][port]:]path*": OK, "a [host][port]:] b": OK, "[Task 1][Task 2]": OK, "[one 1][two 1]": BROKEN, "[see [x][none]]": BROKEN, "[![x][none]](a.md)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
+        "[one] and [two one], [`three`]": OK, "x [not one] y": DOUBTFUL, "[1], [ab](a.md), `[not two]`, \\[no], [no]{.x}, ![no]": OK, "[`Code`]": OK,
+        "[some]\n[one]": OK, "[one]: a.md\n[two one]: a.md\n[`Three`]: a.md\n[four]: a.md": OK, "[four], [two  one], [Four] and [five]\n\n[five]: a.md": OK,
         "x <!-- a --> [x](#none)": BROKEN, "x <!-- [x](#n%C3%B6) -->": OK,
     }),
 ]  # fmt: skip

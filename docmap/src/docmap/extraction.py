@@ -5,6 +5,7 @@ from __future__ import annotations
 import html
 import re
 from collections.abc import Collection, Iterable, Iterator
+from heapq import merge
 from itertools import chain
 from types import SimpleNamespace
 from typing import Any, cast
@@ -39,7 +40,16 @@ from docmap.facts import (
 )
 from docmap.headings import holds_image, texts_of_headings, with_spaces, without_images
 from docmap.ignored import ignored_spans
-from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
+from docmap.inline import (
+    Element,
+    Labels,
+    elements_of,
+    link_of,
+    links_of_element,
+    read_inline,
+    same_label,
+    undefined_shortcuts,
+)
 from docmap.names import read_names
 from docmap.nodes import level_of, nodes_by_kind, ranges_of
 from docmap.notes import Region, Target, read_regions
@@ -87,6 +97,8 @@ class _Reader:
         self._source = Source(self._data)
         self._line_of = self._source.line_of
         self._facts = Facts()
+        # Where brackets stand alone without a definition, as if they were links.
+        self._shortcuts: list[int] = []
 
     def read(self) -> tuple[Facts, list[Symbol]]:
         root = parse_bytes(self._data)
@@ -180,6 +192,7 @@ class _Reader:
         self._facts.labels = list(labels)
         if labels:
             self._labels = (*self._labels, frozenset(labels))
+            self._shortcuts = undefined_shortcuts(self._data, self._source.code, self._labels)
         if self._facts.footnotes:
             self._notes = (*self._notes, frozenset(same_label(note.name) for note in self._facts.footnotes))
 
@@ -230,17 +243,18 @@ class _Reader:
         comments: list[tuple[int, int]] = []
         ranges = Ranges(((region.begin, region.end) for region in regions), joined=False)
         kinds = {(region.begin, region.end): region.kind for region in regions}
-        signs = _INLINE_SIGN.finditer(self._data)
+        signs = merge((match.start() for match in _INLINE_SIGN.finditer(self._data)), self._shortcuts)
+        shortcuts = frozenset(self._shortcuts)
         sign = next(signs, None)
         for node in nodes:
             begin, end = node.start_byte, node.end_byte
-            while sign is not None and sign.start() < begin:
+            while sign is not None and sign < begin:
                 sign = next(signs, None)
             if sign is None:
                 break
-            if sign.start() >= end:
+            if sign >= end:
                 continue
-            found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes)
+            found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes, shortcuts)
             for position, link in found.links:
                 around = ranges.around(position)
                 self._facts.links.append(link if around is None else link._replace(inside=kinds[around]))

@@ -8,12 +8,27 @@ from __future__ import annotations
 
 import html
 import re
-from collections.abc import Callable, Iterator
+from collections.abc import Callable, Collection, Iterator
 from typing import NamedTuple
 from urllib.parse import unquote
 
 from docmap.directives import LONGEST_ROLE, ROLE, link_of_role
-from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, LINK, SCHEME, SRC, TEMPLATE, WIKI, WWW, Link
+from docmap.facts import (
+    EMBED,
+    FOOTNOTE,
+    HREF,
+    IMAGE,
+    LABEL,
+    LINK,
+    SCHEME,
+    SHORTCUT,
+    SRC,
+    TEMPLATE,
+    WIKI,
+    WWW,
+    Link,
+)
+from docmap.ranges import Ranges
 
 # Web addresses, mail addresses and the like; also "//host/path", which takes over the page's scheme.
 _EXTERNAL = re.compile(r"(?:[A-Za-z][A-Za-z0-9+.-]*:|//)")
@@ -64,6 +79,14 @@ _BACKTICKS = re.compile(rb"`+")
 _DIGITS = re.compile(rb"[0-9]+")
 _LONGEST_LABEL = 999
 _LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
+
+
+# Words in brackets with nothing before or after that would make something else of them.
+_SHORTCUT = re.compile(
+    rb"(?<![\]\[\\!$@\w])\[((?=[\w`*\"\x80-\xff])[^\[\]\n]{2,80})\](?![\[(:{\]]|[ \n][ \t>]{0,20}\[)"
+)
+_AFTER_BRACKET = re.compile(rb"\][ \t]*\n?[ \t>]*\Z")
+_FEWEST_SHORTCUTS = 3
 
 
 class Element(NamedTuple):
@@ -168,9 +191,44 @@ def _lines_before(attribute: str, written: str) -> int:
     return tag.count(b"\n", 0, next(begins, 0))
 
 
-def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels) -> Found:
-    """Read one run of inline Markdown; `labels` and `notes` are those that are defined."""
-    return _Scanner(data, begin, end, line_of, labels, notes).found
+def undefined_shortcuts(data: bytes, code: Ranges, labels: Labels) -> list[int]:
+    """Where words in brackets stand alone without a definition, in a text that defines most of what stands so.
+
+    Words that begin with a code span are compared with such alone: a program's own names often stand in brackets.
+    """
+    defined: tuple[set[str], set[str]] = (set(), set())
+    others: tuple[dict[int, str], dict[int, str]] = ({}, {})
+    for match in _SHORTCUT.finditer(data):
+        label = same_label(match[1].decode("utf-8", "replace"))
+        # Some programs take "[text] [label]" for a reference, be it in two lines.
+        is_second = _AFTER_BRACKET.search(data, max(match.start() - 24, 0), match.start()) is not None
+        if is_second or match.start() in code or label.isdigit():
+            continue
+        is_code = label.startswith("`")
+        if any(label in some for some in labels):
+            defined[is_code].add(label)
+        else:
+            others[is_code][match.start()] = label
+    return sorted(
+        position
+        for known, unknown in zip(defined, others, strict=True)
+        if len(known) >= max(_FEWEST_SHORTCUTS, 2 * len({*unknown.values()}))
+        for position in unknown
+    )
+
+
+def read_inline(
+    data: bytes,
+    begin: int,
+    end: int,
+    line_of: LineOf,
+    labels: Labels,
+    notes: Labels,
+    shortcuts: Collection[int] = (),
+) -> Found:
+    """Read one run of inline Markdown; `labels` and `notes` are those that are defined, `shortcuts` as
+    `undefined_shortcuts` finds them."""
+    return _Scanner(data, begin, end, line_of, labels, notes, shortcuts).found
 
 
 class CodeSpans:
@@ -196,10 +254,17 @@ class _Scanner:
     """Goes through a run once, as CommonMark does: brackets are kept until their end is found."""
 
     def __init__(
-        self, data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels
+        self,
+        data: bytes,
+        begin: int,
+        end: int,
+        line_of: LineOf,
+        labels: Labels,
+        notes: Labels,
+        shortcuts: Collection[int],
     ) -> None:
         self._data, self._end, self._line_of = data, end, line_of
-        self._labels, self._notes = labels, notes
+        self._labels, self._notes, self._shortcuts = labels, notes, shortcuts
         self.found = Found([], [], [])
         # Where each open bracket is, and whether it is an image's.
         self._open: list[tuple[int, bool]] = []
@@ -272,6 +337,8 @@ class _Scanner:
                 elif start - opened <= _LONGEST_LABEL:
                     self._add_label(opened, LABEL, self._data[opened + 1 + is_image : start], self._labels)
                 return label.end()
+        elif opened in self._shortcuts:
+            self._add_label(opened, SHORTCUT, self._data[opened + 1 : start], self._labels)
         return after
 
     def _is_text(self, opened: int) -> bool:

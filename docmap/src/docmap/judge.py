@@ -23,6 +23,7 @@ from docmap.facts import (
     LABEL,
     REF,
     SCHEME,
+    SHORTCUT,
     SRC,
     TEMPLATE,
     TOC,
@@ -52,6 +53,7 @@ _LOWEST_LIKENESS = 0.7
 _MOST_DISTANCES = 500_000
 _PICTURES = (".png", ".jpg", ".jpeg", ".gif", ".svg", ".webp", ".ico")
 # Forms that are text wherever no rules are for them.
+_PERHAPS_TEXT = "text in brackets, or a link as most brackets of this document are?"
 _OF_SOME_SITES = frozenset({SCHEME, DOC, TOC, REF, FILE})
 
 
@@ -187,7 +189,7 @@ class Judge:
     def _judge_in(self, site: Site, link: Link, path: str, source: str, facts: Facts) -> Judgement:
         if link.form in {WIKI, EMBED}:
             site = site.notes or site
-        if link.form in {LABEL, FOOTNOTE}:
+        if link.form in {LABEL, SHORTCUT, FOOTNOTE}:
             return Judgement(link, None, self._judge_label(site, link, path, facts))
         for pattern, why in site.rules.filled_in.items():
             if re.search(pattern, link.written):
@@ -271,7 +273,7 @@ class Judge:
         return Judgement(link, target, _finding(link, path, message, suggestion, doubt, site))
 
     def _judge_label(self, site: Site, link: Link, path: str, facts: Facts) -> Finding | None:
-        if link.form == LABEL:
+        if link.form in {LABEL, SHORTCUT}:
             # One character or a number in brackets is an index, in prose about programs.
             if not site.rules.labels or len(link.path) < 2 or link.path.isdigit():
                 return None
@@ -281,7 +283,8 @@ class Judge:
                 return None
             close = self._spelling.closest(link.path.casefold(), Names(facts.labels), _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'
-            return _finding(link, path, message, close, site.rules.any_label, site)
+            doubt = site.rules.any_label or (_PERHAPS_TEXT if link.form == SHORTCUT else None)
+            return _finding(link, path, message, close, doubt, site)
         # Brackets with a circumflex are character classes as well; who defines footnotes means them.
         if not facts.footnotes or not _WORD_LABEL.fullmatch(link.path):
             return None

@@ -41,7 +41,7 @@ DEFINING: Mapping[str, tuple[str, ...]] = {
         "rspress[.-]config.*", "eleventy[.-]config.*", "vocs[.-]config.*", ".eleventy.*js", "nuxt.config.*",
         "next.config.*", "mint.json", "docs.json", "docfx.json", "book.json", "_quarto.y*ml",
         "_bookdown.y*ml", "antora.y*ml", "myst.y*ml", ".gitbook.y*ml", "retype.y*ml", "pelicanconf.py",
-        "_[Ss]idebar.md", "_coverpage.md", "_navbar.md", "_config.y*ml",
+        "_[Ss]idebar.md", "_coverpage.md", "_navbar.md", "_config.y*ml", "website/siteConfig.js",
     ),
     "jekyll": ("_config.y*ml", "_config.toml"),
     "vault": (".obsidian", ".foam", ".logseq"),

@@ -51,6 +51,10 @@ _WRITES = re.compile(
 )
 # What a function of conf.py may do to labels; style sheets and scripts do nothing.
 _CHANGES_MORE = re.compile(r"\bapp\.(?:connect|add_(?!css|js|html)\w+|setup_extension|registry|env)")
+# What adds nothing but to what texts can hold, and so no document and no file.
+_ADDS = re.compile(
+    r"\bapp\.add_(?:directive|role|lexer|(?:post_)?transform|config_value|object_type|crossref_type)\b"
+)
 _AUTOMATIC = "sphinx.ext.autosectionlabel"
 # Labels that Sphinx has.
 _INDEXES = frozenset({"genindex", "modindex", "py-modindex", "search"})
@@ -88,7 +92,7 @@ def doubt_of_files(extensions: list[str] | None, conf: str | None) -> str | None
         for name in extensions
         if _READS_PROGRAMS.fullmatch(name) is None and name not in {*_FOLDERS, _AUTOSUMMARY}
     ]
-    doubt = doubt_of_labels(others, conf)
+    doubt = doubt_of_labels(others, _ADDS.sub("", conf or ""))
     return doubt or ("made by conf.py?" if _WRITES.search(conf or "") else None)
 
 
@@ -143,12 +147,8 @@ class Named:
             return doubtful(self.shared_documents)
         if link.form != TOC and place in site.repository.files and place.endswith(SOURCES):
             return nothing_because(site, link, source, "{doc} names a document without its suffix")
-        doubt = self.file_doubt
-        if doubt is None:
-            generated = (
-                why for folder, why in self.generated.items() if f"{place}/".startswith(f"{folder}/")
-            )
-            doubt = next(generated, None)
+        generated = (why for folder, why in self.generated.items() if f"{place}/".startswith(f"{folder}/"))
+        doubt = next(generated, self.file_doubt)
         if doubt is None and _AUTOSUMMARY in self.extensions and site.once(_asks_for_summaries):
             doubt = f"made by the extension `{_AUTOSUMMARY}`?"
         return None if doubt is None else made_perhaps(doubt)
