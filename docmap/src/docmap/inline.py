@@ -167,13 +167,15 @@ def _element(tag: re.Match[bytes]) -> Element:
     )
 
 
+_BREAKS = re.compile(r"[\t\n\r]")
 _LEADS = {"href": HREF, "to": HREF, "src": SRC}
 
 
 def links_of_element(element: Element, line: int) -> Iterator[Link]:
     """The links that an element makes by its attributes."""
     for attribute, form in _LEADS.items():
-        target = element.attributes.get(attribute)
+        # Browsers drop the breaks of lines in an address, and the spaces around it.
+        target = _BREAKS.sub("", element.attributes.get(attribute, "")).strip()
         if target and not (attribute == "to" and element.name != "Link"):
             link = link_of(form, line + _lines_before(attribute, element.written), target)
             if link is not None:

@@ -92,8 +92,13 @@ def _from_root(site: Site, link: Link, source: str) -> Resolution | None:
     return at_address(site, site.address_of(f"/{link.path}", source))
 
 
-def _fields(facts: Facts) -> Fields:
-    return _HOME if facts.fields_with("layout").get("layout") == "home" else _AROUND
+def _as_theme_shows(why: str, site: Site, link: Link, source: str) -> Resolution | None:
+    return doubtful(why)
+
+
+def _fields(facts: Facts, *, is_own: bool) -> Fields:
+    fields = _HOME if facts.fields_with("layout").get("layout") == "home" else _AROUND
+    return {path: form for path, form in fields.items() if form == NAV} if is_own else fields
 
 
 def _alias(site: Site, link: Link, source: str) -> Resolution | None:
@@ -165,9 +170,12 @@ def make(repository: Repository, root: str) -> Site | None:
     if literals.get(config, "markdown", "math") or re.search(r"mathjax|katex|texmath", script.text):
         rules = rules.changed(literal=rules.literal | DOLLARS)
     themes = [path for path in repository.files if _THEME.fullmatch(Site.within(path, root) or "")]
-    # A theme of one's own may show any field, in its own way, unless it is the default one with more.
-    if all("vitepress/theme" in (repository.text(path) or "") for path in themes):
-        rules = rules.changed(fields=_fields)
+    own = [path for path in themes if "vitepress/theme" not in (repository.text(path) or "")]
+    rules = rules.changed(fields=partial(_fields, is_own=bool(own)))
+    if own:
+        # Which fields a theme of one's own shows, and how, is its own matter.
+        doubt = partial(_as_theme_shows, f"shown by the theme {own[0]}?")
+        rules = rules.changed(ways={**rules.ways, NAV: (*rules.ways[NAV], doubt)})
     slugify = literals.get(config, "markdown", "anchor", "slugify")
     parts = anchor_parts(_USED.findall(script.text))
     if slugify is not None:
