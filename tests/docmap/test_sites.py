@@ -548,7 +548,7 @@ SITES = [
         "*[[ip:][port]:]path*": OK, "a [host][port]:] b": OK, "[Task 1][Task 2]": OK, "[one 1][two 1]": BROKEN, "[see [x][none]]": BROKEN, "[![x][none]](a.md)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
         "[one] and [two one], [`three`]": OK, "x [not one] y": DOUBTFUL, "[1], [ab](a.md), `[not two]`, \\[no], [no]{.x}, ![no]": OK, "[`Code`]": OK,
-        "[some]\n[one]": OK, "[one]: a.md\n[two one]: a.md\n[`Three`]: a.md\n[four]: a.md": OK, "[four], [two  one], [Four] and [five]\n\n[five]: a.md": OK,
+        "[some]\n[one]": OK, "[one]: a.md\n[two one]: a.md\n[`Three`]: a.md\n[four]: a.md": OK, "[four], [two  one], [Four] and [seventh]\n\n[seventh]: a.md": OK, "[sevnth]": BROKEN,
         "x <!-- a --> [x](#none)": BROKEN, "x <!-- [x](#n%C3%B6) -->": OK,
     }),
 ]  # fmt: skip

@@ -83,7 +83,7 @@ _LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
 
 # Words in brackets with nothing before or after that would make something else of them.
 _SHORTCUT = re.compile(
-    rb"(?<![\]\[\\!$@\w])\[((?=[\w`*\"\x80-\xff])[^\[\]\n]{2,80})\](?![\[(:{\]]|[ \n][ \t>]{0,20}\[)"
+    rb"(?<![\]\[\\!$@`\w])\[((?=[\w`*\"\x80-\xff])[^\[\]\n]{2,80})\](?![\[(:{\]]|[ \n][ \t>]{0,20}\[)"
 )
 _AFTER_BRACKET = re.compile(rb"\][ \t]*\n?[ \t>]*\Z")
 _FEWEST_SHORTCUTS = 3

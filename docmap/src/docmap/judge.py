@@ -46,6 +46,8 @@ _OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_co
 # "icon@2x.png" is a file.
 _MAIL = re.compile(r"[\w.+-]+@(?!\dx\.)(?:[\w-]+\.)+[A-Za-z]{2,}")
 _WORD_LABEL = re.compile(r"[\w-]+")
+# Names of programs, which often differ in a letter: `cache`, config.cached, is_file.
+_OF_PROGRAMS = re.compile(r"[`._:]")
 # What programs put between the words of an anchor, or leave out.
 _BETWEEN_WORDS = re.compile(r"[-_\s]+")
 _LOWEST_LIKENESS = 0.7
@@ -284,6 +286,14 @@ class Judge:
             close = self._spelling.closest(link.path.casefold(), Names(facts.labels), _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'
             doubt = site.rules.any_label or (_PERHAPS_TEXT if link.form == SHORTCUT else None)
+            if (
+                site.rules.slips
+                and close is not None
+                and is_slip(link.path, close)
+                and not _OF_PROGRAMS.search(link.path)
+                and not _same_words(link.path, close)
+            ):
+                doubt = None
             return _finding(link, path, message, close, doubt, site)
         # Brackets with a circumflex are character classes as well; who defines footnotes means them.
         if not facts.footnotes or not _WORD_LABEL.fullmatch(link.path):
