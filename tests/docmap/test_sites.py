@@ -223,6 +223,7 @@ SITES = [
                 "[x](a.md#in-one)": OK, "[x](a.md#in-two)": OK, "[x](a.md#in-html)": BROKEN, "[x](a.md#in-span)": BROKEN,
                 "<div markdown='block'>\n[x](none.md)\n</div>": BROKEN, "<div>\n[x](none.md)\n</div>": OK,
                 "<div markdown>\n<pre>\n[x](none.md)\n</pre></div>": OK,
+                "<div markdown>\n<a href='../a/'>x</a>\n</div>": OK, "<div markdown>\n<a href='a.md'>x</a>\n</div>": BROKEN,
             }),
             ("definitions", "extra: {}", "A\n:   d\n\n    ### Def\n\n[^1]: x\n\n    ### Note\n\nB\n: x\n    ### Text\n", {
                 "[x](a.md#def)": OK, "[x](a.md#note)": OK, "[x](a.md#text)": OK, "[x](a.md#none)": BROKEN, "A\n\n:   d\n\n    [x](none.md)": BROKEN,

@@ -246,8 +246,8 @@ def make(repository: Repository, root: str) -> Site | None:
         literals.get(config, "validation", "absolute_links") == "relative_to_docs"
     ):
         ways["link"] = (itself, file_from_content, *ways["link"])
-    if {"md_in_html", "extra", "pymdownx.extra"} & extensions.keys():
-        # Elements within Markdown blocks are links of the document, too.
+    if path.endswith(".toml"):
+        # MkDocs leaves the addresses of elements as they are, in any block. Of Zensical this is not known.
         ways[HREF] = ways[SRC] = (*ways[HREF], _document)
     if languages.names:
         ways["link"] = (itself, languages.way, *ways["link"][1:])
