@@ -269,6 +269,11 @@ SITES = [
         "[x][own]": OK, "[`Page`][]": OK,
     }),
     site("zensical shows another file", ZENSICAL, "CHANGES.md", {"[x](a.md)": OK, "[x][some.name]": DOUBTFUL, "[x](b.md)": BROKEN}),
+    *[
+        site(f"mkdocs by {path}", {path: "site_name: x\nmarkdown_extensions: [attr_list]\n", "docs/a.md": "# A {#own}\n"}, "docs/page.md",
+            {"[x](a.md#own)": OK, "[x](../a/)": OK, "[x](a.md#a)": BROKEN})
+        for path in ("properdocs.yml", "zensical.yml")
+    ],
     site("the navigation of mkdocs", {**MKDOCS}, "mkdocs.yml", {
         "- index.md": OK, "- A: a.md": OK, '- "b.md"': BROKEN, "- Part:\n  - sub/c.md  # c": BROKEN, "- https://x.org/d.md": OK, "- sub/*.md": OK,
     }, "nav: &nav\n- *nav\n- "),
@@ -412,7 +417,7 @@ SITES = [
         "def setup(app):\n    app.connect('builder-inited', x)\n"}, "docs/page.md", {"{doc}`none`": DOUBTFUL}),
     site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
         "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
-        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": BROKEN, "{ref}`the-targat`": DOUBTFUL}),
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": BROKEN, "{ref}`the-targat`": BROKEN, "{ref}`the-targets`": DOUBTFUL, "{ref}`the_target`": DOUBTFUL}),
     site("sphinx: documents of other projects", {**SPHINX, "docs/conf.py": "import myst_parser\n"
         "extensions = ['sphinx.ext.intersphinx']\nintersphinx_disabled_reftypes = []\n"}, "docs/page.md", {"{doc}`none`": DOUBTFUL}),
     *[

@@ -423,7 +423,8 @@ def _is_slip_in_path(written: str, meant: str) -> bool:
     if len(ours) != len(theirs):
         return False
     wrong = [pair for pair in zip(ours, theirs, strict=True) if pair[0] != pair[1]]
-    if written.lower().endswith(PAGE_SUFFIXES):
+    # Programs make addresses and anchors of words, and no names of files.
+    if written.lower().endswith((*PAGE_SUFFIXES, *_PICTURES)):
         return len(wrong) == 1 and is_slip(*wrong[0])
     return len(wrong) == 1 and is_slip(*wrong[0]) and not _same_words(*wrong[0])
 

@@ -26,7 +26,7 @@ from docmap.sites.site import Site
 # first: of two that find a site at one place, the first has it.
 DEFINING: Mapping[str, tuple[str, ...]] = {
     "mdbook": ("book.toml", "src/SUMMARY.md"),
-    "mkdocs": ("mkdocs*.y*ml", "zensical.toml"),
+    "mkdocs": ("mkdocs*.y*ml", "zensical.toml", "zensical*.y*ml", "properdocs*.y*ml"),
     "vitepress": (".vitepress/config.*", ".vitepress/config/index.*"),
     "docusaurus": ("docusaurus.config.*",),
     "starlight": ("astro.config.*",),

@@ -246,7 +246,7 @@ def make(repository: Repository, root: str) -> Site | None:
         literals.get(config, "validation", "absolute_links") == "relative_to_docs"
     ):
         ways["link"] = (itself, file_from_content, *ways["link"])
-    if path.endswith(".toml"):
+    if posixpath.basename(path).startswith("zensical"):
         # MkDocs leaves the addresses of elements as they are, in any block. Of Zensical this is not known.
         ways[HREF] = ways[SRC] = (*ways[HREF], _document)
     if languages.names:

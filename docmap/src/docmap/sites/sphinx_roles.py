@@ -14,6 +14,7 @@ from docmap.sites import literals
 from docmap.sites.resolution import MISSING, Resolution, doubtful, found, made_perhaps
 from docmap.sites.site import Site
 from docmap.sites.ways import nothing_because
+from docmap.spelling import is_sure_slip
 
 SOURCES = (".md", ".rst", ".ipynb", ".txt", ".markdown", ".myst", ".myst.md")
 # What ends in one of these is a file, and no name of something in a program.
@@ -167,7 +168,8 @@ class Named:
                 return found()
             return replace(made_perhaps(f"a heading, by {_AUTOMATIC}?"), names=targets)
         if self.inventories is not None:
-            return replace(doubtful(self.inventories), names=targets)
+            is_slip = any(is_sure_slip(name, target) for target in targets)
+            return replace(doubtful(self.inventories), names=targets, is_made=is_slip)
         if self.label_doubt is not None or site.unread_page is not None:
             why = self.label_doubt or f"{site.unread_page} cannot be read, and may have it"
             return replace(made_perhaps(why), names=targets)

@@ -15,7 +15,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
 from docmap.sites.fields import Fields
-from docmap.sites.resolution import Resolution, doubtful
+from docmap.sites.resolution import Resolution, doubtful, made_perhaps
 from docmap.sites.rules import Effect, Rules
 from docmap.sites.scripts import Script
 from docmap.sites.site import Site
@@ -93,7 +93,7 @@ def _from_root(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _as_theme_shows(why: str, site: Site, link: Link, source: str) -> Resolution | None:
-    return doubtful(why)
+    return made_perhaps(why)
 
 
 def _fields(facts: Facts, *, is_own: bool) -> Fields:
