@@ -270,6 +270,21 @@ SITES = [
     }),
     site("zensical shows another file", ZENSICAL, "CHANGES.md", {"[x](a.md)": OK, "[x][some.name]": DOUBTFUL, "[x](b.md)": BROKEN}),
     *[
+        site(f"labels of what {kind} includes", {**files, "parts/refs.md": "[lab]: https://x.org\n\n## In part\n"}, page, {
+            "[x][lab] [lab][]": OK, "[x][none]": BROKEN, include: OK,
+        })
+        for kind, files, page, include in [
+            ("mkdocs", {"mkdocs.yml": "markdown_extensions: {pymdownx.snippets: {base_path: [parts]}}"}, "docs/page.md", '--8<-- "refs.md"'),
+            ("mdbook", {"book.toml": "", "src/SUMMARY.md": "- [P](page.md)\n"}, "src/page.md", "{{#include ../parts/refs.md}}"),
+            ("vitepress", {".vitepress/config.ts": ""}, "page.md", "<!--@include: ./parts/refs.md-->"),
+        ]
+    ],
+    site("mkdocs: snippets that name others", {"mkdocs.yml": "markdown_extensions: {pymdownx.snippets: {base_path: [parts], auto_append: [all.md]}}",
+        "parts/all.md": "--8<--\nrefs.md\n;no.md\n\nmore.md\n--8<--\n", "parts/refs.md": "[lab]: https://x.org\n", "parts/more.md": "[more]: https://x.org\n\n## In more\n"},
+        "docs/page.md", {"[x][lab]": OK, "[x][more]": OK, "[x][none]": BROKEN, "[x](#in-more)": OK, "--8<--\nmore.md\n--8<--": OK}),
+    site("mkdocs: a snippet that is not here", {"mkdocs.yml": "markdown_extensions: [pymdownx.snippets]"},
+        "docs/page.md", {"[x][lab]": DOUBTFUL, '--8<-- "none.md"': OK}),
+    *[
         site(f"mkdocs by {path}", {path: "site_name: x\nmarkdown_extensions: [attr_list]\n", "docs/a.md": "# A {#own}\n"}, "docs/page.md",
             {"[x](a.md#own)": OK, "[x](../a/)": OK, "[x](a.md#a)": BROKEN})
         for path in ("properdocs.yml", "zensical.yml")

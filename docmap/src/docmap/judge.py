@@ -192,7 +192,7 @@ class Judge:
         if link.form in {WIKI, EMBED}:
             site = site.notes or site
         if link.form in {LABEL, SHORTCUT, FOOTNOTE}:
-            return Judgement(link, None, self._judge_label(site, link, path, facts))
+            return Judgement(link, None, self._judge_label(site, link, path, source, facts))
         for pattern, why in site.rules.filled_in.items():
             if re.search(pattern, link.written):
                 return Judgement(
@@ -274,7 +274,7 @@ class Judge:
         message = f'no {kind} "#{wanted}"{where}'
         return Judgement(link, target, _finding(link, path, message, suggestion, doubt, site))
 
-    def _judge_label(self, site: Site, link: Link, path: str, facts: Facts) -> Finding | None:
+    def _judge_label(self, site: Site, link: Link, path: str, source: str, facts: Facts) -> Finding | None:
         if link.form in {LABEL, SHORTCUT}:
             # One character or a number in brackets is an index, in prose about programs.
             if not site.rules.labels or len(link.path) < 2 or link.path.isdigit():
@@ -283,9 +283,16 @@ class Judge:
                 return None
             if site.rules.names_label is not None and site.rules.names_label(site, link.path):
                 return None
+            missing: str | None = None
+            if site.may_include:
+                # What is included is text of the page before its labels are looked for.
+                labels, missing = site.labels_around(path, source)
+                if same_label(link.path) in labels:
+                    return None
             close = self._spelling.closest(link.path.casefold(), Names(facts.labels), _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'
             doubt = site.rules.any_label or (_PERHAPS_TEXT if link.form == SHORTCUT else None)
+            doubt = doubt or (None if missing is None else f"defined in {missing}, which is included?")
             if (
                 site.rules.slips
                 and close is not None

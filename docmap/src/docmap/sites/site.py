@@ -176,6 +176,26 @@ class Site:
                         pages.setdefault(included, []).append(page)
         return pages
 
+    def labels_around(self, path: str, page: str) -> tuple[frozenset[str], str | None]:
+        """The labels that a page and what it includes define, for a part of it or itself, and what of it is not here."""
+        labels: set[str] = set()
+        missing: str | None = None
+        waiting, seen = [path, page], {path, page}
+        while waiting:
+            source = waiting.pop()
+            facts = self.facts(source) or self.repository.facts(source, suffixes=("",))
+            if facts is None:
+                missing = missing or source
+                continue
+            labels.update(facts.labels)
+            for construct in facts.constructs:
+                effect = self.effect_of(construct)
+                included = effect.includes(self, construct, source) if effect.includes is not None else None
+                if included is not None and included not in seen:
+                    seen.add(included)
+                    waiting.append(included)
+        return frozenset(labels), missing
+
     @property
     def may_include(self) -> bool:
         """Whether any construct brings other files into a page."""
