@@ -215,6 +215,7 @@ SITES = [
     *[
         site(f"mkdocs with {what}", {"mkdocs.yml": f"markdown_extensions: {{{extensions}}}\n", "docs/a.md": text}, "docs/page.md", links)
         for what, extensions, text, links in [
+            ("escapes in ids", "attr_list: {}", "x **y**{#\\_own}\n", {"[x](a.md#_own)": OK, "[x](a.md#own)": BROKEN}),
             ("a separator", "toc: {separator: _}", "## Q r\n\n## Q -  r\n\n## Q r\n", {
                 "[x](a.md#q_r)": OK, "[x](a.md#q_-_r)": OK, "[x](a.md#q_r_1)": OK, "[x](a.md#q-r)": BROKEN,
             }),

@@ -86,7 +86,9 @@ _SHORTCUT = re.compile(
     rb"(?<![\]\[\\!$@`\w])\[((?=[\w`*\"\x80-\xff])[^\[\]\n]{2,80})\](?![\[(:{\]]|[ \n][ \t>]{0,20}\[)"
 )
 _AFTER_BRACKET = re.compile(rb"\][ \t]*\n?[ \t>]*\Z")
-_FEWEST_SHORTCUTS = 3
+_FEWEST_SHORTCUTS = 2
+# Names of programs and of their settings.
+_OF_PROGRAMS = re.compile(r"\S*\w[._:=/]\w\S*")
 
 
 class Element(NamedTuple):
@@ -209,7 +211,7 @@ def undefined_shortcuts(data: bytes, code: Ranges, labels: Labels) -> list[int]:
         is_code = label.startswith("`")
         if any(label in some for some in labels):
             defined[is_code].add(label)
-        else:
+        elif is_code or _OF_PROGRAMS.fullmatch(label) is None:
             others[is_code][match.start()] = label
     return sorted(
         position
