@@ -207,7 +207,7 @@ SITES = [
         "[x](../a.md)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a)": BROKEN, "[x](/y/a/)": OK,
         "[x](/a/)": OK, "[x](../old.md)": BROKEN, "[x](/y/old/)": OK, "[x](../../README.md)": BROKEN,
         "[x](../left-out.md)": BROKEN, "![x](../img/x.png)": OK, '<img src="../img/x.png">': BROKEN,
-        '<img src="../../img/x.png">': OK, "[x](../a.md#was-ists)": OK, "[x](../a.md#same_1)": OK,
+        '<img src="../../img/x.png">': OK, '<img src="../../../img/x.png">': DOUBTFUL, "[x](../a.md#was-ists)": OK, "[x](../a.md#same_1)": OK,
         "[x](../a.md#same-1)": BROKEN, "[x](../a.md#own)": OK, "[x](../a.md#in-a-note)": OK, "[x][appended]": OK,
         "[x][undefined]": BROKEN, "!!! note\n\n    [x](nope.md)": BROKEN,
         "[x](../notes.md#below)": OK, "[x](../notes.md#set)": OK, "[x](../notes.md#note)": BROKEN, "!!! note\n    # Y\n    [x](nope.md)": BROKEN,
