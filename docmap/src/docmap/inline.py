@@ -200,19 +200,28 @@ def undefined_shortcuts(data: bytes, code: Ranges, labels: Labels) -> list[int]:
 
     Words that begin with a code span are compared with such alone: a program's own names often stand in brackets.
     """
-    defined: tuple[set[str], set[str]] = (set(), set())
+    defined: tuple[set[bytes], set[bytes]] = (set(), set())
     others: tuple[dict[int, str], dict[int, str]] = ({}, {})
+    known = {label.encode() for some in labels for label in some}
     for match in _SHORTCUT.finditer(data):
+        # Most are defined as they are written, and nothing more is asked of these.
+        written = match[1].lower()
+        if written in known:
+            defined[written[:1] == b"`"].add(written)
+            continue
         label = same_label(match[1].decode("utf-8", "replace"))
+        is_code = label.startswith("`")
+        if label.encode() in known:
+            defined[is_code].add(label.encode())
+            continue
         # Some programs take "[text] [label]" for a reference, be it in two lines.
         is_second = _AFTER_BRACKET.search(data, max(match.start() - 24, 0), match.start()) is not None
-        if is_second or match.start() in code or label.isdigit():
+        if is_second or label.isdigit() or match.start() in code:
             continue
-        is_code = label.startswith("`")
-        if any(label in some for some in labels):
-            defined[is_code].add(label)
-        elif is_code or _OF_PROGRAMS.fullmatch(label) is None:
+        if is_code or _OF_PROGRAMS.fullmatch(label) is None:
             others[is_code][match.start()] = label
+    if not any(others):
+        return []
     return sorted(
         position
         for known, unknown in zip(defined, others, strict=True)
