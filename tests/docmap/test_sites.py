@@ -433,7 +433,7 @@ SITES = [
         "def setup(app):\n    app.connect('builder-inited', x)\n"}, "docs/page.md", {"{doc}`none`": DOUBTFUL}),
     site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
         "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
-        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": BROKEN, "{ref}`the-targat`": BROKEN, "{ref}`the-targets`": DOUBTFUL, "{ref}`the_target`": DOUBTFUL}),
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": BROKEN, "{ref}`the-targat`": BROKEN, "{ref}`the/target`": DOUBTFUL, "{ref}`thextarget`": BROKEN, "{ref}`the-targets`": DOUBTFUL, "{ref}`the_target`": DOUBTFUL}),
     site("sphinx: documents of other projects", {**SPHINX, "docs/conf.py": "import myst_parser\n"
         "extensions = ['sphinx.ext.intersphinx']\nintersphinx_disabled_reftypes = []\n"}, "docs/page.md", {"{doc}`none`": DOUBTFUL}),
     *[

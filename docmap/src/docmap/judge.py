@@ -229,10 +229,9 @@ class Judge:
         else:
             message, suggestion = f'no file "{link.path}"', self._closest_page(site, link, source)
         if resolution.outcome == DOUBTFUL:
-            is_slip = (
-                resolution.is_made and suggestion is not None and _is_slip_in_path(link.path, suggestion)
-            )
-            doubt = None if is_slip else resolution.why
+            misspelt = _is_slip_in_label if link.form == REF else _is_slip_in_path
+            slips = resolution.is_made and suggestion is not None and misspelt(link.path, suggestion)
+            doubt = None if slips else resolution.why
             return Judgement(link, None, _finding(link, path, message, suggestion, doubt, site))
         if resolution.why is not None:
             message = f"{message}: {resolution.why}"
@@ -422,6 +421,10 @@ class Judge:
             relative = posixpath.relpath(address.rstrip("/") or "/", posixpath.dirname(start[0] + "x"))
             return relative + "/" if link.path.endswith("/") else relative
         return _stem(written)
+
+
+def _is_slip_in_label(written: str, meant: str) -> bool:
+    return is_slip(written, meant) and not _same_words(written, meant)
 
 
 def _is_slip_in_path(written: str, meant: str) -> bool:
