@@ -22,7 +22,7 @@ TREE = {
     "LICENSE": "",
     "pic.png": "",
     "src/code.py": "",
-    ".gitignore": "built/\n",
+    ".gitignore": "built/\n/made/*\n!/made/x.md\n",
 }
 GOOD = """
 [](page.md) [](./page.md?x=1) [](with%20space.md) [](<./with space.md>) [](deep) [](deep/) [](..) [](../LICENSE)
@@ -96,6 +96,7 @@ def test_a_broken_link_is_reported_where_it_stands(tmp_path, monkeypatch, link, 
 
 DOUBTFUL = [
     pytest.param("[t](../built/x.html)", "Git ignores it", id="ignored by Git"),
+    pytest.param("[t](../made/in/x.md)", "Git ignores it", id="ignored below a folder that is not there"),
     pytest.param("[t](../guide.md#Step)", "letter case", id="anchor of another case"),
     pytest.param("[t]({{ site.url }}/x)", "template", id="filled in"),
     pytest.param("[t](../../elsewhere.md)", "outside the repository", id="out of the repository"),

@@ -207,7 +207,7 @@ SITES = [
         "[x](../a.md)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a)": BROKEN, "[x](/y/a/)": OK,
         "[x](/a/)": OK, "[x](../old.md)": BROKEN, "[x](/y/old/)": OK, "[x](../../README.md)": BROKEN,
         "[x](../left-out.md)": BROKEN, "![x](../img/x.png)": OK, '<img src="../img/x.png">': BROKEN,
-        '<img src="../../img/x.png">': OK, "[x](../a.md#was-ists)": OK, "[x](../a.md#same_1)": OK,
+        '<img src="../../img/x.png">': OK, '<img src="../../../img/x.png">': DOUBTFUL, "[x](../a.md#was-ists)": OK, "[x](../a.md#same_1)": OK,
         "[x](../a.md#same-1)": BROKEN, "[x](../a.md#own)": OK, "[x](../a.md#in-a-note)": OK, "[x][appended]": OK,
         "[x][undefined]": BROKEN, "!!! note\n\n    [x](nope.md)": BROKEN,
         "[x](../notes.md#below)": OK, "[x](../notes.md#set)": OK, "[x](../notes.md#note)": BROKEN, "!!! note\n    # Y\n    [x](nope.md)": BROKEN,
@@ -215,6 +215,7 @@ SITES = [
     *[
         site(f"mkdocs with {what}", {"mkdocs.yml": f"markdown_extensions: {{{extensions}}}\n", "docs/a.md": text}, "docs/page.md", links)
         for what, extensions, text, links in [
+            ("escapes in ids", "attr_list: {}", "x **y**{#\\_own}\n", {"[x](a.md#_own)": OK, "[x](a.md#own)": BROKEN}),
             ("a separator", "toc: {separator: _}", "## Q r\n\n## Q -  r\n\n## Q r\n", {
                 "[x](a.md#q_r)": OK, "[x](a.md#q_-_r)": OK, "[x](a.md#q_r_1)": OK, "[x](a.md#q-r)": BROKEN,
             }),
@@ -223,6 +224,7 @@ SITES = [
                 "[x](a.md#in-one)": OK, "[x](a.md#in-two)": OK, "[x](a.md#in-html)": BROKEN, "[x](a.md#in-span)": BROKEN,
                 "<div markdown='block'>\n[x](none.md)\n</div>": BROKEN, "<div>\n[x](none.md)\n</div>": OK,
                 "<div markdown>\n<pre>\n[x](none.md)\n</pre></div>": OK,
+                "<div markdown>\n<a href='../a/'>x</a>\n</div>": OK, "<div markdown>\n<a href='a.md'>x</a>\n</div>": BROKEN,
             }),
             ("definitions", "extra: {}", "A\n:   d\n\n    ### Def\n\n[^1]: x\n\n    ### Note\n\nB\n: x\n    ### Text\n", {
                 "[x](a.md#def)": OK, "[x](a.md#note)": OK, "[x](a.md#text)": OK, "[x](a.md#none)": BROKEN, "A\n\n:   d\n\n    [x](none.md)": BROKEN,
@@ -268,6 +270,26 @@ SITES = [
         "[x][own]": OK, "[`Page`][]": OK,
     }),
     site("zensical shows another file", ZENSICAL, "CHANGES.md", {"[x](a.md)": OK, "[x][some.name]": DOUBTFUL, "[x](b.md)": BROKEN}),
+    *[
+        site(f"labels of what {kind} includes", {**files, "parts/refs.md": "[lab]: https://x.org\n\n## In part\n"}, page, {
+            "[x][lab] [lab][]": OK, "[x][none]": BROKEN, include: OK,
+        })
+        for kind, files, page, include in [
+            ("mkdocs", {"mkdocs.yml": "markdown_extensions: {pymdownx.snippets: {base_path: [parts]}}"}, "docs/page.md", '--8<-- "refs.md"'),
+            ("mdbook", {"book.toml": "", "src/SUMMARY.md": "- [P](page.md)\n"}, "src/page.md", "{{#include ../parts/refs.md}}"),
+            ("vitepress", {".vitepress/config.ts": ""}, "page.md", "<!--@include: ./parts/refs.md-->"),
+        ]
+    ],
+    site("mkdocs: snippets that name others", {"mkdocs.yml": "markdown_extensions: {pymdownx.snippets: {base_path: [parts], auto_append: [all.md]}}",
+        "parts/all.md": "--8<--\nrefs.md\n;no.md\n\nmore.md\n--8<--\n", "parts/refs.md": "[lab]: https://x.org\n", "parts/more.md": "[more]: https://x.org\n\n## In more\n"},
+        "docs/page.md", {"[x][lab]": OK, "[x][more]": OK, "[x][none]": BROKEN, "[x](#in-more)": OK, "--8<--\nmore.md\n--8<--": OK}),
+    site("mkdocs: a snippet that is not here", {"mkdocs.yml": "markdown_extensions: [pymdownx.snippets]"},
+        "docs/page.md", {"[x][lab]": DOUBTFUL, '--8<-- "none.md"': OK}),
+    *[
+        site(f"mkdocs by {path}", {path: "site_name: x\nmarkdown_extensions: [attr_list]\n", "docs/a.md": "# A {#own}\n"}, "docs/page.md",
+            {"[x](a.md#own)": OK, "[x](../a/)": OK, "[x](a.md#a)": BROKEN})
+        for path in ("properdocs.yml", "zensical.yml")
+    ],
     site("the navigation of mkdocs", {**MKDOCS}, "mkdocs.yml", {
         "- index.md": OK, "- A: a.md": OK, '- "b.md"': BROKEN, "- Part:\n  - sub/c.md  # c": BROKEN, "- https://x.org/d.md": OK, "- sub/*.md": OK,
     }, "nav: &nav\n- *nav\n- "),
@@ -277,7 +299,7 @@ SITES = [
     site("vitepress", VITEPRESS, "docs/guide/page.md", {
         "[x](./)": OK, "[x](/guide/)": OK, "[x](/guide)": OK, "[x](./page.html)": OK, "[x](page.md)": OK,
         "[x](/a)": OK, "[x](/pkg/a)": BROKEN, "[x](/c)": OK, "[x](/en/c)": BROKEN,
-        "[x](/was)": OK, "[x](/older/x)": OK, "[x](draft.md)": BROKEN, "[x](/posts/one)": DOUBTFUL,
+        "[x](/was)": OK, "[x](/older/x)": OK, "[x](draft.md)": BROKEN, "[x](/posts/one)": DOUBTFUL, "<a\n  class='x'\n  href='/none'>x</a>": BROKEN, "<a href='\n  /a\n'>x</a>": OK,
         "![x](y.png)": OK, "![x](/x.png)": OK, "![x](./x.png)": BROKEN, "[x](./#uber-1-2-ok)": OK, "[x](./#_1st)": OK,
         "[x](./#own)": OK, "[x](./#Own)": OK, "[x](./#included)": OK, "[x](./#nope)": BROKEN, "[x](/a#nope)": DOUBTFUL,
         "[x](/pkg/b#nope)": BROKEN,
@@ -295,6 +317,16 @@ SITES = [
     site("docusaurus with hooks", {**DOCUSAURUS, "site/docusaurus.config.js": "module.exports = { markdown: { hooks: { a() {} } },\n"
         " presets: [['classic', { docs: { path: '../docs' } }]] };\n"},
         "docs/page.md", {"[x](../site/blog/2024-05-06-post.md)": DOUBTFUL, "[x](../site/versioned_docs/version-1.0/a.md)": OK}),
+    site("vitepress: a home page", VITEPRESS, "docs/zh/index.md", {
+        "    - link: /guide/": OK, "    - {text: x, link: guide/}": BROKEN, "    - link: guide/page": BROKEN, "    - link: pkg/b": OK, "    - link: /guied/": BROKEN,
+        "    - link: https://x.org": OK, "  image: {src: /x.png}": OK, "next: {text: b, link: /pkg/bb}": BROKEN, "other: {link: /none}": OK, "---": OK,
+    }, "---\nlayout: home\nhero:\n  actions:\n"),
+    site("vitepress: a theme of one's own", {**VITEPRESS, "docs/.vitepress/theme/index.ts": "export default {}"}, "docs/index.md",
+        {"    - link: /guied/": DOUBTFUL, "    - link: /guide/": OK, "---": OK}, "---\nlayout: home\nhero:\n  actions:\n"),
+    site("starlight: a home page", STARLIGHT, "src/content/docs/index.mdx", {
+        "  image: {file: ../../assets/x.png}": OK, "  image: {file: ../../assets/z.png}": BROKEN, "  actions: [{link: /a/}, {link: /aa/}]": BROKEN,
+        "prev:\n  link: /b/": OK, "next: a": OK, "---": OK,
+    }, "---\nhero:\n"),
     site("starlight", STARLIGHT, "src/content/docs/guides/page.md", {
         "[x](/a/)": OK, "[x](/a)": OK, "[x](../../a/)": OK, "[x](../a/)": BROKEN, "[x](../a.mdx)": BROKEN, "[x](/b/)": OK,
         "[x](/some-guide/b/)": BROKEN, "[x](/some-guide/c/)": OK, "[x](/de/a/)": OK, "[x](/fr/a/)": BROKEN, "[x](/about/)": OK, "[x](/old/)": OK,
@@ -322,6 +354,11 @@ SITES = [
         '[x]({{< ref "b#b" >}})': OK, '[x]({{< ref "b#b-de" >}})': BROKEN, '[x]({{< ref path="only" lang="de" >}})': OK,
     }),
     site("hugo, between its folders of content", HUGO_LANGUAGES, "README.md", {"[x](content.de/b.md)": OK, "[x](/b/)": BROKEN}),
+    *[
+        site(f"documents of Docusaurus 1: {page}", {"website/siteConfig.js": "customDocsPath: 'x/pages',", "pages/a.md": ""}, page,
+            {"[x](/docs/a.html)": degree, "[x](/b.html)": degree})
+        for page, degree in [("pages/b.md", DOUBTFUL), ("website/blog/b.md", DOUBTFUL), ("other/b.md", BROKEN)]
+    ],
     site("zola", ZOLA, "content/page.md", {
         "[x](@/blog/2024-05-06-Some_post.md)": OK, "[x](@/blog/2024-05-06-Some_post.md#what-s-new)": OK,
         "[x](@/blog/2024-05-06-Some_post.md#own)": OK, "[x](@/blog/2024-05-06-Some_post.md#nope)": BROKEN,
@@ -390,9 +427,21 @@ SITES = [
         "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`the-targat`": BROKEN, "{doc}`none`": DOUBTFUL, "```{image} none.png\n```": DOUBTFUL, "{doc}`indxe`": BROKEN}),
     site("sphinx: documents that conf.py writes", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser']\nopen('made.md', 'w')\n"},
         "docs/page.md", {"{ref}`none`": BROKEN, "{doc}`made`": DOUBTFUL}),
+    site("sphinx: directives that conf.py adds", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser']\n"
+        "def setup(app):\n    app.add_directive('x', X)\n"}, "docs/page.md", {"{ref}`none`": DOUBTFUL, "{doc}`none`": BROKEN}),
+    site("sphinx: events that conf.py handles", {**SPHINX, "docs/conf.py": "extensions = ['myst_parser']\n"
+        "def setup(app):\n    app.connect('builder-inited', x)\n"}, "docs/page.md", {"{doc}`none`": DOUBTFUL}),
     site("sphinx: labels of other projects and of headings", {**SPHINX, "docs/conf.py": "import myst_parser\n"
         "extensions = ['sphinx.ext.intersphinx']\nintersphinx_mapping = {'py': ('https://x.org', None)}\n"},
-        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": DOUBTFUL, "{ref}`the-targat`": DOUBTFUL}),
+        "docs/page.md", {"{ref}`none`": DOUBTFUL, "{ref}`py:none`": OK, "{doc}`none`": BROKEN, "{ref}`the-targat`": BROKEN, "{ref}`the/target`": DOUBTFUL, "{ref}`thextarget`": BROKEN, "{ref}`the-targets`": DOUBTFUL, "{ref}`the_target`": DOUBTFUL}),
+    site("sphinx: documents of other projects", {**SPHINX, "docs/conf.py": "import myst_parser\n"
+        "extensions = ['sphinx.ext.intersphinx']\nintersphinx_disabled_reftypes = []\n"}, "docs/page.md", {"{doc}`none`": DOUBTFUL}),
+    *[
+        site(f"sphinx: documents that autodoc2 and {'' if degree else 'no '}summaries make", {"conf.py": "extensions = "
+            "['myst_parser', 'autodoc2', 'sphinx.ext.autosummary']\nautodoc2_output_dir = 'made'\n", "api.rst": text}, "page.md",
+            {"{doc}`made/a/b`": DOUBTFUL, "{doc}`other`": degree or BROKEN, "```{toctree}\nmade/x\n```": DOUBTFUL})
+        for text, degree in [(".. autosummary::\n   :nosignatures:\n   :toctree: x\n", DOUBTFUL), (".. autosummary::\n\n   x\n", None)]
+    ],
     site("sphinx with names of other projects", SPHINX, "docs/sub/page.md", {
         "[x](a.mutable)": DOUBTFUL, "[x](rest-api)": DOUBTFUL, "[x](genindex)": OK, "[x](from-rst)": OK, "[x](none.md)": BROKEN,
         "[x](sub/name)": BROKEN, "[x](./name)": BROKEN, "[x](name.html)": BROKEN,
@@ -520,6 +569,8 @@ SITES = [
         "[x](a.md#user-content-by-hand)": OK, "[x](a.md#日本-é_x)": OK, "![x](x.png)": OK, "![x](y.png)": BROKEN,
         "*[[ip:][port]:]path*": OK, "a [host][port]:] b": OK, "[Task 1][Task 2]": OK, "[one 1][two 1]": BROKEN, "[see [x][none]]": BROKEN, "[![x][none]](a.md)": BROKEN,
         '<img src="x.png">': OK, '<img src="y.png">': BROKEN, "[x][none]": BROKEN, "[[a]]": OK, "[[none]]": OK,
+        "[one] and [two one], [`three`]": OK, "x [not one] y": DOUBTFUL, "[1], [ab](a.md), `[not two]`, \\[no], [no]{.x}, ![no]": OK, "[`Code`]": OK,
+        "[some]\n[one]": OK, "[one]: a.md\n[two one]: a.md\n[`Three`]: a.md\n[four]: a.md": OK, "[four], [two  one], [Four] and [seventh]\n\n[seventh]: a.md": OK, "[sevnth]": BROKEN,
         "x <!-- a --> [x](#none)": BROKEN, "x <!-- [x](#n%C3%B6) -->": OK,
     }),
 ]  # fmt: skip

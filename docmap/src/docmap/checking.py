@@ -298,5 +298,5 @@ class Checked:
 
     def count_links(self) -> int:
         """The links of the documents that are judged, as their sites read these."""
-        read = (self.judge.site_of(path).facts(path) for path in self.documents)
-        return sum(len(facts.links) for facts in read if facts is not None)
+        read = ((site, site.facts(path)) for path in self.documents for site in (self.judge.site_of(path),))
+        return sum(len(site.links_of(facts)) for site, facts in read if facts is not None)

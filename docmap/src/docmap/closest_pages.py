@@ -7,7 +7,7 @@ from collections.abc import Iterator, Sequence
 from heapq import nsmallest
 from typing import NamedTuple
 
-from docmap.documents import PAGE_SUFFIXES
+from docmap.documents import PAGE_SUFFIXES, PICTURE_SUFFIXES
 from docmap.facts import DOC, EMBED, IMAGE, SRC, WIKI, Link
 from docmap.repository import Repository
 from docmap.sites.site import Site
@@ -15,7 +15,6 @@ from docmap.spelling import Names, Spelling
 
 # About a second. In a large repository thousands of files share a name such as "index".
 _MOST_DISTANCES = 500_000
-_PICTURES = (".png", ".jpg", ".jpeg", ".gif", ".svg", ".webp", ".ico")
 
 
 class _Files(NamedTuple):
@@ -48,9 +47,9 @@ class ClosestPages:
         return self._closest[key]
 
     def _find(self, site: Site, link: Link, source: str) -> str | None:
-        wants_picture = link.form in {IMAGE, SRC, EMBED} or link.path.lower().endswith(_PICTURES)
+        wants_picture = link.form in {IMAGE, SRC, EMBED} or link.path.lower().endswith(PICTURE_SUFFIXES)
         for path in self._candidates(site, link, source):
-            if not wants_picture and path.lower().endswith(_PICTURES):
+            if not wants_picture and path.lower().endswith(PICTURE_SUFFIXES):
                 continue
             written = self._spelled(site, link, source, path)
             if written is None or written == link.path:

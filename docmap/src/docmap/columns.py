@@ -31,4 +31,5 @@ class Columns:
         line = self._lines[finding.line - 1] if finding.line <= len(self._lines) else ""
         if not finding.target or len(line) > _LONGEST_LINE:
             return None
-        return line.find(finding.target) + 1 or None
+        # Targets of links are kept decoded.
+        return line.find(finding.target) + 1 or line.find(finding.target.replace(" ", "%20")) + 1 or None

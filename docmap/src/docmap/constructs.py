@@ -39,6 +39,10 @@ _BRACES = re.compile(
 )
 # A run of signs is looked at from its begin alone.
 _SNIPPET = re.compile(rb"(?P<snippet>(?<!;);+|(?<![;-]))-+8<-+(?P<snippet_rest>[^\n]*)")
+# Names of files between two such lines.
+_SNIPPET_BLOCK = re.compile(
+    rb"(?<![;-])-+8<-+[ \t]*\n((?:(?![ \t]*-+8<-)[^\n]{0,1000}\n){1,100})[ \t]*-+8<-+"
+)
 _INCLUDE = re.compile(
     rb"""<!--[ \t]*@?(?P<include>include)(?P<include_rest>[^\n]{0,2000}?)-->
       | @(?<!\S@)(?P<at>include)\b(?P<at_rest>[^\n]*)
@@ -80,10 +84,19 @@ _REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
 
 def find_constructs(source: Source) -> Iterator[Construct]:
     """The constructs of a document outside of its code."""
+    data, code = source.data, source.code
     for signs, texts, pattern in _PATTERNS:
-        if any(map(source.signs.__contains__, signs)) and any(map(source.data.__contains__, texts)):
-            for match in source.code.matches_outside(pattern, source.data):
+        if any(map(source.signs.__contains__, signs)) and any(map(data.__contains__, texts)):
+            for match in code.matches_outside(pattern, data):
                 yield from _constructs_of(match, source.line_of)
+    for block in _SNIPPET_BLOCK.finditer(data) if b"<" in source.signs and b"-8<-" in data else ():
+        if block.start() not in code:
+            names = enumerate(_text(block[1]).splitlines(), source.line_of(block.start(1)))
+            yield from (
+                Construct(line, SNIPPET, "", name.strip())
+                for line, name in names
+                if name.strip() and not name.lstrip().startswith(";")
+            )
 
 
 def _constructs_of(match: re.Match[bytes], line_of: LineOf) -> list[Construct]:
@@ -96,8 +109,8 @@ def _constructs_of(match: re.Match[bytes], line_of: LineOf) -> list[Construct]:
         line = line_of(match.start())
         return [Construct(line, IMPORT, _text(name), _text(imported["path"])) for name in names]
     name = _text(match[last.removesuffix("_rest")]).strip("{} \t\n")
-    # The closing tag says nothing that the opening one did not.
-    if name.startswith("/"):
+    # The closing tag says nothing that the opening one did not, and a snippet without a name is a block of them.
+    if name.startswith("/") or (last == "snippet_rest" and not match[last].strip()):
         return []
     return [Construct(line_of(match.start()), _FORMS[last], name, _text(match[last]).strip())]
 

@@ -16,6 +16,7 @@ from pathlib import Path
 from pathspec import GitIgnoreSpec
 
 PAGE_SUFFIXES = (".md", ".markdown", ".mdx", ".mkd", ".mkdn", ".mdown")
+PICTURE_SUFFIXES = (".png", ".jpg", ".jpeg", ".gif", ".svg", ".webp", ".ico")
 STANDARD_INPUT = "-"
 _BOM = b"\xef\xbb\xbf"
 
@@ -242,13 +243,14 @@ class GitIgnore:
         if not self._has_any:
             return False
         parts = path.split("/")
+        rules = self._above
         for end in range(1, len(parts) + 1):
             place = "/".join(parts[:end])
-            folder = place.rpartition("/")[0]
-            if folder not in self._rules:
-                return False
-            if self.ignores(place, is_folder=True) or (
-                end == len(parts) and self.ignores(place, is_folder=False)
+            # A folder that is not there has the rules of the one around it: "docs/made/*" may be all that names it.
+            rules = self._rules.get(place.rpartition("/")[0], rules)
+            if rules and (
+                _ignored(self._root, place, rules, is_folder=True)
+                or (end == len(parts) and _ignored(self._root, place, rules, is_folder=False))
             ):
                 return True
         return False

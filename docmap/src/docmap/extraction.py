@@ -6,6 +6,7 @@ import html
 import re
 from bisect import bisect_right
 from collections.abc import Collection, Iterable, Iterator, Sequence
+from heapq import merge
 from itertools import chain
 from types import SimpleNamespace
 from typing import Any, cast
@@ -46,7 +47,16 @@ from docmap.facts import (
     lines_of,
 )
 from docmap.ignored import ignored_spans
-from docmap.inline import Element, Labels, elements_of, link_of, links_of_element, read_inline, same_label
+from docmap.inline import (
+    Element,
+    Labels,
+    elements_of,
+    link_of,
+    links_of_element,
+    read_inline,
+    same_label,
+    undefined_shortcuts,
+)
 from docmap.names import read_names
 from docmap.nodes import level_of, nodes_by_kind, ranges_of
 from docmap.notes import Region, Target, read_regions
@@ -91,6 +101,8 @@ class _Reader:
         self._source = Source(self._data)
         self._line_of = self._source.line_of
         self._facts = Facts()
+        # Where brackets stand alone without a definition, as if they were links.
+        self._shortcuts: list[int] = []
 
     def read(self) -> tuple[Facts, list[Symbol]]:
         root = parse_bytes(self._data)
@@ -171,6 +183,7 @@ class _Reader:
         self._facts.labels = list(labels)
         if labels:
             self._labels = (*self._labels, frozenset(labels))
+            self._shortcuts = undefined_shortcuts(self._data, self._source.code, self._labels)
         if self._facts.footnotes:
             self._notes = (*self._notes, frozenset(same_label(note.name) for note in self._facts.footnotes))
 
@@ -223,9 +236,9 @@ class _Reader:
         ranges = Ranges(((region.begin, region.end) for region in regions), joined=False)
         kinds = {(region.begin, region.end): region.kind for region in regions}
         begins = [node.start_byte for node in nodes]
+        shortcuts = frozenset(self._shortcuts)
         done = 0
-        for sign in _INLINE_SIGN.finditer(self._data):
-            position = sign.start()
+        for position in merge((sign.start() for sign in _INLINE_SIGN.finditer(self._data)), self._shortcuts):
             number = bisect_right(begins, position) - 1
             if position < done or number < 0:
                 continue
@@ -233,7 +246,7 @@ class _Reader:
             if position >= end:
                 continue
             done = end
-            found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes)
+            found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes, shortcuts)
             for place, link in found.links:
                 around = ranges.around(place)
                 self._facts.links.append(link if around is None else link._replace(inside=kinds[around]))

@@ -35,6 +35,7 @@ REF: Final = "ref"  # {ref}`label`, {numref}`label`
 FILE: Final = "file"  # {download}`path`, and the files that directives name
 NAV: Final = "nav"  # a page that a configuration lists
 LABEL: Final = "label"  # [text][label] or [label][] without a definition of the label
+SHORTCUT: Final = "shortcut"  # [label] without a definition, where most of these have one
 FOOTNOTE: Final = "footnote"  # [^label] without a definition
 
 

@@ -8,13 +8,28 @@ from __future__ import annotations
 
 import html
 import re
-from collections.abc import Callable, Iterator
+from collections.abc import Callable, Collection, Iterator
 from functools import lru_cache
 from typing import NamedTuple
 from urllib.parse import unquote
 
 from docmap.directives import LONGEST_ROLE, ROLE, link_of_role
-from docmap.facts import EMBED, FOOTNOTE, HREF, IMAGE, LABEL, LINK, SCHEME, SRC, TEMPLATE, WIKI, WWW, Link
+from docmap.facts import (
+    EMBED,
+    FOOTNOTE,
+    HREF,
+    IMAGE,
+    LABEL,
+    LINK,
+    SCHEME,
+    SHORTCUT,
+    SRC,
+    TEMPLATE,
+    WIKI,
+    WWW,
+    Link,
+)
+from docmap.ranges import Ranges
 
 # Web addresses, mail addresses and the like; also "//host/path", which takes over the page's scheme.
 _EXTERNAL = re.compile(r"(?:[A-Za-z][A-Za-z0-9+.-]*:|//)")
@@ -78,6 +93,16 @@ _LONGEST_RUN = 16
 _DIGITS = re.compile(rb"[0-9]+")
 _LONGEST_LABEL = 999
 _LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
+
+
+# Words in brackets with nothing before or after that would make something else of them.
+_SHORTCUT = re.compile(
+    rb"(?<![\]\[\\!$@`\w])\[((?=[\w`*\"\x80-\xff])[^\[\]\n]{2,80})\](?![\[(:{\]]|[ \n][ \t>]{0,20}\[)"
+)
+_AFTER_BRACKET = re.compile(rb"\][ \t]*\n?[ \t>]*\Z")
+_FEWEST_SHORTCUTS = 2
+# Names of programs and of their settings.
+_OF_PROGRAMS = re.compile(r"\S*\w[._:=/]\w\S*")
 
 
 class Element(NamedTuple):
@@ -164,24 +189,79 @@ def _element(tag: re.Match[bytes]) -> Element | None:
     )
 
 
+_BREAKS = re.compile(r"[\t\n\r]")
 _LEADS = {"href": HREF, "to": HREF, "src": SRC}
 
 
 def links_of_element(element: Element, line: int) -> Iterator[Link]:
     """The links that an element makes by its attributes."""
     for attribute, form in _LEADS.items():
-        target = element.attributes.get(attribute)
+        # Browsers drop the breaks of lines in an address, and the spaces around it.
+        target = _BREAKS.sub("", element.attributes.get(attribute, "")).strip()
         if target and not (attribute == "to" and element.name != "Link"):
-            link = link_of(form, line, target)
+            link = link_of(form, line + _lines_before(attribute, element.written), target)
             if link is not None:
                 # What these lead to is loaded into the page.
                 loaded = form == HREF and element.name.lower() in {"use", "image", "link"}
                 yield link._replace(form=SRC) if loaded else link
 
 
-def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels) -> Found:
-    """Read one run of inline Markdown; `labels` and `notes` are those that are defined."""
-    return _Scanner(data, begin, end, line_of, labels, notes).found
+def _lines_before(attribute: str, written: str) -> int:
+    """How many lines of an element stand before that of an attribute."""
+    if "\n" not in written:
+        return 0
+    tag = written.encode()
+    begins = (match.start(1) for match in _ATTRIBUTE.finditer(tag) if match[1].decode().lower() == attribute)
+    return tag.count(b"\n", 0, next(begins, 0))
+
+
+def undefined_shortcuts(data: bytes, code: Ranges, labels: Labels) -> list[int]:
+    """Where words in brackets stand alone without a definition, in a text that defines most of what stands so.
+
+    Words that begin with a code span are compared with such alone: a program's own names often stand in brackets.
+    """
+    defined: tuple[set[bytes], set[bytes]] = (set(), set())
+    others: tuple[dict[int, str], dict[int, str]] = ({}, {})
+    known = {label.encode() for some in labels for label in some}
+    for match in _SHORTCUT.finditer(data):
+        # Most are defined as they are written, and nothing more is asked of these.
+        written = match[1].lower()
+        if written in known:
+            defined[written[:1] == b"`"].add(written)
+            continue
+        label = same_label(match[1].decode("utf-8", "replace"))
+        is_code = label.startswith("`")
+        if label.encode() in known:
+            defined[is_code].add(label.encode())
+            continue
+        # Some programs take "[text] [label]" for a reference, be it in two lines.
+        is_second = _AFTER_BRACKET.search(data, max(match.start() - 24, 0), match.start()) is not None
+        if is_second or label.isdigit() or match.start() in code:
+            continue
+        if is_code or _OF_PROGRAMS.fullmatch(label) is None:
+            others[is_code][match.start()] = label
+    if not any(others):
+        return []
+    return sorted(
+        position
+        for known, unknown in zip(defined, others, strict=True)
+        if len(known) >= max(_FEWEST_SHORTCUTS, 2 * len({*unknown.values()}))
+        for position in unknown
+    )
+
+
+def read_inline(
+    data: bytes,
+    begin: int,
+    end: int,
+    line_of: LineOf,
+    labels: Labels,
+    notes: Labels,
+    shortcuts: Collection[int] = (),
+) -> Found:
+    """Read one run of inline Markdown; `labels` and `notes` are those that are defined, `shortcuts` as
+    `undefined_shortcuts` finds them."""
+    return _Scanner(data, begin, end, line_of, labels, notes, shortcuts).found
 
 
 @lru_cache(_LONGEST_RUN)
@@ -221,10 +301,17 @@ class _Scanner:
     """Goes through a run once, as CommonMark does: brackets are kept until their end is found."""
 
     def __init__(
-        self, data: bytes, begin: int, end: int, line_of: LineOf, labels: Labels, notes: Labels
+        self,
+        data: bytes,
+        begin: int,
+        end: int,
+        line_of: LineOf,
+        labels: Labels,
+        notes: Labels,
+        shortcuts: Collection[int],
     ) -> None:
         self._data, self._end, self._line_of = data, end, line_of
-        self._labels, self._notes = labels, notes
+        self._labels, self._notes, self._shortcuts = labels, notes, shortcuts
         self.found = Found([], [], [])
         # Where each open bracket is, and whether it is an image's.
         self._open: list[tuple[int, bool]] = []
@@ -299,6 +386,8 @@ class _Scanner:
                 elif start - opened <= _LONGEST_LABEL:
                     self._add_label(opened, LABEL, self._data[opened + 1 + is_image : start], self._labels)
                 return label.end()
+        elif opened in self._shortcuts:
+            self._add_label(opened, SHORTCUT, self._data[opened + 1 : start], self._labels)
         return after
 
     def _is_text(self, opened: int) -> bool:

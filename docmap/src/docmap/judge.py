@@ -12,7 +12,7 @@ from itertools import chain
 from typing import NamedTuple
 
 from docmap.closest_pages import ClosestPages
-from docmap.documents import PAGE_SUFFIXES
+from docmap.documents import PAGE_SUFFIXES, PICTURE_SUFFIXES
 from docmap.facts import (
     DOC,
     EMBED,
@@ -22,6 +22,7 @@ from docmap.facts import (
     LABEL,
     REF,
     SCHEME,
+    SHORTCUT,
     SRC,
     TEMPLATE,
     TOC,
@@ -37,16 +38,19 @@ from docmap.partials import perhaps_included
 from docmap.repository import Repository
 from docmap.sites.resolution import DOUBTFUL, FOUND
 from docmap.sites.site import Site
-from docmap.spelling import Names, Spelling, is_slip
+from docmap.spelling import Names, Spelling, is_slip, is_sure_slip
 
 # Files at the top of a repository that its host shows, whatever site is made of them as well.
 _OF_THE_HOST = re.compile(r"(?:readme|changelog|contributing|security|code_of_conduct)\.\w+", re.IGNORECASE)
 # "icon@2x.png" is a file.
 _MAIL = re.compile(r"[\w.+-]+@(?!\dx\.)(?:[\w-]+\.)+[A-Za-z]{2,}")
 _WORD_LABEL = re.compile(r"[\w-]+")
+# Names of programs, which often differ in a letter: `cache`, config.cached, is_file.
+_OF_PROGRAMS = re.compile(r"[`._:]")
 # What programs put between the words of an anchor, or leave out.
 _BETWEEN_WORDS = re.compile(r"[-_\s]+")
 _LOWEST_LIKENESS = 0.7
+_PERHAPS_TEXT = "text in brackets, or a link as most brackets of this document are?"
 # Forms that are text wherever no rules are for them.
 _OF_SOME_SITES = frozenset({SCHEME, DOC, TOC, REF, FILE})
 
@@ -104,7 +108,7 @@ class Judge:
         hidden = lines_of(facts.spans, site.rules.literal - {"comment"})
         # A link that is written as one before it leads where that led.
         known: dict[object, Judgement] = {}
-        for link in facts.links:
+        for link in site.links_of(facts):
             if link.line in hidden:
                 continue
             reader = site.notes if link.form in {WIKI, EMBED} else site
@@ -171,8 +175,8 @@ class Judge:
     def _judge_in(self, site: Site, link: Link, path: str, source: str, facts: Facts) -> Judgement:
         if link.form in {WIKI, EMBED}:
             site = site.notes or site
-        if link.form in {LABEL, FOOTNOTE}:
-            return Judgement(link, None, self._judge_label(site, link, path, facts))
+        if link.form in {LABEL, SHORTCUT, FOOTNOTE}:
+            return Judgement(link, None, self._judge_label(site, link, path, source, facts))
         for pattern, why in site.rules.filled_in.items():
             if re.search(pattern, link.written):
                 return Judgement(
@@ -209,10 +213,8 @@ class Judge:
         else:
             message, suggestion = f'no file "{link.path}"', self._closest_pages.of(site, link, source)
         if resolution.outcome == DOUBTFUL:
-            is_slip = (
-                resolution.is_made and suggestion is not None and _is_slip_in_path(link.path, suggestion)
-            )
-            doubt = None if is_slip else resolution.why
+            slips = suggestion is not None and _is_slip(link, suggestion, is_made=resolution.is_made)
+            doubt = None if slips else resolution.why
             return Judgement(link, None, _finding(link, path, message, suggestion, doubt, site))
         if resolution.why is not None:
             message = f"{message}: {resolution.why}"
@@ -254,8 +256,8 @@ class Judge:
         message = f'no {kind} "#{wanted}"{where}'
         return Judgement(link, target, _finding(link, path, message, suggestion, doubt, site))
 
-    def _judge_label(self, site: Site, link: Link, path: str, facts: Facts) -> Finding | None:
-        if link.form == LABEL:
+    def _judge_label(self, site: Site, link: Link, path: str, source: str, facts: Facts) -> Finding | None:
+        if link.form in {LABEL, SHORTCUT}:
             # One character or a number in brackets is an index, in prose about programs.
             if not site.rules.labels or len(link.path) < 2 or link.path.isdigit():
                 return None
@@ -263,9 +265,25 @@ class Judge:
                 return None
             if site.rules.names_label is not None and site.rules.names_label(site, link.path):
                 return None
+            missing: str | None = None
+            if site.may_include:
+                # What is included is text of the page before its labels are looked for.
+                labels, missing = site.labels_around(path, source)
+                if same_label(link.path) in labels:
+                    return None
             close = self._spelling.closest(link.path.casefold(), Names(facts.labels), _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'
-            return _finding(link, path, message, close, site.rules.any_label, site)
+            doubt = site.rules.any_label or (_PERHAPS_TEXT if link.form == SHORTCUT else None)
+            doubt = doubt or (None if missing is None else f"defined in {missing}, which is included?")
+            if (
+                site.rules.slips
+                and close is not None
+                and is_slip(link.path, close)
+                and not _OF_PROGRAMS.search(link.path)
+                and not _same_words(link.path, close)
+            ):
+                doubt = None
+            return _finding(link, path, message, close, doubt, site)
         # Brackets with a circumflex are character classes as well; who defines footnotes means them.
         if not facts.footnotes or not _WORD_LABEL.fullmatch(link.path):
             return None
@@ -296,13 +314,23 @@ class Judge:
         return f"#{anchor}"
 
 
+def _is_slip(link: Link, meant: str, *, is_made: bool) -> bool:
+    """Whether a doubtful target is another one misspelt; `is_made`: nobody would make what is one slip away from it."""
+    if link.form != REF:
+        return is_made and _is_slip_in_path(link.path, meant)
+    if is_made:
+        return is_slip(link.path, meant) and not _same_words(link.path, meant)
+    return is_sure_slip(link.path, meant)
+
+
 def _is_slip_in_path(written: str, meant: str) -> bool:
     """Whether one part of a path is misspelt, and the others are as they should be."""
     ours, theirs = (posixpath.normpath(path).strip("/").split("/") for path in (written, meant))
     if len(ours) != len(theirs):
         return False
     wrong = [pair for pair in zip(ours, theirs, strict=True) if pair[0] != pair[1]]
-    if written.lower().endswith(PAGE_SUFFIXES):
+    # Programs make addresses and anchors of words, and no names of files.
+    if written.lower().endswith((*PAGE_SUFFIXES, *PICTURE_SUFFIXES)):
         return len(wrong) == 1 and is_slip(*wrong[0])
     return len(wrong) == 1 and is_slip(*wrong[0]) and not _same_words(*wrong[0])
 

@@ -5,6 +5,7 @@ from __future__ import annotations
 import re
 
 from docmap.facts import Facts, Named
+from docmap.inline import plain
 from docmap.source import Source, text_of
 
 # Patterns of whole lines are for `Source.find_lines`.
@@ -31,7 +32,7 @@ def read_names(source: Source, facts: Facts) -> None:
             if own is not None and not source.is_inside_code(match.start()):
                 line = source.line_of(match.start())
                 if line not in heading_lines:
-                    facts.attribute_ids.append(Named(line, text_of(own[own.lastindex or 1])))
+                    facts.attribute_ids.append(Named(line, plain(text_of(own[own.lastindex or 1]))))
     if b"^" in signs:
         facts.block_ids.extend(
             Named(source.line_of(match.start()), text_of(match[1]))

@@ -116,6 +116,22 @@ def is_slip(written: str, meant: str) -> bool:
     return _edits(written.casefold(), meant.casefold()) <= (1 if longer < 8 else 2)
 
 
+def is_sure_slip(written: str, meant: str) -> bool:
+    """Whether a name can hardly be anything but another one misspelt, wherever it comes from: one letter off in a long
+    one, and no other number (of things or of digits), case or dash."""
+    one, other = written.casefold(), meant.casefold()
+    if min(len(one), len(other)) < 10 or one.count("s") != other.count("s"):
+        return False
+    # One letter changes no more than this, which is seen much faster.
+    if abs(len(one) - len(other)) > 1 or len({*one} ^ {*other}) > 2:
+        return False
+    return is_slip(one, other) and _edits(one, other) == 1 and _words(one) != _words(other)
+
+
+def _words(name: str) -> str:
+    return "".join(filter(str.isalnum, name))
+
+
 def _edits(one: str, other: str) -> int:
     """How many letters to insert, drop, change or swap to make one name of the other."""
     before: list[int] = []

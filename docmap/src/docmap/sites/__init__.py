@@ -26,7 +26,7 @@ from docmap.sites.site import Site
 # first: of two that find a site at one place, the first has it.
 DEFINING: Mapping[str, tuple[str, ...]] = {
     "mdbook": ("book.toml", "src/SUMMARY.md"),
-    "mkdocs": ("mkdocs*.y*ml", "zensical.toml"),
+    "mkdocs": ("mkdocs*.y*ml", "zensical.toml", "zensical*.y*ml", "properdocs*.y*ml"),
     "vitepress": (".vitepress/config.*", ".vitepress/config/index.*"),
     "docusaurus": ("docusaurus.config.*",),
     "starlight": ("astro.config.*",),
@@ -41,7 +41,7 @@ DEFINING: Mapping[str, tuple[str, ...]] = {
         "rspress[.-]config.*", "eleventy[.-]config.*", "vocs[.-]config.*", ".eleventy.*js", "nuxt.config.*",
         "next.config.*", "mint.json", "docs.json", "docfx.json", "book.json", "_quarto.y*ml",
         "_bookdown.y*ml", "antora.y*ml", "myst.y*ml", ".gitbook.y*ml", "retype.y*ml", "pelicanconf.py",
-        "_[Ss]idebar.md", "_coverpage.md", "_navbar.md", "_config.y*ml",
+        "_[Ss]idebar.md", "_coverpage.md", "_navbar.md", "_config.y*ml", "website/siteConfig.js",
     ),
     "jekyll": ("_config.y*ml", "_config.toml"),
     "vault": (".obsidian", ".foam", ".logseq"),

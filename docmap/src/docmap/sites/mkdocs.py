@@ -145,9 +145,14 @@ def _named(site: Site, link: Link, source: str) -> Resolution | None:
     return found(*pages) if pages else None
 
 
-def _snippet(bases: tuple[str, ...], site: Site, construct: Construct, page: str) -> str | None:
+def _places_of(bases: tuple[str, ...], construct: Construct) -> list[str]:
+    """Where a snippet may lie."""
     path = re.sub(r":[^/]*$", "", construct.arguments.strip().strip("\"'"))
-    places = [posixpath.normpath(posixpath.join(base, path)) for base in bases]
+    return [posixpath.normpath(posixpath.join(base, path)) for base in bases]
+
+
+def _snippet(bases: tuple[str, ...], site: Site, construct: Construct, page: str) -> str | None:
+    places = _places_of(bases, construct)
     return next((place for place in places if place in site.repository.files), places[0])
 
 
@@ -246,8 +251,8 @@ def make(repository: Repository, root: str) -> Site | None:
         literals.get(config, "validation", "absolute_links") == "relative_to_docs"
     ):
         ways["link"] = (itself, file_from_content, *ways["link"])
-    if {"md_in_html", "extra", "pymdownx.extra"} & extensions.keys():
-        # Elements within Markdown blocks are links of the document, too.
+    if posixpath.basename(path).startswith("zensical"):
+        # MkDocs leaves the addresses of elements as they are, in any block. Of Zensical this is not known.
         ways[HREF] = ways[SRC] = (*ways[HREF], _document)
     if languages.names:
         ways["link"] = (itself, languages.way, *ways["link"][1:])
@@ -350,13 +355,28 @@ def _with_extensions(
         labels: set[str] = set()
         for name in literals.texts(snippets.get("auto_append")):
             places = (posixpath.normpath(posixpath.join(base, name)) for base in bases or (root,))
-            read = (repository.facts(place, suffixes=("",)) for place in places)
-            appended = next(filter(None, read), None)
-            labels.update(appended.labels if appended is not None else ())
+            appended = next((place for place in places if place in repository.files), None)
+            labels.update(() if appended is None else _labels_of(repository, bases or (root,), appended))
             if appended is None:
                 rules = rules.changed(any_label=f"defined by {name}, which pymdownx.snippets appends?")
         rules = rules.changed(more_labels=frozenset(labels))
     return rules.changed(effects=effects)
+
+
+def _labels_of(repository: Repository, bases: tuple[str, ...], path: str) -> Iterable[str]:
+    """The labels that a file defines, and the snippets in it."""
+    waiting, seen = [path], {path}
+    while waiting:
+        facts = repository.facts(waiting.pop(), suffixes=("",))
+        if facts is None:
+            continue
+        yield from facts.labels
+        for construct in facts.constructs:
+            if construct.form == SNIPPET:
+                places = _places_of(bases, construct)
+                found = next((place for place in places if place in repository.files), places[0])
+                waiting += [] if found in seen else [found]
+                seen.add(found)
 
 
 def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -> Rules:

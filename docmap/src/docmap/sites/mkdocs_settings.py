@@ -1,4 +1,4 @@
-"""Reads what configures MkDocs and Zensical: settings, those that they inherit, and hooks."""
+"""Reads what configures MkDocs, ProperDocs (which goes on from it) and Zensical: settings, what they inherit, hooks."""
 
 from __future__ import annotations
 
@@ -13,8 +13,8 @@ from docmap.sites import literals
 from docmap.sites.site import Site
 
 # A configuration may have any name that MkDocs is told; others than these are one by their settings.
-_CONFIGURATION = re.compile(r"(?:.*/)?(?:mkdocs[^/]*\.ya?ml|zensical\.toml)")
-_USUAL_NAMES = ("mkdocs.yml", "mkdocs.yaml", "zensical.toml")
+_CONFIGURATION = re.compile(r"(?:.*/)?(?:(?:mkdocs|properdocs|zensical)[^/]*\.ya?ml|zensical\.toml)")
+_USUAL_NAMES = ("mkdocs.yml", "mkdocs.yaml", "properdocs.yml", "properdocs.yaml", "zensical.toml")
 # What Zensical has where its configuration names no extensions.
 USUAL_EXTENSIONS: Mapping[str, Any] = {
     name: {}

@@ -17,6 +17,7 @@ from docmap.facts import WIKI, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import anchors
 from docmap.sites.anchors import Anchors
+from docmap.sites.fields import links_of_fields
 from docmap.sites.resolution import BESIDE, FOUND, Resolution, doubtful, found, made_perhaps, missing
 from docmap.sites.rules import NO_EFFECT, Effect, Rules
 
@@ -178,6 +179,26 @@ class Site:
                         pages.setdefault(included, []).append(page)
         return pages
 
+    def labels_around(self, path: str, page: str) -> tuple[frozenset[str], str | None]:
+        """The labels that a page and what it includes define, for a part of it or itself, and what of it is not here."""
+        labels: set[str] = set()
+        missing: str | None = None
+        waiting, seen = [path, page], {path, page}
+        while waiting:
+            source = waiting.pop()
+            facts = self.facts(source) or self.repository.facts(source, suffixes=("",))
+            if facts is None:
+                missing = missing or source
+                continue
+            labels.update(facts.labels)
+            for construct in facts.constructs:
+                effect = self.effect_of(construct)
+                included = effect.includes(self, construct, source) if effect.includes is not None else None
+                if included is not None and included not in seen:
+                    seen.add(included)
+                    waiting.append(included)
+        return frozenset(labels), missing
+
     @property
     def may_include(self) -> bool:
         """Whether any construct brings other files into a page."""
@@ -218,6 +239,12 @@ class Site:
         return vault if finds >= _FEWEST_WIKI_LINKS and 2 * finds > len(links) else None
 
     # --- Links ---
+
+    def links_of(self, facts: Facts) -> list[Link]:
+        """The links of a document: those of front matter that the theme shows, then those of its text."""
+        if self.rules.fields is None or not facts.front_matter:
+            return facts.links
+        return links_of_fields(facts, self.rules.fields(facts)) + facts.links
 
     def resolve(self, link: Link, source: str) -> Resolution:
         """Where a link of the file `source` leads; links with an empty path lead to `source` itself."""

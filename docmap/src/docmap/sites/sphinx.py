@@ -34,7 +34,14 @@ from docmap.sites import literals, slugs
 from docmap.sites.resolution import Resolution, doubtful, found
 from docmap.sites.rules import Effect, Rules
 from docmap.sites.site import Site
-from docmap.sites.sphinx_roles import SOURCES, Named, as_compared, doubt_of_files, doubt_of_labels
+from docmap.sites.sphinx_roles import (
+    SOURCES,
+    Named,
+    as_compared,
+    doubt_of_files,
+    doubt_of_labels,
+    generated_folders,
+)
 from docmap.sites.ways import (
     as_hosted,
     by_web_server,
@@ -306,10 +313,12 @@ def make(repository: Repository, root: str) -> Site | None:
     named = Named(
         left_out,
         inventories,
+        inventories if _shares_documents(settings) else None,
         frozenset(literals.table(settings, "intersphinx_mapping")),
         frozenset(extensions),
         doubt_of_labels(extensions if is_read else None, text),
         doubt_of_files(extensions if is_read else None, text),
+        generated_folders(root, extensions, settings),
         _targets,
         re.search(r"^def setup\b", text or "", re.MULTILINE) is not None,
     )
@@ -372,6 +381,13 @@ def make(repository: Repository, root: str) -> Site | None:
         why = f"{path} cannot be read, and decides"
         rules = rules.changed(any_target=why, any_source=why, any_anchor=why, any_label=why)
     return Site(as_hosted(rules, repository, root), repository, root, root, path)
+
+
+def _shares_documents(settings: dict[str, Any]) -> bool:
+    """Whether {doc} without the name of a project may lead to a document of another; since Sphinx 5 only where a setting
+    says so."""
+    disabled = settings.get("intersphinx_disabled_reftypes", ["std:doc"])
+    return not isinstance(disabled, list) or not {"std:doc", "std:*", "*"} & set(literals.texts(disabled))
 
 
 def _redirects(settings: dict[str, Any], repository: Repository, root: str) -> dict[str, str]:

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import posixpath
 import re
-from collections.abc import Callable
+from collections.abc import Callable, Collection
 from dataclasses import dataclass
 
 from pathspec import GitIgnoreSpec
@@ -37,6 +37,13 @@ _READS_PROGRAMS = re.compile(
     r"sphinx\.ext\.autodoc|sphinx_autodoc_typehints|numpydoc|autodocsumm|sphinxcontrib\.(?:bibtex|autodoc_pydantic|programoutput)"
     r"|sphinx_(?:click|argparse|proof|exercise|issues|substitution_extensions)|sphinx_click\.ext|sphinxarg\.ext|enum_tools.*"
 )
+# Those that bring documents to one folder alone: the setting that names it, and its name without one.
+_FOLDERS = {"autodoc2": ("autodoc2_output_dir", "apidocs")}
+# And the one that does so where a text asks for it.
+_AUTOSUMMARY = "sphinx.ext.autosummary"
+_ASKS_FOR_SUMMARIES = re.compile(
+    r"\bautomodule(?:::|\})|\bautopackagesummary\b|\bautosummary(?:::|\})(?:[^\n]*\n){1,20}?[ \t]*:toctree:"
+)
 # What conf.py may do to make files.
 _WRITES = re.compile(
     r"""\b(?:subprocess|shutil|apidoc|urlretrieve)\b|\bos\.system\b|\bwrite_(?:text|bytes)\b"""
@@ -44,6 +51,10 @@ _WRITES = re.compile(
 )
 # What a function of conf.py may do to labels; style sheets and scripts do nothing.
 _CHANGES_MORE = re.compile(r"\bapp\.(?:connect|add_(?!css|js|html)\w+|setup_extension|registry|env)")
+# What adds nothing but to what texts can hold, and so no document and no file.
+_ADDS = re.compile(
+    r"\bapp\.add_(?:directive|role|lexer|(?:post_)?transform|config_value|object_type|crossref_type)\b"
+)
 _AUTOMATIC = "sphinx.ext.autosectionlabel"
 # Labels that Sphinx has.
 _INDEXES = frozenset({"genindex", "modindex", "py-modindex", "search"})
@@ -80,27 +91,43 @@ def doubt_of_labels(extensions: list[str] | None, conf: str | None) -> str | Non
 
 def doubt_of_files(extensions: list[str] | None, conf: str | None) -> str | None:
     """Why there may be documents and files that are not here: the same for what makes these."""
-    doubt = doubt_of_labels(
-        extensions and [name for name in extensions if _READS_PROGRAMS.fullmatch(name) is None], conf
-    )
+    others = extensions and [
+        name
+        for name in extensions
+        if _READS_PROGRAMS.fullmatch(name) is None and name not in {*_FOLDERS, _AUTOSUMMARY}
+    ]
+    doubt = doubt_of_labels(others, _ADDS.sub("", conf or ""))
     return doubt or ("made by conf.py?" if _WRITES.search(conf or "") else None)
+
+
+def generated_folders(root: str, extensions: Collection[str], settings: dict[str, object]) -> dict[str, str]:
+    """The folders that extensions bring documents to, with what doubts them."""
+    return {
+        posixpath.normpath(posixpath.join(root, literals.text(settings, setting, otherwise=usual))): (
+            f"made by the extension `{name}`?"
+        )
+        for name, (setting, usual) in _FOLDERS.items()
+        if name in extensions
+    }
 
 
 @dataclass(frozen=True)
 class Named:
     """What the names of roles and directives lead to in one site.
 
-    `inventories`: why a name may be one of another project; `projects`: how these are called; `label_doubt` and
-    `file_doubt`: why there may be other labels, and other documents and files; `targets` finds the documents of each
-    name, as it compares.
+    `inventories`: why a name may be one of another project, and `shared_documents` the same of a document; `projects`:
+    how these are called; `label_doubt` and `file_doubt`: why there may be other labels, and other documents and files;
+    `generated`: folders -> what brings documents there; `targets` finds the documents of each name, as it compares.
     """
 
     left_out: GitIgnoreSpec
     inventories: str | None
+    shared_documents: str | None
     projects: frozenset[str]
     extensions: frozenset[str]
     label_doubt: str | None
     file_doubt: str | None
+    generated: dict[str, str]
     targets: Callable[[Site], dict[str, list[str]]]
     has_setup: bool  # whether conf.py has a function that Sphinx calls
 
@@ -120,11 +147,15 @@ class Named:
             return found(name) if site.repository.is_document(name) else found()
         if self._is_of_project(link.path):
             return found()
-        if self.inventories is not None and link.form != TOC:
-            return doubtful(self.inventories)
+        if self.shared_documents is not None and link.form != TOC:
+            return doubtful(self.shared_documents)
         if link.form != TOC and place in site.repository.files and place.endswith(SOURCES):
             return nothing_because(site, link, source, "{doc} names a document without its suffix")
-        return None if self.file_doubt is None else made_perhaps(self.file_doubt)
+        generated = (why for folder, why in self.generated.items() if f"{place}/".startswith(f"{folder}/"))
+        doubt = next(generated, self.file_doubt)
+        if doubt is None and _AUTOSUMMARY in self.extensions and site.once(_asks_for_summaries):
+            doubt = f"made by the extension `{_AUTOSUMMARY}`?"
+        return None if doubt is None else made_perhaps(doubt)
 
     def label(self, site: Site, link: Link, source: str) -> Resolution | None:
         """{ref}`label`: what stands before a heading or block, or is the name of a figure or table."""
@@ -140,7 +171,7 @@ class Named:
                 return found()
             return made_perhaps(f"a heading, by {_AUTOMATIC}?")._replace(names=targets)
         if self.inventories is not None:
-            return doubtful(self.inventories)
+            return doubtful(self.inventories)._replace(names=targets)
         if self.label_doubt is not None or site.unread_page is not None:
             why = self.label_doubt or f"{site.unread_page} cannot be read, and may have it"
             return made_perhaps(why)._replace(names=targets)
@@ -196,6 +227,13 @@ def _defined_somehow(site: Site) -> frozenset[str]:
     texts = [f"\n{site.repository.text(path) or ''}" for path in dict.fromkeys([*sources, *site.includers])]
     matches = (match for text in texts for pattern in _DEFINITIONS for match in pattern.finditer(text))
     return frozenset(map(as_compared, {match[match.lastindex or 0] for match in matches}))
+
+
+def _asks_for_summaries(site: Site) -> bool:
+    """Whether a text of the site has documents made of programs."""
+    paths = (path for path in site.repository.files if site.within(path, site.content) is not None)
+    texts = (site.repository.text(path) or "" for path in paths if path.endswith((*SOURCES, ".inc", ".rest")))
+    return any(_ASKS_FOR_SUMMARIES.search(text) for text in texts)
 
 
 def _described(site: Site) -> frozenset[str]:

@@ -12,6 +12,7 @@ from docmap.facts import DOLLARS, HREF, IMAGE, MDX_COMMENT, SRC, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
+from docmap.sites.fields import Fields
 from docmap.sites.resolution import Resolution, doubtful, found
 from docmap.sites.rules import Rules
 from docmap.sites.scripts import Script
@@ -44,6 +45,15 @@ _HARMLESS = re.compile(
     r"|image-zoom|sidebar-topics|llms-txt|theme-[\w-]+|kbd|scroll-to-top|videos|package-managers|view-modes"
     r"|site-graph|code-snippets|auto-sidebar|showcases|config|types|zod|fs|path|url)$"
 )
+# Fields of front matter that the theme shows.
+_FIELDS: Fields = {
+    ("prev", "link"): HREF,
+    ("next", "link"): HREF,
+    ("hero", "actions", "*", "link"): HREF,
+    ("hero", "image", "file"): IMAGE,
+    ("hero", "image", "light"): IMAGE,
+    ("hero", "image", "dark"): IMAGE,
+}
 _IMPORTED_PACKAGE = re.compile(r"^(?:@astrojs/|astro-|@[\w-]+/(?:astro|starlight)-|starlight-)")
 
 
@@ -106,6 +116,7 @@ RULES = Rules(
         r"/404(?:\.html)?/?|/sitemap-[\w-]+\.xml|/sitemap\.xml|/pagefind/.*|/_astro/.*|/llms[\w-]*\.txt": None
     },
     partials_keep_paths=True,
+    fields=lambda facts: _FIELDS,
     slug=slugs.github,
     always=r"|top|:~:.*|_top|starlight__.*|user-content-fn.*",
     bodies_by_suffix={".mdx": ("jsx",)},

@@ -5,6 +5,7 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterator
+from functools import partial
 
 from docmap.documents import PAGE_SUFFIXES
 from docmap.facts import FENCE, INCLUDE, SNIPPET, Construct
@@ -30,9 +31,13 @@ _DEFINED_BY = {
     # Docsify, and the wikis of code hosts.
     r"(.*/)?(?:_[Ss]idebar|_coverpage|_navbar)\.md": "",
     r"(.*/)?_config\.ya?ml": r"(?i)# hexo|hexo-",
+    # Docusaurus before its version 2.
+    r"(.*/)?website/siteConfig\.js": "",
 }
 _PATTERNS = {re.compile(pattern): re.compile(text) for pattern, text in _DEFINED_BY.items()}
 _SUFFIXES = ("js", "ts", "json", "yml", "yaml", "py", "bar.md", "page.md")
+# The folder of documents that this names, which lies beside that of the site; usually it is "docs".
+_CUSTOM_DOCS = re.compile(r"""customDocsPath['"]?\s*:\s*['"]([^'"]+)""")
 _FIRST_PATH = re.compile(r"""\s*["']?([^\s"'<>]+)""")
 
 
@@ -80,4 +85,14 @@ def make(repository: Repository, root: str) -> Site | None:
         page_suffixes=PAGE_SUFFIXES,
         effects={SNIPPET: include, INCLUDE: include, f"{FENCE}:include": include},
     )
+    if path.endswith("/siteConfig.js"):
+        custom = _CUSTOM_DOCS.search(repository.text(path) or "")
+        docs = posixpath.basename(custom[1].rstrip("/")) if custom is not None else "docs"
+        rules = rules.changed(
+            takes=partial(_is_below, tuple(posixpath.join(root, x) for x in (docs, "website")))
+        )
     return Site(rules, repository, root, root, path)
+
+
+def _is_below(folders: tuple[str, ...], site: Site, path: str) -> bool:
+    return any(site.within(path, folder) is not None for folder in folders)

@@ -10,11 +10,12 @@ from functools import partial
 
 from pathspec import GitIgnoreSpec
 
-from docmap.facts import DOLLARS, HREF, IMAGE, INCLUDE, SRC, Construct, Facts, Link
+from docmap.facts import DOLLARS, HREF, IMAGE, INCLUDE, NAV, SRC, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
-from docmap.sites.resolution import Resolution, doubtful
+from docmap.sites.fields import Fields
+from docmap.sites.resolution import Resolution, doubtful, made_perhaps
 from docmap.sites.rules import Effect, Rules
 from docmap.sites.scripts import Script
 from docmap.sites.site import Site
@@ -42,6 +43,16 @@ _KNOWN = literals.words(
     """
 )
 _PARAMETER = re.compile(r":(\w+)(\*?)")
+# Fields that the default theme shows on every page, and those of a home page.
+_AROUND: Fields = {("prev", "link"): NAV, ("next", "link"): NAV}
+_HOME: Fields = {
+    **_AROUND,
+    ("hero", "image"): SRC,
+    ("hero", "image", "src"): SRC,
+    ("hero", "actions", "*", "link"): NAV,
+    ("features", "*", "link"): NAV,
+}
+_THEME = re.compile(r"\.vitepress/theme/index\.[cm]?[jt]sx?")
 _USED = re.compile(r"\.use\(\s*([\w$.]+)")
 
 
@@ -74,6 +85,22 @@ def _by_router(site: Site, link: Link, source: str) -> Resolution | None:
     return None
 
 
+def _from_root(site: Site, link: Link, source: str) -> Resolution | None:
+    """A path without a dot or slash before it starts from the root, where the theme adds a suffix to it."""
+    if link.path.startswith(("/", ".")) or link.path.endswith(("/", ".html")):
+        return None
+    return at_address(site, site.address_of(f"/{link.path}", source))
+
+
+def _as_theme_shows(why: str, site: Site, link: Link, source: str) -> Resolution | None:
+    return made_perhaps(why)
+
+
+def _fields(facts: Facts, *, is_own: bool) -> Fields:
+    fields = _HOME if facts.fields_with("layout").get("layout") == "home" else _AROUND
+    return {path: form for path, form in fields.items() if form == NAV} if is_own else fields
+
+
 def _alias(site: Site, link: Link, source: str) -> Resolution | None:
     """Images may be named as modules are."""
     return doubtful("an alias of vite.config?") if link.path[:1] in {"@", "~"} else None
@@ -89,7 +116,13 @@ _IMAGES = (file_beside, page_at_address, file_from_content, _alias, outside_base
 
 RULES = Rules(
     kind=KIND,
-    ways={"link": _LINKS, HREF: _LINKS, IMAGE: _IMAGES, SRC: _IMAGES},
+    ways={
+        "link": _LINKS,
+        HREF: _LINKS,
+        NAV: (*_LINKS, _from_root),
+        IMAGE: _IMAGES,
+        SRC: _IMAGES,
+    },
     page_suffixes=(".md",),
     # Of the content root, only what is imported is there.
     not_copied=None,
@@ -136,6 +169,13 @@ def make(repository: Repository, root: str) -> Site | None:
         rules = rules.changed(any_target=f"made by the rewrites of {path}?")
     if literals.get(config, "markdown", "math") or re.search(r"mathjax|katex|texmath", script.text):
         rules = rules.changed(literal=rules.literal | DOLLARS)
+    themes = [path for path in repository.files if _THEME.fullmatch(Site.within(path, root) or "")]
+    own = [path for path in themes if "vitepress/theme" not in (repository.text(path) or "")]
+    rules = rules.changed(fields=partial(_fields, is_own=bool(own)))
+    if own:
+        # Which fields a theme of one's own shows, and how, is its own matter.
+        doubt = partial(_as_theme_shows, f"shown by the theme {own[0]}?")
+        rules = rules.changed(ways={**rules.ways, NAV: (*rules.ways[NAV], doubt)})
     slugify = literals.get(config, "markdown", "anchor", "slugify")
     parts = anchor_parts(_USED.findall(script.text))
     if slugify is not None:

@@ -77,7 +77,14 @@ def site_file(site: Site, place: str) -> Resolution | None:
 
 def page_at_address(site: Site, link: Link, source: str) -> Resolution | None:
     """The address that a browser makes of the path, among the pages and static files of the site."""
+    if _leaves_base(site, link, source):
+        return None
     return at_address(site, site.address_of(link.path, source))
+
+
+def _leaves_base(site: Site, link: Link, source: str) -> bool:
+    """Whether a path leads above the site's own address, which at the root of a host no path can."""
+    return ".." in link.path and bool(site.rules.base.strip("/")) and site.climbs_out(link.path, source)
 
 
 def at_address(site: Site, address: str, hops: int = 0) -> Resolution | None:
@@ -124,7 +131,7 @@ def outside_content(site: Site, link: Link, source: str) -> Resolution | None:
 def by_web_server(site: Site, link: Link, source: str) -> Resolution | None:
     """What web servers add to an address: a slash to that of a folder, ".html" to that of a page."""
     address = site.address_of(link.path, source)
-    if address.endswith("/"):
+    if address.endswith("/") or _leaves_base(site, link, source):
         return None
     in_folder = at_address(site, address + "/")
     if in_folder is not None:
