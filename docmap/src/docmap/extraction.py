@@ -48,6 +48,7 @@ from docmap.facts import (
 )
 from docmap.ignored import ignored_spans
 from docmap.inline import (
+    LONGEST_LABEL,
     Element,
     Labels,
     elements_of,
@@ -71,7 +72,7 @@ _INLINE_SIGN = re.compile(
 # Patterns of whole lines, here and elsewhere, are for `Source.find_lines`. They begin with a newline, since `re` finds a
 # literal quickly, while "^" makes it try every byte.
 _DEFINES = re.compile(
-    rb"\n[ >\t]*(?=[-*+\d\[])(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[((?:[^\[\]\\]|\\.){1,999})\]:"
+    rb"\n[ >\t]*(?=[-*+\d\[])(?:(?:[-*+]|\d{1,9}[.)])[ \t]+)*\[(?!\])([^\[\]\\]*(?:\\.[^\[\]\\]*)*)\]:"
 )
 _HTML_HEADING = re.compile(rb"<h([1-6])(?=[\s>])([^<>]{0,1000})>", re.IGNORECASE)
 _HTML_HEADINGS = frozenset({"h1", "h2", "h3", "h4", "h5", "h6"})
@@ -175,6 +176,8 @@ class _Reader:
         labels: dict[str, None] = {}
         for begin, match in self._source.find_lines(_DEFINES) if b"]:" in self._source.signs else ():
             label = text_of(match[1])
+            if len(label) > LONGEST_LABEL:
+                continue
             if label.startswith("^"):
                 # The line of the label, which is the line that begins here: nothing before the label ends a line.
                 self._facts.footnotes.append(Named(self._line_of(begin), label[1:]))

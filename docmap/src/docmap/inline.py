@@ -91,13 +91,14 @@ _BACKTICKS = re.compile(rb"`+")
 _MOST_SEARCHES = 16
 _LONGEST_RUN = 16
 _DIGITS = re.compile(rb"[0-9]+")
-_LONGEST_LABEL = 999
-_LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
+LONGEST_LABEL = 999
+_LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % LONGEST_LABEL)
 
 
-# Words in brackets with nothing before or after that would make something else of them.
+# Words in brackets with nothing before or after that would make something else of them. What stands before is looked at
+# after the bracket, which `re` finds much faster.
 _SHORTCUT = re.compile(
-    rb"(?<![\]\[\\!$@`\w])\[((?=[\w`*\"\x80-\xff])[^\[\]\n]{2,80})\](?![\[(:{\]]|[ \n][ \t>]{0,20}\[)"
+    rb"\[(?<![\]\[\\!$@`\w]\[)((?=[\w`*\"\x80-\xff])[^\[\]\n]{2,80})\](?![\[(:{\]]|[ \n][ \t>]{0,20}\[)"
 )
 _AFTER_BRACKET = re.compile(rb"\][ \t]*\n?[ \t>]*\Z")
 _FEWEST_SHORTCUTS = 2
@@ -223,6 +224,8 @@ def undefined_shortcuts(data: bytes, code: Ranges, labels: Labels) -> list[int]:
     defined: tuple[set[bytes], set[bytes]] = (set(), set())
     others: tuple[dict[int, str], dict[int, str]] = ({}, {})
     known = {label.encode() for some in labels for label in some}
+    if known.issuperset(map(bytes.lower, _SHORTCUT.findall(data))):
+        return []
     for match in _SHORTCUT.finditer(data):
         # Most are defined as they are written, and nothing more is asked of these.
         written = match[1].lower()
@@ -383,7 +386,7 @@ class _Scanner:
                     if not is_image and self._is_no_reference(opened, start, label):
                         return label.end()
                     self._add_label(opened, LABEL, label[1], self._labels)
-                elif start - opened <= _LONGEST_LABEL:
+                elif start - opened <= LONGEST_LABEL:
                     self._add_label(opened, LABEL, self._data[opened + 1 + is_image : start], self._labels)
                 return label.end()
         elif opened in self._shortcuts:
