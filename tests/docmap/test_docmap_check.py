@@ -363,12 +363,12 @@ def test_no_document_is_parsed_that_no_judged_link_depends_on(tmp_path, monkeypa
     write_tree(root, {".git/HEAD": "", "a/judged.md": f"{link}\n", "a/deep/x.md": ""})
     parsed = []
 
-    def read(path, held=checking.read_held):
+    def read(path, held=checking.read_held, **how):
         parsed.append(os.path.relpath(path, root))
-        return held(path)
+        return held(path, **how)
 
     monkeypatch.setattr(checking, "read_held", read)
-    monkeypatch.setattr(checking, "read_packed", lambda path: checking.packed(*read(path)))
+    monkeypatch.setattr(checking, "read_packed", lambda path, **how: checking.packed(*read(path, **how)))
     assert run("check", "--strict", "--no-cache", root / "a/judged.md").exit_code == status
     # What defines a site is read to find it.
     assert sorted({*parsed} - {"book/src/SUMMARY.md"}) == sorted(["a/judged.md", *others.split()])

@@ -25,24 +25,25 @@ if TYPE_CHECKING:
 
 # What a file holds: bytes where it is kept or comes from another process.
 Held: TypeAlias = "bytes | tuple[Facts, list[Symbol]] | OSError"
-# Reads documents, perhaps in several processes: takes the absolute paths, returns what each file holds, in order.
-ReadAll = Callable[[Sequence[str]], "Generator[Held, None, None]"]
+# Reads documents, perhaps in several processes: takes the absolute paths and whether to read them as MDX, too, and
+# returns what each file holds, in order.
+ReadAll = Callable[[Sequence[str], bool], "Generator[Held, None, None]"]
 
 
-def read_held(path: str) -> tuple[Facts, list[Symbol]] | OSError:
-    """What a file holds; errors are returned."""
+def read_held(path: str, *, mdx: bool = True) -> tuple[Facts, list[Symbol]] | OSError:
+    """What a file holds, as MDX too if `mdx`; errors are returned."""
     from docmap.extraction import read_facts
 
     try:
         # The bytes are let go of before the text is read: each copy of a long document counts.
-        return read_facts(*normalise(_bytes_of(path)))
+        return read_facts(*normalise(_bytes_of(path)), mdx=mdx)
     except OSError as error:
         return error
 
 
-def read_packed(path: str) -> bytes | OSError:
-    """What a file holds, as it is kept and as it passes between processes; errors are returned."""
-    held = read_held(path)
+def read_packed(path: str, *, mdx: bool = True) -> bytes | OSError:
+    """The same as it is kept and as it passes between processes."""
+    held = read_held(path, mdx=mdx)
     return held if isinstance(held, OSError) else packed(*held)
 
 
@@ -78,13 +79,15 @@ class Checked:
         (absolute) and the reason of what is wanted and cannot be read. Raises ConfigError for a site that there
         is not."""
         self._cache, self._read_all, self._on_error = cache, read_all, on_error
-        # What is kept is found by it.
-        self._versions = readers() if cache.is_open else ""
         self._wanted, self._root = list(wanted), os.path.abspath(root)
         self._sections: dict[str, list[Section]] | None = {} if with_sections else None
         self.config = config
         self._check_kinds()
         self.repository = Repository(root, wanted, self._folder_failed)
+        # Settings may say of any folder that a site reads it as MDX.
+        self._mdx = self.repository.has_mdx or bool(config.site)
+        # What is kept is found by it.
+        self._versions = f"{readers()} mdx={self._mdx}" if cache.is_open else ""
         self.repository.read_facts = self._read_one
         self.repository.read_ahead = self._read_missing
         self.repository.read_bytes = self._read_bytes
@@ -171,7 +174,7 @@ class Checked:
         unread = [path for path, key in keys.items() if not self._take(path, kept.get(key))]
         del kept
         fresh: list[tuple[bytes, bytes]] = []
-        results = self._read_all([self._absolute(path) for path in unread])
+        results = self._read_all([self._absolute(path) for path in unread], self._mdx)
         for path, result in zip(unread, results, strict=True):
             if isinstance(result, OSError):
                 self._keys[path] = None

@@ -8,6 +8,7 @@ import sys
 import time
 from collections.abc import Callable, Generator, Mapping, Sequence
 from contextlib import closing
+from functools import partial
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 from urllib.parse import quote
@@ -304,10 +305,10 @@ def _checked(
     from docmap.checking import Checked, read_held, read_packed
     from docmap.config import ConfigError, find_config, read_config
 
-    def read_all(files: Sequence[str]) -> Generator[Held, None, None]:
+    def read_all(files: Sequence[str], mdx: bool) -> Generator[Held, None, None]:
         processes = jobs or default_jobs(len(files))
         # Only what comes from another process, or is kept, need be packed.
-        work: Callable[[str], Held] = read_held if processes == 1 else read_packed
+        work: Callable[[str], Held] = partial(read_held if processes == 1 else read_packed, mdx=mdx)
         read = map_in_order(work, files, processes)
         return track(read, len(files), streaming=False) if len(files) > 1 else read
 

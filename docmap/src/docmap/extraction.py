@@ -86,17 +86,20 @@ _DEEPEST_BODY = 6
 _COMMENT = re.compile(rb"<!--.*?(?:-->|\Z)", re.DOTALL)
 
 
-def read_facts(text: str, replaced: bool) -> tuple[Facts, list[Symbol]]:
-    """What a document says, and its outline as the engine has it; it takes what `normalise` makes of the bytes."""
-    facts, symbols = _Reader(text, 0, (), ()).read()
+def read_facts(text: str, replaced: bool, *, mdx: bool = True) -> tuple[Facts, list[Symbol]]:
+    """What a document says, and its outline as the engine has it; it takes what `normalise` makes of the bytes.
+
+    `mdx`: also read what only MDX takes for Markdown.
+    """
+    facts, symbols = _Reader(text, 0, (), (), mdx=mdx).read()
     facts.replaced = replaced
     return facts, symbols
 
 
 class _Reader:
-    def __init__(self, text: str, depth: int, labels: Labels, notes: Labels) -> None:
+    def __init__(self, text: str, depth: int, labels: Labels, notes: Labels, *, mdx: bool) -> None:
         """`labels` and `notes` are those that the documents around this text define."""
-        self._text, self._depth = text, depth
+        self._text, self._depth, self._mdx = text, depth, mdx
         self._labels, self._notes = labels, notes
         self._data = text.encode("utf-8")
         self._source = Source(self._data)
@@ -370,13 +373,13 @@ class _Reader:
             return
         for kind, name, begin, end in find_bodies(self._source, fenced, html):
             self._read_body(kind, name, begin, self._data[begin:end])
-        for begin, data in find_jsx_bodies(self._source, [*html, *indented]):
+        for begin, data in find_jsx_bodies(self._source, [*html, *indented]) if self._mdx else ():
             self._read_body("jsx", "", begin, data)
 
     def _read_body(self, kind: str, name: str, begin: int, data: bytes) -> None:
         text = dedented(text_of(data)) if may_hold_facts(data) else None
         if text is not None and not is_one_fence(text):
-            facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes).read()
+            facts, _ = _Reader(text, self._depth + 1, self._labels, self._notes, mdx=self._mdx).read()
             self._facts.bodies.append(Body(self._line_of(begin), kind, name, facts))
 
 

@@ -139,6 +139,11 @@ class Repository:
                 {link + path[len(target) :]: None for path in paths if path.startswith(target + "/")}
             )
 
+    @property
+    def has_mdx(self) -> bool:
+        """Whether documents may be read as MDX: there are such, or Docusaurus is used, which reads all of them so."""
+        return any(path.endswith(".mdx") or "docusaurus" in path for path in self.files)
+
     # --- Documents ---
 
     def facts(self, path: str, *, suffixes: tuple[str, ...] = PAGE_SUFFIXES) -> Facts | None:
