@@ -26,8 +26,6 @@ from docmap.inline import LineOf
 from docmap.ranges import Ranges
 from docmap.source import Source
 
-# Each pattern is tried only where one of its signs may be in the document, and then one of its texts is; looking for
-# these is much faster.
 _BRACES = re.compile(
     rb"""\{(?:
         \{[<%]-?\s*(?P<shortcode>(?:/\s*)?[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
@@ -52,13 +50,6 @@ _INCLUDE = re.compile(
 )
 _IMPORT_LINE = re.compile(rb"import(?<![^\n]import)[ \t]+(?P<import_rest>[^\n]+)")
 _FENCE_LINE = re.compile(rb":::+[ \t]*(?P<fence>\{[\w:.+-]+\}|[\w:.+-]+)(?P<fence_rest>[^\n]*)")
-_PATTERNS = (
-    ((b"{{", b"{%"), (b"",), _BRACES),
-    ((b"<",), (b"-8<-",), _SNIPPET),
-    ((b"<!", b"@", b"[!"), (b"include", b"[!INCLUDE"), _INCLUDE),
-    ((b"",), (b"import ", b"import\t"), _IMPORT_LINE),
-    ((b":::",), (b"",), _FENCE_LINE),
-)
 _FORMS = {
     "shortcode_rest": SHORTCODE,
     "liquid_rest": LIQUID,
@@ -84,12 +75,24 @@ _REST_OF_LINE = re.compile(rb"[ \t\r]*(?:\n|\Z)")
 
 def find_constructs(source: Source) -> Iterator[Construct]:
     """The constructs of a document outside of its code."""
-    data, code = source.data, source.code
-    for signs, texts, pattern in _PATTERNS:
-        if any(map(source.signs.__contains__, signs)) and any(map(data.__contains__, texts)):
-            for match in code.matches_outside(pattern, data):
-                yield from _constructs_of(match, source.line_of)
-    for block in _SNIPPET_BLOCK.finditer(data) if b"<" in source.signs and b"-8<-" in data else ():
+    data, code, signs = source.data, source.code, source.signs
+    # Few patterns are tried in a document: to look for what they need is much faster.
+    patterns = []
+    if b"{{" in signs or b"{%" in signs:
+        patterns.append(_BRACES)
+    has_snippets = b"<" in signs and b"-8<-" in data
+    if has_snippets:
+        patterns.append(_SNIPPET)
+    if (b"<!" in signs or b"@" in signs or b"[!" in signs) and (b"include" in data or b"[!INCLUDE" in data):
+        patterns.append(_INCLUDE)
+    if b"import " in data or b"import\t" in data:
+        patterns.append(_IMPORT_LINE)
+    if b":::" in signs:
+        patterns.append(_FENCE_LINE)
+    for pattern in patterns:
+        for match in code.matches_outside(pattern, data):
+            yield from _constructs_of(match, source.line_of)
+    for block in _SNIPPET_BLOCK.finditer(data) if has_snippets else ():
         if block.start() not in code:
             names = enumerate(_text(block[1]).splitlines(), source.line_of(block.start(1)))
             yield from (

@@ -6,7 +6,6 @@ import html
 import re
 from bisect import bisect_right
 from collections.abc import Collection, Iterable, Iterator, Sequence
-from heapq import merge
 from itertools import chain
 from types import SimpleNamespace
 from typing import Any, cast
@@ -239,12 +238,17 @@ class _Reader:
     def _read_runs(self, nodes: Sequence[Node], regions: list[Region]) -> list[tuple[int, int]]:
         """Read the runs of inline Markdown that hold more than the engine reports; returns comments."""
         comments: list[tuple[int, int]] = []
+        signs = [sign.start() for sign in _INLINE_SIGN.finditer(self._data)]
+        if self._shortcuts:
+            signs = sorted([*signs, *self._shortcuts])
+        if not signs:
+            return comments
         ranges = Ranges(((region.begin, region.end) for region in regions), joined=False)
         kinds = {(region.begin, region.end): region.kind for region in regions}
         begins = [node.start_byte for node in nodes]
         shortcuts = frozenset(self._shortcuts)
         done = 0
-        for position in merge((sign.start() for sign in _INLINE_SIGN.finditer(self._data)), self._shortcuts):
+        for position in signs:
             number = bisect_right(begins, position) - 1
             if position < done or number < 0:
                 continue
@@ -267,10 +271,11 @@ class _Reader:
     def _read_spans(self, comments: list[tuple[int, int]], root: Node) -> None:
         for begin, end in comments:
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end - 1), "comment"))
-        unread = literal_spans, comment_spans, kramdown_spans
+        signs = self._source.signs
+        unread = (literal_spans, comment_spans, kramdown_spans) if b"{" in signs or b"%%" in signs else ()
         for begin, end, kind in chain.from_iterable(spans(self._source) for spans in unread):
             self._facts.spans.append(Span(self._line_of(begin), self._line_of(end), kind))
-        for begin, match in self._source.find_lines(_COMMENTED_LINES) if b"\n%" in self._source.signs else ():
+        for begin, match in self._source.find_lines(_COMMENTED_LINES) if b"\n%" in signs else ():
             if begin not in self._source.code:
                 first = self._line_of(begin)
                 last = first + match[0].count(b"\n") - 1
