@@ -288,13 +288,13 @@ class Site:
             return made_perhaps(f"{self.unread_page} cannot be read, and may say that this is its address")
         if self.defined_by and not is_source and self.climbs_out(path, source):
             return doubtful(BESIDE)
-        places = [self.place(path, source)]
         if path.startswith("/"):
-            places = [
-                posixpath.join(folder, path.lstrip("/")) for folder in (self.content, *self.rules.static)
-            ]
+            folders = self.content, *self.rules.static
+            places = [self.normalised_path(posixpath.join(folder, path.lstrip("/"))) for folder in folders]
+        else:
+            places = [posixpath.normpath(self.place(path, source))]
         for place in places:
-            why = self.repository.doubt(self.normalised_path(place))
+            why = self.repository.doubt(place)
             if why is not None:
                 return doubtful(why)
         return missing()
