@@ -88,6 +88,9 @@ class Judge:
         self.sites = list(sites)
         self._host = self.sites[-1]
         self._owners = {page: site for site in self.sites for page in site.pages}
+        # The sites that each file is perhaps a part of, and those that have not been asked for these yet.
+        self._parts: dict[str, list[Site]] = {}
+        self._unasked = [site for site in self.sites[:-1] if site.pages and site.may_include]
         self._spelling = Spelling()
         self._anchors: dict[tuple[Site, tuple[str, ...]], _AnchorNames] = {}
         self._closest_pages = ClosestPages(repository, self._spelling)
@@ -136,8 +139,12 @@ class Judge:
     def _shown_elsewhere(self, path: str) -> Iterator[tuple[Site, str]]:
         """The pages of other sites that a document is part of."""
         own = self.site_of(path)
-        for site in self.sites:
-            if site is not own and site is not self._host and path in site.once(perhaps_included):
+        for site in [site for site in self._unasked if site is not own]:
+            self._unasked.remove(site)
+            for part in site.once(perhaps_included):
+                self._parts.setdefault(part, []).append(site)
+        for site in self._parts.get(path, ()):
+            if site is not own:
                 yield from ((site, page) for page in site.includers.get(path, ()))
 
     def findings(self, path: str) -> Iterator[Finding]:

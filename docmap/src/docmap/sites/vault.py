@@ -71,13 +71,18 @@ def _folder_note(site: Site, link: Link, source: str) -> Resolution | None:
     name = link.path.strip().strip("/").casefold()
     if not name:
         return None
-    return found() if any(folder.endswith(f"/{name}") for folder in site.once(_folders)) else None
+    alike = site.once(_folders).get(posixpath.basename(name), ())
+    return found() if any(folder.endswith(f"/{name}") for folder in alike) else None
 
 
-def _folders(site: Site) -> list[str]:
-    """The folders of the notes, with a slash before each and in one letter case."""
-    folders = site.repository.folders
-    return [f"/{folder.casefold()}" for folder in folders if site.within(folder, site.content) is not None]
+def _folders(site: Site) -> dict[str, list[str]]:
+    """The folders of the notes, with a slash before each and in one letter case, by the last step of their paths."""
+    folders: dict[str, list[str]] = {}
+    for folder in site.repository.folders:
+        if site.within(folder, site.content) is not None:
+            path = f"/{folder.casefold()}"
+            folders.setdefault(posixpath.basename(path), []).append(path)
+    return folders
 
 
 def _from_folder(site: Site, link: Link, source: str) -> Resolution | None:
