@@ -19,6 +19,8 @@ TREE = {
     "docs/page.md": "# Page\n\n## Part\n",
     "docs/with space.md": "# S\n",
     "docs/deep/leaf.md": "# Leaf\n",
+    "docs/near/same.md": "",
+    "other/in/deep/same.md": "",
     "LICENSE": "",
     "pic.png": "",
     "src/code.py": "",
@@ -46,6 +48,10 @@ def test_links_that_lead_somewhere_are_not_reported(tmp_path):
 BROKEN = [
     pytest.param("[t](pgae.md)", 'no file "pgae.md"; did you mean "page.md"?', id="file, one close by"),
     pytest.param("[t](leaf.md)", 'no file "leaf.md"; did you mean "deep/leaf.md"?', id="file, elsewhere"),
+    pytest.param("[t](page/)", 'no file "page/"; did you mean "page.md"?', id="page without its suffix"),
+    pytest.param(
+        "[t](/in/deep/same)", 'did you mean "/other/in/deep/same.md"?', id="folders of the same name"
+    ),
     pytest.param("[t](Page.md)", 'no file "Page.md"; did you mean "page.md"?', id="file, other case"),
     pytest.param("[t](/docs/zzz.md)", 'no file "/docs/zzz.md"', id="file, from the root"),
     pytest.param("[t](../LICENCE)", 'no file "../LICENCE"; did you mean "../LICENSE"?', id="no suffix"),

@@ -88,6 +88,7 @@ class Checked:
         self._mdx = self.repository.has_mdx or bool(config.site)
         # What is kept is found by it.
         self._versions = f"{readers()} mdx={self._mdx}" if cache.is_open else ""
+        self.repository.keeps_digests = cache.is_open
         self.repository.read_facts = self._read_one
         self.repository.read_ahead = self._read_missing
         self.repository.read_bytes = self._read_bytes

@@ -72,7 +72,7 @@ class ClosestPages:
         name = posixpath.basename(place)
         stem = _stem(name)
         anywhere = self._files()
-        alike = self._nearest(anywhere.by_name.get(stem.casefold(), ()), source)
+        alike = self._nearest(anywhere.by_name.get(stem.casefold(), ()), place, source)
         shows = link.form in {IMAGE, SRC}
         fitting = [path for path in alike if shows != path.lower().endswith(PAGE_SUFFIXES)]
         yield from fitting or alike[:1]
@@ -82,15 +82,18 @@ class ClosestPages:
         similar = [] if close is None else beside.by_name[close][:1]
         close = self._spelling.closest(stem.casefold(), anywhere.to_compare, 0.85, of="anywhere")
         if close is not None:
-            similar += self._nearest(anywhere.by_name[close], source)[:1]
+            similar += self._nearest(anywhere.by_name[close], place, source)[:1]
         yield from (path for path in similar if not (shows and path.lower().endswith(PAGE_SUFFIXES)))
 
-    def _nearest(self, paths: Sequence[str], source: str) -> list[str]:
-        """The five files that are nearest to another, the nearest first; none when it costs too much."""
+    def _nearest(self, paths: Sequence[str], place: str, source: str) -> list[str]:
+        """Of files of one name the five in folders most like that of `place`, those nearest to `source` first; none
+        when it costs too much."""
         self._distances_left -= len(paths)
         if self._distances_left < 0:
             return []
-        return nsmallest(5, paths, key=lambda path: _distance(path, source)) if len(paths) > 1 else [*paths]
+        if len(paths) < 2:
+            return [*paths]
+        return nsmallest(5, paths, key=lambda path: (-_alike_above(path, place), _distance(path, source)))
 
     def _files(self, folder: str | None = None) -> _Files:
         """The files of a folder, or all."""
@@ -125,7 +128,8 @@ class ClosestPages:
             written = posixpath.relpath(path, posixpath.dirname(source) or ".")
             if link.path.startswith("./"):
                 written = f"./{written}" if not written.startswith("../") else written
-        if has_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
+        takes_suffix = has_suffix or site.rules.needs_suffix
+        if takes_suffix or not suffix.lower().endswith(site.rules.page_suffixes):
             is_address = posixpath.splitext(link.path)[1].lower() == ".html" and path in site.addresses
             return f"{_stem(written)}.html" if is_address else written
         if site.addresses.get(path) and link.form != DOC:
@@ -140,6 +144,15 @@ class ClosestPages:
 
 def _stem(path: str) -> str:
     return posixpath.splitext(path)[0]
+
+
+def _alike_above(path: str, place: str) -> int:
+    """How many of the folders above two files are called the same, from the innermost on, without letter case."""
+    ours, theirs = path.casefold().split("/")[-2::-1], place.casefold().split("/")[-2::-1]
+    alike = 0
+    while alike < min(len(ours), len(theirs)) and ours[alike] == theirs[alike]:
+        alike += 1
+    return alike
 
 
 def _distance(path: str, source: str) -> tuple[int, str]:

@@ -249,8 +249,8 @@ class _Reader:
         shortcuts = frozenset(self._shortcuts)
         done = 0
         for position in signs:
-            number = bisect_right(begins, position) - 1
-            if position < done or number < 0:
+            number = bisect_right(begins, position) - 1 if position >= done else -1
+            if number < 0:
                 continue
             begin, end = begins[number], nodes[number].end_byte
             if position >= end:

@@ -56,6 +56,7 @@ class Repository:
         self._on_error = on_error
         # What was asked for as text, by path: a digest of it, "" for a file that could not be read.
         self.texts_read: dict[str, str] = {}
+        self.keeps_digests = True
         # Several rules look at one page, one after the other.
         self._last_text: tuple[str, str | None] = "", None
         self._unreadable: set[str] = set()
@@ -180,7 +181,7 @@ class Repository:
                 text = file.read()
         except (OSError, ValueError):  # a name with a null byte
             text = None
-        self.texts_read[path] = _digest(text)
+        self.texts_read[path] = _digest(text) if self.keeps_digests else ""
         self._last_text = path, text
         return text
 

@@ -58,6 +58,7 @@ def _on_other_hosts(site: Site, page: str, facts: Facts) -> Iterator[str]:
 RULES = Rules(
     kind=KIND,
     ways={"link": (itself, file_beside, file_from_root, _beside_files), WIKI: (), EMBED: ()},
+    needs_suffix=True,
     slug=slugs.github,
     heading_text=_text,
     more_anchors=_on_other_hosts,

@@ -88,6 +88,7 @@ class Rules:
     addresses: Callable[[Site, str, Facts], Sequence[str] | None] | None = None
     # Addresses that a page without one would have once it is published, () for what is none: it is judged as a page.
     drafts: Callable[[Site, str, Facts], Sequence[str]] | None = None
+    needs_suffix: bool = False  # whether a page is only found with its suffix
     base: str = "/"  # the address of the site itself, which absolute links begin with
     static: tuple[str, ...] = ()  # folders whose files are served from "/", relative to the repository
     # Files of the content root are served beside the pages: all but these suffixes; None: no file is.

@@ -82,6 +82,7 @@ def make(repository: Repository, root: str) -> Site | None:
         any_label=why,
         any_footnote=why,
         slips=False,
+        needs_suffix=False,
         page_suffixes=PAGE_SUFFIXES,
         effects={SNIPPET: include, INCLUDE: include, f"{FENCE}:include": include},
     )
