@@ -14,6 +14,7 @@ from docmap.sites import literals
 from docmap.sites.site import Site
 
 SUFFIXES = (".md", ".markdown", ".mkdown", ".mkdn", ".mkd")
+# The patterns that names of styles stand for, as settings give these.
 _STYLES = {
     "date": "/:categories/:year/:month/:day/:title:output_ext",
     "pretty": "/:categories/:year/:month/:day/:title/",
@@ -23,6 +24,7 @@ _STYLES = {
 }
 # All fields that an address can follow from.
 _FIELDS = ("categories", "category", "date", "permalink", "published", "redirect_from", "slug")
+# Year, month, day and name of a post's file.
 _POST = re.compile(r"(?:.*/)?_posts/(?:.*/)?(\d{4})-(\d{1,2})-(\d{1,2})-([^/]+)")
 
 
@@ -127,8 +129,6 @@ class Pages:
     def _document(self, name: str, place: str, fields: Mapping[str, Any]) -> str:
         path = posixpath.splitext(place[len(posixpath.join(self.folder, f"_{name}", "")) :])[0]
         default = "/:collection/:path/" if self.permalink.endswith("/") else "/:collection/:path:output_ext"
-        if self.permalink == _STYLES["date"] or self.permalink.endswith(":output_ext"):
-            default = "/:collection/:path:output_ext"
         pattern = literals.text(fields, "permalink") or literals.text(self.collections[name], "permalink")
         base = posixpath.basename(path)
         slug = fields.get("slug")
@@ -169,10 +169,13 @@ def _is_unpublished(place: str, facts: Facts) -> bool:
 
 
 def _slug(name: str) -> str:
+    """What `:slug` stands for."""
     return re.sub(r"[^\w]+", "-", name).strip("-").lower()
 
 
 def _filled(pattern: str, values: Mapping[str, str]) -> str:
+    """The address by a pattern; names in it that `values` does not have stay."""
+    # First names that end where something else begins: ":year_:month" names a year. Then the longest of letters.
     path = re.sub(r":(\w+?)(?=:|/|\.|-|$|_?:)", lambda match: values.get(match[1], match[0]), pattern)
     path = re.sub(r":([a-z_]+)", lambda match: values.get(match[1], match[0]), path)
     return re.sub("/{2,}", "/", "/" + path)
