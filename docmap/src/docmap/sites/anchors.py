@@ -52,10 +52,11 @@ def _collect(
     ]
     events.sort(key=lambda event: event[0])
     for line, event in events:
-        in_comment = isinstance(event, Construct) and event.form == INCLUDE
-        # A heading that holds a comment is in none.
+        # <!--@include: path--> is a comment itself.
+        is_include = isinstance(event, Construct) and event.form == INCLUDE
+        # A heading that has a comment in its text is not inside of one.
         holds_comment = isinstance(event, Heading) and "<!--" in event.raw
-        if not (in_comment or holds_comment) and line in hidden:
+        if not (is_include or holds_comment) and line in hidden:
             continue
         if isinstance(event, Heading):
             anchor = _anchor_of(rules, event, given)
