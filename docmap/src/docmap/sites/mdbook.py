@@ -88,6 +88,7 @@ def _listed(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _included(site: Site, construct: Construct, page: str) -> str | None:
+    """The file of {{#include file.md:10:20}}, without the lines or the name of a part of it."""
     return site.place(construct.arguments.strip().partition(":")[0], page)
 
 

@@ -127,9 +127,8 @@ class Rules:
 
     # Anchors.
     slug: Callable[[str], str] = as_it_is  # the anchor of a heading's text
-    heading_text: Callable[[Heading], str] | None = (
-        None  # what `slug` gets, when it is not the heading's text
-    )
+    # What `slug` gets, when it is not the heading's text.
+    heading_text: Callable[[Heading], str] | None = None
     repeats: Callable[[str, dict[str, int]], str] = field(default_factory=numbered)
     # Found at the end of a heading's text, in braces: group 1 is its id, and all of the match no text of the heading.
     custom_id: str | None = None

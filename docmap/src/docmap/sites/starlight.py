@@ -32,6 +32,7 @@ from docmap.sites.ways import (
 KIND = "starlight"
 
 _CONFIG = "astro.config", r"\.[cm]?[jt]s"
+# Components of its own that make no anchors.
 _KNOWN = literals.words(
     """
     Aside Badge Card CardGrid Code FileTree Icon LinkButton LinkCard Steps Tabs TabItem Fragment Image
@@ -54,6 +55,7 @@ _FIELDS: Fields = {
     ("hero", "image", "light"): IMAGE,
     ("hero", "image", "dark"): IMAGE,
 }
+# Packages that are plugins or integrations, by how their names begin.
 _IMPORTED_PACKAGE = re.compile(r"^(?:@astrojs/|astro-|@[\w-]+/(?:astro|starlight)-|starlight-)")
 
 
@@ -82,6 +84,7 @@ def _addresses(locales: dict[str, str], default: str, site: Site, page: str, fac
 
 
 def _both(route: str) -> list[str]:
+    """The address of a route with a slash at its end, which comes first, and without."""
     return [posixpath.join("/", route, ""), f"/{route}"] if route.strip("/") else ["/"]
 
 

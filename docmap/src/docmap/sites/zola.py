@@ -26,9 +26,10 @@ from docmap.sites.ways import (
 
 KIND = "zola"
 
+# The date before the name of a page's file, which its address does not have.
 _DATED = re.compile(r"^\d{4}-\d\d-\d\d(?:T[^_]*)?[-_](?=.)")
 _SLUGS = {"on": slugs.zola, "safe": slugs.zola_safe, "off": as_it_is}
-# Shortcodes of its own, and what is no shortcode.
+# What stands like a shortcode and is none.
 _KNOWN = frozenset({"raw", "endraw", "end"})
 
 
@@ -45,6 +46,7 @@ def _addresses(
 def _once_published(
     languages: frozenset[str], default: str, slugify: str, site: Site, page: str, facts: Facts
 ) -> Sequence[str]:
+    """The addresses of a page or section, a draft or not."""
     fields = facts.fields
     stem = posixpath.splitext(site.within(page, site.content) or page)[0]
     folder, name = posixpath.split(stem)
@@ -185,4 +187,5 @@ def _transliterated(site: Site, page: str, facts: Facts) -> str | None:
 
 
 def _taxonomies(names: Sequence[str]) -> Mapping[str, str | None]:
+    """Patterns of the addresses below each taxonomy, its language before it -> why one is doubtful."""
     return {rf"/(?:\w\w/)?{re.escape(name)}(?:/.*)?": f"a list of the taxonomy {name}?" for name in names}
