@@ -49,6 +49,7 @@ _WORD_LABEL = re.compile(r"[\w-]+")
 _OF_PROGRAMS = re.compile(r"[`._:]")
 # What programs put between the words of an anchor, or leave out.
 _BETWEEN_WORDS = re.compile(r"[-_\s]+")
+# How alike a suggestion must be, from 0 to 1 as `Spelling` compares.
 _LOWEST_LIKENESS = 0.7
 _PERHAPS_TEXT = "text in brackets, or a link as most brackets of this document are?"
 # Forms that are text wherever no rules are for them.
