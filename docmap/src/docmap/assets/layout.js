@@ -21,7 +21,8 @@ function documentNode(each, narrow) {
   };
 }
 
-// The linked documents below a folder, not yet arranged, and how many there are and are in no link.
+// The linked documents below a folder, not yet arranged; `linked`: how many there are, `isolated`: how many documents are
+// in no link.
 function mapOf(folder, chosen, { width, height, narrow }) {
   const inside = documents.filter((each) => isBelow(each.folder, folder));
   const linked = inside.filter((each) => !isIsolated(each));
