@@ -198,6 +198,7 @@ RULES = Rules(
     made={r"/404(?:\.html)?|/search/?|/sitemap\.xml|/assets/.*|/.*(?:rss|atom)\.xml|/.*feed\.json": None},
     partials_keep_paths=True,
     slug=slugs.github,
+    # {#id} and {/* #id */}; in the first, blanks belong to the id.
     custom_id=r"\s*\{(?:/\*\s*)?#((?:(?!\{#|\}|\s*\*/).)+)(?:\s*\*/)?\}$",
     always=r"|top|:~:.*|__docusaurus.*|user-content-fn.*|fn(?:ref)?-.*",
     bodies_by_suffix={".mdx": ("jsx",), ".md": ("jsx",)},

@@ -261,6 +261,7 @@ RULES = Rules(
     compare=as_compared,
     named=("targets", "attribute_ids", "terms"),
     more_anchors=_more_anchors,
+    # After those of every page: what docutils numbers, footnotes of MyST, and what indexes and equations are called.
     always=r"|top|:~:.*|id\d+|f?n?-?footnote-.*|module-.*|index-\d+|equation-.*",
     bodies=("fence",),
     literal=frozenset({"comment", FRONT_MATTER, LINE_COMMENT}),

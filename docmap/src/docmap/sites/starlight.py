@@ -189,6 +189,7 @@ def make(repository: Repository, root: str) -> Site | None:
     if re.search(r"\bremark-math\b", script.text):
         rules = rules.changed(literal=rules.literal | DOLLARS)
     parts = anchor_parts(re.findall(r"\b(?:remark|rehype)[\w-]*", script.text))
+    # Astro makes anchors in the same way; links at headings add none.
     anchors = [
         part
         for part in parts
@@ -203,6 +204,7 @@ def make(repository: Repository, root: str) -> Site | None:
 
 def _aliases(repository: Repository, root: str) -> dict[str, str]:
     """The beginnings of paths that tsconfig.json sets, with their folders."""
+    # JSON with comments and commas at the end is YAML but for lines of comment and tabs.
     text = re.sub(
         r"^\s*//.*$", "", repository.text(posixpath.join(root, "tsconfig.json")) or "", flags=re.MULTILINE
     )
