@@ -38,7 +38,11 @@ def read(site: Site, page: str) -> Anchors:
 def _collect(
     site: Site, page: str, names: list[str], given: dict[str, int], seen: set[str], depth: int
 ) -> str | None:
-    """Add the anchors of a document and of those it includes; returns why there may be others."""
+    """Add the anchors of a document and of those it includes to `names`; returns why there may be others.
+
+    `given`: how often each anchor was given so far, as `Rules.repeats` counts; `seen`: the documents that are part of the
+    page already; `depth`: how many documents this one is included through.
+    """
     rules, facts = site.rules, site.facts(page)
     if facts is None:
         return f"{page} cannot be read"

@@ -10,6 +10,7 @@ from docmap.facts import COMPONENT, IMPORT, Construct
 from docmap.sites.rules import Effect
 from docmap.sites.site import Site
 
+# Files that may define a component.
 _SOURCES = (".vue", ".astro", ".jsx", ".tsx", ".js", ".ts", ".svelte", ".html")
 # What makes anchors: an id, a heading, or text of elsewhere.
 _MAKES_ANCHORS = re.compile(r"\bid\s*=|\bid:|<[Hh][1-6]\b|set:html|v-html|dangerouslySetInnerHTML|<Content\b")

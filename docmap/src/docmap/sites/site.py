@@ -260,6 +260,7 @@ class Site:
         return resolution.pages if resolution is not None and resolution.outcome == FOUND else None
 
     def _followed(self, link: Link, source: str) -> Resolution | None:
+        """What the first of the ways says that has an answer; None when none has."""
         ways = self.rules.ways.get(link.form)
         for way in self.rules.ways["link"] if ways is None else ways:
             resolution = way(self, link, source)
@@ -268,6 +269,7 @@ class Site:
         return None if link.path else found(source)
 
     def _made(self, path: str, source: str) -> Resolution | None:
+        """What the site makes at the address of a path, surely or perhaps; None when it makes nothing there."""
         address = self.address_of(path, source) if self.rules.made else ""
         for pattern, why in self.rules.made.items():
             if re.fullmatch(pattern, address):

@@ -39,6 +39,7 @@ _PATTERNS = {re.compile(pattern): re.compile(text) for pattern, text in _DEFINED
 _SUFFIXES = ("js", "ts", "json", "yml", "yaml", "py", "bar.md", "page.md")
 # The folder of documents that this names, which lies beside that of the site; usually it is "docs".
 _CUSTOM_DOCS = re.compile(r"""customDocsPath['"]?\s*:\s*['"]([^'"]+)""")
+# The first argument of an include.
 _FIRST_PATH = re.compile(r"""\s*["']?([^\s"'<>]+)""")
 
 

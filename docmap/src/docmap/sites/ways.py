@@ -177,8 +177,10 @@ def as_hosted(rules: Rules, repository: Repository, root: str) -> Rules:
         return rules
     redirects, made = dict(rules.redirects), dict(rules.made)
     for old, new in pairs:
+        # One of all addresses ("/*") would make every link right.
         if not old.startswith("/") or old == "/*":
             continue
+        # "/a/*" is for "/a" as well, and "/a/:name" for one step below it.
         if "*" in old or "/:" in old:
             pattern = re.escape(old).replace(r"/\*", "(?:/.*)?").replace(r"\*", ".*")
             made[re.sub(r"/:\w+", "/[^/]+", pattern)] = None
