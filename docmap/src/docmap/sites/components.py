@@ -49,6 +49,7 @@ def component_effects(known: frozenset[str], aliases: dict[str, str]) -> dict[st
         return path if path is not None and path.lower().endswith((".md", ".mdx")) else page
 
     def unknown(site: Site, construct: Construct, page: str) -> str | None:
+        """Why a component may make anchors: its source has some, or is not here."""
         name = construct.name.rpartition(".")[2]
         if name in known or construct.name.partition(".")[0] in known:
             return None

@@ -63,6 +63,7 @@ class _Lookup:
         self._paths: dict[str, tuple[str, str]] = {}
 
     def find(self, site: Site, path: str, source: str) -> Resolution | None:
+        """The pages that a path names, those in the language of `source` if there are any; None when there are none."""
         if not path:
             return found(source)
         language, folder = self._path_of(site, source)

@@ -93,6 +93,7 @@ class Pages:
         return False
 
     def _address(self, folder: str, name: str, fields: Mapping[str, Any]) -> str:
+        """The address of a page without its language; `folder` and `name` as `_route` gives them."""
         url = fields.get("url")
         if isinstance(url, str) and url:
             return posixpath.join("/", url)

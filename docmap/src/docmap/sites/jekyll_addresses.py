@@ -68,6 +68,7 @@ class Pages:
         return self._addresses(f"{above}_posts/{folder}/2000-01-01-{name}" if sign else place, facts)
 
     def _addresses(self, place: str, facts: Facts) -> Sequence[str]:
+        """The addresses of a file at this place below the root; () for one that the site does not have."""
         steps = place.split("/")
         hidden = [step for step in steps if step.startswith(("_", ".")) and step not in self.included]
         own = facts.fields_with(*_FIELDS)
@@ -107,6 +108,7 @@ class Pages:
         return place.startswith(posixpath.join(self.folder, f"_{name}", ""))
 
     def _post(self, place: str, post: re.Match[str], fields: Mapping[str, Any]) -> str:
+        """The address of a post; `post`: what _POST found in its path."""
         year, month, day, title = post.groups()
         dated = re.match(r"(\d{4})-(\d\d)-(\d\d)", str(fields.get("date") or ""))
         if dated is not None:
@@ -127,6 +129,7 @@ class Pages:
         return _filled(own if isinstance(own, str) else pattern, values)
 
     def _document(self, name: str, place: str, fields: Mapping[str, Any]) -> str:
+        """The address of a document in the collection `name`."""
         path = posixpath.splitext(place[len(posixpath.join(self.folder, f"_{name}", "")) :])[0]
         default = "/:collection/:path/" if self.permalink.endswith("/") else "/:collection/:path:output_ext"
         pattern = literals.text(fields, "permalink") or literals.text(self.collections[name], "permalink")
@@ -139,6 +142,7 @@ class Pages:
         return _filled(pattern or default, values)
 
     def _page(self, place: str, fields: Mapping[str, Any]) -> str:
+        """The address of a page that is neither post nor document of a collection."""
         own = fields.get("permalink")
         if isinstance(own, str):
             return _filled(
@@ -151,6 +155,7 @@ class Pages:
         return f"/{stem}/" if self.permalink.endswith("/") else f"/{stem}.html"
 
     def _forms(self, address: str, fields: Mapping[str, Any]) -> list[str]:
+        """An address and those that are redirected to it, each as hosts serve it."""
         old = literals.texts(fields.get("redirect_from")) if self.redirects else []
         forms: list[str] = []
         for form in (address, *old):

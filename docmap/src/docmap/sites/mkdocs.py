@@ -116,6 +116,7 @@ def _addresses(
 
 
 def _addresses_of(directory_urls: bool, site: Site, place: str) -> list[str]:
+    """The addresses of a page by its place below the content, without a language."""
     folder, name = posixpath.split(posixpath.splitext(place)[0])
     index = posixpath.join(site.content, folder, "index.md")
     if name == "index" or (name == "README" and index not in site.repository.files):

@@ -86,6 +86,7 @@ class Script:
         return self._named[name]
 
     def _imported(self, name: str) -> Any:
+        """The value that another file of the site exports under this name; else what it exports by default."""
         module = self.imports.get(name, "")
         if not module.startswith(".") or self._files >= _MOST_FILES:
             return UNREAD
@@ -142,6 +143,7 @@ class Script:
         return value
 
     def _word(self, text: str, tokens: _Tokens) -> Any:
+        """The value that a word begins: a constant, number or variable, or what a helper (`defineConfig`) gets."""
         if text in _CONSTANTS:
             return _CONSTANTS[text]
         if text.isdecimal():

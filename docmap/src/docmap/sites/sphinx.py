@@ -122,6 +122,7 @@ def _literal(node: ast.expr) -> Any:
 
 
 def _addresses(left_out: GitIgnoreSpec, site: Site, page: str, facts: Facts) -> Sequence[str]:
+    """The address of a page, which has no other but for an index; () for what `exclude_patterns` leave out."""
     place = site.within(page, site.content) or page
     if left_out.match_file(place):
         return ()

@@ -54,6 +54,7 @@ def _alias(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _aliases(site: Site) -> dict[str, list[str]]:
+    """The notes by their aliases, in one letter case."""
     aliases: dict[str, list[str]] = {}
     pages = [page for page in site.pages if site.repository.may_hold(page, b"alias")]
     site.repository.read_ahead(pages)

@@ -103,6 +103,7 @@ def _colocated(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _shortcode(site: Site, construct: Construct, page: str) -> str | None:
+    """Why a shortcode may make anchors: its template makes some, or is not here."""
     name = construct.name.partition("(")[0]
     paths = [path for path in site.files_by_name.get(name, ()) if "templates/shortcodes/" in path]
     texts = [site.repository.text(path) for path in paths]
