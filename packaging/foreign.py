@@ -19,6 +19,7 @@ from pathlib import Path
 
 from foreign_packages import HERE, ROOT, install_i386, install_musl, pip_install, requirements, run, zig
 
+# That of this machine's release of Debian; test-foreign and test-release know it as cp311.
 _DEBIAN_PYTHON = "3.11"
 _DEBIAN_PACKAGES = (
     *("python3.11-minimal", "libpython3.11-minimal", "libpython3.11-stdlib", "python3.11"),
@@ -26,6 +27,7 @@ _DEBIAN_PACKAGES = (
     *("zlib1g", "libexpat1", "libssl3", "libffi8", "libbz2-1.0", "liblzma5", "libuuid1", "libcrypt1"),
 )
 _DEBIAN_NAMES = {"x86_64": "amd64", "aarch64": "arm64"}
+# All of zlib that the interpreter's modules need; `make_musl` compiles it.
 _CRC32 = """
 unsigned long crc32(unsigned long crc, const unsigned char *bytes, unsigned count) {
   if (!bytes) return 0;

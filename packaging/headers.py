@@ -15,6 +15,7 @@ from pathlib import Path
 
 from targets import Target
 
+# The type that each size in `pyconfig.h` is of.
 _TYPES = {
     "SIZEOF_DOUBLE": "double",
     "SIZEOF_FLOAT": "float",

@@ -13,7 +13,8 @@ from elftools.elf.elffile import ELFFile
 from targets import Target
 
 ENTRY = "PyInit_markdown"
-MAX_SIZE = 400_000  # bytes of the module and its stub together
+# Bytes of the module and its stub together: half as much again as the largest wheel installs.
+MAX_SIZE = 400_000
 # Parts of the C library, and for macOS of the system's one library: nothing that a user would have to install.
 _LIBRARIES = {
     "libc.so.6",
@@ -26,6 +27,7 @@ _LIBRARIES = {
     "libc.musl-aarch64.so.1",
     "/usr/lib/libSystem.B.dylib",
 }
+# The newest versions of symbols that every target has; those of any other library would be a fault.
 _NEWEST = {"GLIBC": (2, 17)}
 
 

@@ -30,6 +30,8 @@ _DAY = 86400
 _KEPT_DAYS = 30
 # Other runs hold the file for milliseconds; one that hangs must not hold this one up.
 _SECONDS_TO_WAIT = 2.0
+# A statement of SQLite takes 999 values at least.
+_MOST_VALUES = 500
 _COMPACT = json.JSONEncoder(separators=(",", ":"))
 
 
@@ -132,8 +134,8 @@ class Cache:
         today = int(time.time()) // _DAY
         stale: list[bytes] = []
         try:
-            for begin in range(0, len(keys), 500):
-                some = keys[begin : begin + 500]
+            for begin in range(0, len(keys), _MOST_VALUES):
+                some = keys[begin : begin + _MOST_VALUES]
                 marks = ",".join("?" * len(some))
                 for key, day, facts in self._connection.execute(
                     f"SELECT key, day, facts FROM facts WHERE key IN ({marks})", some

@@ -13,6 +13,8 @@ from docmap.repository import Repository
 from docmap.sites.site import Site
 from docmap.spelling import Names, Spelling
 
+# How alike the names of files must be, from 0 to 1 as `Spelling` compares: more for a file of any folder.
+_ALIKE_BESIDE, _ALIKE_ANYWHERE = 0.75, 0.85
 # About a second. In a large repository thousands of files share a name such as "index".
 _MOST_DISTANCES = 500_000
 
@@ -78,9 +80,11 @@ class ClosestPages:
         yield from fitting or alike[:1]
         folder = posixpath.dirname(place)
         beside = self._files(folder)
-        close = self._spelling.closest(stem.casefold(), beside.to_compare, 0.75, of=("beside", folder))
+        close = self._spelling.closest(
+            stem.casefold(), beside.to_compare, _ALIKE_BESIDE, of=("beside", folder)
+        )
         similar = [] if close is None else beside.by_name[close][:1]
-        close = self._spelling.closest(stem.casefold(), anywhere.to_compare, 0.85, of="anywhere")
+        close = self._spelling.closest(stem.casefold(), anywhere.to_compare, _ALIKE_ANYWHERE, of="anywhere")
         if close is not None:
             similar += self._nearest(anywhere.by_name[close], place, source)[:1]
         yield from (path for path in similar if not (shows and path.lower().endswith(PAGE_SUFFIXES)))

@@ -7,6 +7,7 @@ import os
 from docmap.documents import normalise
 from docmap.findings import Finding
 
+# One line can hold all findings of a file, and each is looked for from its begin.
 _LONGEST_LINE = 100_000
 
 
@@ -27,7 +28,6 @@ class Columns:
                     self._lines = normalise(file.read())[0].split("\n")
             except OSError:
                 self._lines = []
-        # One line can hold all findings of a file, and each is looked for from its begin.
         line = self._lines[finding.line - 1] if finding.line <= len(self._lines) else ""
         if not finding.target or len(line) > _LONGEST_LINE:
             return None

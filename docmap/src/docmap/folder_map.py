@@ -75,7 +75,7 @@ class FolderMap(TypedDict):
 
 
 def described(checked: Checked, folder: str) -> list[Described]:
-    """Return what the checked documents say and link to; `folder`: theirs in the repository."""
+    """Return what the checked documents say and link to; `folder`: the one that the page is of, in the repository."""
     above = f"{folder}/" if folder else ""
     result = []
     for path in checked.documents:
@@ -171,6 +171,10 @@ def _entry(
 
 
 def _sections(sections: Iterable[Section], longest: int) -> Iterator[list[int | str]]:
+    """Rows of `DocumentEntry`; `longest`: characters of a first paragraph, 0 for none.
+
+    The first section has none of its own: it is that of the document.
+    """
     # Line ranges nest as the sections do, so they alone say which section holds which.
     ends: list[int] = []
     for number, section in enumerate(sections):
@@ -188,5 +192,6 @@ def _cut(text: str, longest: int) -> str:
 
 
 def _cut_for(texts: Sequence[str]) -> int:
+    """To how many characters to cut each text, so that all together are no longer than MOST_TEXT."""
     lengths = [len(text) for text in texts]
     return next(cut for cut in _CUTS if sum(min(cut, length) for length in lengths) <= MOST_TEXT)

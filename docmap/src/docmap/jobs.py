@@ -19,6 +19,7 @@ Result = TypeVar("Result")
 
 # Below this many files starting processes takes longer than the files do.
 FEW_FILES = 400
+# So many files are handed to a process at once.
 _CHUNK = 16
 # So many new objects, some megabytes, are made between two searches for garbage; Python's own number is 700.
 _NEW_OBJECTS = 50_000

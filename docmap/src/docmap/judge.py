@@ -49,6 +49,7 @@ _WORD_LABEL = re.compile(r"[\w-]+")
 _OF_PROGRAMS = re.compile(r"[`._:]")
 # What programs put between the words of an anchor, or leave out.
 _BETWEEN_WORDS = re.compile(r"[-_\s]+")
+# How alike a suggestion must be, from 0 to 1 as `Spelling` compares.
 _LOWEST_LIKENESS = 0.7
 _PERHAPS_TEXT = "text in brackets, or a link as most brackets of this document are?"
 # Forms that are text wherever no rules are for them.
@@ -180,6 +181,7 @@ class Judge:
         return worst
 
     def _judge_in(self, site: Site, link: Link, path: str, source: str, facts: Facts) -> Judgement:
+        """The judgement on a link that stands in the document `path`, as the page `source` of a site shows it."""
         if link.form in {WIKI, EMBED}:
             site = site.notes or site
         if link.form in {LABEL, SHORTCUT, FOOTNOTE}:
@@ -192,6 +194,7 @@ class Judge:
         return self._judge_from(site, link, path, source)
 
     def _judge_from(self, site: Site, link: Link, path: str, source: str) -> Judgement:
+        """The same of a link that leads somewhere: all but labels, footnotes and what the site fills in."""
         if link.form == TEMPLATE and TEMPLATE not in site.rules.ways:
             why = "a template fills it in"
             return Judgement(link, None, _finding(link, path, f'"{link.written}" is not known', None, why))
@@ -230,6 +233,7 @@ class Judge:
     def _judge_anchor(
         self, site: Site, link: Link, path: str, source: str, pages: tuple[str, ...]
     ) -> Judgement:
+        """The same of a link that leads to one of these pages (none: to what is no page): whether its anchor is there."""
         target = pages[0] if pages else None
         if not link.anchor or target is None or link.form in {IMAGE, SRC}:
             return Judgement(link, target)
@@ -264,6 +268,7 @@ class Judge:
         return Judgement(link, target, _finding(link, path, message, suggestion, doubt, site))
 
     def _judge_label(self, site: Site, link: Link, path: str, source: str, facts: Facts) -> Finding | None:
+        """What is wrong with a label or footnote that its document does not define; None where nothing is."""
         if link.form in {LABEL, SHORTCUT}:
             # One character or a number in brackets is an index, in prose about programs.
             if not site.rules.labels or len(link.path) < 2 or link.path.isdigit():
@@ -354,6 +359,7 @@ def _differ_in_case(name: str, other: str) -> bool:
 def _finding(
     link: Link, path: str, message: str, suggestion: str | None, doubt: str | None, site: Site | None = None
 ) -> Finding:
+    """`doubt`: what decides, None for a broken link; `site`: whose rules say that it is broken."""
     decided_by = doubt if doubt is not None else site.rules.kind if site is not None else ""
     return Finding(
         path, link.line, link.written, message, suggestion, BROKEN if doubt is None else IN_DOUBT, decided_by

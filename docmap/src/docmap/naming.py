@@ -93,8 +93,9 @@ def document_title(path: str, title: str | None) -> str:
 
 
 def folder_title(root: str, own: str | None, home: str | None) -> str:
-    """What a folder is called: as the site is that its index `home` lies deep in, as that index is (`own`), as its
-    site is, as it lies on disk."""
+    """What a folder is called, the first of these that says something: the name of the site that its index `home` is the
+    first page of, deep in the folder; `own`, the title of that index; the name of the site in the folder or the one
+    above; the folder's name on disk."""
     if home is not None and (inside := _CONTENT_INDEX.fullmatch(home)):
         name = _content_title(Path(root, inside[1] or ""))
         if name:

@@ -29,8 +29,7 @@ def perhaps_included(site: Site) -> frozenset[str]:
     while waiting:
         source = waiting.pop()
         for construct in _constructs(site, source):
-            includes = site.effect_of(construct).includes
-            path = includes(site, construct, source) if includes is not None else None
+            path = site.included_by(construct, source)
             if path is None or path == source:
                 continue
             found.add(path)

@@ -20,7 +20,9 @@ _SENTENCE_END = re.compile(r"[.!?:\u0080-\U0010ffff]['\")\]]*$")
 _MARKUP = re.compile(r"[\\`*_\[\]<&~{]")
 # The first paragraph of a document is looked for in so many characters: most documents have it in the fewest.
 _FAR_ENOUGH = 300, 1000, 4000
+# Of that text, so many paragraphs are tried; one of more characters than these needs no end of a sentence.
 _TRIES = 6
+_LONG = 25
 
 
 def is_sentence(text: str) -> bool:
@@ -58,7 +60,7 @@ def first_sentence_in(text: str, labels: Collection[str]) -> str:
             # The engine gives the paragraph below a heading, so it gets a heading above.
             sections = _outlined(f"# Title\n\n{raw}\n")
             found = prose(sections[0].docstring or "", labels) if len(sections) == 1 else ""
-            if len(found) > 25 or is_sentence(found):
+            if len(found) > _LONG or is_sentence(found):
                 return found
         if len(text) <= far or len(whole) >= _TRIES:
             break

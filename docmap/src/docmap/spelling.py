@@ -43,6 +43,8 @@ def _is_plain(name: str) -> bool:
 
 
 class _ByLength:
+    """Names sorted by their lengths, so that those of some lengths are found at once."""
+
     def __init__(self, names: list[str]) -> None:
         self._by_length = sorted(names, key=len)
         self._lengths = [len(name) for name in self._by_length]
@@ -62,6 +64,7 @@ class Spelling:
     def closest(self, name: str, names: Names, cutoff: float, *, of: object = None) -> str | None:
         """Return the one of `names` that is closest to `name`, None when none is close or it costs too much.
 
+        `cutoff`: how alike they must be, from 0 to 1: the `ratio` of difflib's SequenceMatcher.
         `of` says whose names they are; the same question about the same owner is answered once.
         """
         key = of, name

@@ -21,7 +21,8 @@ function documentNode(each, narrow) {
   };
 }
 
-// The linked documents below a folder, not yet arranged, and how many there are and are in no link.
+// The linked documents below a folder, not yet arranged; `linked`: how many there are, `isolated`: how many documents are
+// in no link.
 function mapOf(folder, chosen, { width, height, narrow }) {
   const inside = documents.filter((each) => isBelow(each.folder, folder));
   const linked = inside.filter((each) => !isIsolated(each));
@@ -154,14 +155,14 @@ function arrangeDocuments(regions, nodes, edges, near) {
 // A force that moves marks off the places of the most important labels, below their marks.
 function roomForLabels(nodes) {
   const sure = labelOrder(nodes).slice(0, SURE_LABELS);
-  const halves = new Map(sure.map((node) => [node, measure(node.label) / 2 / USUAL_SCALE + 2]));
+  const halfWidths = new Map(sure.map((node) => [node, measure(node.label) / 2 / USUAL_SCALE + 2]));
   return () => {
-    for (const [node, half] of halves) {
+    for (const [node, half] of halfWidths) {
       const [top, bottom] = [node.y + node.radius, node.y + node.radius + (LABEL_SIZE + 5) / USUAL_SCALE];
       for (const other of nodes) {
         if (other === node) continue;
         // A label below the other mark counts with it.
-        const [wide, under] = [halves.get(other) ?? other.radius, halves.has(other) ? (LABEL_SIZE + 3) / USUAL_SCALE : 0];
+        const [wide, under] = [halfWidths.get(other) ?? other.radius, halfWidths.has(other) ? (LABEL_SIZE + 3) / USUAL_SCALE : 0];
         const aside = half + wide - Math.abs(other.x - node.x);
         const above = other.y + other.radius + under - top;
         const below = bottom - (other.y - other.radius);

@@ -253,11 +253,11 @@ class Reading {
   folderRow({ folder, members }, above) {
     const index = indexOf(folder);
     const broken = sum(members, (each) => each.broken.length);
-    const title = index?.title;
+    const name = index?.title;
     const shown = folder.slice(above ? above.length + 1 : 0);
     const says = (index && firstParagraph(index)) || [...new Set([...members].sort(byImportance).map((each) => cutMiddle(each.title, 40, each.told)))].slice(0, 4).join(", ");
     return [this.to({ folder }, `${shown || lastName(folder)}/`),
-      title && fold(title) !== fold(lastName(folder)) ? ` ${cut(title, 60)}` : "",
+      name && fold(name) !== fold(lastName(folder)) ? ` ${cut(name, 60)}` : "",
       element("span", { className: "line", textContent: ` ${plural(members.length, "document")}` }),
       broken ? element("span", { className: "line bad", textContent: ` ▲ ${broken.toLocaleString()} broken` }) : null,
       element("p", { className: "faint", textContent: cutWords(says, 110) })];

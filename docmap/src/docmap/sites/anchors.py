@@ -38,7 +38,11 @@ def read(site: Site, page: str) -> Anchors:
 def _collect(
     site: Site, page: str, names: list[str], given: dict[str, int], seen: set[str], depth: int
 ) -> str | None:
-    """Add the anchors of a document and of those it includes; returns why there may be others."""
+    """Add the anchors of a document and of those it includes to `names`; returns why there may be others.
+
+    `given`: how often each anchor was given so far, as `Rules.repeats` counts; `seen`: the documents that are part of the
+    page already; `depth`: how many documents this one is included through.
+    """
     rules, facts = site.rules, site.facts(page)
     if facts is None:
         return f"{page} cannot be read"
@@ -52,10 +56,11 @@ def _collect(
     ]
     events.sort(key=lambda event: event[0])
     for line, event in events:
-        in_comment = isinstance(event, Construct) and event.form == INCLUDE
-        # A heading that holds a comment is in none.
+        # <!--@include: path--> is a comment itself.
+        is_include = isinstance(event, Construct) and event.form == INCLUDE
+        # A heading that has a comment in its text is not inside of one.
         holds_comment = isinstance(event, Heading) and "<!--" in event.raw
-        if not (in_comment or holds_comment) and line in hidden:
+        if not (is_include or holds_comment) and line in hidden:
             continue
         if isinstance(event, Heading):
             anchor = _anchor_of(rules, event, given)

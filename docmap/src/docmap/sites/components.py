@@ -10,6 +10,7 @@ from docmap.facts import COMPONENT, IMPORT, Construct
 from docmap.sites.rules import Effect
 from docmap.sites.site import Site
 
+# Files that may define a component.
 _SOURCES = (".vue", ".astro", ".jsx", ".tsx", ".js", ".ts", ".svelte", ".html")
 # What makes anchors: an id, a heading, or text of elsewhere.
 _MAKES_ANCHORS = re.compile(r"\bid\s*=|\bid:|<[Hh][1-6]\b|set:html|v-html|dangerouslySetInnerHTML|<Content\b")
@@ -48,6 +49,7 @@ def component_effects(known: frozenset[str], aliases: dict[str, str]) -> dict[st
         return path if path is not None and path.lower().endswith((".md", ".mdx")) else page
 
     def unknown(site: Site, construct: Construct, page: str) -> str | None:
+        """Why a component may make anchors: its source has some, or is not here."""
         name = construct.name.rpartition(".")[2]
         if name in known or construct.name.partition(".")[0] in known:
             return None

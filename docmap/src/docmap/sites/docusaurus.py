@@ -35,13 +35,21 @@ from docmap.sites.ways import (
 KIND = "docusaurus"
 
 _CONFIG = "docusaurus.config", r"\.[cm]?[jt]s"
+# Components of its theme that make no anchors.
 _KNOWN = literals.words(
     """
     Tabs TabItem Admonition CodeBlock Details TOCInline Link Head BrowserOnly Translate Redirect
     Highlight ThemedImage DocCardList DocCard BrowserWindow
     """
 )
+# Plugins that make no pages, as parts of their names.
+_HARMLESS = re.compile(
+    r"analytics|gtag|tag-manager|sitemap|search|sass|svgr|pwa|ideal-image|debug|css|theme|mermaid|umami|llms"
+    r"|live-codeblock|image-zoom|redoc-?$|tailwind|webpack|client-modules|vercel|plausible|posthog|hotjar"
+)
+# A post by its date, in its name or in folders: "2024-05-01-title", "2024/05/01/title/index".
 _DATED = re.compile(r"^(\d{4}[-/]\d{1,2}[-/]\d{1,2})[-/]?(.*?)(?:/index)?$")
+# "01-install" is numbered; "2024-05-01" and "7.0" are names.
 _DATE_OR_VERSION = re.compile(r"(?:\d{2}|\d{4})[-_.]\d{2}(?:[-_.](?:\d{2}|\d{4}))?|\d+[-_.]\d+")
 _NUMBER_PREFIX = re.compile(r"\d+\s*[-_.]+\s*(?=.)")
 _PARTIAL = re.compile(r"(?:^|/)_")
@@ -81,6 +89,7 @@ def _part_of(parts: Sequence[_Part], path: str) -> _Part | None:
 
 
 def _addresses(parts: Sequence[_Part], slash: bool, site: Site, page: str, facts: Facts) -> Sequence[str]:
+    """The addresses of a page; `slash`: whether relative links start from the one with a slash at its end."""
     part = _part_of(parts, page)
     if part is None or not part.takes(page):
         return ()
@@ -98,6 +107,7 @@ def _without_number(name: str) -> str:
 
 
 def _doc_route(part: _Part, stem: str, fields: dict[str, Any]) -> str:
+    """The address below that of the part; `stem`: the path in it without suffix, `fields`: the front matter."""
     folder, name = posixpath.split(stem)
     if part.numbers:
         folder, name = "/".join(map(_without_number, folder.split("/"))), _without_number(name)
@@ -113,6 +123,7 @@ def _doc_route(part: _Part, stem: str, fields: dict[str, Any]) -> str:
 
 
 def _post_route(part: _Part, stem: str, fields: dict[str, Any]) -> str:
+    """The same of a post, which is called by its date."""
     slug = fields.get("slug")
     if isinstance(slug, str):
         return slug
@@ -123,6 +134,7 @@ def _post_route(part: _Part, stem: str, fields: dict[str, Any]) -> str:
 
 
 def _page_route(part: _Part, stem: str, fields: dict[str, Any]) -> str:
+    """The same of any other page, which is called as it lies."""
     return "/" + re.sub(r"(?:^|/)index$", "", stem)
 
 
@@ -186,6 +198,7 @@ RULES = Rules(
     made={r"/404(?:\.html)?|/search/?|/sitemap\.xml|/assets/.*|/.*(?:rss|atom)\.xml|/.*feed\.json": None},
     partials_keep_paths=True,
     slug=slugs.github,
+    # {#id} and {/* #id */}; in the first, blanks belong to the id.
     custom_id=r"\s*\{(?:/\*\s*)?#((?:(?!\{#|\}|\s*\*/).)+)(?:\s*\*/)?\}$",
     always=r"|top|:~:.*|__docusaurus.*|user-content-fn.*|fn(?:ref)?-.*",
     bodies_by_suffix={".mdx": ("jsx",), ".md": ("jsx",)},
@@ -214,11 +227,7 @@ def make(repository: Repository, root: str) -> Site | None:
                     redirects[old] = literals.text(pair, "to")
             if literals.get(options, "createRedirects") is not None:
                 whys.append(f"made by createRedirects of {path}?")
-        elif name and not re.search(
-            r"analytics|gtag|tag-manager|sitemap|search|sass|svgr|pwa|ideal-image|debug|css|theme|mermaid|umami|llms"
-            r"|live-codeblock|image-zoom|redoc-?$|tailwind|webpack|client-modules|vercel|plausible|posthog|hotjar",
-            name,
-        ):
+        elif name and not _HARMLESS.search(name):
             whys.append(f"made by the plugin `{name}` of {path}?")
     static = literals.get(config, "staticDirectories")
     folders = literals.texts(static) if isinstance(static, list) else ["static"]
@@ -265,14 +274,12 @@ def make(repository: Repository, root: str) -> Site | None:
 def _plugins(config: object) -> Iterator[tuple[str, Any]]:
     """The plugins that a site has, by the last part of their names, with their options."""
     presets = literals.get(config, "presets")
-    classic = False
     for preset in literals.entries(presets):
         options = literals.get(preset, 1) if isinstance(preset, list) else None
-        classic = True
         for name in ("docs", "blog", "pages"):
             value = literals.get(options, name)
             yield name, value if value is not None else {}
-    if not classic and presets is literals.UNREAD:
+    if presets is literals.UNREAD:
         for name in ("docs", "blog", "pages"):
             yield name, {}
     for plugin in literals.entries(config, "plugins"):

@@ -49,5 +49,6 @@ def _values(value: Any, path: Sequence[str]) -> Iterator[str]:
 
 def _line_with(lines: Sequence[str], begin: int, name: str, target: str) -> int:
     """The first line from `begin` on that gives a field of this name this value; the first of all where none does."""
-    field = re.compile(rf"""[\s{{,"'-]*\b{re.escape(name)}["']?\s*:\s*["']?{re.escape(target)}(?!\w)""")
+    # name: target, "name": "target", in a list or in braces as well.
+    field = re.compile(rf"""\b{re.escape(name)}["']?\s*:\s*["']?{re.escape(target)}(?!\w)""")
     return next((at for at in range(begin, len(lines)) if field.search(lines[at])), 0)

@@ -23,7 +23,7 @@ from docmap.sites.hugo_settings import (
     read_settings,
 )
 from docmap.sites.resolution import Resolution, doubtful, found
-from docmap.sites.rules import Effect, Rules
+from docmap.sites.rules import ID_IN_BRACES, Effect, Rules, Way
 from docmap.sites.site import Site
 from docmap.sites.ways import as_hosted, base_of, itself, nothing_because, outside_base, page_at_address
 
@@ -35,13 +35,16 @@ _KNOWN = literals.words(
     details figure gist highlight instagram param qr ref relref tweet twitter vimeo x youtube
     """
 )
+# What .GetPage does not look at in a path: suffixes, the names of indexes, spaces, codes of languages.
 _SUFFIX = re.compile(r"\.(?:md|markdown|mdown|html)$")
 _INDEX = re.compile(r"(?:^|/)_?index$")
 _SPACES = re.compile(r"\s+")
 _OF_LANGUAGE = re.compile(r"\.[a-z]{2}(?:-\w+)?(?=\.\w+$)")
+# What a template does to show the text of other files.
 _BRINGS_TEXT = re.compile(r"readFile|RenderShortcodes|\.Content\b|\.RawContent")
 # Templates make Markdown as well: headings, and terms with ": " below.
 _MAKES_HEADINGS = re.compile(r"^\s*(?:#{1,6}|:)\s", re.MULTILINE)
+# The arguments of {{< ref ... >}}, and what stands after it; each argument with its name, if it has one.
 _REF = re.compile(r"\{\{[<%]\s*(?:rel)?ref\s+(.*?)\s*/?[>%]\}\}(.*)", re.DOTALL)
 _WORDS = re.compile(r"""(?:(\w+)=)?(?:"([^"]*)"|'([^']*)'|`([^`]*)`|([^\s"'`]+))""")
 _SLUGS: Mapping[str, Any] = {
@@ -60,6 +63,7 @@ class _Lookup:
         self._paths: dict[str, tuple[str, str]] = {}
 
     def find(self, site: Site, path: str, source: str) -> Resolution | None:
+        """The pages that a path names, those in the language of `source` if there are any; None when there are none."""
         if not path:
             return found(source)
         language, folder = self._path_of(site, source)
@@ -99,10 +103,12 @@ class _Lookup:
 
 
 def _is_leaf(page: str) -> bool:
+    """Whether a page is the index of a leaf bundle, the files of which lie beside it."""
     return posixpath.basename(page).startswith("index.")
 
 
 def _logical(path: str) -> str:
+    """A path of the content as .GetPage compares it."""
     path = _SUFFIX.sub("", path.rstrip("/"))
     return _SPACES.sub("-", _INDEX.sub("", "" if path == "." else path).lower())
 
@@ -122,8 +128,8 @@ def _ref(lookup: _Lookup, site: Site, link: Link, source: str) -> Resolution | N
             "an output format or language of its own?" if {"lang", "outputFormat"} & options.keys() else None
         )
         return doubtful(why) if why else nothing_because(site, link, source, f"no page {path}")
-    behind = match[2].partition("#")[2]
-    return Resolution(resolution.outcome, resolution.pages, anchor=anchor or behind or None)
+    after = match[2].partition("#")[2]
+    return Resolution(resolution.outcome, resolution.pages, anchor=anchor or after or None)
 
 
 def _hooked(
@@ -249,7 +255,7 @@ RULES = Rules(
     not_copied=SUFFIXES,
     made={r"/404\.html|/(?:.*/)?(?:index\.xml|sitemap\.xml|rss\.xml)|/robots\.txt|/(?:.*/)?page/\d+/?": None},
     heading_text=_raw_line,
-    custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    custom_id=ID_IN_BRACES,
     literal=frozenset({"comment", FRONT_MATTER, "highlight"}),
     always=r"|top|:~:.*|fn(?:ref)?\d*:.*",
 )
@@ -294,7 +300,13 @@ def make(repository: Repository, root: str) -> Site | None:
     starts = [*(each.folder for each in roots), root, posixpath.join(root, "assets")]
     shortcodes = _Shortcodes(repository, root, starts)
     shortcode = Effect(includes=shortcodes.included, unknown=shortcodes.unknown)
-    links, images = _ways(lookup, repository, root, config, plurals)
+    addresses = (
+        page_at_address,
+        partial(_other_page, roots),
+        partial(_term, frozenset(plurals)),
+        outside_base,
+    )
+    by_hook = partial(_before_addresses, lookup, repository, root, config)
 
     def takes(site: Site, page: str) -> bool:
         # Other files lie between folders of content that share no folder; a setting may name another folder.
@@ -306,10 +318,10 @@ def make(repository: Repository, root: str) -> Site | None:
     slug = _SLUGS.get(literals.text(parser, "autoidtype") or literals.text(parser, "autoheadingidtype"))
     rules = RULES.changed(
         ways={
-            "link": links,
-            HREF: (itself, *links[-4:]),
-            IMAGE: images,
-            SRC: images[-4:],
+            "link": (itself, *by_hook("link"), *addresses),
+            HREF: (itself, *addresses),
+            IMAGE: (*by_hook("image"), _bundled, *addresses),
+            SRC: addresses,
             TEMPLATE: (partial(_ref, lookup),),
         },
         takes=takes,
@@ -353,6 +365,7 @@ def _sections(repository: Repository, roots: Sequence[Root], languages: Sequence
 
 
 def _layout(repository: Repository, root: str, name: str) -> str | None:
+    """The text of a render hook, of the site or of a theme that is here."""
     folders = ("layouts/_markup", "layouts/_default/_markup", "layouts/docs/_markup")
     paths = [posixpath.join(root, folder, name) for folder in folders]
     paths += [
@@ -363,33 +376,24 @@ def _layout(repository: Repository, root: str, name: str) -> str | None:
     return next((text for path in paths if (text := repository.text(path)) is not None), None)
 
 
-def _ways(
-    lookup: _Lookup, repository: Repository, root: str, config: Mapping[str, Any], taxonomies: Sequence[str]
-) -> tuple[Any, Any]:
-    """How links and images are followed: by a render hook where there is one, then as addresses."""
-    addresses = (
-        page_at_address,
-        partial(_other_page, lookup.roots),
-        partial(_term, frozenset(taxonomies)),
-        outside_base,
-    )
+def _before_addresses(
+    lookup: _Lookup, repository: Repository, root: str, config: Mapping[str, Any], kind: str
+) -> list[Way]:
+    """How the links or images of Markdown (`kind`: "link", "image") are followed by a render hook, if there may be one,
+    before they are taken for addresses."""
     hooks = literals.get(config, "markup", "goldmark", "renderhooks")
     languages = config.get("languages")
     theme = literals.get(config, "theme") or literals.get(config, "module", "imports")
     missing_theme = bool(theme) and not any(
         path.startswith(posixpath.join(root, "themes/")) and "/layouts/" in path for path in repository.files
     )
-
-    def before(kind: str) -> list[Any]:
-        text = _layout(repository, root, f"render-{kind}.html")
-        setting = literals.text(hooks, kind, "useembedded")
-        enabled = setting in {"always", "fallback"} or literals.get(hooks, kind, "enabledefault") is True
-        if text is not None:
-            # A hook may mean something of its own by a certain destination: {{ if eq $destination "g" }}.
-            special = re.findall(r"""\beq\s+[\w.$]+\s+"([^"]*)\"""", text)
-            return [partial(_hooked, lookup, frozenset(special))]
-        if enabled or (isinstance(languages, dict) and len(languages) > 1 and setting != "never"):
-            return [partial(_hooked, lookup, frozenset[str]())]
-        return [partial(_unknown_hook, "found by a render hook of the theme?")] if missing_theme else []
-
-    return (itself, *before("link"), *addresses), (*before("image"), _bundled, *addresses)
+    text = _layout(repository, root, f"render-{kind}.html")
+    setting = literals.text(hooks, kind, "useembedded")
+    enabled = setting in {"always", "fallback"} or literals.get(hooks, kind, "enabledefault") is True
+    if text is not None:
+        # A hook may mean something of its own by a certain destination: {{ if eq $destination "g" }}.
+        special = re.findall(r"""\beq\s+[\w.$]+\s+"([^"]*)\"""", text)
+        return [partial(_hooked, lookup, frozenset(special))]
+    if enabled or (isinstance(languages, dict) and len(languages) > 1 and setting != "never"):
+        return [partial(_hooked, lookup, frozenset[str]())]
+    return [partial(_unknown_hook, "found by a render hook of the theme?")] if missing_theme else []

@@ -14,8 +14,10 @@ from docmap.sites.site import Site
 
 SUFFIXES = (".md", ".markdown", ".mdown")
 _INDEXES = tuple(f"/index{suffix}" for suffix in SUFFIXES)
-_NO_LETTERS = re.compile(r"[^\w\s./~+@-]")
+# What an address does not take over from names of files and titles.
+_DROPPED = re.compile(r"[^\w\s./~+@-]")
 _SPACES = re.compile(r"\s+")
+# A name in a pattern of addresses: ":slug", ":sections[1:]"; of a slice all steps are taken.
 _PERMALINK = re.compile(r":(\w+)(?:\[[^\]]*\])?")
 
 
@@ -91,6 +93,7 @@ class Pages:
         return False
 
     def _address(self, folder: str, name: str, fields: Mapping[str, Any]) -> str:
+        """The address of a page without its language; `folder` and `name` as `_route` gives them."""
         url = fields.get("url")
         if isinstance(url, str) and url:
             return posixpath.join("/", url)
@@ -122,12 +125,15 @@ def forms(address: str) -> list[str]:
 
 @lru_cache(1024)
 def urlized(path: str) -> str:
-    return _SPACES.sub("-", _NO_LETTERS.sub("", path)).lower()
+    """A path, title or term as addresses have it: "My Page!" is "my-page"."""
+    return _SPACES.sub("-", _DROPPED.sub("", path)).lower()
 
 
 def _filled(pattern: str, folder: str, name: str, fields: Mapping[str, Any]) -> str:
+    """The address by a pattern of `permalinks`; a name in it that is not known here stays as it is."""
     date = str(fields.get("date") or fields.get("publishdate") or "")
-    year, month, day = (re.match(r"(\d{4})-(\d\d)-(\d\d)", date) or re.match(r"()()()", "")).groups()  # type: ignore[union-attr]
+    dated = re.match(r"(\d{4})-(\d\d)-(\d\d)", date)
+    year, month, day = ("", "", "") if dated is None else dated.groups()
     slug = str(fields.get("slug") or "")
     title = urlized(str(fields.get("title") or name))
     values = {

@@ -118,6 +118,7 @@ def made_by_outputs(config: Mapping[str, Any]) -> dict[str, str | None]:
 
 
 def _read(repository: Repository, path: str) -> dict[str, Any]:
+    """The settings in one file, {} for one that is missing or not well formed."""
     text = repository.text(path)
     if path.endswith(".toml"):
         return literals.toml(text)

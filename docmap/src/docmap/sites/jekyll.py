@@ -27,7 +27,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
 from docmap.sites.jekyll_addresses import SUFFIXES, Pages
-from docmap.sites.resolution import Resolution, doubtful, found
+from docmap.sites.resolution import FOUND, Resolution, doubtful, found
 from docmap.sites.rules import Effect, Rules
 from docmap.sites.site import Site
 from docmap.sites.ways import (
@@ -45,6 +45,7 @@ from docmap.sites.ways import (
 
 KIND = "jekyll"
 
+# Destinations that tags and variables of Liquid make, and what stands after them (an anchor).
 _TAG = re.compile(r"\{%-?\s*(link|post_url)\s+(.*?)\s*-?%\}(.*)", re.DOTALL)
 _URL = re.compile(
     r"""\{\{-?\s*["']([^"']*)["']\s*\|\s*(?:relative_url|absolute_url|prepend:\s*site\.baseurl)\s*-?\}\}"""
@@ -131,7 +132,7 @@ def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) ->
                 page for page in site.pages if re.search(rf"(?:^|/)(?:_posts/)?{re.escape(name)}\.\w+$", page)
             ]
             return (
-                Resolution("found", tuple(pages), anchor=anchor)
+                Resolution(FOUND, tuple(pages), anchor=anchor)
                 if pages
                 else nothing_because(site, link._replace(path=f"/_posts/{name}"), source, f"no post {name}")
             )
@@ -156,28 +157,33 @@ def _template(config: Mapping[str, Any], site: Site, link: Link, source: str) ->
 
 def _value(config: Mapping[str, Any], site: Site, source: str, match: re.Match[str]) -> str:
     """What a variable stands for; itself, where neither the configuration nor the front matter says it."""
-    if match[2] == "baseurl":
-        # Addresses are without it here.
+    if match[2] in {"baseurl", "url"}:
+        # Addresses are without these here.
         return ""
     facts = site.facts(source)
     fields = config if match[1] == "site" else facts.fields if facts is not None else {}
-    value = fields.get(match[2], "" if match[2] == "url" else None)
-    return value if isinstance(value, str) and match[2] != "url" else "" if match[2] == "url" else match[0]
+    value = fields.get(match[2])
+    return value if isinstance(value, str) else match[0]
 
 
-def _slug(slug: Callable[[str], str], prefix: str, text: str) -> str:
+def _slug_with_prefix(slug: Callable[[str], str], prefix: str, text: str) -> str:
     return prefix + slug(text)
 
 
+def _file_named(construct: Construct) -> str:
+    """The first argument of an include, which names a file."""
+    return construct.arguments.strip().split(" ")[0].strip("\"'")
+
+
 def _included(site: Site, construct: Construct, page: str) -> str | None:
-    path = construct.arguments.strip().split(" ")[0].strip("\"'")
+    """The file that include_relative names; None where a variable does."""
+    path = _file_named(construct)
     return None if "{{" in path else site.place(path, page)
 
 
 def _include(site: Site, construct: Construct, page: str) -> str | None:
     """An include that is Markdown; `_tag` says what others may make."""
-    name = construct.arguments.strip().split(" ")[0].strip("\"'")
-    path = posixpath.join(site.root, "_includes", name)
+    path = posixpath.join(site.root, "_includes", _file_named(construct))
     return path if path.endswith(SUFFIXES) and path in site.repository.files else page
 
 
@@ -186,7 +192,7 @@ def _tag(site: Site, construct: Construct, page: str) -> str | None:
     if _KNOWN.fullmatch(construct.name):
         return None
     if construct.name in {"include", "include_cached"}:
-        path = posixpath.join(site.root, "_includes", construct.arguments.strip().split(" ")[0].strip("\"'"))
+        path = posixpath.join(site.root, "_includes", _file_named(construct))
         text = site.repository.text(path)
         if path.endswith(SUFFIXES) and text is not None:
             return None
@@ -261,7 +267,7 @@ def make(repository: Repository, root: str) -> Site | None:
         drafts=pages.drafts,
         base=literals.text(config, "baseurl") or "/",
         slug=partial(
-            _slug,
+            _slug_with_prefix,
             slugs.kramdown if literals.get(kramdown, "input") == "kramdown" else slugs.github,
             literals.text(kramdown, "auto_id_prefix"),
         ),

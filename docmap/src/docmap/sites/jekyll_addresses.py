@@ -14,6 +14,7 @@ from docmap.sites import literals
 from docmap.sites.site import Site
 
 SUFFIXES = (".md", ".markdown", ".mkdown", ".mkdn", ".mkd")
+# The patterns that names of styles stand for, as settings give these.
 _STYLES = {
     "date": "/:categories/:year/:month/:day/:title:output_ext",
     "pretty": "/:categories/:year/:month/:day/:title/",
@@ -23,6 +24,7 @@ _STYLES = {
 }
 # All fields that an address can follow from.
 _FIELDS = ("categories", "category", "date", "permalink", "published", "redirect_from", "slug")
+# Year, month, day and name of a post's file.
 _POST = re.compile(r"(?:.*/)?_posts/(?:.*/)?(\d{4})-(\d{1,2})-(\d{1,2})-([^/]+)")
 
 
@@ -66,6 +68,7 @@ class Pages:
         return self._addresses(f"{above}_posts/{folder}/2000-01-01-{name}" if sign else place, facts)
 
     def _addresses(self, place: str, facts: Facts) -> Sequence[str]:
+        """The addresses of a file at this place below the root; () for one that the site does not have."""
         steps = place.split("/")
         hidden = [step for step in steps if step.startswith(("_", ".")) and step not in self.included]
         own = facts.fields_with(*_FIELDS)
@@ -105,6 +108,7 @@ class Pages:
         return place.startswith(posixpath.join(self.folder, f"_{name}", ""))
 
     def _post(self, place: str, post: re.Match[str], fields: Mapping[str, Any]) -> str:
+        """The address of a post; `post`: what _POST found in its path."""
         year, month, day, title = post.groups()
         dated = re.match(r"(\d{4})-(\d\d)-(\d\d)", str(fields.get("date") or ""))
         if dated is not None:
@@ -125,10 +129,9 @@ class Pages:
         return _filled(own if isinstance(own, str) else pattern, values)
 
     def _document(self, name: str, place: str, fields: Mapping[str, Any]) -> str:
+        """The address of a document in the collection `name`."""
         path = posixpath.splitext(place[len(posixpath.join(self.folder, f"_{name}", "")) :])[0]
         default = "/:collection/:path/" if self.permalink.endswith("/") else "/:collection/:path:output_ext"
-        if self.permalink == _STYLES["date"] or self.permalink.endswith(":output_ext"):
-            default = "/:collection/:path:output_ext"
         pattern = literals.text(fields, "permalink") or literals.text(self.collections[name], "permalink")
         base = posixpath.basename(path)
         slug = fields.get("slug")
@@ -139,6 +142,7 @@ class Pages:
         return _filled(pattern or default, values)
 
     def _page(self, place: str, fields: Mapping[str, Any]) -> str:
+        """The address of a page that is neither post nor document of a collection."""
         own = fields.get("permalink")
         if isinstance(own, str):
             return _filled(
@@ -151,6 +155,7 @@ class Pages:
         return f"/{stem}/" if self.permalink.endswith("/") else f"/{stem}.html"
 
     def _forms(self, address: str, fields: Mapping[str, Any]) -> list[str]:
+        """An address and those that are redirected to it, each as hosts serve it."""
         old = literals.texts(fields.get("redirect_from")) if self.redirects else []
         forms: list[str] = []
         for form in (address, *old):
@@ -169,10 +174,13 @@ def _is_unpublished(place: str, facts: Facts) -> bool:
 
 
 def _slug(name: str) -> str:
+    """What `:slug` stands for."""
     return re.sub(r"[^\w]+", "-", name).strip("-").lower()
 
 
 def _filled(pattern: str, values: Mapping[str, str]) -> str:
+    """The address by a pattern; names in it that `values` does not have stay."""
+    # First names that end where something else begins: ":year_:month" names a year. Then the longest of letters.
     path = re.sub(r":(\w+?)(?=:|/|\.|-|$|_?:)", lambda match: values.get(match[1], match[0]), pattern)
     path = re.sub(r":([a-z_]+)", lambda match: values.get(match[1], match[0]), path)
     return re.sub("/{2,}", "/", "/" + path)

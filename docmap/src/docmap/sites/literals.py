@@ -82,7 +82,10 @@ def words(text: str) -> frozenset[str]:
 
 
 def get(value: object, *keys: str | int) -> Any:
-    """The value below `keys`; None when a step is missing, UNREAD when one cannot be read."""
+    """The value below `keys`; None when a step is missing, UNREAD when one cannot be read.
+
+    A mapping with the key "..." holds more than can be read: what is missing in it is UNREAD.
+    """
     for key in keys:
         if value is UNREAD:
             return UNREAD

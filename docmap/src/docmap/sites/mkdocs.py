@@ -88,8 +88,9 @@ _EXECUTED = re.compile(r"^[ \t>]*(?:`{3,}|~{3,}).*\bexec=", re.MULTILINE)
 # Extensions, and what is Markdown with each of them though the grammar calls it something else.
 _BODIES = {"md_in_html": "element", "def_list": "definition", "footnotes": "footnote"}
 
-# What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
+# What attr_list reads after the text of a heading: {#id}, {: #id .class }, { id="id" }.
 _ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
+# The title of a content tab: === "Title".
 _TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)
 _EMOJI = re.compile(r":[\w+-]+:")
 # Ids that blocks of pymdownx give: of an element, `/// html | div#id.class`, and of any block, `attrs: {id: name}`.
@@ -115,6 +116,7 @@ def _addresses(
 
 
 def _addresses_of(directory_urls: bool, site: Site, place: str) -> list[str]:
+    """The addresses of a page by its place below the content, without a language."""
     folder, name = posixpath.split(posixpath.splitext(place)[0])
     index = posixpath.join(site.content, folder, "index.md")
     if name == "index" or (name == "README" and index not in site.repository.files):
@@ -145,15 +147,15 @@ def _named(site: Site, link: Link, source: str) -> Resolution | None:
     return found(*pages) if pages else None
 
 
-def _places_of(bases: tuple[str, ...], construct: Construct) -> list[str]:
-    """Where a snippet may lie."""
+def _snippet_of(repository: Repository, bases: Sequence[str], construct: Construct) -> str:
+    """The file that a snippet names, in the first of the folders that has it; in the first of all where none does."""
     path = re.sub(r":[^/]*$", "", construct.arguments.strip().strip("\"'"))
-    return [posixpath.normpath(posixpath.join(base, path)) for base in bases]
+    places = [posixpath.normpath(posixpath.join(base, path)) for base in bases]
+    return next((place for place in places if place in repository.files), places[0])
 
 
 def _snippet(bases: tuple[str, ...], site: Site, construct: Construct, page: str) -> str | None:
-    places = _places_of(bases, construct)
-    return next((place for place in places if place in site.repository.files), places[0])
+    return _snippet_of(site.repository, bases, construct)
 
 
 def _included(site: Site, construct: Construct, page: str) -> str | None:
@@ -290,6 +292,7 @@ def _redirects(options: dict[str, Any] | None) -> dict[str, str]:
 
 
 def _theme_folders(root: str, config: dict[str, Any]) -> tuple[str, ...]:
+    """The folder of the site's own theme, the files of which are served from "/"."""
     custom = literals.get(config.get("theme"), "custom_dir")
     return (posixpath.normpath(posixpath.join(root, custom)),) if isinstance(custom, str) else ()
 
@@ -315,6 +318,7 @@ def _slug_function(options: object) -> Callable[[str], str] | None:
 def _with_extensions(
     rules: Rules, repository: Repository, root: str, extensions: dict[str, dict[str, Any]]
 ) -> Rules:
+    """The rules as extensions of Markdown change them; `extensions`: their options by name."""
     effects = dict(rules.effects)
     slug = _slug_function(extensions.get("toc"))
     if slug is None:
@@ -348,15 +352,13 @@ def _with_extensions(
             Site.place(base, posixpath.join(folder, "x"))
             for folder in dict.fromkeys((root, ""))
             for base in literals.texts(snippets.get("base_path"))
-        )
-        effects[SNIPPET] = Effect(
-            includes=partial(_snippet, bases or (root,)), anchors="included in line {line}?"
-        )
+        ) or (root,)
+        effects[SNIPPET] = Effect(includes=partial(_snippet, bases), anchors="included in line {line}?")
         labels: set[str] = set()
         for name in literals.texts(snippets.get("auto_append")):
-            places = (posixpath.normpath(posixpath.join(base, name)) for base in bases or (root,))
+            places = (posixpath.normpath(posixpath.join(base, name)) for base in bases)
             appended = next((place for place in places if place in repository.files), None)
-            labels.update(() if appended is None else _labels_of(repository, bases or (root,), appended))
+            labels.update(() if appended is None else _labels_of(repository, bases, appended))
             if appended is None:
                 rules = rules.changed(any_label=f"defined by {name}, which pymdownx.snippets appends?")
         rules = rules.changed(more_labels=frozenset(labels))
@@ -373,13 +375,13 @@ def _labels_of(repository: Repository, bases: tuple[str, ...], path: str) -> Ite
         yield from facts.labels
         for construct in facts.constructs:
             if construct.form == SNIPPET:
-                places = _places_of(bases, construct)
-                found = next((place for place in places if place in repository.files), places[0])
-                waiting += [] if found in seen else [found]
-                seen.add(found)
+                snippet = _snippet_of(repository, bases, construct)
+                waiting += [] if snippet in seen else [snippet]
+                seen.add(snippet)
 
 
 def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -> Rules:
+    """The rules as plugins change them; `path`: the configuration that names these."""
     effects, made = dict(rules.effects), dict(rules.made)
     for name, pattern in _MADE_BY.items():
         if name in plugins:
@@ -403,6 +405,7 @@ def _with_plugins(rules: Rules, path: str, plugins: dict[str, dict[str, Any]]) -
 
 
 def _with_hooks(rules: Rules, repository: Repository, root: str, hooks: list[str]) -> Rules:
+    """The rules as hooks change them, programs of the site's own; `hooks`: their paths below `root`."""
     for hook in hooks:
         text, why = repository.text(posixpath.join(root, hook)), f"made by the hook {hook}?"
         if not text or _FILE_EVENT.search(text):

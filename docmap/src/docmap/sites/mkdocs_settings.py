@@ -26,7 +26,11 @@ USUAL_EXTENSIONS: Mapping[str, Any] = {
 _IN_PACKAGES = ("pymdownx", "markdown", "zensical")
 # What a hook may replace in a page without any link becoming another.
 _NO_LINK = re.compile(r"<!--|[^\]()/.]*\Z")
+# A hook of more characters is not looked into.
 _LONGEST_HOOK = 65536
+# A longer chain of files goes round in a circle; deeper tables are nobody's, and an alias of YAML can hold itself.
+_MOST_INHERITED = 5
+_DEEPEST_SETTING = 20
 
 
 def configurations(repository: Repository) -> Iterator[str]:
@@ -53,7 +57,7 @@ def settings_of(repository: Repository, path: str, depth: int = 0) -> dict[str, 
         return literals.table(tables, "project") or tables
     config = literals.yaml(repository.text(path))
     parent = config.get("INHERIT")
-    if isinstance(parent, str) and depth < 5:
+    if isinstance(parent, str) and depth < _MOST_INHERITED:
         return _merged(settings_of(repository, Site.place(parent, path), depth + 1), config)
     return config
 
@@ -63,7 +67,7 @@ def _merged(parent: dict[str, Any], config: dict[str, Any], depth: int = 0) -> d
     merged = {**parent, **config}
     for name in parent.keys() & config.keys():
         theirs, ours = parent[name], config[name]
-        if isinstance(theirs, dict) and isinstance(ours, dict) and depth < 20:
+        if isinstance(theirs, dict) and isinstance(ours, dict) and depth < _DEEPEST_SETTING:
             merged[name] = _merged(theirs, ours, depth + 1)
     return merged
 

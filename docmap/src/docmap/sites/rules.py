@@ -39,6 +39,9 @@ class Effect:
 
 NO_EFFECT: Final = Effect()
 
+# For `custom_id`: {#id}, {#id .class}, {.class #id}.
+ID_IN_BRACES: Final = r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$"
+
 
 def numbered(first: int = 1, join: str = "-") -> Callable[[str, dict[str, int]], str]:
     """How repeats are told apart: the second `x` becomes x-1 (or x-2, x_1, ...), as long as that is free."""
@@ -128,9 +131,8 @@ class Rules:
 
     # Anchors.
     slug: Callable[[str], str] = as_it_is  # the anchor of a heading's text
-    heading_text: Callable[[Heading], str] | None = (
-        None  # what `slug` gets, when it is not the heading's text
-    )
+    # What `slug` gets, when it is not the heading's text.
+    heading_text: Callable[[Heading], str] | None = None
     repeats: Callable[[str, dict[str, int]], str] = field(default_factory=numbered)
     # Found at the end of a heading's text, in braces: group 1 is its id, and all of the match no text of the heading.
     custom_id: str | None = None
@@ -146,7 +148,8 @@ class Rules:
     more_anchors: Callable[[Site, str, Facts], Iterable[str]] | None = None
     # Why a page may have anchors that cannot be worked out from its text, if so.
     unread_anchors: Callable[[Site, str, Facts], str | None] | None = None
-    always: str = r"|top|:~:.*"  # pattern of whole anchors that every page has
+    # Pattern of whole anchors that every page has: at least none at all ("page#"), the top, and text to look for.
+    always: str = r"|top|:~:.*"
     # Effects of constructs: "form:name", else "form" -> effect. A form that is missing has no effect.
     effects: Mapping[str, Effect] = field(default_factory=dict)
     # Whether an anchor that is one slip away from one that is there is broken, whatever else makes anchors.

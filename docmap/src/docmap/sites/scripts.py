@@ -22,12 +22,15 @@ _CLOSES = {"{": "}", "[": "]", "(": ")"}
 # What ends an expression; "" stands for the end of the file.
 _ENDS = frozenset({",", "}", "]", ")", ";", ""})
 _CONSTANTS: dict[str, object] = {"true": True, "false": False, "null": None, "undefined": None}
+# What comes before the default export, and before what a function returns: `return {`, `=> ({`.
 _DEFAULT = re.compile(r"\bexport\s+default\s+|\bmodule\.exports\s*=\s*")
 _RETURNED = re.compile(r"\breturn\s*(?=[{(])|=>\s*(?=[({])")
+# How much may stand between the words is bounded here and below: else the time would grow with the square of a file.
 _IMPORT = re.compile(
     r"""^[ \t]*import\s+(?:type\s+)?([^"';]{1,4000}?)\s+from\s+["']([^"']+)["']""", re.MULTILINE
 )
 _SCRIPTS = (".ts", ".js", ".mts", ".mjs", "/index.ts", "/index.js")
+# `const name = value`, with its type or without; neither `==` nor `=>` gives a value.
 _DEFINED = re.compile(r"\b(?:const|let|var)\s+([\w$]+)[^=\n;]{0,400}=(?![=>])")
 # No configuration nests as deeply or is spread over as many files; one that does would use up the stack.
 _DEEPEST_VALUE = 100
@@ -83,6 +86,7 @@ class Script:
         return self._named[name]
 
     def _imported(self, name: str) -> Any:
+        """The value that another file of the site exports under this name; else what it exports by default."""
         module = self.imports.get(name, "")
         if not module.startswith(".") or self._files >= _MOST_FILES:
             return UNREAD
@@ -139,6 +143,7 @@ class Script:
         return value
 
     def _word(self, text: str, tokens: _Tokens) -> Any:
+        """The value that a word begins: a constant, number or variable, or what a helper (`defineConfig`) gets."""
         if text in _CONSTANTS:
             return _CONSTANTS[text]
         if text.isdecimal():

@@ -169,10 +169,7 @@ class Site:
                 source = waiting.pop()
                 facts = self.facts(source)
                 for construct in facts.constructs if facts is not None else ():
-                    effect = self.effect_of(construct)
-                    included = (
-                        effect.includes(self, construct, source) if effect.includes is not None else None
-                    )
+                    included = self.included_by(construct, source)
                     if included is not None and included not in seen:
                         seen.add(included)
                         waiting.append(included)
@@ -180,7 +177,8 @@ class Site:
         return pages
 
     def labels_around(self, path: str, page: str) -> tuple[frozenset[str], str | None]:
-        """The labels that a page and what it includes define, for a part of it or itself, and what of it is not here."""
+        """The labels that a document may use: its own, those of the page that shows it, and of all that the two
+        include; with the first included file that cannot be read, None where all can."""
         labels: set[str] = set()
         missing: str | None = None
         waiting, seen = [path, page], {path, page}
@@ -192,12 +190,16 @@ class Site:
                 continue
             labels.update(facts.labels)
             for construct in facts.constructs:
-                effect = self.effect_of(construct)
-                included = effect.includes(self, construct, source) if effect.includes is not None else None
+                included = self.included_by(construct, source)
                 if included is not None and included not in seen:
                     seen.add(included)
                     waiting.append(included)
         return frozenset(labels), missing
+
+    def included_by(self, construct: Construct, source: str) -> str | None:
+        """The file that a construct in the file `source` brings in, None where it brings none or none that is named."""
+        includes = self.effect_of(construct).includes
+        return None if includes is None else includes(self, construct, source)
 
     @property
     def may_include(self) -> bool:
@@ -258,6 +260,7 @@ class Site:
         return resolution.pages if resolution is not None and resolution.outcome == FOUND else None
 
     def _followed(self, link: Link, source: str) -> Resolution | None:
+        """What the first of the ways says that has an answer; None when none has."""
         ways = self.rules.ways.get(link.form)
         for way in self.rules.ways["link"] if ways is None else ways:
             resolution = way(self, link, source)
@@ -266,6 +269,7 @@ class Site:
         return None if link.path else found(source)
 
     def _made(self, path: str, source: str) -> Resolution | None:
+        """What the site makes at the address of a path, surely or perhaps; None when it makes nothing there."""
         address = self.address_of(path, source) if self.rules.made else ""
         for pattern, why in self.rules.made.items():
             if re.fullmatch(pattern, address):

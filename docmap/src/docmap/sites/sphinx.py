@@ -41,6 +41,7 @@ from docmap.sites.sphinx_roles import (
     doubt_of_files,
     doubt_of_labels,
     generated_folders,
+    place_of,
 )
 from docmap.sites.ways import (
     as_hosted,
@@ -58,9 +59,13 @@ KIND = "sphinx"
 _PARSERS = frozenset(
     {"myst_parser", "myst_nb", "recommonmark", "m2r", "m2r2", "jupyter_book", "sphinx_mdinclude"}
 )
+# A conf.py of more characters is not read.
 _LONGEST = 65536
+# A line of rediraffe's file of redirects: "old.md" "new.md".
 _REDIRECT = re.compile(r"""^[ \t]*["']?([^\s"'#]+)["']?[ \t]+["']?([^\s"']+)""", re.MULTILINE)
+# A target of reStructuredText: .. _name:
 _RST_TARGET = re.compile(r"^[ \t]*\.\. _`?([^`\n]+?)`?:\s*$", re.MULTILINE)
+# Directives that make no anchors but those of their names and of the Markdown in them.
 _KNOWN = literals.words(
     """
     admonition attention bibliography card card-carousel carousel caution centered code code-block
@@ -104,6 +109,7 @@ def _settings(text: str | None) -> dict[str, Any]:
 
 
 def _literal(node: ast.expr) -> Any:
+    """The value of an expression, a tuple as a list; UNREAD for what is no literal, in lists and mappings as well."""
     if isinstance(node, ast.List | ast.Tuple):
         return [_literal(element) for element in node.elts]
     if isinstance(node, ast.Dict):
@@ -116,6 +122,7 @@ def _literal(node: ast.expr) -> Any:
 
 
 def _addresses(left_out: GitIgnoreSpec, site: Site, page: str, facts: Facts) -> Sequence[str]:
+    """The address of a page, which has no other but for an index; () for what `exclude_patterns` leave out."""
     place = site.within(page, site.content) or page
     if left_out.match_file(place):
         return ()
@@ -128,10 +135,7 @@ def _document(site: Site, link: Link, source: str) -> Resolution | None:
     """A path to a source file, with its suffix or without."""
     if not link.path:
         return None
-    if link.path.startswith("/"):
-        place = posixpath.normpath(posixpath.join(site.content, link.path.lstrip("/")))
-    else:
-        place = site.place(link.path, source)
+    place = place_of(site, link.path, source)
     for name in (place, *(place + suffix for suffix in SOURCES)):
         if name in site.repository.files:
             if site.addresses.get(name) == [] and name not in site.includers:
@@ -201,6 +205,7 @@ def _targets(site: Site) -> dict[str, list[str]]:
 
 
 def _names(facts: Facts) -> Iterable[str]:
+    """The names of the targets in a document, in all forms that there are."""
     yield from (named.name for named in facts.targets)
     yield from (named.name for named in facts.attribute_ids)
     yield from (named.name for named in facts.terms)
@@ -218,7 +223,11 @@ def _named(construct: Construct) -> Iterable[str]:
 
 
 def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
-    """The ids that docutils gives sections, and to targets and terms."""
+    """The ids that docutils gives to sections, targets and terms.
+
+    A section has its id of docutils beside the one that MyST makes down to the level `myst_heading_anchors`. The two are
+    mostly the same, so that setting is not read.
+    """
     for heading in facts.headings:
         yield slugs.docutils(re.sub(_CUSTOM_ID, "", heading.text) if "{" in heading.text else heading.text)
     for named in (*facts.targets, *facts.terms):
@@ -227,10 +236,7 @@ def _more_anchors(site: Site, page: str, facts: Facts) -> Iterable[str]:
 
 
 def _included(site: Site, construct: Construct, page: str) -> str | None:
-    path = construct.arguments.strip().split("\n")[0].strip()
-    if path.startswith("/"):
-        return posixpath.normpath(posixpath.join(site.content, path.lstrip("/")))
-    return site.place(path, page)
+    return place_of(site, construct.arguments.strip().split("\n")[0].strip(), page)
 
 
 def _directive(site: Site, construct: Construct, page: str) -> str | None:
@@ -256,6 +262,7 @@ RULES = Rules(
     compare=as_compared,
     named=("targets", "attribute_ids", "terms"),
     more_anchors=_more_anchors,
+    # After those of every page: what docutils numbers, footnotes of MyST, and what indexes and equations are called.
     always=r"|top|:~:.*|id\d+|f?n?-?footnote-.*|module-.*|index-\d+|equation-.*",
     bodies=("fence",),
     literal=frozenset({"comment", FRONT_MATTER, LINE_COMMENT}),
@@ -288,7 +295,6 @@ def make(repository: Repository, root: str) -> Site | None:
         book = literals.yaml(repository.text(path))
         settings = {
             "extensions": ["myst_nb"],
-            "myst_heading_anchors": 6,
             **literals.table(book, "sphinx", "config"),
         }
         settings["exclude_patterns"] = [*literals.texts(book.get("exclude_patterns")), "_build"]
@@ -322,7 +328,6 @@ def make(repository: Repository, root: str) -> Site | None:
         _targets,
         re.search(r"^def setup\b", text or "", re.MULTILINE) is not None,
     )
-    level = settings.get("myst_heading_anchors", 6)
     static = settings.get("html_static_path")
     extra = settings.get("html_extra_path")
     rules = RULES.changed(
@@ -361,7 +366,7 @@ def make(repository: Repository, root: str) -> Site | None:
         rules = rules.changed(literal=rules.literal | DOLLARS)
     if not isinstance(enabled, list | type(None)) or "amsmath" in names:
         rules = rules.changed(literal=rules.literal | {ENVIRONMENT})
-    if not isinstance(enabled, list) or {"attrs_block", "attrs_inline"} & set(literals.texts(enabled)):
+    if not isinstance(enabled, list) or {"attrs_block", "attrs_inline"} & {*names}:
         rules = rules.changed(custom_id=_CUSTOM_ID)
     slug = settings.get("myst_heading_slug_func")
     if slug is not None:
@@ -370,9 +375,6 @@ def make(repository: Repository, root: str) -> Site | None:
         rules = rules.changed(slug=known or slugs.github)
         if known is None:
             rules = rules.changed(any_anchor=f"made by myst_heading_slug_func of {path}?")
-    if isinstance(level, int) and not isinstance(level, bool):
-        # Deeper headings have the ids of docutils alone; those of other levels, both.
-        rules = rules.changed(heading_levels=range(1, 7))
     if generated:
         folders = "api|apidocs|autoapi|_?autosummary|generated|auto_examples|reference"
         made = {rf"/(?:.*/)?(?:{folders})/.*": f"made by `{generated[0]}`?"}
@@ -391,8 +393,9 @@ def _shares_documents(settings: dict[str, Any]) -> bool:
 
 
 def _redirects(settings: dict[str, Any], repository: Repository, root: str) -> dict[str, str]:
+    """Old address -> new one, as rediraffe and sphinx_reredirects are told."""
     redirects: dict[str, str] = {}
-    # rediraffe reads a mapping, or a file of it: "old.md" "new.md" in each line.
+    # rediraffe reads a mapping, or a file of it.
     listed = repository.text(posixpath.join(root, literals.text(settings, "rediraffe_redirects"))) or ""
     in_file = dict(_REDIRECT.findall(listed))
     for table in (

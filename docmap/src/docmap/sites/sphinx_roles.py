@@ -136,7 +136,7 @@ class Named:
 
     def document(self, site: Site, link: Link, source: str) -> Resolution | None:
         """{doc}`path`, which has no suffix, and an entry of a toctree, which may have one."""
-        place = _place(site, link.path, source)
+        place = place_of(site, link.path, source)
         for name in (place + suffix for suffix in (*SOURCES, *([""] if link.form == TOC else []))):
             within = site.within(name, site.content)
             if name not in site.repository.files or within is None:
@@ -197,7 +197,7 @@ class Named:
 
     def file(self, site: Site, link: Link, source: str) -> Resolution | None:
         """{download}`path`, and what a directive includes or shows."""
-        place = _place(site, link.path, source)
+        place = place_of(site, link.path, source)
         if place in site.repository.files:
             return found(place) if site.repository.is_document(place) else found()
         # Options of directives that include say from where paths in the text start; so do programs.
@@ -207,8 +207,8 @@ class Named:
         return None if self.file_doubt is None else made_perhaps(self.file_doubt)
 
 
-def _place(site: Site, path: str, source: str) -> str:
-    """A path from the folder of its page, or, with a slash at its begin, from that of all documents."""
+def place_of(site: Site, path: str, source: str) -> str:
+    """The path that one in a document stands for: from its folder, or, after a slash, from that of all documents."""
     if path.startswith("/"):
         return posixpath.normpath(posixpath.join(site.content, path.lstrip("/")))
     return site.place(path, source)
@@ -219,27 +219,30 @@ def as_compared(name: str) -> str:
     return " ".join(name.lower().split())
 
 
+def _sources(site: Site) -> list[str]:
+    """The files of the site that hold text, those that are only included among them."""
+    below = (path for path in site.repository.files if site.within(path, site.content) is not None)
+    return [path for path in below if path.endswith((*SOURCES, ".inc", ".rest"))]
+
+
 def _defined_somehow(site: Site) -> frozenset[str]:
     """All names that any text of the site seems to define; read only where a label is not found otherwise."""
-    below = (path for path in site.repository.files if site.within(path, site.content) is not None)
-    sources = [path for path in below if path.endswith((*SOURCES, ".inc", ".rest"))]
     # A page may include what lies elsewhere, such as a README.
-    texts = [f"\n{site.repository.text(path) or ''}" for path in dict.fromkeys([*sources, *site.includers])]
+    paths = dict.fromkeys([*_sources(site), *site.includers])
+    texts = [f"\n{site.repository.text(path) or ''}" for path in paths]
     matches = (match for text in texts for pattern in _DEFINITIONS for match in pattern.finditer(text))
     return frozenset(map(as_compared, {match[match.lastindex or 0] for match in matches}))
 
 
 def _asks_for_summaries(site: Site) -> bool:
     """Whether a text of the site has documents made of programs."""
-    paths = (path for path in site.repository.files if site.within(path, site.content) is not None)
-    texts = (site.repository.text(path) or "" for path in paths if path.endswith((*SOURCES, ".inc", ".rest")))
+    texts = (site.repository.text(path) or "" for path in _sources(site))
     return any(_ASKS_FOR_SUMMARIES.search(text) for text in texts)
 
 
 def _described(site: Site) -> frozenset[str]:
-    """The words behind the names of directives in all texts of the site: {py:class} a.Name, .. option:: name"""
-    paths = (path for path in site.repository.files if site.within(path, site.content) is not None)
-    texts = (site.repository.text(path) or "" for path in paths if path.endswith((*SOURCES, ".inc", ".rest")))
+    """The words after the names of directives in all texts of the site: {py:class} a.Name, .. option:: name"""
+    texts = (site.repository.text(path) or "" for path in _sources(site))
     lines = (line for text in texts for line in _DIRECTIVE.findall(text))
     return frozenset(word.lower() for line in lines for word in _WORD.findall(line))
 

@@ -32,6 +32,7 @@ from docmap.sites.ways import (
 KIND = "starlight"
 
 _CONFIG = "astro.config", r"\.[cm]?[jt]s"
+# Components of its own that make no anchors.
 _KNOWN = literals.words(
     """
     Aside Badge Card CardGrid Code FileTree Icon LinkButton LinkCard Steps Tabs TabItem Fragment Image
@@ -54,6 +55,7 @@ _FIELDS: Fields = {
     ("hero", "image", "light"): IMAGE,
     ("hero", "image", "dark"): IMAGE,
 }
+# Packages that are plugins or integrations, by how their names begin.
 _IMPORTED_PACKAGE = re.compile(r"^(?:@astrojs/|astro-|@[\w-]+/(?:astro|starlight)-|starlight-)")
 
 
@@ -82,6 +84,7 @@ def _addresses(locales: dict[str, str], default: str, site: Site, page: str, fac
 
 
 def _both(route: str) -> list[str]:
+    """The address of a route with a slash at its end, which comes first, and without."""
     return [posixpath.join("/", route, ""), f"/{route}"] if route.strip("/") else ["/"]
 
 
@@ -186,6 +189,7 @@ def make(repository: Repository, root: str) -> Site | None:
     if re.search(r"\bremark-math\b", script.text):
         rules = rules.changed(literal=rules.literal | DOLLARS)
     parts = anchor_parts(re.findall(r"\b(?:remark|rehype)[\w-]*", script.text))
+    # Astro makes anchors in the same way; links at headings add none.
     anchors = [
         part
         for part in parts
@@ -200,6 +204,7 @@ def make(repository: Repository, root: str) -> Site | None:
 
 def _aliases(repository: Repository, root: str) -> dict[str, str]:
     """The beginnings of paths that tsconfig.json sets, with their folders."""
+    # JSON with comments and commas at the end is YAML but for lines of comment and tabs.
     text = re.sub(
         r"^\s*//.*$", "", repository.text(posixpath.join(root, "tsconfig.json")) or "", flags=re.MULTILINE
     )

@@ -35,9 +35,11 @@ _DEFINED_BY = {
     r"(.*/)?website/siteConfig\.js": "",
 }
 _PATTERNS = {re.compile(pattern): re.compile(text) for pattern, text in _DEFINED_BY.items()}
+# How all of these paths end: a look at this comes first.
 _SUFFIXES = ("js", "ts", "json", "yml", "yaml", "py", "bar.md", "page.md")
 # The folder of documents that this names, which lies beside that of the site; usually it is "docs".
 _CUSTOM_DOCS = re.compile(r"""customDocsPath['"]?\s*:\s*['"]([^'"]+)""")
+# The first argument of an include.
 _FIRST_PATH = re.compile(r"""\s*["']?([^\s"'<>]+)""")
 
 

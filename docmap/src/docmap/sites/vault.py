@@ -17,18 +17,17 @@ from docmap.sites.ways import file_beside, itself, site_file
 
 KIND = "vault"
 
-# Folders named for languages hold one vault each when there are several.
+# Codes of languages, as folders are named; such folders hold one vault each when there are several.
 _LANGUAGE = re.compile(
     r"(?:ar|bn|cs|da|de|el|en|es|fa|fi|fr|he|hi|hu|id|it|ja|km|ko|lv|ms|nl|no|pl|pt|ro|ru|sk|sv|th|tr|uk|vi|zh)"
     r"(?:-[A-Za-z]{2,4})?"
 )
-"""Codes of languages, as folders are named."""
 
 
 def _by_name(site: Site, link: Link, source: str) -> Resolution | None:
     """A note by its name, or by the end of its path; letter case is nothing."""
     name = link.path.strip().rstrip("\\").strip("/")
-    if not name or name.startswith((".", "..")):
+    if not name or name.startswith("."):
         return None
     steps = _steps(name)
     notes = [page for page in site.once(_notes).get(steps[-1], ()) if _ends(page, steps)]
@@ -55,6 +54,7 @@ def _alias(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _aliases(site: Site) -> dict[str, list[str]]:
+    """The notes by their aliases, in one letter case."""
     aliases: dict[str, list[str]] = {}
     pages = [page for page in site.pages if site.repository.may_hold(page, b"alias")]
     site.repository.read_ahead(pages)
@@ -99,10 +99,12 @@ def _from_folder(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _steps(name: str) -> list[str]:
+    """The folders and the name that a path is made of, in one letter case and without the suffix of notes."""
     return re.sub(r"\.(?:md|markdown)$", "", name).casefold().split("/")
 
 
 def _ends(page: str, steps: list[str]) -> bool:
+    """Whether the path of a page ends with these steps."""
     return _steps(page)[-len(steps) :] == steps
 
 
@@ -115,6 +117,7 @@ def _notes(site: Site) -> dict[str, list[str]]:
 
 
 def _distance(page: str, source: str) -> tuple[int, str]:
+    """How many folders lie between two files; the path itself settles a tie."""
     return posixpath.relpath(page, posixpath.dirname(source) or ".").count("/"), page
 
 
@@ -150,7 +153,6 @@ RULES = Rules(
     wiki_links=True,
     # Brackets of a destination are no part of it: `<% x %>` is one, too.
     filled_in={r"<%|\{\{|\A%.*%\Z": "filled in by a template"},
-    slug=lambda text: text,
     repeats=lambda anchor, given: anchor,
     compare=slugs.vault,
     named=("block_ids",),
@@ -160,7 +162,7 @@ RULES = Rules(
 
 
 def find(repository: Repository) -> Iterator[str]:
-    """The folders that .obsidian or .foam lies in, and those of their languages."""
+    """The folders that .obsidian, .foam or .logseq lies in, and those of their languages."""
     roots = {
         folder[: match.start()].rstrip("/")
         for folder in repository.folders

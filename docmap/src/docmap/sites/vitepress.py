@@ -16,7 +16,7 @@ from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
 from docmap.sites.fields import Fields
 from docmap.sites.resolution import Resolution, doubtful, made_perhaps
-from docmap.sites.rules import Effect, Rules
+from docmap.sites.rules import ID_IN_BRACES, Effect, Rules
 from docmap.sites.scripts import Script
 from docmap.sites.site import Site
 from docmap.sites.ways import (
@@ -35,6 +35,7 @@ from docmap.sites.ways import (
 KIND = "vitepress"
 
 _CONFIG = ".vitepress/config", r"(?:/index)?\.(?:[cm]?[jt]s|json)"
+# Components of its own that make no anchors.
 _KNOWN = literals.words(
     """
     Badge Content ClientOnly Transition TransitionGroup KeepAlive Suspense Teleport VPButton
@@ -42,6 +43,7 @@ _KNOWN = literals.words(
     PluginTabs PluginTabsTab Icon
     """
 )
+# A part of a path that `rewrites` names: ":name", or ":name*" for several steps.
 _PARAMETER = re.compile(r":(\w+)(\*?)")
 # Fields that the default theme shows on every page, and those of a home page.
 _AROUND: Fields = {("prev", "link"): NAV, ("next", "link"): NAV}
@@ -52,6 +54,7 @@ _HOME: Fields = {
     ("hero", "actions", "*", "link"): NAV,
     ("features", "*", "link"): NAV,
 }
+# The theme of a site's own, and the plugins that the configuration gives to the parser.
 _THEME = re.compile(r"\.vitepress/theme/index\.[cm]?[jt]sx?")
 _USED = re.compile(r"\.use\(\s*([\w$.]+)")
 
@@ -93,10 +96,12 @@ def _from_root(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _as_theme_shows(why: str, site: Site, link: Link, source: str) -> Resolution | None:
+    """The last way of a field's link, where a theme that is not the default one shows it."""
     return made_perhaps(why)
 
 
 def _fields(facts: Facts, *, is_own: bool) -> Fields:
+    """The fields of a page that the theme shows; `is_own`: it is the site's own, of which pictures are not known."""
     fields = _HOME if facts.fields_with("layout").get("layout") == "home" else _AROUND
     return {path: form for path, form in fields.items() if form == NAV} if is_own else fields
 
@@ -131,7 +136,7 @@ RULES = Rules(
     slug=slugs.mdit,
     # VitePress turns the anchors of links into slugs, too.
     compare=slugs.mdit,
-    custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    custom_id=ID_IN_BRACES,
     named=("attribute_ids",),
 )
 
@@ -203,6 +208,7 @@ def _rewrites(rewrites: object) -> list[tuple[re.Pattern[str], str]]:
 
 
 def _filled(new: str, match: re.Match[str]) -> str:
+    """The path of a page, by what the path of its source gives for each name."""
     return _PARAMETER.sub(lambda parameter: match[parameter[1]], new)
 
 

@@ -13,6 +13,8 @@ from docmap.sites.resolution import MISSING, Resolution, doubtful, found, missin
 from docmap.sites.rules import Rules
 from docmap.sites.site import Site
 
+# A longer chain of redirects goes round in a circle.
+_MOST_REDIRECTS = 5
 _SCHEME = re.compile(r"[a-zA-Z][a-zA-Z0-9+.-]*:|//")
 
 
@@ -96,7 +98,7 @@ def at_address(site: Site, address: str, hops: int = 0) -> Resolution | None:
     if target is not None:
         path = target.partition("#")[0]
         # A chain of redirects ends somewhere; where it goes out of the site nobody follows.
-        if hops > 5 or not path.startswith("/"):
+        if hops > _MOST_REDIRECTS or not path.startswith("/"):
             return found()
         return at_address(site, site.normalised_address(path), hops + 1) or found()
     if address in site.rules.other_pages:
@@ -105,7 +107,7 @@ def at_address(site: Site, address: str, hops: int = 0) -> Resolution | None:
     for folder in site.rules.static:
         if posixpath.join(folder, path) in site.repository.files:
             return found()
-    copies = site.rules.not_copied is not None and not path.lower().endswith(site.rules.not_copied or ("\0",))
+    copies = site.rules.not_copied is not None and not path.lower().endswith(site.rules.not_copied)
     return found() if copies and posixpath.join(site.content, path) in site.repository.files else None
 
 
@@ -175,8 +177,10 @@ def as_hosted(rules: Rules, repository: Repository, root: str) -> Rules:
         return rules
     redirects, made = dict(rules.redirects), dict(rules.made)
     for old, new in pairs:
+        # One of all addresses ("/*") would make every link right.
         if not old.startswith("/") or old == "/*":
             continue
+        # "/a/*" is for "/a" as well, and "/a/:name" for one step below it.
         if "*" in old or "/:" in old:
             pattern = re.escape(old).replace(r"/\*", "(?:/.*)?").replace(r"\*", ".*")
             made[re.sub(r"/:\w+", "/[^/]+", pattern)] = None

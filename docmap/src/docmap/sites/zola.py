@@ -12,7 +12,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
 from docmap.sites.resolution import Resolution, found
-from docmap.sites.rules import Effect, Rules, as_it_is
+from docmap.sites.rules import ID_IN_BRACES, Effect, Rules, as_it_is
 from docmap.sites.site import Site
 from docmap.sites.ways import (
     as_host_serves,
@@ -26,9 +26,10 @@ from docmap.sites.ways import (
 
 KIND = "zola"
 
+# The date before the name of a page's file, which its address does not have.
 _DATED = re.compile(r"^\d{4}-\d\d-\d\d(?:T[^_]*)?[-_](?=.)")
 _SLUGS = {"on": slugs.zola, "safe": slugs.zola_safe, "off": as_it_is}
-# Shortcodes of its own, and what is no shortcode.
+# What stands like a shortcode and is none.
 _KNOWN = frozenset({"raw", "endraw", "end"})
 
 
@@ -45,6 +46,7 @@ def _addresses(
 def _once_published(
     languages: frozenset[str], default: str, slugify: str, site: Site, page: str, facts: Facts
 ) -> Sequence[str]:
+    """The addresses of a page or section, a draft or not."""
     fields = facts.fields
     stem = posixpath.splitext(site.within(page, site.content) or page)[0]
     folder, name = posixpath.split(stem)
@@ -101,6 +103,7 @@ def _colocated(site: Site, link: Link, source: str) -> Resolution | None:
 
 
 def _shortcode(site: Site, construct: Construct, page: str) -> str | None:
+    """Why a shortcode may make anchors: its template makes some, or is not here."""
     name = construct.name.partition("(")[0]
     paths = [path for path in site.files_by_name.get(name, ()) if "templates/shortcodes/" in path]
     texts = [site.repository.text(path) for path in paths]
@@ -126,7 +129,7 @@ RULES = Rules(
         r"/(?:.*/)?page/\d+/?": None,
         r"/[\w-]+\.css": "made of sass/?",
     },
-    custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    custom_id=ID_IN_BRACES,
     always=r"|top|:~:.*|continue-reading|fn-.*|fr-.*|\d+",
     effects={EXPRESSION: Effect(unknown=_shortcode), LIQUID: Effect(unknown=_shortcode)},
 )
@@ -185,4 +188,5 @@ def _transliterated(site: Site, page: str, facts: Facts) -> str | None:
 
 
 def _taxonomies(names: Sequence[str]) -> Mapping[str, str | None]:
+    """Patterns of the addresses below each taxonomy, its language before it -> why one is doubtful."""
     return {rf"/(?:\w\w/)?{re.escape(name)}(?:/.*)?": f"a list of the taxonomy {name}?" for name in names}
