@@ -394,6 +394,12 @@ SITES = [
     site("jekyll with a prefix of ids", {"_config.yml": "kramdown: {auto_id_prefix: x-}\n", "a.md": "# A\n\n# A\n\n# B\n{: #own}\n"}, "page.md", {
         "[x](a.md#x-a)": OK, "[x](a.md#x-a-1)": OK, "[x](a.md#own)": OK, "[x](a.md#a)": BROKEN,
     }),
+    site("jekyll with defaults of some files", {
+        "_config.yml": "defaults: [{scope: {path: 'a/*.md'}, values: {permalink: '/moved/:basename/'}}]\n",
+        "a/x.md": "---\n---\n", "b.md": "---\n---\n",
+    }, "page.md", {
+        "[x](/moved/x/)": OK, "[x](/a/x.html)": BROKEN, "[x](/b.html)": OK, "[x](/moved/b/)": BROKEN,
+    }, "---\n---\n"),
     site("jekyll in a folder", {"docs/_config.yml": "", "docs/a.md": "", "notes.md": ""}, "docs/page.md", {
         "[x](a.md)": OK, "[x](../notes.md)": BROKEN, "[x](none.md)": BROKEN,
     }),

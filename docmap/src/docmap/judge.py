@@ -251,7 +251,7 @@ class Judge:
         others = self._anchors_of(site, pages)
         same = others.in_other_case.get(wanted.casefold())
         where = "" if target == source else f" in {target}"
-        closest = same or self._closest_anchor(link, wanted, others, target)
+        closest = same or self._closest_anchor(link, wanted, others, of=(site, pages))
         if same is not None:
             doubt = doubt or rules.case_doubt
         elif (
@@ -312,12 +312,12 @@ class Judge:
             self._anchors[site, pages] = _AnchorNames(names, folded, Names(names))
         return self._anchors[site, pages]
 
-    def _closest_anchor(self, link: Link, wanted: str, others: _AnchorNames, page: str) -> str | None:
+    def _closest_anchor(self, link: Link, wanted: str, others: _AnchorNames, *, of: object) -> str | None:
         # Wiki links name headings as they are written.
         dashed = wanted if link.form in {WIKI, EMBED} else "-".join(wanted.casefold().split())
         if dashed in others.names:
             return dashed
-        return self._spelling.closest(dashed, others.to_compare, _LOWEST_LIKENESS, of=page)
+        return self._spelling.closest(dashed, others.to_compare, _LOWEST_LIKENESS, of=of)
 
     @staticmethod
     def _with_anchor(link: Link, anchor: str) -> str:

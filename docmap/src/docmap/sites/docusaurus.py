@@ -291,6 +291,10 @@ def _plugins(config: object) -> Iterator[tuple[str, Any]]:
             yield "", options
 
 
+# Each pair of braces may double their number; a configuration with so many is not read.
+_MOST_PATTERNS = 1000
+
+
 def _glob_patterns(value: object) -> GitIgnoreSpec | None:
     """Patterns of files; those with braces are written out, since Git's patterns have none."""
     patterns = literals.texts(value)
@@ -305,6 +309,8 @@ def _glob_patterns(value: object) -> GitIgnoreSpec | None:
             ]
         if written == patterns:
             break
+        if len(written) > _MOST_PATTERNS:
+            return None
         patterns = written
     return (
         GitIgnoreSpec.from_lines("/" + pattern.removeprefix("./") for pattern in patterns)

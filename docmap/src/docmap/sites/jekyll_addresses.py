@@ -96,11 +96,11 @@ class Pages:
             path = literals.text(entry, "scope", "path").strip("/")
             kind = literals.get(entry, "scope", "type")
             of_kind = kind is None or (
-                "_posts" in place
+                "_posts" in place.split("/")
                 if kind == "posts"
                 else place.startswith(f"_{kind}/") or (kind == "pages" and place[0] != "_")
             )
-            if of_kind and (not path or place.startswith(path) or "*" in path):
+            if of_kind and _is_in_scope(place, path):
                 fields.update(literals.table(entry, "values"))
         return fields
 
@@ -184,3 +184,12 @@ def _filled(pattern: str, values: Mapping[str, str]) -> str:
     path = re.sub(r":(\w+?)(?=:|/|\.|-|$|_?:)", lambda match: values.get(match[1], match[0]), pattern)
     path = re.sub(r":([a-z_]+)", lambda match: values.get(match[1], match[0]), path)
     return re.sub("/{2,}", "/", "/" + path)
+
+
+def _is_in_scope(place: str, scope: str) -> bool:
+    """Whether a file's path begins with that of a scope, which may be a pattern of whole names."""
+    if "*" not in scope:
+        return place.startswith(scope)
+    once = re.sub(r"(?:\*\*/)+", "**/", scope)
+    pattern = re.escape(once).replace(r"\*\*/", "(?:.*/)?").replace(r"\*", "[^/]*")
+    return re.fullmatch(f"{pattern}(?:/.*)?", place) is not None

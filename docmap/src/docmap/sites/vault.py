@@ -17,6 +17,9 @@ from docmap.sites.ways import file_beside, itself, site_file
 
 KIND = "vault"
 
+# Folders of note programs, which make a vault of the folder that they lie in.
+_MARKS = (".obsidian", ".foam", ".logseq")
+
 # Codes of languages, as folders are named; such folders hold one vault each when there are several.
 _LANGUAGE = re.compile(
     r"(?:ar|bn|cs|da|de|el|en|es|fa|fi|fr|he|hi|hu|id|it|ja|km|ko|lv|ms|nl|no|pl|pt|ro|ru|sk|sv|th|tr|uk|vi|zh)"
@@ -164,9 +167,7 @@ RULES = Rules(
 def find(repository: Repository) -> Iterator[str]:
     """The folders that .obsidian, .foam or .logseq lies in, and those of their languages."""
     roots = {
-        folder[: match.start()].rstrip("/")
-        for folder in repository.folders
-        if (match := re.search(r"(?:^|/)\.(?:obsidian|foam|logseq)$", folder)) is not None
+        posixpath.dirname(folder) for folder in repository.folders if posixpath.basename(folder) in _MARKS
     }
     for root in sorted(roots):
         below = [
@@ -186,4 +187,5 @@ def make(repository: Repository, root: str) -> Site | None:
     rules = RULES
     if posixpath.join(whole, ".obsidian") in repository.folders:
         rules = rules.changed(literal=rules.literal - {FRONT_MATTER})
-    return Site(rules, repository, whole, root, posixpath.join(whole, ".obsidian"))
+    marks = [posixpath.join(whole, mark) for mark in _MARKS]
+    return Site(rules, repository, whole, root, next((m for m in marks if m in repository.folders), ""))
