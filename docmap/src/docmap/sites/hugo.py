@@ -23,7 +23,7 @@ from docmap.sites.hugo_settings import (
     read_settings,
 )
 from docmap.sites.resolution import Resolution, doubtful, found
-from docmap.sites.rules import Effect, Rules
+from docmap.sites.rules import ID_IN_BRACES, Effect, Rules
 from docmap.sites.site import Site
 from docmap.sites.ways import as_hosted, base_of, itself, nothing_because, outside_base, page_at_address
 
@@ -249,7 +249,7 @@ RULES = Rules(
     not_copied=SUFFIXES,
     made={r"/404\.html|/(?:.*/)?(?:index\.xml|sitemap\.xml|rss\.xml)|/robots\.txt|/(?:.*/)?page/\d+/?": None},
     heading_text=_raw_line,
-    custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    custom_id=ID_IN_BRACES,
     literal=frozenset({"comment", FRONT_MATTER, "highlight"}),
     always=r"|top|:~:.*|fn(?:ref)?\d*:.*",
 )

@@ -11,7 +11,7 @@ from docmap.facts import BRACKETED, DISPLAYED, DOLLARS, DOUBLY_BRACKETED, HASH, 
 from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.resolution import BESIDE, Resolution, doubtful, found, made_perhaps
-from docmap.sites.rules import Effect, Rules
+from docmap.sites.rules import ID_IN_BRACES, Effect, Rules
 from docmap.sites.site import Site
 from docmap.sites.ways import (
     as_hosted,
@@ -109,7 +109,7 @@ RULES = Rules(
     },
     slug=slugs.mdbook,
     compare=slugs.without_marks,
-    custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    custom_id=ID_IN_BRACES,
     terms=True,
     more_anchors=_more_anchors,
     always=r"|top|:~:.*|(?:footnote|fn|fr)-.*",

@@ -89,7 +89,9 @@ _EXECUTED = re.compile(r"^[ \t>]*(?:`{3,}|~{3,}).*\bexec=", re.MULTILINE)
 _BODIES = {"md_in_html": "element", "def_list": "definition", "footnotes": "footnote"}
 
 # What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
-_ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
+_BEFORE_ID = r"""(?:#|\bid=["']?)(?=[^\s{}"'])"""
+# Linear: there is one place for the id, the first.
+_ATTRIBUTES = rf"""\{{(?:(?!{_BEFORE_ID})[^{{}}])*{_BEFORE_ID}([^\s{{}}"']+)(?![^\s{{}}"'])[^{{}}]*\}}\s*$"""
 _TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)
 _EMOJI = re.compile(r":[\w+-]+:")
 # Ids that blocks of pymdownx give: of an element, `/// html | div#id.class`, and of any block, `attrs: {id: name}`.

@@ -21,6 +21,11 @@ if TYPE_CHECKING:
 Way = Callable[["Site", Link, str], "Resolution | None"]
 
 
+# What many generators take for the id of a heading: `{#id}`, `{.class #id key=value}`, `{: #id}`.
+# Linear: only the first "#" with a name behind it is one, and that name is taken whole.
+ID_IN_BRACES: Final = r"\{(?:[^{}#]|#(?![^\s{}]))*#([^\s{}]+)(?![^\s{}])[^{}]*\}\s*$"
+
+
 @dataclass(frozen=True)
 class Effect:
     """What a construct can do to the page it stands in.

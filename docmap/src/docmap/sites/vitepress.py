@@ -16,7 +16,7 @@ from docmap.sites import literals, slugs
 from docmap.sites.components import anchor_parts, component_effects
 from docmap.sites.fields import Fields
 from docmap.sites.resolution import Resolution, doubtful, made_perhaps
-from docmap.sites.rules import Effect, Rules
+from docmap.sites.rules import ID_IN_BRACES, Effect, Rules
 from docmap.sites.scripts import Script
 from docmap.sites.site import Site
 from docmap.sites.ways import (
@@ -131,7 +131,7 @@ RULES = Rules(
     slug=slugs.mdit,
     # VitePress turns the anchors of links into slugs, too.
     compare=slugs.mdit,
-    custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    custom_id=ID_IN_BRACES,
     named=("attribute_ids",),
 )
 

@@ -12,7 +12,7 @@ from docmap.repository import Repository
 from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
 from docmap.sites.resolution import Resolution, found
-from docmap.sites.rules import Effect, Rules, as_it_is
+from docmap.sites.rules import ID_IN_BRACES, Effect, Rules, as_it_is
 from docmap.sites.site import Site
 from docmap.sites.ways import (
     as_host_serves,
@@ -126,7 +126,7 @@ RULES = Rules(
         r"/(?:.*/)?page/\d+/?": None,
         r"/[\w-]+\.css": "made of sass/?",
     },
-    custom_id=r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    custom_id=ID_IN_BRACES,
     always=r"|top|:~:.*|continue-reading|fn-.*|fr-.*|\d+",
     effects={EXPRESSION: Effect(unknown=_shortcode), LIQUID: Effect(unknown=_shortcode)},
 )
