@@ -92,7 +92,7 @@ _MOST_SEARCHES = 16
 _LONGEST_RUN = 16
 _DIGITS = re.compile(rb"[0-9]+")
 _LONGEST_LABEL = 999
-_LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % _LONGEST_LABEL)
+_LABEL = re.compile(rb"\[((?:[^\[\]\\]|\\.){0,%d})\]" % _LONGEST_LABEL, re.DOTALL)
 
 
 # Words in brackets with nothing before or after that would make something else of them.

@@ -89,7 +89,7 @@ _EXECUTED = re.compile(r"^[ \t>]*(?:`{3,}|~{3,}).*\bexec=", re.MULTILINE)
 _BODIES = {"md_in_html": "element", "def_list": "definition", "footnotes": "footnote"}
 
 # What attr_list puts behind a heading: {#id}, {: #id .class }, { id="id" }.
-_BEFORE_ID = r"""(?:#|\bid=["']?)(?=[^\s{}"'])"""
+_BEFORE_ID = r"""(?:(?<![^\s{:])#|\bid=["']?)(?=[^\s{}"'])"""
 # Linear: there is one place for the id, the first.
 _ATTRIBUTES = rf"""\{{(?:(?!{_BEFORE_ID})[^{{}}])*{_BEFORE_ID}([^\s{{}}"']+)(?![^\s{{}}"'])[^{{}}]*\}}\s*$"""
 _TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)

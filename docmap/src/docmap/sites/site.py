@@ -30,7 +30,7 @@ _FEWEST_WIKI_LINKS: Final = 3
 _REMEMBERED: Final = 1024
 
 # All labels of a document are looked for around the same few pages, one after the other.
-_REMEMBERED_LABELS: Final = 16
+_REMEMBERED_LABELS: Final = 64
 
 
 class Site:
