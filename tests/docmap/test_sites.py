@@ -286,6 +286,8 @@ SITES = [
     site("mkdocs: snippets that name others", {"mkdocs.yml": "markdown_extensions: {pymdownx.snippets: {base_path: [parts], auto_append: [all.md]}}",
         "parts/all.md": "--8<--\nrefs.md\n;no.md\n\nmore.md\n--8<--\n", "parts/refs.md": "[lab]: https://x.org\n", "parts/more.md": "[more]: https://x.org\n\n## In more\n"},
         "docs/page.md", {"[x][lab]": OK, "[x][more]": OK, "[x][none]": BROKEN, "[x](#in-more)": OK, "--8<--\nmore.md\n--8<--": OK}),
+    site("mkdocs: what is appended to all pages", {"mkdocs.yml": "markdown_extensions: {pymdownx.snippets: {auto_append: [all.md]}}", "docs/a.md": "# A\n"},
+        "all.md", {"[x](a.md)": OK, "[x](a.md#none)": BROKEN, "[x](none.md)": BROKEN}),
     site("mkdocs: a snippet that is not here", {"mkdocs.yml": "markdown_extensions: [pymdownx.snippets]"},
         "docs/page.md", {"[x][lab]": DOUBTFUL, '--8<-- "none.md"': OK}),
     *[

@@ -355,13 +355,15 @@ def _with_extensions(
             includes=partial(_snippet, bases or (root,)), anchors="included in line {line}?"
         )
         labels: set[str] = set()
+        everywhere: list[str] = []
         for name in literals.texts(snippets.get("auto_append")):
             places = (posixpath.normpath(posixpath.join(base, name)) for base in bases or (root,))
             appended = next((place for place in places if place in repository.files), None)
+            everywhere += [] if appended is None else [appended]
             labels.update(() if appended is None else _labels_of(repository, bases or (root,), appended))
             if appended is None:
                 rules = rules.changed(any_label=f"defined by {name}, which pymdownx.snippets appends?")
-        rules = rules.changed(more_labels=frozenset(labels))
+        rules = rules.changed(more_labels=frozenset(labels), appended=tuple(everywhere))
     return rules.changed(effects=effects)
 
 

@@ -153,6 +153,7 @@ class Rules:
     always: str = r"|top|:~:.*"  # pattern of whole anchors that every page has
     # Effects of constructs: "form:name", else "form" -> effect. A form that is missing has no effect.
     effects: Mapping[str, Effect] = field(default_factory=dict)
+    appended: tuple[str, ...] = ()  # files that are included at the end of every page
     # Whether an anchor that is one slip away from one that is there is broken, whatever else makes anchors.
     slips: bool = True
     any_anchor: str | None = None  # why every page may have anchors that no text shows (a plugin), if so

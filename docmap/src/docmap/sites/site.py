@@ -170,6 +170,11 @@ class Site:
         for page, addresses in self.addresses.items():
             seen = {page}
             level = [page] if addresses else []
+            if addresses and self.rules.appended:
+                level += self.rules.appended
+                seen.update(level)
+                for appended in self.rules.appended:
+                    pages.setdefault(appended, []).append(page)
             for _ in range(DEEPEST_INCLUDE):
                 level = self._included_next(level, seen, self.facts)
                 for included in level:
