@@ -36,6 +36,9 @@ GOOD = """
 
 [b]: page.md
 [^1]: no.md
+[t][a\\]b]
+
+[a\\]b]: page.md
 """
 
 
@@ -433,6 +436,37 @@ HOSTILE = [
     pytest.param(
         "".join(f"# h{n}\n\n[a](#{n}g)\n\n" for n in range(N // 4)), N // 4, id="many wrong anchors"
     ),
+    pytest.param("{{< " + "a" * N * 40, 0, id="a long name of a shortcode"),
+    pytest.param("x :::{toctree}\n" * N, 0, id="openings of toctrees in lines of text"),
+    pytest.param("!!! note\n\n    " + "~" * N + "\n" + "    [x]\n" * N, 0, id="a long fence without end"),
+    pytest.param(
+        "".join(f"[l{n}]: /x\n\n!!! note\n\n    [k{n}]: /y\n\n    [k{n}] a\n\n" for n in range(N // 4)),
+        N // 4,
+        id="labels of bodies",
+    ),
+]
+VITEPRESS, SPHINX = (
+    ".vitepress/config.js",
+    {"conf.py": "extensions = ['myst_parser', 'sphinx.ext.autosummary']\n"},
+)
+HOSTILE_SITES = [
+    pytest.param({VITEPRESS: "", "c.md": "# {" + "#" * N}, id="signs of an id"),
+    pytest.param(
+        {
+            VITEPRESS: "",
+            "c.md": "".join(f"<!--@include: p{n}.txt-->\n\n[x][no {n}]\n\n" for n in range(5000)),
+        },
+        id="labels and includes",
+    ),
+    pytest.param(
+        {
+            VITEPRESS: "",
+            **{f"p{n}.md": f"<!--@include: p{(n + 1) % 5000}.md-->\n\n[x][no]\n" for n in range(5000)},
+        },
+        id="files that include each other",
+    ),
+    pytest.param({**SPHINX, "c.md": "{ref}`no`\n\n" + ".. _" * N * 5}, id="targets of reStructuredText"),
+    pytest.param({**SPHINX, "c.md": "{doc}`no`\n\n" + "autosummary::" * N * 5}, id="lists of summaries"),
 ]
 
 
@@ -443,6 +477,17 @@ def test_hostile_documents_are_checked_in_time(tmp_path, text, broken):
     command = [sys.executable, "-m", "docmap", "check", "--no-cache", str(tmp_path)]
     result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
     assert result.stdout.count("\n") == broken + 1
+
+
+@pytest.mark.long
+@pytest.mark.parametrize("files", HOSTILE_SITES)
+def test_hostile_sites_are_checked_in_time(tmp_path, files):
+    write_tree(tmp_path, files)
+    for page in ("a.md", "docs/a.md"):
+        write_tree(tmp_path, {page: "# A\n\n[c](c.md#zzz)\n"})
+    command = [sys.executable, "-m", "docmap", "check", "--strict", "--no-cache", str(tmp_path)]
+    result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+    assert result.returncode == 1 and "a.md:3: " in result.stdout
 
 
 def test_links_that_only_the_site_reads_are_counted(tmp_path):

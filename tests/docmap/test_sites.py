@@ -216,6 +216,7 @@ SITES = [
         site(f"mkdocs with {what}", {"mkdocs.yml": f"markdown_extensions: {{{extensions}}}\n", "docs/a.md": text}, "docs/page.md", links)
         for what, extensions, text, links in [
             ("escapes in ids", "attr_list: {}", "x **y**{#\\_own}\n", {"[x](a.md#_own)": OK, "[x](a.md#own)": BROKEN}),
+            ("signs in attributes", "attr_list: {}", "# A {: data-x=\"a#b\" #own }\n", {"[x](a.md#own)": OK, "[x](a.md#b)": BROKEN}),
             ("a separator", "toc: {separator: _}", "## Q r\n\n## Q -  r\n\n## Q r\n", {
                 "[x](a.md#q_r)": OK, "[x](a.md#q_-_r)": OK, "[x](a.md#q_r_1)": OK, "[x](a.md#q-r)": BROKEN,
             }),
@@ -280,9 +281,13 @@ SITES = [
             ("vitepress", {".vitepress/config.ts": ""}, "page.md", "<!--@include: ./parts/refs.md-->"),
         ]
     ],
+    site("vitepress: labels of the page around a part", {".vitepress/config.ts": "", "page.md": "<!--@include: ./part.md-->\n\n[lab]: https://x.org\n"},
+        "part.md", {"[x][lab]": OK, "[x][none]": BROKEN}),
     site("mkdocs: snippets that name others", {"mkdocs.yml": "markdown_extensions: {pymdownx.snippets: {base_path: [parts], auto_append: [all.md]}}",
         "parts/all.md": "--8<--\nrefs.md\n;no.md\n\nmore.md\n--8<--\n", "parts/refs.md": "[lab]: https://x.org\n", "parts/more.md": "[more]: https://x.org\n\n## In more\n"},
         "docs/page.md", {"[x][lab]": OK, "[x][more]": OK, "[x][none]": BROKEN, "[x](#in-more)": OK, "--8<--\nmore.md\n--8<--": OK}),
+    site("mkdocs: what is appended to all pages", {"mkdocs.yml": "markdown_extensions: {pymdownx.snippets: {auto_append: [all.md]}}", "docs/a.md": "# A\n"},
+        "all.md", {"[x](a.md)": OK, "[x](a.md#none)": BROKEN, "[x](none.md)": BROKEN}),
     site("mkdocs: a snippet that is not here", {"mkdocs.yml": "markdown_extensions: [pymdownx.snippets]"},
         "docs/page.md", {"[x][lab]": DOUBTFUL, '--8<-- "none.md"': OK}),
     *[

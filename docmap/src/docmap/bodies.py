@@ -71,7 +71,7 @@ _SIGN_OF_FACT = re.compile(rb"[\[<#{^%$=]|\n[ \t>]*(?:[:~.!?]|-+[ \t]*(?:\n|\Z))
 
 # A fenced code block that is no directive, and nothing else.
 _ONE_FENCE = re.compile(
-    r"\n*(?P<fence>`{3,}|~{3,})[^\n`{]*\n(?:(?! {0,3}(?P=fence)).*\n)* {0,3}(?P=fence)[`~]*\s*"
+    r"\n*(?P<fence>`{3,}|~{3,}(?!~))[^\n`{]*\n(?:(?! {0,3}(?P=fence)).*\n)* {0,3}(?P=fence)[`~]*\s*"
 )
 
 

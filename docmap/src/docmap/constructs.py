@@ -26,12 +26,14 @@ from docmap.inline import LineOf
 from docmap.ranges import Ranges
 from docmap.source import Source
 
+# Linear: a name is taken whole or not at all, since what follows it can be any of its characters.
 _BRACES = re.compile(
     rb"""\{(?:
-        \{[<%]-?\s*(?P<shortcode>(?:/\s*)?[\w./-]+)(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
-      | %-?\s*(?P<liquid>\w+)(?P<liquid_rest>[^{}%]{0,2000})%\}
-      | (?<![{\\]\{)\{\#(?P<hash>\w+)(?P<hash_rest>[^{}\n]{0,2000})\}\}
-      | (?<!\{\{)\{(?![{<%\#])\s*(?P<expression>[^\s{}|(]{0,200})(?P<expression_rest>[^{}]{0,2000})\}\}
+        \{[<%]-?\s*(?P<shortcode>(?:/\s*)?[\w./-]+)(?![\w./-])(?P<shortcode_rest>[^{}]{0,2000}?)[>%]\}\}
+      | %-?\s*(?P<liquid>\w+)(?!\w)(?P<liquid_rest>[^{}%]{0,2000})%\}
+      | (?<![{\\]\{)\{\#(?P<hash>\w+)(?!\w)(?P<hash_rest>[^{}\n]{0,2000})\}\}
+      | (?<!\{\{)\{(?![{<%\#])\s*(?!\s)
+          (?=(?P<expression>[^\s{}|(]{0,200}))(?P=expression)(?P<expression_rest>[^{}]{0,2000})\}\}
     )""",
     re.VERBOSE,
 )

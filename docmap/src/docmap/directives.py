@@ -44,6 +44,9 @@ def links_of_directive(line: int, name: str, argument: str, lines: Sequence[str]
 
 
 def _entries(line: int, lines: Sequence[str]) -> Iterator[Link]:
+    # Linear: an opening that would not end the entries of another is none, as a name in a line of text.
+    if not _FENCE_SIGN.match(lines[line - 1]):
+        return
     in_options = True
     # Options may also stand between two lines of dashes.
     dashes = 0

@@ -92,7 +92,7 @@ _MOST_SEARCHES = 16
 _LONGEST_RUN = 16
 _DIGITS = re.compile(rb"[0-9]+")
 LONGEST_LABEL = 999
-_LABEL = re.compile(rb"\[([^\[\]]{0,%d})\]" % LONGEST_LABEL)
+_LABEL = re.compile(rb"\[((?:[^\[\]\\]|\\.){0,%d})\]" % LONGEST_LABEL, re.DOTALL)
 
 
 # Words in brackets with nothing before or after that would make something else of them. What stands before is looked at
@@ -216,6 +216,12 @@ def _lines_before(attribute: str, written: str) -> int:
     return tag.count(b"\n", 0, next(begins, 0))
 
 
+# Linear: thousands of bodies of a document ask for the labels around them.
+@lru_cache(16)
+def _encoded(labels: frozenset[str]) -> frozenset[bytes]:
+    return frozenset(label.encode() for label in labels)
+
+
 def undefined_shortcuts(data: bytes, code: Ranges, labels: Labels) -> list[int]:
     """Where words in brackets stand alone without a definition, in a text that defines most of what stands so.
 
@@ -223,18 +229,18 @@ def undefined_shortcuts(data: bytes, code: Ranges, labels: Labels) -> list[int]:
     """
     defined: tuple[set[bytes], set[bytes]] = (set(), set())
     others: tuple[dict[int, str], dict[int, str]] = ({}, {})
-    known = {label.encode() for some in labels for label in some}
-    if known.issuperset(map(bytes.lower, _SHORTCUT.findall(data))):
+    known = [_encoded(some) for some in labels]
+    if not frozenset(map(bytes.lower, _SHORTCUT.findall(data))).difference(*known):
         return []
     for match in _SHORTCUT.finditer(data):
         # Most are defined as they are written, and nothing more is asked of these.
         written = match[1].lower()
-        if written in known:
+        if any(written in some for some in known):
             defined[written[:1] == b"`"].add(written)
             continue
         label = same_label(match[1].decode("utf-8", "replace"))
         is_code = label.startswith("`")
-        if label.encode() in known:
+        if any(label in some for some in labels):
             defined[is_code].add(label.encode())
             continue
         # Some programs take "[text] [label]" for a reference, be it in two lines.

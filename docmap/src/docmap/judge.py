@@ -8,7 +8,7 @@ from __future__ import annotations
 import posixpath
 import re
 from collections.abc import Iterable, Iterator, Mapping
-from itertools import chain
+from itertools import chain, islice
 from typing import NamedTuple
 
 from docmap.closest_pages import ClosestPages
@@ -51,6 +51,8 @@ _OF_PROGRAMS = re.compile(r"[`._:]")
 _BETWEEN_WORDS = re.compile(r"[-_\s]+")
 # How alike a suggestion must be, from 0 to 1 as `Spelling` compares.
 _LOWEST_LIKENESS = 0.7
+# Pages around a text that are asked for a label.
+_MOST_PAGES = 16
 _PERHAPS_TEXT = "text in brackets, or a link as most brackets of this document are?"
 # Forms that are text wherever no rules are for them.
 _OF_SOME_SITES = frozenset({SCHEME, DOC, TOC, REF, FILE})
@@ -281,7 +283,11 @@ class Judge:
             if site.may_include:
                 # What is included is text of the page before its labels are looked for.
                 labels, missing = site.labels_around(path, source)
-                if same_label(link.path) in labels:
+                # A part that is also a page of its own is written for the pages around it.
+                around = islice(site.includers.get(path, ()), _MOST_PAGES)
+                if same_label(link.path) in labels or any(
+                    same_label(link.path) in site.labels_around(page, page)[0] for page in around
+                ):
                     return None
             close = self._spelling.closest(link.path.casefold(), Names(facts.labels), _LOWEST_LIKENESS)
             message = f'no definition of the label "{link.path}"'

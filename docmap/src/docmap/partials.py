@@ -23,9 +23,9 @@ def perhaps_included(site: Site) -> frozenset[str]:
     """The files that pages of a site may include, and all that these may include; more rather than fewer."""
     if not site.may_include:
         return frozenset()
-    found: set[str] = set()
-    seen = set(site.pages)
-    waiting = list(site.pages)
+    found: set[str] = set(site.rules.appended)
+    seen = {*site.pages, *found}
+    waiting = list(seen)
     while waiting:
         source = waiting.pop()
         for construct in _constructs(site, source):

@@ -24,7 +24,7 @@ class Anchors:
 
 
 # A chain of more files that include the next would use up the stack.
-_DEEPEST_INCLUDE = 100
+DEEPEST_INCLUDE = 100
 
 
 def read(site: Site, page: str) -> Anchors:
@@ -105,7 +105,7 @@ def _of_construct(
         is_document = included is not None and site.repository.facts(included) is not None
         if included in seen:
             why = None
-        elif included is not None and is_document and depth < _DEEPEST_INCLUDE:
+        elif included is not None and is_document and depth < DEEPEST_INCLUDE:
             seen.add(included)
             why = _collect(site, included, names, given, seen, depth + 1)
         elif included in site.repository.files and not is_document:

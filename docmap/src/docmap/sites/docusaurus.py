@@ -199,7 +199,7 @@ RULES = Rules(
     partials_keep_paths=True,
     slug=slugs.github,
     # {#id} and {/* #id */}; in the first, blanks belong to the id.
-    custom_id=r"\s*\{(?:/\*\s*)?#((?:(?!\{#|\}|\s*\*/).)+)(?:\s*\*/)?\}$",
+    custom_id=r"(?<!\s)\s*\{(?:/\*\s*)?#((?:(?!\{#|\}|\*/)\S|[^\S\n]+(?!\s|\*/))+)(?:\s*\*/)?\}$",
     always=r"|top|:~:.*|__docusaurus.*|user-content-fn.*|fn(?:ref)?-.*",
     bodies_by_suffix={".mdx": ("jsx",), ".md": ("jsx",)},
     literal=frozenset({"comment", MDX_COMMENT}),

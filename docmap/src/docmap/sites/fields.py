@@ -3,7 +3,8 @@
 from __future__ import annotations
 
 import re
-from collections.abc import Iterator, Mapping, Sequence
+from collections import deque
+from collections.abc import Iterable, Iterator, Mapping, Sequence
 from typing import Any
 
 from docmap.facts import Facts, Link
@@ -19,17 +20,13 @@ def links_of_fields(facts: Facts, followed: Fields) -> list[Link]:
     # Most documents have none of these, and reading all fields takes long.
     if not any(f"{path[-1]}:" in text and path[0] in text for path in followed):
         return []
-    lines = text.split("\n")
+    lines = _lines_by_value(text, {path[-1] for path in followed})
     links = []
-    # Where to look for a field and value again.
-    begins: dict[tuple[str, str], int] = {}
     for path, form in followed.items():
         for target in _values(facts.fields, path):
-            field = path[-1], target
-            at = _line_with(lines, begins.get(field, 0), *field)
-            begins[field] = at + 1
+            found = lines.get((path[-1], _first_word(target)))
             # The line above front matter is the first.
-            link = link_of(form, at + 2, target)
+            link = link_of(form, found.popleft() if found else 2, target)
             if link is not None:
                 links.append(link)
     return sorted(links, key=lambda link: link.line)
@@ -47,8 +44,15 @@ def _values(value: Any, path: Sequence[str]) -> Iterator[str]:
         yield from _values(value.get(path[0]), path[1:])
 
 
-def _line_with(lines: Sequence[str], begin: int, name: str, target: str) -> int:
-    """The first line from `begin` on that gives a field of this name this value; the first of all where none does."""
-    # name: target, "name": "target", in a list or in braces as well.
-    field = re.compile(rf"""\b{re.escape(name)}["']?\s*:\s*["']?{re.escape(target)}(?!\w)""")
-    return next((at for at in range(begin, len(lines)) if field.search(lines[at])), 0)
+def _lines_by_value(text: str, names: Iterable[str]) -> dict[tuple[str, str], deque[int]]:
+    """The lines of a document that give fields of these names a value, by name and first word of the value."""
+    found: dict[tuple[str, str], deque[int]] = {}
+    field = re.compile(rf"""\b({"|".join(map(re.escape, names))})["']?[ \t]*:[ \t]*["']?([^\s"',{{}}]+)""")
+    for line, written in enumerate(text.split("\n"), 2):
+        for match in field.finditer(written):
+            found.setdefault((match[1], match[2]), deque()).append(line)
+    return found
+
+
+def _first_word(target: str) -> str:
+    return (re.split(r"""[\s"',{}]""", target, maxsplit=1))[0]

@@ -28,7 +28,7 @@ from docmap.sites import literals, slugs
 from docmap.sites.components import may_make_anchors
 from docmap.sites.jekyll_addresses import SUFFIXES, Pages
 from docmap.sites.resolution import FOUND, Resolution, doubtful, found
-from docmap.sites.rules import Effect, Rules
+from docmap.sites.rules import ID_IN_BRACES, Effect, Rules
 from docmap.sites.site import Site
 from docmap.sites.ways import (
     as_host_serves,
@@ -208,7 +208,7 @@ RULES = Rules(
     not_copied=(),
     made={r"/(?:feed|sitemap|atom)\.xml|/robots\.txt|/(?:.*/)?page\d+/?": None},
     slug=slugs.github,
-    custom_id=r"\{:?[^{}]*?#([^\s{}]+)[^{}]*\}\s*$",
+    custom_id=ID_IN_BRACES,
     named=("attribute_ids",),
     always=r"|top|:~:.*|fn(?:ref)?:.*|markdown-toc.*",
     bodies=("element",),

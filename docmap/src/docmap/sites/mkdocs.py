@@ -89,7 +89,9 @@ _EXECUTED = re.compile(r"^[ \t>]*(?:`{3,}|~{3,}).*\bexec=", re.MULTILINE)
 _BODIES = {"md_in_html": "element", "def_list": "definition", "footnotes": "footnote"}
 
 # What attr_list reads after the text of a heading: {#id}, {: #id .class }, { id="id" }.
-_ATTRIBUTES = r"""\{:?[^{}]*?(?:#|\bid=["']?)([^\s{}"']+)[^{}]*\}\s*$"""
+_BEFORE_ID = r"""(?:(?<![^\s{:])#|\bid=["']?)(?=[^\s{}"'])"""
+# Linear: there is one place for the id, the first.
+_ATTRIBUTES = rf"""\{{(?:(?!{_BEFORE_ID})[^{{}}])*{_BEFORE_ID}([^\s{{}}"']+)(?![^\s{{}}"'])[^{{}}]*\}}\s*$"""
 # The title of a content tab: === "Title".
 _TAB = re.compile(r'^[ \t]*===[!+]* "(.+)"', re.MULTILINE)
 _EMOJI = re.compile(r":[\w+-]+:")
@@ -355,13 +357,15 @@ def _with_extensions(
         ) or (root,)
         effects[SNIPPET] = Effect(includes=partial(_snippet, bases), anchors="included in line {line}?")
         labels: set[str] = set()
+        everywhere: list[str] = []
         for name in literals.texts(snippets.get("auto_append")):
             places = (posixpath.normpath(posixpath.join(base, name)) for base in bases)
             appended = next((place for place in places if place in repository.files), None)
+            everywhere += [] if appended is None else [appended]
             labels.update(() if appended is None else _labels_of(repository, bases, appended))
             if appended is None:
                 rules = rules.changed(any_label=f"defined by {name}, which pymdownx.snippets appends?")
-        rules = rules.changed(more_labels=frozenset(labels))
+        rules = rules.changed(more_labels=frozenset(labels), appended=tuple(everywhere))
     return rules.changed(effects=effects)
 
 

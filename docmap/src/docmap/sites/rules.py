@@ -21,6 +21,11 @@ if TYPE_CHECKING:
 Way = Callable[["Site", Link, str], "Resolution | None"]
 
 
+# For `custom_id`: what many generators take for the id of a heading: `{#id}`, `{.class #id key=value}`, `{: #id}`.
+# Linear: only the first "#" with a name behind it is one, and that name is taken whole.
+ID_IN_BRACES: Final = r"\{(?:[^{}#]|#(?![^\s{}]))*#([^\s{}]+)(?![^\s{}])[^{}]*\}\s*$"
+
+
 @dataclass(frozen=True)
 class Effect:
     """What a construct can do to the page it stands in.
@@ -38,9 +43,6 @@ class Effect:
 
 
 NO_EFFECT: Final = Effect()
-
-# For `custom_id`: {#id}, {#id .class}, {.class #id}.
-ID_IN_BRACES: Final = r"\{[^{}]*?#([^\s{}]+)[^{}]*\}\s*$"
 
 
 def numbered(first: int = 1, join: str = "-") -> Callable[[str, dict[str, int]], str]:
@@ -152,6 +154,7 @@ class Rules:
     always: str = r"|top|:~:.*"
     # Effects of constructs: "form:name", else "form" -> effect. A form that is missing has no effect.
     effects: Mapping[str, Effect] = field(default_factory=dict)
+    appended: tuple[str, ...] = ()  # files that are included at the end of every page
     # Whether an anchor that is one slip away from one that is there is broken, whatever else makes anchors.
     slips: bool = True
     any_anchor: str | None = None  # why every page may have anchors that no text shows (a plugin), if so

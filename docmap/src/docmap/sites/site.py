@@ -16,7 +16,7 @@ from typing import Final, TypeVar, cast
 from docmap.facts import WIKI, Construct, Facts, Link
 from docmap.repository import Repository
 from docmap.sites import anchors
-from docmap.sites.anchors import Anchors
+from docmap.sites.anchors import DEEPEST_INCLUDE, Anchors
 from docmap.sites.fields import links_of_fields
 from docmap.sites.resolution import BESIDE, FOUND, Resolution, doubtful, found, made_perhaps, missing
 from docmap.sites.rules import NO_EFFECT, Effect, Rules
@@ -28,6 +28,9 @@ _FEWEST_WIKI_LINKS: Final = 3
 
 # Several ways ask for the same place of a link, one after the other.
 _REMEMBERED: Final = 1024
+
+# All labels of a document are looked for around the same few pages, one after the other.
+_REMEMBERED_LABELS: Final = 64
 
 
 class Site:
@@ -54,6 +57,8 @@ class Site:
         self._facts: dict[str, Facts] = {}
         self._once: dict[object, object] = {}
         self._effects: dict[tuple[str, str], Effect] = {}
+        self._includes: dict[str, list[str]] = {}
+        self._labels: dict[tuple[str, str], tuple[frozenset[str], str | None]] = {}
 
     def once(self, work: Callable[[Site], _T]) -> _T:
         """What `work` finds of this site; it is asked once."""
@@ -164,37 +169,63 @@ class Site:
         self.repository.read_ahead(self.pages)
         for page, addresses in self.addresses.items():
             seen = {page}
-            waiting = [page] if addresses else []
-            while waiting:
-                source = waiting.pop()
-                facts = self.facts(source)
-                for construct in facts.constructs if facts is not None else ():
-                    included = self.included_by(construct, source)
-                    if included is not None and included not in seen:
-                        seen.add(included)
-                        waiting.append(included)
-                        pages.setdefault(included, []).append(page)
+            level = [page] if addresses else []
+            if addresses and self.rules.appended:
+                level += self.rules.appended
+                seen.update(level)
+                for appended in self.rules.appended:
+                    pages.setdefault(appended, []).append(page)
+            for _ in range(DEEPEST_INCLUDE):
+                level = self._included_next(level, seen, self.facts)
+                for included in level:
+                    pages.setdefault(included, []).append(page)
+                if not level:
+                    break
         return pages
 
+    def _included_next(
+        self, level: list[str], seen: set[str], facts_of: Callable[[str], Facts | None]
+    ) -> list[str]:
+        """What these files include beyond what has been seen, which it is then."""
+        found: dict[str, None] = {}
+        for source in level:
+            facts = facts_of(source)
+            if facts is not None:
+                if source not in self._includes:
+                    self._includes[source] = self._includes_of(facts, source)
+                found.update(dict.fromkeys(one for one in self._includes[source] if one not in seen))
+        seen.update(found)
+        return list(found)
+
+    def _includes_of(self, facts: Facts, source: str) -> list[str]:
+        included = (self.included_by(construct, source) for construct in facts.constructs)
+        return [path for path in dict.fromkeys(included) if path is not None]
+
     def labels_around(self, path: str, page: str) -> tuple[frozenset[str], str | None]:
-        """The labels that a document may use: its own, those of the page that shows it, and of all that the two
-        include; with the first included file that cannot be read, None where all can."""
+        """The labels that a page and what it includes define, for a part of it or itself, and what of it is not here."""
+        if (path, page) not in self._labels:
+            if len(self._labels) >= _REMEMBERED_LABELS:
+                self._labels.clear()
+            self._labels[path, page] = self._labels_around(path, page)
+        return self._labels[path, page]
+
+    def _labels_around(self, path: str, page: str) -> tuple[frozenset[str], str | None]:
+        def facts_of(source: str) -> Facts | None:
+            return self.facts(source) or self.repository.facts(source, suffixes=("",))
+
         labels: set[str] = set()
         missing: str | None = None
-        waiting, seen = [path, page], {path, page}
-        while waiting:
-            source = waiting.pop()
-            facts = self.facts(source) or self.repository.facts(source, suffixes=("",))
-            if facts is None:
-                missing = missing or source
-                continue
-            labels.update(facts.labels)
-            for construct in facts.constructs:
-                included = self.included_by(construct, source)
-                if included is not None and included not in seen:
-                    seen.add(included)
-                    waiting.append(included)
-        return frozenset(labels), missing
+        seen = {path, page}
+        level = sorted(seen)
+        for _ in range(DEEPEST_INCLUDE):
+            for source in level:
+                facts = facts_of(source)
+                missing = missing or (source if facts is None else None)
+                labels.update(() if facts is None else facts.labels)
+            level = self._included_next(level, seen, facts_of)
+            if not level:
+                break
+        return frozenset(labels), missing or next(iter(level), None)
 
     def included_by(self, construct: Construct, source: str) -> str | None:
         """The file that a construct in the file `source` brings in, None where it brings none or none that is named."""

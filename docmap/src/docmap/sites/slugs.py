@@ -95,7 +95,9 @@ def pymdown(case: str = "", separator: str = "-") -> Callable[[str], str]:
 
     def slug(text: str) -> str:
         # Python-Markdown hands over single spaces.
-        text = " ".join(re.sub(r"</?[^>]*>", "", unicodedata.normalize("NFC", text)).split())
+        inside, last, after = unicodedata.normalize("NFC", text).rpartition(">")
+        # Linear: all that begins before the last ">" ends.
+        text = " ".join((re.sub(r"<[^>]*>", "", inside + last) + after).split())
         kept = "".join(char for char in text if char in " -" or unicodedata.category(char) in _WORD)
         kept = kept.lower() if case.startswith("lower") else kept.casefold() if case == "fold" else kept
         return kept.replace(" ", separator)

@@ -246,7 +246,7 @@ def _directive(site: Site, construct: Construct, page: str) -> str | None:
     return f"made by the directive `{name}` in line {construct.line}?"
 
 
-_CUSTOM_ID = r"\{[^{}`]*?#([^\s{}]+)[^{}]*\}\s*$"
+_CUSTOM_ID = r"\{(?:[^{}`#]|#(?![^\s{}]))*#([^\s{}]+)(?![^\s{}])[^{}]*\}\s*$"
 _IMAGES = (file_beside, file_from_content, page_at_address)
 
 RULES = Rules(

@@ -42,7 +42,9 @@ _FOLDERS = {"autodoc2": ("autodoc2_output_dir", "apidocs")}
 # And the one that does so where a text asks for it.
 _AUTOSUMMARY = "sphinx.ext.autosummary"
 _ASKS_FOR_SUMMARIES = re.compile(
-    r"\bautomodule(?:::|\})|\bautopackagesummary\b|\bautosummary(?:::|\})(?:[^\n]*\n){1,20}?[ \t]*:toctree:"
+    r"\bautomodule(?:::|\})|\bautopackagesummary\b"
+    # Linear: each opening is looked after up to the next one.
+    r"|\bautosummary(?:::|\})(?:(?:(?!\bautosummary(?:::|\}))[^\n])*\n){1,20}?[ \t]*:toctree:"
 )
 # What conf.py may do to make files.
 _WRITES = re.compile(
@@ -64,7 +66,7 @@ _DEFINITIONS = tuple(
     re.compile(pattern, re.MULTILINE)
     for pattern in (
         r"\n[ \t>]*\(([^()\n]+)\)=",
-        r"\.\. _(?:`([^`\n]+)`|([^\n]+?)):[ \t]*$",
+        r"\.\. _(?:`([^`\n]+)`|((?:(?!\.\. _)[^\n])+?)):[ \t]*$",
         *(
             rf"""{word}(?<!\w{word})["']?[ \t]*[:=][ \t]*["']?([^\s"'>}}]+)"""
             for word in ("name", "label", "id")
