@@ -480,21 +480,25 @@ def test_a_broken_link_leads_to_what_it_names_and_back_to_itself(opened):
     wrong = "# Wrong\n\n[u](b/guide.md#usag)\n\n[s](b/guid.md)\n"
     browser = opened({"index.md": wrong, "b/guide.md": "# Guide\n\n## Usage\n"}, "#document=index.md")
     links = browser.find_elements(By.CSS_SELECTOR, "#reading .finding a")
-    assert [link.text for link in links] == ["line 3", "b/guide.md", "line 5", "b/guide.md"]
-    links[3].send_keys(Keys.ENTER)
+    assert [link.text for link in links] == ["line 3", "b/guide.md", "#usage", "line 5", "b/guide.md"]
+    links[2].send_keys(Keys.ENTER)
+    assert browser.find_element(By.CSS_SELECTOR, "#reading .here").text.startswith("Usage")
+    browser.back()
+    WebDriverWait(browser, 5).until(lambda _: browser.find_elements(By.LINK_TEXT, "line 5"))
+    browser.find_elements(By.CSS_SELECTOR, "#reading .finding a")[4].send_keys(Keys.ENTER)
     assert focused(browser) == "Guide"
     style = "return getComputedStyle(document.activeElement).outlineStyle"
     assert browser.execute_script(style) == "solid"
     browser.back()
     last = "return [...document.querySelectorAll('#reading .finding a')].indexOf(document.activeElement)"
-    WebDriverWait(browser, 5).until(lambda _: browser.execute_script(last) == 3)
+    WebDriverWait(browser, 5).until(lambda _: browser.execute_script(last) == 4)
     browser.execute_script("arguments[0].focus()", browser.find_elements(By.LINK_TEXT, "line 5")[0])
     press(browser, Keys.ENTER)
     WebDriverWait(browser, 5).until(
         lambda _: "guide.html" not in browser.current_url and "#L5" in browser.current_url
     )
     browser.back()
-    WebDriverWait(browser, 5).until(lambda _: browser.execute_script(last) == 2)
+    WebDriverWait(browser, 5).until(lambda _: browser.execute_script(last) == 3)
 
 
 @in_browser

@@ -296,9 +296,8 @@ class CodeSpans:
             return after if closer is None else closer.end()
         if self._ends is None:
             self._ends = {}
-            for first, last in [run.span() for run in _BACKTICKS.finditer(self._data, after, self._end)][
-                ::-1
-            ]:
+            runs = [run.span() for run in _BACKTICKS.finditer(self._data, after, self._end)]
+            for first, last in reversed(runs):
                 self._ends.setdefault(last - first, []).append(last)
         ends = self._ends.get(length, [])
         while ends and ends[-1] <= after:

@@ -147,6 +147,12 @@ function documentAt(folder, target) {
   return path ? byPath.get(steps.join("/")) : undefined;
 }
 
+// The section that an anchor names: by its name, or by that as most programs make anchors of it.
+function sectionNamed(each, anchor) {
+  const slug = (name) => name.toLowerCase().replace(/[^\p{L}\p{M}\p{N}\p{Pc}\- ]/gu, "").replace(/ /g, "-");
+  return each.sections.find(([, name]) => name === anchor || slug(name) === anchor);
+}
+
 // The innermost section that a line stands in.
 function sectionAt(each, line) {
   return each.sections.findLast(([, , first, last]) => first <= line && line <= last);

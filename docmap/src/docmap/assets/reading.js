@@ -173,13 +173,16 @@ class Reading {
       doubt ? element("span", { className: "faint", textContent: ` (${doubt})` }) : null));
   }
 
-  // A fault in words; what it names is a link where it is a document of the folder.
+  // A fault in words; what it names is a link where it is a document of the folder, or a heading of one.
   finding(each, { line, message, suggestion }) {
     const [, before, path] = /^(.* in )(.+)$/.exec(message) ?? [];
     const place = byPath.get(path);
     const said = place ? [before, this.to({ document: place.path }, path)] : message;
-    const meant = suggestion === null ? undefined : documentAt(each.folder, suggestion);
-    const name = meant ? this.to({ document: meant.path }, suggestion) : suggestion;
+    const [target, anchor] = (suggestion ?? "").split("#");
+    const meant = target === "" && anchor ? place ?? each : documentAt(each.folder, target);
+    const section = meant && anchor ? sectionNamed(meant, anchor) : undefined;
+    const leads = meant && (target !== "" || section);
+    const name = leads ? this.to({ document: meant.path, line: section?.[2] }, suggestion) : suggestion;
     return [fileLink(each, line, `line ${line}`), ": ", said,
       suggestion ? element("span", { className: "meant" }, "; did you mean ", element("b", {}, name), "?") : null];
   }
