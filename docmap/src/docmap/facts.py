@@ -1,7 +1,8 @@
 """What the bytes of one file say, whatever site the file belongs to.
 
-Facts depend on the bytes alone, so they can be kept and found again by a hash of these. Whether a link leads
-somewhere, and which anchor a heading makes, is for the site to say (`docmap.sites`). Lines count from 1.
+Facts depend on the bytes alone, and on whether these are read as MDX too, so they can be kept and found again by a
+hash. Whether a link leads somewhere, and which anchor a heading makes, is for the site to say (`docmap.sites`). Lines
+count from 1.
 """
 
 from __future__ import annotations
