@@ -149,11 +149,11 @@ class Checked:
     def _key_of(self, path: str) -> bytes | None:
         """The key of what a file holds now."""
         if path not in self._keys:
-            if not self._cache.is_open:
+            if self._cache.is_open:
+                self._read_bytes(path)
+            else:
                 # Nothing is looked up by it; whether the file can be read is seen when it is.
                 self._keys[path] = b""
-                return b""
-            self._read_bytes(path)
         return self._keys[path]
 
     def _read_bytes(self, path: str) -> bytes | None:

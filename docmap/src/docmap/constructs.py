@@ -94,14 +94,13 @@ def find_constructs(source: Source) -> Iterator[Construct]:
     for pattern in patterns:
         for match in code.matches_outside(pattern, data):
             yield from _constructs_of(match, source.line_of)
-    for block in _SNIPPET_BLOCK.finditer(data) if has_snippets else ():
-        if block.start() not in code:
-            names = enumerate(_text(block[1]).splitlines(), source.line_of(block.start(1)))
-            yield from (
-                Construct(line, SNIPPET, "", name.strip())
-                for line, name in names
-                if name.strip() and not name.lstrip().startswith(";")
-            )
+    for block in code.matches_outside(_SNIPPET_BLOCK, data) if has_snippets else ():
+        names = enumerate(_text(block[1]).splitlines(), source.line_of(block.start(1)))
+        yield from (
+            Construct(line, SNIPPET, "", name.strip())
+            for line, name in names
+            if name.strip() and not name.lstrip().startswith(";")
+        )
 
 
 def _constructs_of(match: re.Match[bytes], line_of: LineOf) -> list[Construct]:

@@ -48,6 +48,7 @@ from docmap.facts import (
 from docmap.ignored import ignored_spans
 from docmap.inline import (
     LONGEST_LABEL,
+    Defined,
     Element,
     Labels,
     elements_of,
@@ -117,7 +118,7 @@ class _Reader:
         self._source.code = Ranges([*fences, *indented], joined=False)
         self._read_front_matter(blocks.get("front_matter", ()))
         self._read_headings(blocks.get("heading", ()), sections)
-        self._read_labels(blocks.get("definition", ()))
+        self._read_labels()
         regions = list(read_regions(self._source))
         comments = self._read_html(blocks.get("html", ()))
         comments += self._read_runs(
@@ -174,7 +175,7 @@ class _Reader:
                 return text_of(self._data[child.start_byte : child.end_byte]).strip()
         return ""
 
-    def _read_labels(self, definitions: Iterable[Node]) -> None:
+    def _read_labels(self) -> None:
         labels: dict[str, None] = {}
         for begin, match in self._source.find_lines(_DEFINES) if b"]:" in self._source.signs else ():
             label = text_of(match[1])
@@ -246,7 +247,7 @@ class _Reader:
         ranges = Ranges(((region.begin, region.end) for region in regions), joined=False)
         kinds = {(region.begin, region.end): region.kind for region in regions}
         begins = [node.start_byte for node in nodes]
-        shortcuts = frozenset(self._shortcuts)
+        defined = Defined(self._labels, self._notes, frozenset(self._shortcuts))
         done = 0
         for position in signs:
             number = bisect_right(begins, position) - 1 if position >= done else -1
@@ -256,7 +257,7 @@ class _Reader:
             if position >= end:
                 continue
             done = end
-            found = read_inline(self._data, begin, end, self._line_of, self._labels, self._notes, shortcuts)
+            found = read_inline(self._data, begin, end, self._line_of, defined)
             for place, link in found.links:
                 around = ranges.around(place)
                 self._facts.links.append(link if around is None else link._replace(inside=kinds[around]))

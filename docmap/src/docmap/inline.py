@@ -259,18 +259,17 @@ def undefined_shortcuts(data: bytes, code: Ranges, labels: Labels) -> list[int]:
     )
 
 
-def read_inline(
-    data: bytes,
-    begin: int,
-    end: int,
-    line_of: LineOf,
-    labels: Labels,
-    notes: Labels,
-    shortcuts: Collection[int] = (),
-) -> Found:
-    """Read one run of inline Markdown; `labels` and `notes` are those that are defined, `shortcuts` as
-    `undefined_shortcuts` finds them."""
-    return _Scanner(data, begin, end, line_of, labels, notes, shortcuts).found
+class Defined(NamedTuple):
+    """The labels and notes that a run may use, and where brackets stand alone without one (`undefined_shortcuts`)."""
+
+    labels: Labels
+    notes: Labels
+    shortcuts: Collection[int]
+
+
+def read_inline(data: bytes, begin: int, end: int, line_of: LineOf, defined: Defined) -> Found:
+    """Read one run of inline Markdown."""
+    return _Scanner(data, begin, end, line_of, defined).found
 
 
 @lru_cache(_LONGEST_RUN)
@@ -308,18 +307,9 @@ class CodeSpans:
 class _Scanner:
     """Goes through a run once, as CommonMark does: brackets are kept until their end is found."""
 
-    def __init__(
-        self,
-        data: bytes,
-        begin: int,
-        end: int,
-        line_of: LineOf,
-        labels: Labels,
-        notes: Labels,
-        shortcuts: Collection[int],
-    ) -> None:
+    def __init__(self, data: bytes, begin: int, end: int, line_of: LineOf, defined: Defined) -> None:
         self._data, self._end, self._line_of = data, end, line_of
-        self._labels, self._notes, self._shortcuts = labels, notes, shortcuts
+        self._labels, self._notes, self._shortcuts = defined
         self.found = Found([], [], [])
         # Where each open bracket is, and whether it is an image's.
         self._open: list[tuple[int, bool]] = []

@@ -121,8 +121,8 @@ class Rules:
     # Whether a label is the name of something else (a heading of any page), so that it needs no definition.
     names_label: Callable[[Site, str], bool] | None = None
     any_footnote: str | None = None  # why an undefined footnote may be defined after all, if so
-    # Fields of front matter that lead somewhere, by their names from the outermost ("*" for each entry of a list), and
-    # the forms of their links; or a function that tells those of one page.
+    # The fields of a page's front matter that lead somewhere, by their names from the outermost ("*" for each entry of a
+    # list), and the forms of their links.
     fields: Callable[[Facts], Mapping[tuple[str, ...], str]] | None = None
     # Whether the links of a file that is part of a page start from that file (as modules do), too.
     partials_keep_paths: bool = False
