@@ -130,9 +130,7 @@ def find_jsx_bodies(source: Source, nodes: Iterable[Node]) -> Iterator[tuple[int
     for node in nodes:
         begin = source.begin_of(node.start_point[0]) if node.type != "html_block" else node.start_byte
         data = source.data[begin : node.end_byte]
-        # What begins the signs is looked for much faster than these.
-        is_likely = b"#" in data or b"](" in data or b"][" in data
-        if is_likely and _HAS_MARKDOWN.search(data) and not _NO_CONTENT.match(data):
+        if _HAS_MARKDOWN.search(data) and not _NO_CONTENT.match(data):
             text = _NO_MARKDOWN.sub(lambda match: b"\n" * match[0].count(b"\n"), data)
             if _HAS_MARKDOWN.search(text):
                 yield begin, text
